@@ -1,0 +1,18 @@
+include(GoogleTest)
+
+# quarn_test_layer(<layer> [LINK <libs>] [MAIN <source>])
+#
+# One test program from every *_test.cpp of the calling folder; each TEST is one entry of ctest, labelled with the layer.
+# Without MAIN the program uses GoogleTest's own main().
+function(quarn_test_layer layer)
+  cmake_parse_arguments(arg "" "MAIN" "LINK" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
+  add_executable(test_${layer} ${sources})
+  target_link_libraries(test_${layer} PRIVATE ${arg_LINK} quarn_compiler GTest::gmock
+    $<IF:$<BOOL:${arg_MAIN}>,GTest::gtest,GTest::gtest_main>)
+  target_include_directories(test_${layer} PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_compile_definitions(test_${layer} PRIVATE
+    QUARN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" QUARN_BINARY_DIR="${PROJECT_BINARY_DIR}")
+  gtest_discover_tests(test_${layer} TEST_PREFIX "${layer}." DISCOVERY_MODE PRE_TEST
+    PROPERTIES LABELS ${layer} TIMEOUT 300 ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+endfunction()
