@@ -1,0 +1,3 @@
+#include "quarn/base/McNullProgress.h"
+
+McNullProgress::~McNullProgress() = default;

@@ -1,0 +1,3 @@
+#include "quarn/base/McProgressInterface.h"
+
+McProgressInterface::~McProgressInterface() = default;
