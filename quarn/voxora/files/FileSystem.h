@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "quarn/voxora/export.h"
+#include "quarn/voxora/files/InputFile.h"
+#include "quarn/voxora/files/OutputFile.h"
+
+namespace hxvoxora {
+
+/// What a path stands for; links are not followed.
+enum class FileKind {
+  missing,    ///< nothing has this name
+  regular,    ///< a regular file
+  directory,  ///< a folder
+  link,       ///< a symbolic link, whatever it points to
+  other       ///< device, pipe, socket
+};
+
+/// The door through which the toolkit touches files; nothing else in it opens, renames or removes any.
+///
+/// Paths are narrow texts in the encoding of the system, "/" between components, absolute or relative to the working
+/// folder. All operations may be called from several threads at once. Unless told otherwise an operation that fails
+/// throws McException with the call, the path and the system's reason, and has changed nothing.
+class QUARN_VOXORA_API FileSystem {
+public:
+  /// Whether the last component of a path may be a symbolic link when a file is opened.
+  enum class Links { follow, refuse };
+
+  /// Who may use a new file: nobody but its owner (mode 0600), or everybody whom the user's file mode mask lets.
+  enum class Access { ownerOnly, byMask };
+
+  FileSystem() = default;
+  virtual ~FileSystem();
+
+  FileSystem(const FileSystem&) = delete;
+  FileSystem& operator=(const FileSystem&) = delete;
+
+  /// The files of this computer. Lives as long as the process.
+  static FileSystem& posix();
+
+  /// Opens an existing regular file. Anything else (folder, pipe, device; a link when refused) throws, and the call
+  /// never waits for a pipe or device. The file is not handed on to programs that the process starts.
+  virtual std::unique_ptr<InputFile> openForReading(const std::string& path, Links links) = 0;
+
+  /// Makes a new, empty file. A name that exists already, be it a dangling link, throws.
+  virtual std::unique_ptr<OutputFile> createExclusively(const std::string& path, Access access) = 0;
+
+  /// Gives a file another name on the same file system, in one step: whoever looks sees the old or the new state. A
+  /// file that had the new name is replaced. Lasting only after syncDirectory of the folder.
+  virtual void rename(const std::string& from, const std::string& to) = 0;
+
+  /// Removes a file or link, never a folder. Returns false when nothing had this name.
+  virtual bool remove(const std::string& path) = 0;
+
+  /// What the path stands for. A path that cannot be looked at (no permission, a component that is no folder) throws.
+  virtual FileKind kind(const std::string& path) = 0;
+
+  /// Names (no folders in front, without "." and "..") of the entries of a folder, sorted by bytes.
+  virtual std::vector<std::string> list(const std::string& directory) = 0;
+
+  /// Returns when names made, changed and removed in the folder are on stable storage.
+  virtual void syncDirectory(const std::string& directory) = 0;
+
+  /// Bytes that the user of the process may still write on the file system of this folder.
+  virtual std::uint64_t freeSpace(const std::string& directory) = 0;
+};
+
+}  // namespace hxvoxora

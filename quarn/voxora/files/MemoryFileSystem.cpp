@@ -1,0 +1,190 @@
+#include "quarn/voxora/files/MemoryFileSystem.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "quarn/voxora/files/detail/systemError.h"
+
+namespace hxvoxora {
+
+using detail::systemError;
+
+struct MemoryFileSystem::Node {
+  std::mutex mutex;
+  Bytes bytes;
+  FileIdentity identity;
+};
+
+namespace {
+
+using Node = MemoryFileSystem::Node;
+
+class MemoryInputFile : public InputFile {
+public:
+  MemoryInputFile(const std::string& path, std::shared_ptr<Node> node) : InputFile(path), node_(std::move(node)) {}
+
+  std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) const override {
+    const std::lock_guard lock(node_->mutex);
+    const std::uint64_t size = node_->bytes.size();
+    if (offset >= size) return 0;
+    const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(out.size(), size - offset));
+    if (count > 0) std::memcpy(out.data(), node_->bytes.data() + offset, count);
+    return count;
+  }
+
+  FileIdentity identity() const override {
+    const std::lock_guard lock(node_->mutex);
+    FileIdentity identity = node_->identity;
+    identity.size = node_->bytes.size();
+    return identity;
+  }
+
+private:
+  std::shared_ptr<Node> node_;
+};
+
+class MemoryOutputFile : public OutputFile {
+public:
+  MemoryOutputFile(const std::string& path, std::shared_ptr<Node> node) : OutputFile(path), node_(std::move(node)) {}
+
+  void append(std::span<const std::byte> bytes) override {
+    const std::lock_guard lock(node_->mutex);
+    node_->bytes.insert(node_->bytes.end(), bytes.begin(), bytes.end());
+    ++node_->identity.changedNanos;
+  }
+
+  void sync() override {}
+  void close() override {}
+
+private:
+  std::shared_ptr<Node> node_;
+};
+
+std::string normalized(const std::string& path) {
+  std::string result;
+  for (const char c : path) {
+    if (c != '/' || result.empty() || result.back() != '/') result += c;
+  }
+  if (result.size() > 1 && result.back() == '/') result.pop_back();
+  return result;
+}
+
+std::string folderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return {};
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+}  // namespace
+
+std::unique_ptr<InputFile> MemoryFileSystem::openForReading(const std::string& path, Links /*links*/) {
+  const std::lock_guard lock(mutex_);
+  return std::make_unique<MemoryInputFile>(path, find(path, "open"));
+}
+
+std::unique_ptr<OutputFile> MemoryFileSystem::createExclusively(const std::string& path, Access /*access*/) {
+  const std::lock_guard lock(mutex_);
+  const std::string name = normalized(path);
+  requireFolderOf(name, "open");
+  if (files_.contains(name) || folders_.contains(name)) throw systemError("open", path, EEXIST);
+  return std::make_unique<MemoryOutputFile>(path, files_[name] = makeNode());
+}
+
+void MemoryFileSystem::rename(const std::string& from, const std::string& to) {
+  const std::lock_guard lock(mutex_);
+  const std::shared_ptr<Node> node = find(from, "rename");
+  const std::string name = normalized(to);
+  requireFolderOf(name, "rename");
+  if (folders_.contains(name)) throw systemError("rename", from + " to " + to, EISDIR);
+  files_.erase(normalized(from));
+  files_[name] = node;
+}
+
+bool MemoryFileSystem::remove(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  if (folders_.contains(normalized(path))) throw systemError("unlink", path, EISDIR);
+  return files_.erase(normalized(path)) > 0;
+}
+
+FileKind MemoryFileSystem::kind(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  const std::string name = normalized(path);
+  if (files_.contains(name)) return FileKind::regular;
+  return name.empty() || name == "/" || folders_.contains(name) ? FileKind::directory : FileKind::missing;
+}
+
+std::vector<std::string> MemoryFileSystem::list(const std::string& directory) {
+  const std::lock_guard lock(mutex_);
+  const std::string folder = normalized(directory);
+  std::vector<std::string> names;
+  const auto take = [&](const std::string& path) {
+    if (path != "/" && folderOf(path) == folder) names.push_back(path.substr(path.rfind('/') + 1));
+  };
+  for (const auto& entry : files_) take(entry.first);
+  for (const std::string& path : folders_) take(path);
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void MemoryFileSystem::syncDirectory(const std::string& directory) {
+  const std::lock_guard lock(mutex_);
+  requireFolderOf(normalized(directory) + "/entry", "fsync");
+}
+
+std::uint64_t MemoryFileSystem::freeSpace(const std::string& /*directory*/) {
+  const std::lock_guard lock(mutex_);
+  return freeSpace_;
+}
+
+void MemoryFileSystem::makeDirectory(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  for (std::string folder = normalized(path); !folder.empty() && folder != "/"; folder = folderOf(folder)) {
+    folders_.insert(folder);
+  }
+}
+
+MemoryFileSystem::Bytes MemoryFileSystem::content(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  const std::shared_ptr<Node> node = find(path, "open");
+  const std::lock_guard nodeLock(node->mutex);
+  return node->bytes;
+}
+
+void MemoryFileSystem::setContent(const std::string& path, Bytes bytes) {
+  const std::lock_guard lock(mutex_);
+  const std::string name = normalized(path);
+  requireFolderOf(name, "open");
+  std::shared_ptr<Node>& node = files_[name];
+  if (!node) node = makeNode();
+  const std::lock_guard nodeLock(node->mutex);
+  node->bytes = std::move(bytes);
+  ++node->identity.changedNanos;
+}
+
+void MemoryFileSystem::setFreeSpace(std::uint64_t bytes) {
+  const std::lock_guard lock(mutex_);
+  freeSpace_ = bytes;
+}
+
+std::shared_ptr<Node> MemoryFileSystem::find(const std::string& path, const char* call) const {
+  const std::string name = normalized(path);
+  if (folders_.contains(name))
+    throw McException(std::string(call) + " " + McException::excerpt(path) + ": not a regular file");
+  const auto found = files_.find(name);
+  if (found == files_.end()) throw systemError(call, path, ENOENT);
+  return found->second;
+}
+
+void MemoryFileSystem::requireFolderOf(const std::string& path, const char* call) const {
+  const std::string folder = folderOf(path);
+  if (!folder.empty() && folder != "/" && !folders_.contains(folder)) throw systemError(call, path, ENOENT);
+}
+
+std::shared_ptr<Node> MemoryFileSystem::makeNode() {
+  auto node = std::make_shared<Node>();
+  node->identity.serial = nextSerial_++;
+  return node;
+}
+
+}  // namespace hxvoxora

@@ -1,0 +1,172 @@
+#include "quarn/voxora/files/PosixFileSystem.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <dirent.h>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include "quarn/voxora/files/detail/Descriptor.h"
+#include "quarn/voxora/files/detail/systemError.h"
+
+namespace hxvoxora {
+
+namespace {
+
+using detail::Descriptor;
+using detail::systemError;
+
+/// Some systems refuse to move 2 GiB or more in one call.
+constexpr std::size_t maxBytesPerCall = std::size_t{1} << 30;
+
+/// Repeats a call that a signal interrupted.
+template <class Call>
+auto uninterrupted(Call call) {
+  for (;;) {
+    const auto result = call();
+    if (result != -1 || errno != EINTR) return result;
+  }
+}
+
+class PosixInputFile : public InputFile {
+public:
+  PosixInputFile(const std::string& path, Descriptor descriptor)
+      : InputFile(path), descriptor_(std::move(descriptor)) {}
+
+  std::size_t readAt(std::uint64_t offset, std::span<std::byte> out) const override {
+    std::size_t done = 0;
+    while (done < out.size()) {
+      const std::size_t piece = std::min(out.size() - done, maxBytesPerCall);
+      const ssize_t count = uninterrupted(
+          [&] { return ::pread(descriptor_.get(), out.data() + done, piece, static_cast<off_t>(offset + done)); });
+      if (count < 0) throw systemError("read", path(), errno);
+      if (count == 0) break;
+      done += static_cast<std::size_t>(count);
+    }
+    return done;
+  }
+
+  FileIdentity identity() const override {
+    struct stat info {};
+    if (::fstat(descriptor_.get(), &info) != 0) throw systemError("fstat", path(), errno);
+    FileIdentity identity;
+    identity.device = info.st_dev;
+    identity.serial = info.st_ino;
+    identity.size = static_cast<std::uint64_t>(info.st_size);
+    identity.changedNanos = std::int64_t{info.st_mtim.tv_sec} * 1'000'000'000 + info.st_mtim.tv_nsec;
+    return identity;
+  }
+
+private:
+  Descriptor descriptor_;
+};
+
+class PosixOutputFile : public OutputFile {
+public:
+  PosixOutputFile(const std::string& path, Descriptor descriptor)
+      : OutputFile(path), descriptor_(std::move(descriptor)) {}
+
+  void append(std::span<const std::byte> bytes) override {
+    while (!bytes.empty()) {
+      const std::size_t piece = std::min(bytes.size(), maxBytesPerCall);
+      const ssize_t count = uninterrupted([&] { return ::write(descriptor_.get(), bytes.data(), piece); });
+      if (count < 0) throw systemError("write", path(), errno);
+      bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+  }
+
+  void sync() override {
+    if (::fsync(descriptor_.get()) != 0) throw systemError("fsync", path(), errno);
+  }
+
+  void close() override {
+    if (const int error = descriptor_.close()) throw systemError("close", path(), error);
+  }
+
+private:
+  Descriptor descriptor_;
+};
+
+Descriptor openPath(const std::string& path, int flags, mode_t mode = 0) {
+  // An embedded NUL would silently name another file.
+  if (path.find('\0') != std::string::npos) throw systemError("open", path.c_str(), EINVAL);
+  Descriptor descriptor(uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); }));
+  if (!descriptor.isOpen()) throw systemError("open", path, errno);
+  return descriptor;
+}
+
+FileKind kindOf(const struct stat& info) {
+  if (S_ISREG(info.st_mode)) return FileKind::regular;
+  if (S_ISDIR(info.st_mode)) return FileKind::directory;
+  return S_ISLNK(info.st_mode) ? FileKind::link : FileKind::other;
+}
+
+}  // namespace
+
+std::unique_ptr<InputFile> PosixFileSystem::openForReading(const std::string& path, Links links) {
+  const int noFollow = links == Links::refuse ? O_NOFOLLOW : 0;
+  Descriptor descriptor = openPath(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | noFollow);
+  struct stat info {};
+  if (::fstat(descriptor.get(), &info) != 0) throw systemError("fstat", path, errno);
+  if (!S_ISREG(info.st_mode)) throw McException("open " + McException::excerpt(path) + ": not a regular file");
+  return std::make_unique<PosixInputFile>(path, std::move(descriptor));
+}
+
+std::unique_ptr<OutputFile> PosixFileSystem::createExclusively(const std::string& path, Access access) {
+  const mode_t mode = access == Access::ownerOnly ? 0600 : 0666;
+  return std::make_unique<PosixOutputFile>(path, openPath(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode));
+}
+
+void PosixFileSystem::rename(const std::string& from, const std::string& to) {
+  if (std::rename(from.c_str(), to.c_str()) != 0) throw systemError("rename", from + " to " + to, errno);
+}
+
+bool PosixFileSystem::remove(const std::string& path) {
+  if (::unlink(path.c_str()) == 0) return true;
+  if (errno == ENOENT) return false;
+  throw systemError("unlink", path, errno);
+}
+
+FileKind PosixFileSystem::kind(const std::string& path) {
+  struct stat info {};
+  if (::lstat(path.c_str(), &info) == 0) return kindOf(info);
+  if (errno == ENOENT) return FileKind::missing;
+  throw systemError("lstat", path, errno);
+}
+
+std::vector<std::string> PosixFileSystem::list(const std::string& directory) {
+  const std::string& path = directory.empty() ? "." : directory;
+  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(path.c_str()), ::closedir);
+  if (!stream) throw systemError("opendir", path, errno);
+  std::vector<std::string> names;
+  for (;;) {
+    errno = 0;
+    const dirent* entry = ::readdir(stream.get());
+    if (!entry && errno != 0) throw systemError("readdir", path, errno);
+    if (!entry) break;
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void PosixFileSystem::syncDirectory(const std::string& directory) {
+  const std::string& path = directory.empty() ? "." : directory;
+  const Descriptor descriptor = openPath(path, O_RDONLY | O_DIRECTORY);
+  // Some file systems cannot sync folders and say so; there is nothing more to be done on them.
+  if (::fsync(descriptor.get()) != 0 && errno != EINVAL) throw systemError("fsync", path, errno);
+}
+
+std::uint64_t PosixFileSystem::freeSpace(const std::string& directory) {
+  const std::string& path = directory.empty() ? "." : directory;
+  struct statvfs info {};
+  if (::statvfs(path.c_str(), &info) != 0) throw systemError("statvfs", path, errno);
+  return std::uint64_t{info.f_bavail} * info.f_frsize;
+}
+
+}  // namespace hxvoxora

@@ -1,0 +1,135 @@
+#include "quarn/voxora/files/TiledFileReader.h"
+
+#include <xxhash.h>
+
+#include "quarn/base/McException.h"
+#include "quarn/voxora/files/detail/TileIndex.h"
+#include "quarn/voxora/files/detail/gzip.h"
+#include "quarn/voxora/files/detail/tilePadding.h"
+#include "quarn/voxora/files/fileSetParts.h"
+
+namespace hxvoxora {
+
+namespace {
+
+/// Calls `read` and puts the tile's number into its failures.
+template <class Read>
+void readNamingTile(const std::string& path, std::uint64_t tile, Read read) {
+  std::string reason;
+  try {
+    reason = read();
+  } catch (const McException& failure) {
+    reason = failure.what();
+  }
+  if (!reason.empty()) throw McException(McException::excerpt(path) + ": tile " + std::to_string(tile) + ": " + reason);
+}
+
+std::string checksumObjection(std::span<const std::byte> bytes, std::uint64_t expected) {
+  return XXH3_64bits(bytes.data(), bytes.size()) == expected ? std::string() : "the checksum is wrong";
+}
+
+/// A save that replaces the set while it is being opened shows as parts of different generations.
+constexpr int maxAttempts = 10;
+
+}  // namespace
+
+std::shared_ptr<TiledFileReader> TiledFileReader::open(FileSystem& fileSystem, const std::string& ldmPath) {
+  VolumeHeader header = VolumeHeader::read(fileSystem, ldmPath);
+  for (int attempt = 1;; ++attempt) {
+    try {
+      return openParts(fileSystem, ldmPath, header);
+    } catch (const McException&) {
+      VolumeHeader current = VolumeHeader::read(fileSystem, ldmPath);
+      if (attempt == maxAttempts || current.generation == header.generation) throw;
+      header = std::move(current);
+    }
+  }
+}
+
+std::shared_ptr<TiledFileReader> TiledFileReader::openParts(FileSystem& fileSystem, const std::string& ldmPath,
+                                                            const VolumeHeader& header) {
+  if (header.border != 0) {
+    throw McException(McException::excerpt(ldmPath) + ": element TileBorder \"" + std::to_string(header.border) +
+                      "\": a file of the older layout, whose tiles cannot be read");
+  }
+  std::unique_ptr<InputFile> data = openDataFile(fileSystem, ldmPath, header);
+  const std::unique_ptr<InputFile> indexFile = openIndexFile(fileSystem, ldmPath, header);
+  auto index = std::make_unique<const TileIndex>(TileIndex::read(*indexFile, header, data->identity().size));
+  return std::shared_ptr<TiledFileReader>(new TiledFileReader(ldmPath, header, std::move(index), std::move(data)));
+}
+
+TiledFileReader::TiledFileReader(std::string path, VolumeHeader header, std::unique_ptr<const TileIndex> index,
+                                 std::unique_ptr<const InputFile> data)
+    : path_(std::move(path)),
+      header_(std::move(header)),
+      index_(std::move(index)),
+      data_(std::move(data)),
+      opened_(data_->identity()) {}
+
+TiledFileReader::~TiledFileReader() = default;
+
+StoredTileKind TiledFileReader::kind(std::uint64_t tile) const {
+  checkNumber(tile);
+  return index_->kind(tile);
+}
+
+const std::vector<StoredTileRun>& TiledFileReader::runs() const {
+  return index_->runs();
+}
+
+std::uint64_t TiledFileReader::storedCount() const {
+  return index_->stored().size();
+}
+
+void TiledFileReader::read(std::uint64_t tile, std::span<std::byte> out) const {
+  const StoredTile& entry = stored(tile);
+  readNamingTile(data_->path(), tile, [&]() -> std::string {
+    if (out.size() != header_.tileBytes()) return std::to_string(out.size()) + " bytes of room do not fit";
+    if (entry.gzip) {
+      thread_local std::vector<std::byte> packed;
+      packed.resize(entry.length);
+      readBytes(entry, packed);
+      std::string objection = checksumObjection(packed, entry.checksum);
+      if (objection.empty()) objection = detail::gzipDecompress(packed, out);
+      if (!objection.empty()) return objection;
+    } else {
+      readBytes(entry, out);
+      if (std::string objection = checksumObjection(out, entry.checksum); !objection.empty()) return objection;
+    }
+    const bool clear = detail::isPaddingClear(out, header_.tileDimensions, header_.tileExtent(tile));
+    return clear ? "" : "bits outside the volume are set";
+  });
+}
+
+CompressedTile TiledFileReader::readCompressed(std::uint64_t tile) const {
+  const StoredTile& entry = stored(tile);
+  CompressedTile packed{std::vector<std::byte>(entry.length), entry.gzip, entry.checksum};
+  readNamingTile(data_->path(), tile, [&] {
+    readBytes(entry, packed.bytes);
+    return checksumObjection(packed.bytes, packed.checksum);
+  });
+  return packed;
+}
+
+std::uint64_t TiledFileReader::checksum(std::uint64_t tile) const {
+  return stored(tile).checksum;
+}
+
+const StoredTile& TiledFileReader::stored(std::uint64_t tile) const {
+  checkNumber(tile);
+  if (const StoredTile* entry = index_->find(tile)) return *entry;
+  throw McException(McException::excerpt(data_->path()) + ": tile " + std::to_string(tile) + ": is not stored");
+}
+
+void TiledFileReader::checkNumber(std::uint64_t tile) const {
+  if (tile < header_.tileCount()) return;
+  throw McException(McException::excerpt(path_) + ": tile " + std::to_string(tile) + ": there are only " +
+                    std::to_string(header_.tileCount()) + " tiles");
+}
+
+void TiledFileReader::readBytes(const StoredTile& entry, std::span<std::byte> out) const {
+  if (data_->identity() != opened_) throw McException("the file was changed by somebody else since it was opened");
+  data_->readFully(entry.offset, out);
+}
+
+}  // namespace hxvoxora

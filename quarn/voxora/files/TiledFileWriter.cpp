@@ -1,0 +1,200 @@
+#include "quarn/voxora/files/TiledFileWriter.h"
+
+#include <algorithm>
+#include <mutex>
+#include <vector>
+#include <xxhash.h>
+
+#include "quarn/base/McException.h"
+#include "quarn/voxora/files/detail/FileSetSwap.h"
+#include "quarn/voxora/files/detail/TileIndexBuilder.h"
+#include "quarn/voxora/files/detail/fileNames.h"
+#include "quarn/voxora/files/detail/filePrelude.h"
+#include "quarn/voxora/files/detail/gzip.h"
+#include "quarn/voxora/files/fileSetParts.h"
+
+namespace hxvoxora {
+
+namespace {
+
+constexpr std::string_view headerSuffix = ".ldm";
+constexpr std::size_t bufferBytes = std::size_t{1} << 20;
+
+/// The header to be written: that of the caller with names and generation.
+VolumeHeader completed(const std::string& ldmPath, const VolumeHeader& header) {
+  std::string stem = detail::bareName(ldmPath);
+  if (!stem.ends_with(headerSuffix) || stem.size() == headerSuffix.size()) {
+    throw McException(McException::excerpt(ldmPath) + ": the name of a volume must end in " +
+                      std::string(headerSuffix));
+  }
+  stem.resize(stem.size() - headerSuffix.size());
+  VolumeHeader result;
+  result.dimensions = header.dimensions;
+  result.tileDimensions = header.tileDimensions;
+  result.compression = header.compression;
+  result.dataFile = stem + ".dat";
+  result.indexFile = stem + ".fcp";
+  result.generation = detail::drawGeneration();
+  result.validate(ldmPath);
+  if (asideName(result.dataFile, result.generation).size() > detail::maxNameBytes) {
+    throw McException(McException::excerpt(ldmPath) + ": the name is too long");
+  }
+  return result;
+}
+
+/// Only regular files are replaced.
+void checkTarget(FileSystem& fileSystem, const std::string& path) {
+  const FileKind kind = fileSystem.kind(path);
+  if (kind == FileKind::missing || kind == FileKind::regular) return;
+  const char* what = kind == FileKind::directory ? "a folder" : kind == FileKind::link ? "a link" : "a device or pipe";
+  throw McException(McException::excerpt(path) + ": is " + what + " and is not replaced");
+}
+
+}  // namespace
+
+struct TiledFileWriter::State {
+  State(FileSystem& files, const std::string& ldmPath, const VolumeHeader& wanted, FileSystem::Access whoMayUse)
+      : fileSystem(files),
+        path(ldmPath),
+        folder(detail::folderPrefix(ldmPath)),
+        header(completed(ldmPath, wanted)),
+        access(whoMayUse) {}
+
+  ~State() { removeNewFiles(); }
+
+  std::string newPath(const std::string& name) const { return folder + asideName(name, header.generation); }
+
+  void start() {
+    for (const std::string& name : {detail::bareName(path), header.dataFile, header.indexFile}) {
+      checkTarget(fileSystem, folder + name);
+    }
+    data = create(header.dataFile);
+    detail::appendPrelude(buffer, detail::dataMagic, header.generation);
+    dataBytes = buffer.size();
+  }
+
+  std::unique_ptr<OutputFile> create(const std::string& name) {
+    std::unique_ptr<OutputFile> file = fileSystem.createExclusively(newPath(name), access);
+    created.push_back(newPath(name));
+    return file;
+  }
+
+  void write(const std::string& name, std::span<const std::byte> bytes) {
+    const std::unique_ptr<OutputFile> file = create(name);
+    file->append(bytes);
+    file->sync();
+    file->close();
+  }
+
+  void append(std::span<const std::byte> bytes) {
+    buffer.insert(buffer.end(), bytes.begin(), bytes.end());
+    dataBytes += bytes.size();
+    if (buffer.size() >= bufferBytes) flush();
+  }
+
+  void flush() {
+    data->append(buffer);
+    buffer.clear();
+  }
+
+  void checkTiles(std::uint64_t firstTile, std::uint64_t count) const {
+    const std::uint64_t tiles = header.tileCount();
+    if (firstTile < tiles && count <= tiles - firstTile) return;
+    throw McException(McException::excerpt(path) + ": tile " + std::to_string(firstTile) + " (" +
+                      std::to_string(count) + " tiles): there are only " + std::to_string(tiles) + " tiles");
+  }
+
+  [[noreturn]] void failSize(std::uint64_t tile, std::size_t size, const char* how) const {
+    throw McException(McException::excerpt(path) + ": tile " + std::to_string(tile) + ": " + std::to_string(size) +
+                      how + " bytes do not fit a tile of " + std::to_string(header.tileBytes()));
+  }
+
+  void removeNewFiles() noexcept {
+    data.reset();
+    for (const std::string& name : created) {
+      try {
+        fileSystem.remove(name);
+      } catch (...) {
+        // Nothing more can be done here; the name tells that the file belongs to no set.
+      }
+    }
+    created.clear();
+  }
+
+  FileSystem& fileSystem;
+  const std::string path;
+  const std::string folder;
+  const VolumeHeader header;
+  const FileSystem::Access access;
+  std::mutex mutex;  // guards everything below while tiles come in
+  std::unique_ptr<OutputFile> data;
+  std::vector<std::byte> buffer;
+  std::uint64_t dataBytes = 0;
+  detail::TileIndexBuilder index;
+  std::vector<std::string> created;
+};
+
+TiledFileWriter::TiledFileWriter(FileSystem& fileSystem, const std::string& ldmPath, const VolumeHeader& header,
+                                 FileSystem::Access access)
+    : state_(std::make_unique<State>(fileSystem, ldmPath, header, access)) {
+  state_->start();
+}
+
+TiledFileWriter::~TiledFileWriter() = default;
+
+const VolumeHeader& TiledFileWriter::header() const {
+  return state_->header;
+}
+
+void TiledFileWriter::setKind(std::uint64_t firstTile, StoredTileKind kind, std::uint64_t count) {
+  state_->checkTiles(firstTile, count);
+  if (kind == StoredTileKind::stored) {
+    throw McException(McException::excerpt(state_->path) + ": tile " + std::to_string(firstTile) +
+                      ": its bits are missing");
+  }
+  const std::lock_guard lock(state_->mutex);
+  state_->index.addRun({firstTile, count, kind});
+}
+
+void TiledFileWriter::put(std::uint64_t tile, std::span<const std::byte> raw) {
+  if (raw.size() != state_->header.tileBytes()) state_->failSize(tile, raw.size(), "");
+  putCompressed(tile, compress(raw, state_->header.compression));
+}
+
+void TiledFileWriter::putCompressed(std::uint64_t tile, const CompressedTile& packed) {
+  state_->checkTiles(tile, 1);
+  const std::uint64_t tileBytes = state_->header.tileBytes();
+  const std::size_t size = packed.bytes.size();
+  const bool gzipAllowed = state_->header.compression == TileCompression::gzip;
+  const bool fits = packed.gzip ? gzipAllowed && size > 0 && size < tileBytes : size == tileBytes;
+  if (!fits) state_->failSize(tile, size, packed.gzip ? " packed" : "");
+  const std::lock_guard lock(state_->mutex);
+  state_->index.addStored(tile, {state_->dataBytes, static_cast<std::uint32_t>(size), packed.gzip, packed.checksum});
+  state_->append(packed.bytes);
+}
+
+CompressedTile TiledFileWriter::compress(std::span<const std::byte> raw, TileCompression compression) {
+  CompressedTile packed;
+  if (compression == TileCompression::gzip) packed.bytes = detail::gzipCompress(raw);
+  packed.gzip = !packed.bytes.empty();
+  if (!packed.gzip) packed.bytes.assign(raw.begin(), raw.end());
+  packed.checksum = XXH3_64bits(packed.bytes.data(), packed.bytes.size());
+  return packed;
+}
+
+void TiledFileWriter::commit() {
+  State& state = *state_;
+  const std::lock_guard lock(state.mutex);
+  const TileIndex index = state.index.build(state.header.tileCount(), state.path);
+  state.flush();
+  state.data->sync();
+  state.data->close();
+  state.data.reset();
+  state.write(state.header.indexFile, index.toBytes(state.header, state.dataBytes));
+  const std::string headerText = state.header.toXml();
+  state.write(detail::bareName(state.path), std::as_bytes(std::span(headerText)));
+  detail::FileSetSwap(state.fileSystem, state.path, state.header).run();
+  state.created.clear();
+}
+
+}  // namespace hxvoxora

@@ -1,0 +1,98 @@
+#include "quarn/voxora/files/detail/FileSetSwap.h"
+
+#include <random>
+
+#include "quarn/base/McException.h"
+#include "quarn/voxora/files/detail/fileNames.h"
+#include "quarn/voxora/files/detail/filePrelude.h"
+#include "quarn/voxora/files/fileSetParts.h"
+
+namespace hxvoxora::detail {
+
+namespace {
+
+/// The generation of the set at this path; a fresh one when there is no set that could be read.
+std::uint64_t generationAt(FileSystem& fileSystem, const std::string& ldmPath) {
+  try {
+    return VolumeHeader::read(fileSystem, ldmPath).generation;
+  } catch (const McException&) {
+    return drawGeneration();
+  }
+}
+
+}  // namespace
+
+std::uint64_t drawGeneration() {
+  std::random_device random;
+  for (;;) {
+    const std::uint64_t high = random();
+    if (const std::uint64_t generation = high << 32 | random()) return generation;
+  }
+}
+
+FileSetSwap::FileSetSwap(FileSystem& fileSystem, const std::string& ldmPath, const VolumeHeader& header)
+    : fileSystem_(fileSystem),
+      headerPath_(ldmPath),
+      dataPath_(folderPrefix(ldmPath) + header.dataFile),
+      indexPath_(folderPrefix(ldmPath) + header.indexFile),
+      newGeneration_(header.generation),
+      oldGeneration_(generationAt(fileSystem, ldmPath)) {}
+
+void FileSetSwap::run() {
+  try {
+    moveAside(dataPath_);
+    moveAside(indexPath_);
+    install(dataPath_);
+    install(indexPath_);
+    install(headerPath_);
+  } catch (...) {
+    undo();
+    throw;
+  }
+  fileSystem_.syncDirectory(folderOf(headerPath_));
+  for (const std::string& path : {dataPath_, indexPath_}) {
+    try {
+      fileSystem_.remove(asideName(path, oldGeneration_));
+    } catch (const McException&) {
+      // The new set is complete; a file too many does not make the save fail.
+    }
+  }
+}
+
+void FileSetSwap::moveAside(const std::string& path) {
+  const std::string aside = asideName(path, oldGeneration_);
+  if (fileSystem_.kind(path) == FileKind::missing) return;
+  // After a save that was cut off the old set's file stands aside already, and this one belongs to nobody.
+  if (fileSystem_.kind(aside) != FileKind::missing && !hasOldGeneration(path)) return;
+  rename(path, aside);
+}
+
+void FileSetSwap::install(const std::string& path) {
+  rename(asideName(path, newGeneration_), path);
+}
+
+void FileSetSwap::rename(const std::string& from, const std::string& to) {
+  fileSystem_.rename(from, to);
+  renames_.emplace_back(from, to);
+}
+
+void FileSetSwap::undo() {
+  for (; !renames_.empty(); renames_.pop_back()) {
+    try {
+      fileSystem_.rename(renames_.back().second, renames_.back().first);
+    } catch (const McException&) {
+      // The old set can be read all the same, through the files that stand aside.
+    }
+  }
+}
+
+bool FileSetSwap::hasOldGeneration(const std::string& path) const {
+  try {
+    const auto file = fileSystem_.openForReading(path, FileSystem::Links::refuse);
+    return preludeObjection(*file, path == dataPath_ ? dataMagic : indexMagic, oldGeneration_).empty();
+  } catch (const McException&) {
+    return false;
+  }
+}
+
+}  // namespace hxvoxora::detail

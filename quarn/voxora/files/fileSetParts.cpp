@@ -1,0 +1,45 @@
+#include "quarn/voxora/files/fileSetParts.h"
+
+#include "quarn/base/McException.h"
+#include "quarn/voxora/files/detail/fileNames.h"
+#include "quarn/voxora/files/detail/filePrelude.h"
+
+namespace hxvoxora {
+
+namespace {
+
+std::unique_ptr<InputFile> openPart(FileSystem& fileSystem, const std::string& path, std::string_view magic,
+                                    std::uint64_t generation) {
+  const auto open = [&](const std::string& partPath) {
+    std::unique_ptr<InputFile> file = fileSystem.openForReading(partPath, FileSystem::Links::refuse);
+    const std::string objection = detail::preludeObjection(*file, magic, generation);
+    if (!objection.empty()) throw McException(McException::excerpt(partPath) + ": " + objection);
+    return file;
+  };
+  try {
+    return open(path);
+  } catch (const McException&) {
+    const std::string aside = asideName(path, generation);
+    const bool nameFits = detail::bareName(aside).size() <= detail::maxNameBytes;
+    if (!nameFits || fileSystem.kind(aside) == FileKind::missing) throw;
+    return open(aside);
+  }
+}
+
+}  // namespace
+
+std::string asideName(std::string_view name, std::uint64_t generation) {
+  return std::string(name) + "~" + detail::generationText(generation);
+}
+
+std::unique_ptr<InputFile> openDataFile(FileSystem& fileSystem, const std::string& ldmPath,
+                                        const VolumeHeader& header) {
+  return openPart(fileSystem, detail::folderPrefix(ldmPath) + header.dataFile, detail::dataMagic, header.generation);
+}
+
+std::unique_ptr<InputFile> openIndexFile(FileSystem& fileSystem, const std::string& ldmPath,
+                                         const VolumeHeader& header) {
+  return openPart(fileSystem, detail::folderPrefix(ldmPath) + header.indexFile, detail::indexMagic, header.generation);
+}
+
+}  // namespace hxvoxora

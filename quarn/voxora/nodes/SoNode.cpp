@@ -1,0 +1,5 @@
+#include "quarn/voxora/nodes/SoNode.h"
+
+SoNode::SoNode() = default;
+
+SoNode::~SoNode() = default;

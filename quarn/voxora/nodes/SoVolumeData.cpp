@@ -1,0 +1,5 @@
+#include "quarn/voxora/nodes/SoVolumeData.h"
+
+SoVolumeData::SoVolumeData() = default;
+
+SoVolumeData::~SoVolumeData() = default;

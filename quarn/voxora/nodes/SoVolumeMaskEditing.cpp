@@ -1,0 +1,133 @@
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "quarn/base/McException.h"
+#include "quarn/voxora/nodes/SoCpuBufferBitSet.h"
+#include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "quarn/voxora/nodes/detail/SoVolumeMaskState.h"
+#include "quarn/voxora/tiles/detail/boxText.h"
+#include "quarn/voxora/tiles/detail/parallel.h"
+#include "quarn/voxora/tiles/detail/tileEdits.h"
+
+/// Transactions of a mask and what can be done inside them.
+
+using hxvoxora::BitLayout;
+using hxvoxora::Ref;
+using hxvoxora::TileGrid;
+using hxvoxora::TruthTable;
+using hxvoxora::detail::TileEdit;
+using hxvoxora::detail::TileSlot;
+using hxvoxora::detail::TileTable;
+using hxvoxora::detail::TileTableEditor;
+
+namespace {
+
+/// Results of so many tiles are held back before they go into the table.
+constexpr std::int64_t tilesAtOnce = std::int64_t{1} << 16;
+
+/// Whether a tile that comes out as it was still counts as written from now on.
+enum class Unchanged { CountsAsWritten, StaysAsItIs };
+
+/// Gives every tile of a box the content edit(TileEdit, old content), worked out in parallel.
+template <typename Edit>
+void editTiles(TileTableEditor& table, const SbBox3i32& box, Unchanged unchanged, Edit edit) {
+  const TileGrid& grid = table.grid();
+  const TileGrid::Range tiles = grid.tilesOf(box);
+  std::vector<TileSlot> results;
+  for (std::int64_t begin = 0; begin < tiles.size(); begin += tilesAtOnce) {
+    const std::int64_t count = std::min(tilesAtOnce, tiles.size() - begin);
+    results.assign(static_cast<std::size_t>(count), TileSlot());
+    hxvoxora::detail::parallelFor(count, [&](std::int64_t i) {
+      const std::int64_t tile = tiles[begin + i];
+      const TileSlot old = table.content(tile);
+      TileSlot result = edit(TileEdit{grid, tile, grid.tileBox(tile).intersection(box)}, old);
+      const bool keep = unchanged == Unchanged::StaysAsItIs && result == old;
+      results[static_cast<std::size_t>(i)] = keep ? table.slot(tile) : std::move(result);
+    });
+    for (std::int64_t i = 0; i < count; ++i) table.set(tiles[begin + i], results[static_cast<std::size_t>(i)]);
+  }
+}
+
+}  // namespace
+
+SoVolumeMask::State::Transaction& SoVolumeMask::State::openTransaction() {
+  if (!transaction) throw McException("A mask can be changed only inside an editing transaction.");
+  return *transaction;
+}
+
+SoVolumeMask::State::Transaction& SoVolumeMask::State::openTransaction(int id) {
+  if (!transaction || transaction->id != id)
+    throw McException("There is no open editing transaction with the number " + std::to_string(id) + ".");
+  return *transaction;
+}
+
+int SoVolumeMask::beginTransaction() {
+  if (state_->transaction)
+    throw McException("The editing transaction with the number " + std::to_string(state_->transaction->id) +
+                      " is still open.");
+  state_->lastTransactionId =
+      state_->lastTransactionId == std::numeric_limits<int>::max() ? 1 : state_->lastTransactionId + 1;
+  state_->transaction.emplace(State::Transaction{state_->lastTransactionId, TileTableEditor(*state_->table())});
+  return state_->lastTransactionId;
+}
+
+void SoVolumeMask::endTransaction(int id) {
+  State::Transaction& transaction = state_->openTransaction(id);
+  if (transaction.edited) {
+    state_->content.store(transaction.table.publish());
+    state_->unsavedEdits = true;
+  }
+  state_->transaction.reset();
+}
+
+void SoVolumeMask::abortTransaction(int id) {
+  state_->openTransaction(id);
+  state_->transaction.reset();
+}
+
+void SoVolumeMask::fillBox(const SbBox3i32& box, double value) {
+  State::Transaction& transaction = state_->openTransaction();
+  TileTableEditor& table = transaction.table;
+  hxvoxora::detail::requireInside(box, table.grid());
+  const bool set = value != 0;
+  if (box == table.grid().box()) {
+    table.setRange(0, table.grid().tileCount(), TileSlot::constant(set));
+  } else {
+    editTiles(table, box, Unchanged::CountsAsWritten,
+              [set](const TileEdit& edit, const TileSlot& old) { return mapTile(edit, old, set, set); });
+  }
+  transaction.edited = true;
+}
+
+void SoVolumeMask::replaceBox(const SbBox3i32& box, const SoCpuBufferBitSet* bits) {
+  State::Transaction& transaction = state_->openTransaction();
+  if (!bits) throw McException("A box cannot be replaced without a buffer.");
+  hxvoxora::detail::requireRoom(box, transaction.table.grid(), bits->getByteSize());
+  const BitLayout layout = BitLayout::packed(box);
+  editTiles(transaction.table, box, Unchanged::CountsAsWritten,
+            [&](const TileEdit& edit, const TileSlot& old) { return replaceInTile(edit, old, bits->bytes(), layout); });
+  transaction.edited = true;
+}
+
+void SoVolumeMask::combineBox(const SbBox3i32& box, const SoVolumeMask& other, TruthTable f) {
+  State::Transaction& transaction = state_->openTransaction();
+  hxvoxora::detail::requireInside(box, transaction.table.grid());
+  const bool withItself = &other == this;
+  const Ref<const TileTable> content = other.state_->table();
+  hxvoxora::detail::requireInside(box, content->grid());
+  editTiles(transaction.table, box, Unchanged::StaysAsItIs, [&](const TileEdit& edit, const TileSlot& old) {
+    return combineTile(edit, old, withItself ? old : contentFrom(*content, edit), f);
+  });
+  transaction.edited = true;
+}
+
+void SoVolumeMask::invertBox(const SbBox3i32& box) {
+  State::Transaction& transaction = state_->openTransaction();
+  hxvoxora::detail::requireInside(box, transaction.table.grid());
+  editTiles(transaction.table, box, Unchanged::StaysAsItIs,
+            [](const TileEdit& edit, const TileSlot& old) { return mapTile(edit, old, true, false); });
+  transaction.edited = true;
+}

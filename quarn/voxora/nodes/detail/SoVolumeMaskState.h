@@ -1,0 +1,45 @@
+#pragma once
+
+#include <atomic>
+#include <optional>
+#include <string>
+
+#include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "quarn/voxora/readers/SoLDMReader.h"
+#include "quarn/voxora/tiles/detail/AtomicRef.h"
+#include "quarn/voxora/tiles/detail/TileTable.h"
+#include "quarn/voxora/tiles/detail/TileTableEditor.h"
+
+/// What a mask node is made of. Readers touch `content` only.
+struct SoVolumeMask::State {
+  /// Edits that nobody else can see yet.
+  struct Transaction {
+    int id;
+    hxvoxora::detail::TileTableEditor table;
+    bool edited = false;
+  };
+
+  explicit State(hxvoxora::FileSystem& files);
+
+  hxvoxora::Ref<const hxvoxora::detail::TileTable> table() const { return content.load(); }
+
+  /// The open transaction; McException when there is none.
+  Transaction& openTransaction();
+
+  /// The open transaction when it has this number, else McException.
+  Transaction& openTransaction(int id);
+
+  /// Starts anew with this content: no transaction, no unsaved edits.
+  void reset(hxvoxora::Ref<const hxvoxora::detail::TileTable> table, const std::string& path,
+             hxvoxora::Ref<SoLDMReader> newReader);
+
+  hxvoxora::FileSystem& fileSystem;
+  hxvoxora::detail::AtomicRef<const hxvoxora::detail::TileTable> content;
+  std::atomic<bool> unsavedEdits = false;
+  std::optional<Transaction> transaction;
+  int lastTransactionId = 0;
+  std::string fileName;
+  std::string fileError;
+  hxvoxora::Ref<SoLDMReader> reader;
+};

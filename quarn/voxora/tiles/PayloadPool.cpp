@@ -1,0 +1,140 @@
+#include "quarn/voxora/tiles/detail/PayloadPool.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdlib>
+#include <new>
+#include <sys/mman.h>
+
+#include "quarn/voxora/tiles/detail/PayloadPool.h"
+
+namespace hxvoxora {
+
+namespace {
+
+constexpr std::size_t slabBytes = std::size_t{1} << 21;
+constexpr std::size_t smallestPayload = 256;
+constexpr int sizeCount = 14;  // 256 bytes to 2 MiB
+
+/// Unused slabs are kept up to this amount, or up to what is in use when that is more.
+constexpr std::size_t keptBytes = std::size_t{64} << 20;
+
+struct FreeMemory {
+  void operator()(std::byte* memory) const { std::free(memory); }
+};
+
+using SlabMemory = std::unique_ptr<std::byte, FreeMemory>;
+
+SlabMemory allocateSlab() {
+  SlabMemory memory(static_cast<std::byte*>(std::aligned_alloc(slabBytes, slabBytes)));
+  if (!memory) throw std::bad_alloc();
+  ::madvise(memory.get(), slabBytes, MADV_HUGEPAGE);  // a wish; all is well without
+  return memory;
+}
+
+std::array<PayloadPool*, sizeCount> makePools() {
+  std::array<PayloadPool*, sizeCount> pools{};
+  for (int i = 0; i < sizeCount; ++i) pools[i] = new PayloadPool(smallestPayload << i);
+  return pools;
+}
+
+/// Never destroyed: payloads may come back while the process ends.
+const std::array<PayloadPool*, sizeCount>& allPools() {
+  static const std::array<PayloadPool*, sizeCount> pools = makePools();
+  return pools;
+}
+
+}  // namespace
+
+struct PayloadPool::Slab {
+  PayloadPool* pool = nullptr;
+  SlabMemory memory;
+  std::unique_ptr<TilePayload[]> payloads;
+  std::vector<TilePayload*> free;
+  std::size_t payloadCount = 0;
+};
+
+PayloadPool::PayloadPool(std::size_t byteSize) : byteSize_(byteSize) {}
+
+PayloadPool::~PayloadPool() = default;
+
+PayloadPool& PayloadPool::ofSize(std::size_t byteSize) {
+  return *allPools().at(static_cast<std::size_t>(std::countr_zero(byteSize / smallestPayload)));
+}
+
+PayloadStatistics PayloadPool::totals() {
+  PayloadStatistics sum;
+  for (PayloadPool* pool : allPools()) {
+    const std::lock_guard lock(pool->mutex_);
+    sum.payloadsInUse += pool->inUse_;
+    sum.bytesInUse += pool->inUse_ * pool->byteSize_;
+    sum.bytesReserved += pool->slabs_.size() * slabBytes;
+    sum.payloadsHandedOut += pool->handedOut_;
+  }
+  return sum;
+}
+
+TilePayload* PayloadPool::take() {
+  const std::lock_guard lock(mutex_);
+  Slab& slab = slabWithRoom();
+  TilePayload* payload = slab.free.back();
+  slab.free.pop_back();
+  if (slab.free.empty()) partlyUsed_.pop_back();
+  ++inUse_;
+  ++handedOut_;
+  return payload;
+}
+
+/// The last slab of partlyUsed_, which is made to be there.
+PayloadPool::Slab& PayloadPool::slabWithRoom() {
+  if (!partlyUsed_.empty()) return *partlyUsed_.back();
+  if (!unused_.empty()) {
+    partlyUsed_.push_back(unused_.back());
+    unused_.pop_back();
+    return *partlyUsed_.back();
+  }
+  auto slab = std::make_unique<Slab>();
+  slab->pool = this;
+  slab->memory = allocateSlab();
+  slab->payloadCount = slabBytes / byteSize_;
+  slab->payloads.reset(new TilePayload[slab->payloadCount]);
+  slab->free.reserve(slab->payloadCount);
+  for (std::size_t i = slab->payloadCount; i-- > 0;) {
+    TilePayload& payload = slab->payloads[i];
+    payload.bits_ = slab->memory.get() + i * byteSize_;
+    payload.byteSize_ = byteSize_;
+    payload.slab_ = slab.get();
+    slab->free.push_back(&payload);
+  }
+  // Room for every slab in either list, so that giving back never allocates.
+  partlyUsed_.reserve(slabs_.size() + 1);
+  unused_.reserve(slabs_.size() + 1);
+  slabs_.push_back(std::move(slab));
+  partlyUsed_.push_back(slabs_.back().get());
+  return *partlyUsed_.back();
+}
+
+void PayloadPool::giveBack(TilePayload* payload) noexcept {
+  auto& slab = *static_cast<Slab*>(payload->slab_);
+  const std::lock_guard lock(slab.pool->mutex_);
+  slab.pool->putBack(payload, slab);
+}
+
+void PayloadPool::putBack(TilePayload* payload, Slab& slab) noexcept {
+  --inUse_;
+  if (slab.free.empty()) partlyUsed_.push_back(&slab);
+  slab.free.push_back(payload);
+  if (slab.free.size() < slab.payloadCount) return;
+  std::erase(partlyUsed_, &slab);
+  unused_.push_back(&slab);
+  while (unused_.size() * slabBytes > std::max(keptBytes, inUse_ * byteSize_)) releaseSpareSlab();
+}
+
+void PayloadPool::releaseSpareSlab() noexcept {
+  const Slab* spare = unused_.front();
+  unused_.erase(unused_.begin());
+  std::erase_if(slabs_, [spare](const std::unique_ptr<Slab>& slab) { return slab.get() == spare; });
+}
+
+}  // namespace hxvoxora

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "quarn/voxora/tiles/TilePayload.h"
+
+namespace hxvoxora {
+
+/// Payloads of one size, carved from slabs of 2 MiB and used again and again: the first touch of fresh pages costs many
+/// times what is done with the bits afterwards. All operations are safe from any thread.
+class PayloadPool {
+public:
+  /// The pool of a size, a power of two from 256 bytes to 2 MiB. Pools live as long as the process.
+  static PayloadPool& ofSize(std::size_t byteSize);
+
+  static PayloadStatistics totals();
+
+  explicit PayloadPool(std::size_t byteSize);
+  ~PayloadPool();
+
+  /// A payload without references.
+  TilePayload* take();
+
+  /// Takes a payload back into the slab it is from.
+  static void giveBack(TilePayload* payload) noexcept;
+
+private:
+  struct Slab;
+
+  Slab& slabWithRoom();
+  void putBack(TilePayload* payload, Slab& slab) noexcept;
+  void releaseSpareSlab() noexcept;
+
+  const std::size_t byteSize_;
+  std::mutex mutex_;
+  std::vector<std::unique_ptr<Slab>> slabs_;
+  std::vector<Slab*> partlyUsed_;  // with free payloads and used ones
+  std::vector<Slab*> unused_;      // with free payloads only
+  std::size_t inUse_ = 0;
+  std::size_t handedOut_ = 0;
+};
+
+}  // namespace hxvoxora

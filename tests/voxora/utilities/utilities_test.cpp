@@ -1,0 +1,49 @@
+#include "quarn/voxora/utilities/utilities.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sstream>
+
+#include "quarn/base/McException.h"
+#include "tests/voxora/nodes/maskSupport.h"
+
+namespace {
+
+namespace utilities = hxvoxora::utilities;
+using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
+
+TEST(LdmUtilities, TileSizeIsThePreferenceWhateverTheVolume) {
+  ASSERT_EQ(utilities::getDefaultTileSize(), 64);
+  EXPECT_EQ(utilities::computeLDMTileSize(McDim3l(5, 5, 5)), SbVec3i32(64, 64, 64));
+  utilities::setDefaultTileSize(128);
+  EXPECT_EQ(utilities::computeLDMTileSize(McDim3l(4096, 1, 70)), SbVec3i32(128, 128, 128));
+  for (const int wrong : {0, -64, 16, 100, 512})
+    EXPECT_THAT([&] { utilities::setDefaultTileSize(wrong); },
+                ThrowsMessage<McException>(HasSubstr(std::to_string(wrong))));
+  EXPECT_EQ(utilities::getDefaultTileSize(), 128);
+  utilities::setDefaultTileSize(64);
+}
+
+TEST(LdmUtilities, ResourceParametersTellTheNode) {
+  const auto mask = makeMask({70, 20, 9});
+  fill(*mask, {{0, 0, 0}, {40, 7, 7}}, true);
+  std::ostringstream out;
+  utilities::outputLDMResourceParameters(mask.get(), out);
+  EXPECT_THAT(out.str(), HasSubstr("file: in memory\n"));
+  EXPECT_THAT(out.str(), HasSubstr("dimensions: 70 x 20 x 9\n"));
+  EXPECT_THAT(out.str(), HasSubstr("tile dimensions: 32 x 8 x 8\n"));
+  EXPECT_THAT(out.str(), HasSubstr("\ntiles: 18\n"));
+  EXPECT_THAT(out.str(), HasSubstr("written tiles: 2\n"));
+  EXPECT_THAT(out.str(), HasSubstr("tiles with all voxels set: 1\n"));
+  EXPECT_THAT(out.str(), HasSubstr("tiles with voxels of both values: 1\n"));
+  EXPECT_THAT(out.str(), HasSubstr("unsaved edits: yes\n"));
+}
+
+TEST(LdmUtilities, ResourceParametersOfNoVolume) {
+  std::ostringstream out;
+  utilities::outputLDMResourceParameters(nullptr, out);
+  EXPECT_EQ(out.str(), "no volume\n");
+}
+
+}  // namespace
