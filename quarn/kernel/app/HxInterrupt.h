@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+
+#include "quarn/kernel/export.h"
+
+/// The user's wish to stop (Ctrl-C).
+///
+/// The first wish sets a flag, which progress displays show to long operations, and makes the running script fail with
+/// the error "interrupted" at its next command; a script may catch that and go on. The second one during the same
+/// script ends it in a way that it cannot catch. The third ends the process as the signal would have.
+class QUARN_KERNEL_API HxInterrupt {
+public:
+  /// Takes over SIGINT for the rest of the process. Does it once.
+  static void install();
+
+  /// A wish, as from the keyboard. Any thread.
+  static void request();
+  /// True from a wish until it is answered. Any thread.
+  static bool isRequested();
+  /// The wish has been heard; the number of wishes goes on counting.
+  static void answer();
+  /// Nothing runs any more that a wish could be meant for: forgets all of them.
+  static void clear();
+
+  /// Is told of each wish with their number since the last clear(), on a thread of its own once install() was called,
+  /// else on the thread of request(). Set it before install().
+  static void setListener(std::function<void(int wishes)> listener);
+
+  /// A file descriptor that becomes readable with every wish, for loops that wait for input; -1 before install().
+  static int descriptor();
+  /// Empties the descriptor.
+  static void drain();
+};

@@ -1,0 +1,3 @@
+#include "quarn/kernel/app/HxMessageSink.h"
+
+HxMessageSink::~HxMessageSink() = default;

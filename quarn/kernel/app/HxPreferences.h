@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include "quarn/kernel/export.h"
+
+/// The preferences. They live as long as the process; every reader asks anew, so a change counts from its next
+/// question.
+///
+/// Keys are texts as shown to the user, sections parted by " > "; case and blanks around ">" do not matter.
+class QUARN_KERNEL_API HxPreferences {
+public:
+  /// Base directory of the temporary storage ("Temporary Directory"). Unless it was set it is quarn-<uid> in the
+  /// system's folder for temporary files: made on the first question, with mode 0700; when a folder of that name
+  /// belongs to somebody else or is a link, a fresh private one is made and used instead.
+  QString getTemporaryDirectory() const;
+  /// Takes any text but the empty one; whether the folder can be written shows when it is used. Throws McException.
+  void setTemporaryDirectory(const QString& directory);
+
+  /// Edge length of the tiles of new volumes, in voxels ("LDA > Tile Size"): 32, 64, 128 or 256.
+  int getTileSize() const;
+  /// Also tells the tiled volumes. Throws McException for any other number.
+  void setTileSize(int voxels);
+
+  /// All keys, in the order of the table.
+  static QStringList keys();
+  /// Value of a preference as text. Throws McException for an unknown key.
+  QString get(const QString& key) const;
+  /// Sets a preference from a text. Throws McException for an unknown key or a refused value; nothing is changed then.
+  void set(const QString& key, const QString& value);
+
+private:
+  QString temporaryDirectory_;  ///< empty: not set
+};

@@ -1,0 +1,191 @@
+#include "quarn/kernel/io/HxFileTypes.h"
+
+#include <QDir>
+#include <algorithm>
+
+#include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxFileHelpers.h"
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/io/QuarnMesh.h"
+#include "quarn/kernel/objects/HxData.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
+
+namespace {
+
+const QString parameterFileSuffix = QStringLiteral(".qm");
+
+std::string excerpt(const QString& text) {
+  return McException::excerpt(text.toStdString());
+}
+
+bool endsIn(const QString& file, const QString& suffix) {
+  return file.endsWith(suffix, Qt::CaseInsensitive);
+}
+
+/// Notes what enters the pool while it lives.
+class ArrivalRecorder : public HxObjectPoolListener {
+public:
+  ArrivalRecorder() { HxObjectPool::instance().addListener(this); }
+  ~ArrivalRecorder() override { HxObjectPool::instance().removeListener(this); }
+
+  void objectAdded(HxObject* object) override { objects_.push_back(object); }
+  void objectAboutToBeRemoved(HxObject* object) override { std::erase(objects_, object); }
+
+  QStringList names() const {
+    QStringList names;
+    for (const HxObject* object : objects_) names.append(object->getName());
+    return names;
+  }
+  /// Gives a single arrival the name that the user asked for; readers of parameter files know nothing of it.
+  void rename(const QString& name) {
+    if (name.isEmpty() || objects_.size() != 1 || objects_.front()->getName() == name) return;
+    HxObjectPool::instance().rename(objects_.front(), name);
+    objects_.front()->setLabel(name);
+  }
+  /// Takes everything out of the pool again, the newest first.
+  void undo() {
+    while (!objects_.empty()) HxObjectPool::instance().remove(objects_.back());
+  }
+
+private:
+  std::vector<HxObject*> objects_;
+};
+
+}  // namespace
+
+HxFileTypes& HxFileTypes::instance() {
+  static HxFileTypes types;
+  return types;
+}
+
+void HxFileTypes::registerReader(const QString& label, const QStringList& suffixes, HxFileReader reader) {
+  for (const QString& suffix : suffixes)
+    if (this->suffixes().contains(suffix, Qt::CaseInsensitive))
+      throw McException("file type \"" + excerpt(label) + "\": " + excerpt(suffix) + " files have a reader already");
+  readers_.push_back({label, suffixes, std::move(reader)});
+}
+
+void HxFileTypes::unregisterReader(const QString& label) {
+  std::erase_if(readers_, [&](const ReaderEntry& entry) { return entry.label == label; });
+}
+
+void HxFileTypes::registerQuarnMeshReader(const QString& contentType, const QString& suffix, HxQuarnMeshReader reader) {
+  for (const MeshEntry& entry : meshReaders_)
+    if (entry.contentType == contentType)
+      throw McException("content type \"" + excerpt(contentType) + "\" has a reader already");
+  meshReaders_.push_back({contentType, suffix, std::move(reader)});
+}
+
+void HxFileTypes::unregisterQuarnMeshReader(const QString& contentType) {
+  std::erase_if(meshReaders_, [&](const MeshEntry& entry) { return entry.contentType == contentType; });
+}
+
+void HxFileTypes::registerSaver(const QString& className, const QString& format, const QString& suffix,
+                                HxFileSaver saver) {
+  for (const HxSaverEntry& entry : savers_)
+    if (entry.className == className && entry.format == format)
+      throw McException("class " + excerpt(className) + " can be saved as \"" + excerpt(format) + "\" already");
+  savers_.push_back({className, format, suffix, std::move(saver)});
+}
+
+void HxFileTypes::unregisterSaver(const QString& className, const QString& format) {
+  std::erase_if(savers_, [&](const HxSaverEntry& e) { return e.className == className && e.format == format; });
+}
+
+QStringList HxFileTypes::load(const QString& file, const HxLoadOptions& options) {
+  HxFileHelpers::requireReadable(file);
+  const HxFileReader read = readerFor(file);
+  const HxMessage::Mark before = HxMessage::mark();
+  ArrivalRecorder arrivals;
+  try {
+    if (read(file, options)) {
+      arrivals.rename(options.name);
+      return arrivals.names();
+    }
+  } catch (...) {
+    arrivals.undo();
+    throw;
+  }
+  arrivals.undo();
+  const std::optional<std::string> said = HxMessage::newestSince(before);
+  throw McException(excerpt(file) + ": cannot be loaded" + (said ? ": " + *said : ""));
+}
+
+/// The reader with the longest suffix that the name ends in.
+HxFileReader HxFileTypes::readerFor(const QString& file) {
+  const ReaderEntry* best = nullptr;
+  qsizetype bestLength = 0;
+  for (const ReaderEntry& entry : readers_)
+    for (const QString& suffix : entry.suffixes)
+      if (endsIn(file, suffix) && suffix.size() > bestLength) {
+        best = &entry;
+        bestLength = suffix.size();
+      }
+  if (best) return best->read;
+  const bool isParameterFile =
+      endsIn(file, parameterFileSuffix) ||
+      std::ranges::any_of(meshReaders_, [&](const MeshEntry& entry) { return endsIn(file, entry.suffix); });
+  if (isParameterFile) {
+    return [this](const QString& name, const HxLoadOptions& options) {
+      if (!options.labels.isEmpty() || !options.kind.isEmpty() || !options.values.empty())
+        throw McException(excerpt(name) + ": -labels, -kind and -values are for images");
+      return readQuarnMesh(name);
+    };
+  }
+  throw McException(excerpt(file) +
+                    ": unknown type of file; known endings: " + suffixes().join(QStringLiteral(", ")).toStdString());
+}
+
+int HxFileTypes::readQuarnMesh(const QString& file) {
+  const std::unique_ptr<QuarnMesh> mesh = QuarnMesh::read(file);
+  QString contentType;
+  if (!mesh->parameters.findString("ContentType", contentType))
+    throw McException(excerpt(file) + ": the text \"ContentType\" is missing");
+  for (const MeshEntry& entry : meshReaders_)
+    if (entry.contentType == contentType) return HxQuarnMeshReader(entry.read)(mesh.get(), file.toUtf8().constData());
+  throw McException(excerpt(file) + ": \"ContentType\": nothing loaded here can read \"" + excerpt(contentType) + "\"");
+}
+
+QStringList HxFileTypes::suffixes() const {
+  QStringList all;
+  for (const ReaderEntry& entry : readers_) all += entry.suffixes;
+  for (const MeshEntry& entry : meshReaders_) all += entry.suffix;
+  all.removeDuplicates();
+  all.sort();
+  return all;
+}
+
+std::vector<HxSaverEntry> HxFileTypes::saversFor(const HxData& data) const {
+  std::vector<HxSaverEntry> fitting;
+  for (McType type = data.getTypeId(); !type.isBad(); type = type.getParent())
+    for (const HxSaverEntry& entry : savers_)
+      if (entry.className.toStdString() == type.getName()) fitting.push_back(entry);
+  return fitting;
+}
+
+void HxFileTypes::save(HxData* data, const QString& format, const QString& file) {
+  const HxSaverEntry saver = chooseSaver(*data, format, file);
+  const bool isParameterFile = endsIn(saver.suffix, parameterFileSuffix);
+  if (isParameterFile && !endsIn(file, parameterFileSuffix))
+    throw McException(excerpt(file) + ": the name must end in " + saver.suffix.toStdString() +
+                      ", or the file could not be loaded again");
+  const HxMessage::Mark before = HxMessage::mark();
+  if (saver.save(data, file.toUtf8().constData())) return;
+  const std::optional<std::string> said = HxMessage::newestSince(before);
+  throw McException(excerpt(data->getLabel()) + ": cannot be saved as " + excerpt(file) + (said ? ": " + *said : ""));
+}
+
+HxSaverEntry HxFileTypes::chooseSaver(const HxData& data, const QString& format, const QString& file) const {
+  const std::vector<HxSaverEntry> savers = saversFor(data);
+  QStringList formats;
+  for (const HxSaverEntry& saver : savers) {
+    if (format.isEmpty() ? endsIn(file, saver.suffix) : saver.format.compare(format, Qt::CaseInsensitive) == 0)
+      return saver;
+    formats.append(saver.format);
+  }
+  if (format.isEmpty() && savers.size() == 1) return savers.front();
+  const std::string known = formats.isEmpty() ? "none" : formats.join(QStringLiteral(", ")).toStdString();
+  const std::string wanted = format.isEmpty() ? "no format fits the file name " + excerpt(file)
+                                              : "there is no format \"" + excerpt(format) + "\"";
+  throw McException(excerpt(data.getLabel()) + ": " + wanted + "; formats: " + known);
+}

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <vector>
+
+#include "quarn/kernel/export.h"
+#include "quarn/kernel/io/HxLoadOptions.h"
+
+class HxData;
+class QuarnMesh;
+
+/// Reads a file and registers what it holds with HxData::registerData(). Returns 1, or 0 after reporting why; may throw
+/// McException instead.
+using HxFileReader = std::function<int(const QString& file, const HxLoadOptions& options)>;
+/// Makes an object of a parsed parameter file; results as above.
+using HxQuarnMeshReader = std::function<int(QuarnMesh* mesh, const char* filename)>;
+/// Writes an object. Returns 1, or 0 after reporting why; may throw McException instead.
+using HxFileSaver = std::function<int(HxData* data, const char* filename)>;
+
+/// One way to save objects of a class.
+struct HxSaverEntry {
+  QString className;
+  QString format;  ///< label, unique within the class
+  QString suffix;  ///< with its dot
+  HxFileSaver save;
+};
+
+/// The table of file types. For the user-interface thread.
+class QUARN_KERNEL_API HxFileTypes {
+public:
+  static HxFileTypes& instance();
+
+  /// Registers a reader for files whose names end in one of `suffixes` (each with its dot, case does not matter). The
+  /// longest suffix that fits a name decides. Throws McException when a suffix is taken.
+  void registerReader(const QString& label, const QStringList& suffixes, HxFileReader reader);
+  void unregisterReader(const QString& label);
+
+  /// Registers a reader for parameter files whose "ContentType" is `contentType`. `suffix` (with its dot) is how such
+  /// files usually end; any name that ends so, or in ".qm", is read as a parameter file. Throws McException when the
+  /// content type is taken.
+  void registerQuarnMeshReader(const QString& contentType, const QString& suffix, HxQuarnMeshReader reader);
+  void unregisterQuarnMeshReader(const QString& contentType);
+
+  /// Registers a way to save objects of a class and of classes derived from it. Throws McException when the class has
+  /// this format already.
+  void registerSaver(const QString& className, const QString& format, const QString& suffix, HxFileSaver saver);
+  void unregisterSaver(const QString& className, const QString& format);
+
+  /// Loads a file by its reader: names of the objects that it registered, in that order. Throws McException naming the
+  /// file when it is missing, a directory, of unknown type, or when its reader fails; what a failing reader had
+  /// registered is taken out of the pool again.
+  QStringList load(const QString& file, const HxLoadOptions& options = {});
+
+  /// All file name endings that can be loaded, sorted.
+  QStringList suffixes() const;
+
+  /// The ways to save an object, those of its own class before its parents'.
+  std::vector<HxSaverEntry> saversFor(const HxData& data) const;
+  /// Saves an object in a format (case does not matter); an empty format means the first whose suffix the file name
+  /// ends in, else the only one. Throws McException naming object, format and file when there is no such format or the
+  /// saver fails.
+  void save(HxData* data, const QString& format, const QString& file);
+
+private:
+  HxFileTypes() = default;
+  int readQuarnMesh(const QString& file);
+  HxFileReader readerFor(const QString& file);
+  HxSaverEntry chooseSaver(const HxData& data, const QString& format, const QString& file) const;
+
+  struct ReaderEntry {
+    QString label;
+    QStringList suffixes;
+    HxFileReader read;
+  };
+  struct MeshEntry {
+    QString contentType;
+    QString suffix;
+    HxQuarnMeshReader read;
+  };
+  std::vector<ReaderEntry> readers_;
+  std::vector<MeshEntry> meshReaders_;
+  std::vector<HxSaverEntry> savers_;
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "quarn/kernel/export.h"
+
+/// What the user said about a file to be loaded, beyond its name.
+struct QUARN_KERNEL_API HxLoadOptions {
+  QString name;                             ///< name for the object; empty: made from the file name
+  QString labels;                           ///< text file with label names; empty: none
+  QString kind;                             ///< "", "scalar" or "label"
+  std::vector<std::pair<int, int>> values;  ///< label values wanted, as inclusive ranges; empty: all
+
+  /// True when `values` admits `value`.
+  bool admits(int value) const;
+
+  /// Reads ranges such as "1-90,95,-3--1". Throws McException naming the bad part.
+  static std::vector<std::pair<int, int>> parseRanges(const QString& text);
+};

@@ -1,0 +1,40 @@
+#include "quarn/kernel/io/QuarnMesh.h"
+
+#include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxFileHelpers.h"
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/io/detail/QuarnMeshParser.h"
+#include "quarn/kernel/io/detail/QuarnMeshText.h"
+#include "quarn/kernel/io/detail/QuarnMeshWriter.h"
+
+int QuarnMesh::write(const char* filename, int format, const void* extra, bool flagA, bool flagB) const {
+  try {
+    const QString file = QString::fromUtf8(filename);
+    if (format != TEXT || extra)
+      throw McException(McException::excerpt(file.toStdString()) + ": format " + std::to_string(format) +
+                        " is not known");
+    HxFileHelpers::replaceFile(file, toText(flagA, flagB));
+    return 1;
+  } catch (const std::exception& error) {
+    HxMessage::printf("%s", error.what());
+    return 0;
+  }
+}
+
+QByteArray QuarnMesh::toText(bool flagA, bool flagB) const {
+  const int flavour = flagA ? 0 : flagB ? 2 : 1;
+  return quarn::detail::quarnMeshText(parameters, quarn::detail::mesh::flavours[flavour]);
+}
+
+std::unique_ptr<QuarnMesh> QuarnMesh::read(const QString& filename) {
+  return parse(HxFileHelpers::readFile(filename, MAX_BYTES), filename);
+}
+
+std::unique_ptr<QuarnMesh> QuarnMesh::parse(const QByteArray& text, const QString& name) {
+  if (text.size() > MAX_BYTES)
+    throw McException(McException::excerpt(name.toStdString()) + ": is too long: more than " +
+                      std::to_string(MAX_BYTES) + " bytes");
+  auto mesh = std::make_unique<QuarnMesh>();
+  quarn::detail::QuarnMeshParser(text, name, MAX_DEPTH).parseInto(mesh->parameters);
+  return mesh;
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <map>
+
+#include "quarn/kernel/export.h"
+#include "quarn/kernel/objects/HxObject.h"
+#include "quarn/kernel/objects/HxResultSlot.h"
+#include "quarn/kernel/ports/HxConnection.h"
+
+/// A module: takes the object at "data", does its work in compute(), and hands on results.
+class QUARN_KERNEL_API HxCompModule : public HxObject {
+public:
+  MC_CLASS_DECL(HxCompModule)
+
+  /// The object in a slot, or null.
+  HxData* resultObject(int slot = 0) const override;
+  /// The slot, or null when nothing was ever put there.
+  const HxResultSlot* findResultSlot(int slot) const;
+
+  /// Puts `data` into slot 0: connects its master to this module, touches it with `flags`, notes its touch time, and
+  /// has it evaluated, at once or in the evaluation of this module that is under way. When the module is in the pool
+  /// the result goes there, too, named after its label or else after the input. A former result of the slot is let go
+  /// but stays in the pool. Null empties the slot.
+  void setResult(HxData* data, unsigned int flags = 0xFFFFFFFFu) { setResult(0, data, flags); }
+  void setResult(int slot, HxData* data, unsigned int flags = 0xFFFFFFFFu);
+
+  /// The input.
+  HxConnection dataConnection;
+
+protected:
+  /// `dataType` is what "data" accepts, as an object's class or as an interface; further types may be added to the
+  /// port.
+  explicit HxCompModule(McType dataType);
+  ~HxCompModule() override;
+
+private:
+  friend class HxObjectPool;
+
+  /// Empties the slots that hold `data`.
+  void dropResult(const HxData* data);
+  QString resultName(const HxData& data) const;
+
+  std::map<int, HxResultSlot> slots_;
+};

@@ -1,0 +1,117 @@
+#include "quarn/kernel/objects/HxData.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <algorithm>
+
+#include "quarn/base/McBox3f.h"
+#include "quarn/kernel/objects/HxEditor.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
+
+MC_ABSTRACT_CLASS_IMPL(HxData, HxObject)
+
+namespace {
+
+std::uint32_t nextTouchTime() {
+  // The highest value means "no object" to those who remember touch times.
+  constexpr std::uint32_t kReserved = 0xFFFFFFFFu;
+  static std::atomic<std::uint32_t> counter{0};
+  std::uint32_t time = ++counter;
+  while (time == kReserved) time = ++counter;
+  return time;
+}
+
+/// Words as a script line in which each of them is one word whatever it holds.
+std::string scriptLine(const std::vector<std::string>& words) {
+  std::vector<const char*> argv;
+  for (const std::string& word : words) argv.push_back(word.c_str());
+  char* merged = Tcl_Merge(static_cast<int>(argv.size()), argv.data());
+  std::string line(merged);
+  Tcl_Free(merged);
+  return line + "\n";
+}
+
+/// `file` as seen from `directory` when it lies below it.
+QString fileSeenFrom(const char* directory, const QString& file) {
+  if (!directory || !*directory) return file;
+  const QString relative = QDir(QString::fromLocal8Bit(directory)).relativeFilePath(file);
+  return relative.startsWith("..") ? file : relative;
+}
+
+}  // namespace
+
+HxData::HxData() : baseConnection(this, "master", "Master", HxObject::getClassTypeId()), touchTime_(nextTouchTime()) {
+  baseConnection.hide();
+}
+
+HxData::~HxData() {
+  if (editor_) editor_->data_ = nullptr;
+}
+
+void HxData::registerData(HxData* data, const QString& name) {
+  const QString fileName = QFileInfo(name).fileName();
+  HxObjectPool::instance().add(data, fileName.isEmpty() ? name : fileName);
+}
+
+void HxData::touch(unsigned int flags) {
+  mark(flags);
+  const std::uint32_t time = nextTouchTime();
+  // Of several threads the one with the latest time wins, also across the end of the counter.
+  const auto isLater = [time](std::uint32_t former) { return static_cast<std::int32_t>(time - former) > 0; };
+  std::uint32_t former = touchTime_.load(std::memory_order_acquire);
+  while (isLater(former) && !touchTime_.compare_exchange_weak(former, time, std::memory_order_acq_rel)) {
+  }
+}
+
+void HxData::mark(unsigned int flags) {
+  HxObject::touch(flags);
+  uncounted_.fetch_or(flags, std::memory_order_acq_rel);
+}
+
+void HxData::setModified(unsigned int flags) {
+  if (flags == 0) uncounted_.store(0, std::memory_order_release);
+  modified_ = flags != 0;
+}
+
+bool HxData::isModified() {
+  countTouches();
+  return modified_;
+}
+
+void HxData::countTouches() {
+  if (const unsigned int flags = uncounted_.exchange(0, std::memory_order_acq_rel)) setModified(flags);
+}
+
+void HxData::evaluated() {
+  countTouches();
+}
+
+void HxData::getBoundingBox(float box[6]) {
+  const McBox3f empty;
+  std::copy_n(empty.data(), 6, box);
+}
+
+void HxData::setEditor(HxEditor* editor) {
+  if (editor == editor_) return;
+  const McHandle<HxEditor> former = editor_;
+  if (former) former->data_ = nullptr;
+  if (editor && editor->data_) editor->data_->setEditor(nullptr);
+  editor_ = editor;
+  if (editor) editor->data_ = this;
+  onEditorChanged();
+}
+
+QString HxData::creationScript(const char* directory) {
+  const std::string name = getName().toStdString();
+  if (!loadFile_.isEmpty()) {
+    return QString::fromStdString(scriptLine({"load", fileSeenFrom(directory, loadFile_).toStdString(), "-as", name}));
+  }
+  QString script;
+  HxObject* master = baseConnection.source();
+  if (master && master->canCreateData(this, script)) return script;
+  return QString::fromStdString(scriptLine({"create", getTypeId().getName(), name}));
+}
+
+void HxData::saveCreation(std::FILE* file, const char* directory, unsigned int) {
+  if (file) std::fputs(creationScript(directory).toUtf8().constData(), file);
+}

@@ -1,0 +1,41 @@
+#include "quarn/kernel/fields/HxColormap.h"
+#include "quarn/kernel/fields/HxTable.h"
+#include "quarn/kernel/fields/HxUniformLabelField3.h"
+#include "quarn/kernel/fields/HxVolumeData.h"
+#include "quarn/kernel/io/HxFileTypes.h"
+#include "quarn/kernel/objects/HxCompModule.h"
+#include "quarn/kernel/objects/HxEditor.h"
+#include "quarn/kernel/objects/HxInterfaceFactory.h"
+#include "quarn/kernel/ports/HxConnection.h"
+#include "quarn/kernel/ports/HxPortDoIt.h"
+#include "quarn/kernel/ports/HxPortRadioBox.h"
+#include "quarn/kernel/ports/HxPortSeparator.h"
+
+/// \file
+/// Registers the classes of this library when it is loaded, so that they are known before anything else runs. Classes
+/// register their parents themselves.
+
+namespace {
+
+int saveTable(HxData* data, const char* filename) {
+  static_cast<HxTable*>(data)->saveCsv(QString::fromUtf8(filename));
+  return 1;
+}
+
+[[maybe_unused]] const bool registered = [] {
+  HxCompModule::initClass();
+  HxEditor::initClass();
+  HxColormap::initClass();
+  HxTable::initClass();
+  HxUniformLabelField3::initClass();
+  HxVolumeData::initClass();
+  HxInterfaceFactory::initClass();
+  HxConnection::initClass();
+  HxPortDoIt::initClass();
+  HxPortRadioBox::initClass();
+  HxPortSeparator::initClass();
+  HxFileTypes::instance().registerSaver("HxTable", "CSV", ".csv", &saveTable);
+  return true;
+}();
+
+}  // namespace

@@ -1,0 +1,104 @@
+#include "quarn/kernel/ports/HxConnection.h"
+
+#include <algorithm>
+
+#include "quarn/base/McException.h"
+#include "quarn/base/McInterface.h"
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/objects/HxObject.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/ports/HxConnectionChecker.h"
+#include "quarn/kernel/script/HxCommands.h"
+
+MC_ABSTRACT_CLASS_IMPL(HxConnection, HxPort)
+
+namespace {
+
+constexpr unsigned int kConnectionChanged = 1;
+constexpr unsigned int kContentChanged = 8;
+
+bool offers(const HxObject& object, McType type) {
+  const auto& interfaces = object.interfaces();
+  return object.getTypeId().isDerivedFrom(type) ||
+         std::any_of(interfaces.begin(), interfaces.end(),
+                     [type](const McInterface* interface) { return interface->getTypeId().isDerivedFrom(type); });
+}
+
+}  // namespace
+
+HxConnection::HxConnection(HxObject* owner, const QString& name, const QString& label, McType acceptedType)
+    : HxPort(owner, name, label), acceptedTypes_{acceptedType} {}
+
+HxConnection::~HxConnection() {
+  if (source_) std::erase(source_->downstream_, this);
+}
+
+bool HxConnection::accepts(const HxObject* source) const {
+  return source && std::any_of(acceptedTypes_.begin(), acceptedTypes_.end(),
+                               [source](McType type) { return offers(*source, type); });
+}
+
+bool HxConnection::connect(HxObject* source) {
+  if (source == source_) return true;
+  if (source) {
+    if (!owner() || source == owner() || owner()->isUpstreamOf(*source)) return false;
+    if (!owner()->acceptConnection(this, source)) return false;
+    if (checker_ && !(*checker_)(source)) return false;
+  }
+  setSource(source);
+  return true;
+}
+
+void HxConnection::setSource(HxObject* source) {
+  if (source == source_) return;
+  if (source_) std::erase(source_->downstream_, this);
+  source_ = source;
+  if (source_) source_->downstream_.push_back(this);
+  touch(kConnectionChanged | kContentChanged);
+}
+
+int HxConnection::parse(Tcl_Interp* interp, int argc, char** argv) {
+  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
+  const auto run = [&](bool wellFormed, auto command) {
+    const int form = cmdHelp(interp, argv[1], wellFormed, argc, argv);
+    return form == HX_CMD_GO_ON ? command() : form;
+  };
+
+  if (cmdCheck(word, "connect", "OBJECT")) return run(argc == 3, [&] { return parseConnect(argv[2]); });
+  if (cmdCheck(word, "disconnect", "")) return run(argc == 2, [&] { return parseDisconnect(); });
+  if (cmdCheck(word, "source", "")) {
+    return run(argc == 2, [&] {
+      if (source_) Tcl_VaAppendElement(interp, "%s", qUtf8Printable(source_->getName()));
+      return TCL_OK;
+    });
+  }
+  return HxPort::parse(interp, argc, argv);
+}
+
+int HxConnection::parseConnect(const char* name) {
+  if (refusesEditing()) return TCL_ERROR;
+  HxObject* object = HxObjectPool::instance().find(name);
+  if (!object) {
+    HxMessage::printf("There is no object \"%s\".", McException::excerpt(name).c_str());
+    return TCL_ERROR;
+  }
+  if (connect(object)) return TCL_OK;
+  const QString reason = checker_ ? checker_->reason(object) : QString();
+  HxMessage::printf("\"%s\" cannot be connected to port \"%s\" of \"%s\"%s", qUtf8Printable(object->getName()),
+                    qUtf8Printable(getName()), qUtf8Printable(owner()->describe()),
+                    qUtf8Printable(reason.isEmpty() ? "." : ": " + reason));
+  return TCL_ERROR;
+}
+
+int HxConnection::parseDisconnect() {
+  if (refusesEditing()) return TCL_ERROR;
+  disconnect();
+  return TCL_OK;
+}
+
+bool HxConnection::refusesEditing() const {
+  if (editable_) return false;
+  HxMessage::printf("Port \"%s\" of \"%s\" must not be changed now.", qUtf8Printable(getName()),
+                    qUtf8Printable(owner()->describe()));
+  return true;
+}

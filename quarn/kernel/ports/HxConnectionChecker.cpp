@@ -1,0 +1,7 @@
+#include "quarn/kernel/ports/HxConnectionChecker.h"
+
+HxConnectionChecker::~HxConnectionChecker() = default;
+
+QString HxConnectionChecker::reason(const HxObject* /*source*/) const {
+  return {};
+}

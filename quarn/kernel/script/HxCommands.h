@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QString>
+#include <tcl.h>
+#include <vector>
+
+#include "quarn/kernel/export.h"
+
+/// Helpers for the parse() functions of objects, ports and parameter bundles: recognising words, help, usage texts.
+///
+/// While an object parses its words, every command that it knows passes through cmdCheck() and so enters the list that
+/// help shows. The dispatcher gives each running object command a list of its own. For the user-interface thread.
+
+/// One registered command.
+struct HxCmdEntry {
+  QString name;
+  QString synopsis;  ///< what follows the name; may be empty
+};
+
+/// The commands that the object being parsed has registered so far, in the order of registration, each name once.
+class QUARN_KERNEL_API HxCmdInfo {
+public:
+  int size() const { return static_cast<int>(entries_.size()); }
+  const HxCmdEntry& operator[](int i) const { return entries_[static_cast<std::size_t>(i)]; }
+  void clear() { entries_.clear(); }
+  /// A name that is registered already gets the new synopsis and keeps its place.
+  void add(const QString& name, const QString& synopsis);
+
+private:
+  std::vector<HxCmdEntry> entries_;
+};
+
+/// The list of the object command that runs now; a list of its own when none runs.
+QUARN_KERNEL_API HxCmdInfo& getCmdInfo();
+
+/// What cmdHelp() answers when the command may go on.
+inline constexpr int HX_CMD_GO_ON = 4;
+
+/// Kinds of cmdError().
+enum HxCmdErrorKind : int { HX_CMD_UNKNOWN = 1, HX_CMD_WRONG_COUNT = 2, HX_CMD_WRONG_VALUE = 3 };
+
+/// Registers the command `name` with its synopsis and tells whether `word` is exactly that command (1) or not (0).
+QUARN_KERNEL_API int cmdCheck(const QString& word, const QString& name, const QString& synopsis);
+
+/// The check of a command's form. `word` is the command; argv[0] names whose command it is.
+/// - 4 (HX_CMD_GO_ON): well formed, carry on;
+/// - 0: "help" was asked, that is the only argument is the word help; the usage is on the console;
+/// - 1: malformed; the usage is on the console.
+QUARN_KERNEL_API int cmdHelp(Tcl_Interp* interp, const char* word, bool wellFormed, int argc, char** argv);
+
+/// Reports on the console what is wrong with the command `word`; kinds see HxCmdErrorKind. Returns 1.
+QUARN_KERNEL_API int cmdError(Tcl_Interp* interp, int kind, const QString& word);
+
+/// The answer to the words of a command that nothing else has claimed: lists what is registered on the console, one
+/// "usage: <argv[0]> <name> <synopsis>" per command. Asked for help (or without a word) it returns 0; any other word is
+/// called unknown and gives 1.
+QUARN_KERNEL_API int cmdUsage(Tcl_Interp* interp, int argc, char** argv);
+
+/// Appends one element to the list in the interpreter's result, formatted as by printf; the text is UTF-8.
+QUARN_KERNEL_API void Tcl_VaAppendElement(Tcl_Interp* interp, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));

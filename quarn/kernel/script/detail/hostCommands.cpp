@@ -1,0 +1,176 @@
+#include "quarn/kernel/script/detail/hostCommands.h"
+
+#include <algorithm>
+
+#include "quarn/base/McException.h"
+#include "quarn/base/McType.h"
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/app/HxFileHelpers.h"
+#include "quarn/kernel/io/HxFileTypes.h"
+#include "quarn/kernel/objects/HxData.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/ports/HxConnection.h"
+#include "quarn/kernel/script/HxInterpreter.h"
+#include "quarn/kernel/script/detail/TclText.h"
+
+namespace quarn::detail {
+namespace {
+
+std::string excerpt(const QString& text) {
+  return McException::excerpt(text.toStdString());
+}
+
+/// The names that match the pattern in the only word of a call (all without one), sorted; patterns as in `string
+/// match`.
+QStringList matching(const HxCommandCall& call, QStringList names) {
+  names.sort();
+  if (call.words().isEmpty()) return names;
+  const std::string pattern = toTcl(call.words().front());
+  names.removeIf([&](const QString& name) { return !Tcl_StringMatch(toTcl(name).c_str(), pattern.c_str()); });
+  return names;
+}
+
+// --- load
+
+void setLoadOption(HxLoadOptions& options, const QString& option, const QString& value) {
+  if (option == QLatin1String("-as")) {
+    options.name = value;
+  } else if (option == QLatin1String("-labels")) {
+    HxFileHelpers::requireReadable(value);
+    options.labels = value;
+  } else if (option == QLatin1String("-kind")) {
+    if (value != QLatin1String("scalar") && value != QLatin1String("label"))
+      throw McException("-kind: scalar or label is expected, got \"" + excerpt(value) + "\"");
+    options.kind = value;
+  } else if (option == QLatin1String("-values")) {
+    options.values = HxLoadOptions::parseRanges(value);
+  } else {
+    throw McException("unknown option \"" + excerpt(option) + "\": -as, -labels, -kind or -values is expected");
+  }
+}
+
+void load(HxCommandCall& call) {
+  const QStringList& words = call.words();
+  HxLoadOptions options;
+  for (qsizetype i = 1; i < words.size(); i += 2) {
+    if (i + 1 == words.size()) throw McException("option \"" + excerpt(words[i]) + "\" has no value");
+    setLoadOption(options, words[i], words[i + 1]);
+  }
+  call.setResult(HxFileTypes::instance().load(words.front(), options));
+}
+
+// --- objects
+
+void create(HxCommandCall& call) {
+  const QStringList& words = call.words();
+  const McHandle<HxObject> object = HxObject::create(words.front());
+  HxObjectPool::instance().add(object, words.value(1));
+  call.setResult(object->getName());
+}
+
+HxObject* requireObject(const QString& name) {
+  if (HxObject* object = HxObjectPool::instance().find(name)) return object;
+  throw McException("there is no object \"" + excerpt(name) + "\"");
+}
+
+/// Objects that hang on `object` by a tight connection go with it; unsaved ones must be named, too.
+void requireNothingLost(const HxObject& object, const std::vector<McHandle<HxObject>>& named) {
+  for (const HxConnection* connection : object.downstreamConnections()) {
+    auto* const data = dynamic_cast<HxData*>(connection->owner());
+    if (!connection->isTight() || !data || !data->isInPool() || !data->isModified()) continue;
+    if (std::find(named.begin(), named.end(), data) != named.end()) continue;
+    throw McException(toTcl(object.getName()) + ": " + toTcl(data->getName()) + " would go with it and is not saved; " +
+                      "save it, disconnect it, or name it, too");
+  }
+}
+
+void remove(HxCommandCall& call) {
+  std::vector<McHandle<HxObject>> objects;
+  for (const QString& name : call.words()) objects.push_back(requireObject(name));
+  for (const McHandle<HxObject>& object : objects) requireNothingLost(*object, objects);
+  for (const McHandle<HxObject>& object : objects) HxObjectPool::instance().remove(object);
+}
+
+void objects(HxCommandCall& call) {
+  QStringList names;
+  for (const McHandle<HxObject>& object : HxObjectPool::instance().objects()) names.append(object->getName());
+  call.setResult(matching(call, names));
+}
+
+void classes(HxCommandCall& call) {
+  QStringList names;
+  for (const McType& type : McType::types())
+    if (type.isDerivedFrom(HxObject::getClassTypeId()) && type.canCreateInstance())
+      names.append(QString::fromStdString(type.getName()));
+  call.setResult(matching(call, names));
+}
+
+// --- preferences
+
+void preferences(HxCommandCall& call) {
+  const QStringList& words = call.words();
+  HxPreferences& preferences = *HxApplication::instance()->settings()->getPreferences();
+  if (words.front() == QLatin1String("get") && words.size() == 1) {
+    call.setResult(HxPreferences::keys());
+  } else if (words.front() == QLatin1String("get") && words.size() == 2) {
+    call.setResult(preferences.get(words[1]));
+  } else if (words.front() == QLatin1String("set") && words.size() == 3) {
+    preferences.set(words[1], words[2]);
+  } else {
+    throw McException("usage: preferences get ?KEY?, preferences set KEY VALUE");
+  }
+}
+
+// --- help, exit
+
+void help(HxCommandCall& call) {
+  if (call.words().isEmpty()) {
+    for (const HxCommandRow& row : HxCommandTable::instance().rows())
+      HxMessage::printf("%s", row.synopsis().toStdString().c_str());
+    HxMessage::printf("Type \"help COMMAND\" for one of them, \"OBJECT help\" for an object.");
+    return;
+  }
+  const QString& name = call.words().front();
+  const HxCommandRow* const row = HxCommandTable::instance().find(name);
+  if (!row) throw McException("there is no command \"" + excerpt(name) + "\"");
+  HxMessage::printf("%s\n    %s", row->synopsis().toStdString().c_str(), row->help.toStdString().c_str());
+}
+
+void exit(HxCommandCall& call) {
+  int status = 0;
+  const QString word = call.words().value(0, QStringLiteral("0"));
+  bool isNumber = false;
+  status = word.toInt(&isNumber);
+  if (!isNumber || status < 0 || status > 255)
+    throw McException("exit: a status from 0 to 255 is expected, got \"" + excerpt(word) + "\"");
+  HxInterpreter::instance().requestExit(status);
+  throw McException("exit");
+}
+
+}  // namespace
+
+std::vector<HxCommandRow> hostCommands() {
+  const auto row = [](const char* name, const char* words, int minWords, int maxWords, const char* help,
+                      auto* handler) {
+    return HxCommandRow{
+        QString::fromLatin1(name), QString::fromLatin1(words), minWords, maxWords, QString::fromLatin1(help), handler};
+  };
+  return {
+      row("load", "FILE ?-as NAME? ?-labels TEXTFILE? ?-kind scalar|label? ?-values RANGES?", 1, 9,
+          "Loads a file and returns the names of its objects. -as names the object; -labels reads the names of labels "
+          "from "
+          "a text file; -kind says how an image is meant; -values keeps some label values only, as in 1-90,95.",
+          load),
+      row("create", "CLASS ?NAME?", 1, 2, "Makes an object of a class and returns its name.", create),
+      row("remove", "NAME...", 1, -1, "Removes objects. Nothing is removed when one of them does not exist.", remove),
+      row("objects", "?PATTERN?", 0, 1, "Returns the names of the objects, all or those that match, sorted.", objects),
+      row("classes", "?PATTERN?", 0, 1, "Returns the classes that create can make, all or those that match, sorted.",
+          classes),
+      row("preferences", "get ?KEY? | set KEY VALUE", 1, 3,
+          "Returns or sets a preference, for this run; get without a key returns the keys.", preferences),
+      row("help", "?COMMAND?", 0, 1, "Shows the commands, or one of them.", help),
+      row("exit", "?STATUS?", 0, 1, "Ends the program with a status from 0 to 255, 0 unless given.", exit),
+  };
+}
+
+}  // namespace quarn::detail

@@ -1,0 +1,127 @@
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/voxora/utilities/utilities.h"
+#include "tests/kernel/TemporaryFolder.h"
+#include "tests/kernel/expectMcException.h"
+
+using ::testing::HasSubstr;
+
+namespace {
+
+/// Restores the variable that says where temporary files go.
+class SystemTemporaryFolder {
+public:
+  explicit SystemTemporaryFolder(const QString& folder)
+      : former_(qgetenv("TMPDIR")), wasSet_(qEnvironmentVariableIsSet("TMPDIR")) {
+    qputenv("TMPDIR", folder.toUtf8());
+  }
+  ~SystemTemporaryFolder() {
+    if (wasSet_) {
+      qputenv("TMPDIR", former_);
+    } else {
+      qunsetenv("TMPDIR");
+    }
+  }
+
+private:
+  QByteArray former_;
+  bool wasSet_;
+};
+
+unsigned modeOf(const QString& path) {
+  struct stat status {};
+  EXPECT_EQ(0, stat(path.toUtf8().constData(), &status));
+  return status.st_mode & 0777;
+}
+
+QString ownFolderIn(const TemporaryFolder& folder) {
+  return folder.file(QStringLiteral("quarn-%1").arg(geteuid()));
+}
+
+}  // namespace
+
+TEST(Preferences, DefaultTemporaryFolderIsMadePrivate) {
+  const TemporaryFolder system;
+  const SystemTemporaryFolder variable(system.path());
+  const HxPreferences preferences;
+  EXPECT_EQ(ownFolderIn(system), preferences.getTemporaryDirectory());
+  EXPECT_EQ(0700u, modeOf(preferences.getTemporaryDirectory()));
+}
+
+TEST(Preferences, DefaultTemporaryFolderIsClosedToOthers) {
+  const TemporaryFolder system;
+  const SystemTemporaryFolder variable(system.path());
+  ASSERT_EQ(0, mkdir(ownFolderIn(system).toUtf8().constData(), 0777));
+  ASSERT_EQ(0, chmod(ownFolderIn(system).toUtf8().constData(), 0777));
+  EXPECT_EQ(0700u, modeOf(HxPreferences().getTemporaryDirectory()));
+}
+
+TEST(Preferences, PlantedLinkIsNotUsedAsTemporaryFolder) {
+  const TemporaryFolder system;
+  const TemporaryFolder elsewhere;
+  const SystemTemporaryFolder variable(system.path());
+  ASSERT_TRUE(QFile::link(elsewhere.path(), ownFolderIn(system)));
+  const QString used = HxPreferences().getTemporaryDirectory();
+  EXPECT_NE(ownFolderIn(system), used);
+  EXPECT_TRUE(used.startsWith(ownFolderIn(system) + "-")) << used.toStdString();
+  EXPECT_EQ(0700u, modeOf(used));
+  EXPECT_EQ(used, HxPreferences().getTemporaryDirectory());
+}
+
+TEST(Preferences, TemporaryFolderIsTakenAsGiven) {
+  HxPreferences preferences;
+  preferences.setTemporaryDirectory("/nowhere/at all");
+  EXPECT_EQ("/nowhere/at all", preferences.getTemporaryDirectory());
+  EXPECT_THAT(textOfException([&] { preferences.setTemporaryDirectory(QString()); }), HasSubstr("Temporary Directory"));
+}
+
+TEST(Preferences, TileSizeReachesTheTiledVolumes) {
+  HxPreferences preferences;
+  const int former = preferences.getTileSize();
+  preferences.setTileSize(128);
+  EXPECT_EQ(128, preferences.getTileSize());
+  EXPECT_EQ(128, hxvoxora::utilities::getDefaultTileSize());
+  preferences.setTileSize(former);
+}
+
+TEST(Preferences, OtherTileSizesAreRefused) {
+  HxPreferences preferences;
+  const int former = preferences.getTileSize();
+  for (const int size : {0, -64, 31, 48, 512})
+    EXPECT_THAT(textOfException([&] { preferences.setTileSize(size); }),
+                HasSubstr("\"LDA > Tile Size\": 32, 64, 128 or 256 expected, got \"" + std::to_string(size)));
+  for (const char* text : {"", "64x", "6 4", "0x40", "64.0", "99999999999999999999"})
+    EXPECT_THROW(preferences.set("LDA > Tile Size", text), McException) << text;
+  EXPECT_EQ(former, preferences.getTileSize());
+}
+
+TEST(Preferences, KeysAreFoundWhateverTheirCaseAndBlanks) {
+  HxPreferences preferences;
+  const QString former = preferences.get("LDA > Tile Size");
+  preferences.set("lda>tile  size", " 32 ");
+  EXPECT_EQ("32", preferences.get(" LDA >TILE SIZE"));
+  preferences.set("LDA > Tile Size", former);
+}
+
+TEST(Preferences, UnknownKeysAreNamed) {
+  HxPreferences preferences;
+  EXPECT_THAT(textOfException([&] { preferences.get("LDA > Colour"); }),
+              HasSubstr("there is no preference \"LDA > Colour\"; there are: LDA > Tile Size, Temporary Directory"));
+  EXPECT_THROW(preferences.set("", "x"), McException);
+}
+
+TEST(Application, IsThereWithoutAWindow) {
+  HxApplication* const application = HxApplication::instance();
+  EXPECT_EQ(application, HxApplication::instance());
+  EXPECT_EQ("quarn", application->skin()->getApplicationName());
+  EXPECT_EQ("quarn", application->skin()->getCaption("Main"));
+  EXPECT_EQ(nullptr, HxApplication::mainWidget());
+  EXPECT_NE(nullptr, HxApplication::progress());
+  EXPECT_FALSE(application->isLoadingNetwork());
+  application->setLoadingNetwork(true);
+  EXPECT_TRUE(application->isLoadingNetwork());
+  application->setLoadingNetwork(false);
+}
