@@ -1,0 +1,107 @@
+#include "quarn/formats/detail/NiftiFile.h"
+
+#include <QFileInfo>
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "quarn/formats/detail/ByteStream.h"
+#include "quarn/formats/detail/fault.h"
+
+namespace quarn::formats::detail {
+
+namespace {
+
+constexpr std::int64_t blockSize = 1024 * 1024;
+
+/// Bytes after the last voxel that are looked at before the check ends; some writers pad their files.
+constexpr std::int64_t longestTail = blockSize;
+
+/// The other half of a pair: "a.hdr" for "a.img.gz" when the ending is ".hdr" and the file exists, else the same half
+/// under the other compression.
+QString halfOfPair(const QString& file, const QString& ending) {
+  QString stem = file;
+  if (stem.endsWith(QStringLiteral(".gz"), Qt::CaseInsensitive)) stem.chop(3);
+  stem.chop(4);
+  const QString plain = stem + ending;
+  const QString compressed = plain + QStringLiteral(".gz");
+  return !QFileInfo::exists(plain) && QFileInfo::exists(compressed) ? compressed : plain;
+}
+
+bool isHalfOfPair(const QString& file) {
+  static const QStringList endings = {QStringLiteral(".hdr"), QStringLiteral(".img"), QStringLiteral(".hdr.gz"),
+                                      QStringLiteral(".img.gz")};
+  return std::any_of(endings.begin(), endings.end(),
+                     [&file](const QString& ending) { return file.endsWith(ending, Qt::CaseInsensitive); });
+}
+
+void checkNameFitsContent(const ByteStream& stream, const QString& file) {
+  if (stream.isCompressed() && !file.endsWith(QStringLiteral(".gz"), Qt::CaseInsensitive)) {
+    refuse(file, QStringLiteral("is gzip-compressed, but its name does not end in \".gz\""));
+  }
+}
+
+NiftiHeader readHeader(const QString& file) {
+  ByteStream stream(file);
+  std::array<std::byte, NiftiHeader::size> bytes;
+  const std::size_t got = stream.read(bytes);
+  checkNameFitsContent(stream, file);
+  if (got < bytes.size()) {
+    refuse(
+        file,
+        QStringLiteral("is not a NIfTI image: it has %1 bytes, its header alone needs %2").arg(got).arg(bytes.size()));
+  }
+  return NiftiHeader::parse(bytes, file);
+}
+
+[[noreturn]] void refuseCut(const NiftiFile& image, std::int64_t available) {
+  const std::int64_t needed = image.header.dataOffset + image.header.dataBytes();
+  refuse(image.dataFile,
+         QStringLiteral("is cut: it holds %1 bytes, the header asks for %2").arg(available).arg(needed));
+}
+
+/// Goes through a compressed data file up to its checksum.
+void checkStream(const NiftiFile& image, ByteStream& stream, const NiftiFile::Progress& progress) {
+  const std::int64_t needed = image.header.dataOffset + image.header.dataBytes();
+  std::vector<std::byte> block(blockSize);
+  std::int64_t seen = 0;
+  for (std::size_t got = block.size(); got == block.size() && seen <= needed + longestTail;) {
+    got = stream.read(block);
+    seen += static_cast<std::int64_t>(got);
+    progress(std::min(1.0F, static_cast<float>(seen) / static_cast<float>(needed)));
+  }
+  if (seen < needed) refuseCut(image, seen);
+}
+
+void checkData(const NiftiFile& image, const NiftiFile::Progress& progress) {
+  ByteStream stream(image.dataFile);
+  std::byte first{};
+  stream.read({&first, 1});
+  checkNameFitsContent(stream, image.dataFile);
+  if (stream.isCompressed()) {
+    ByteStream wholeStream(image.dataFile);
+    checkStream(image, wholeStream, progress);
+    return;
+  }
+  const std::int64_t available = QFileInfo(image.dataFile).size();
+  if (available < image.header.dataOffset + image.header.dataBytes()) refuseCut(image, available);
+}
+
+}  // namespace
+
+NiftiFile NiftiFile::open(const QString& file, const Progress& progress) {
+  const bool isPair = isHalfOfPair(file);
+  NiftiFile image;
+  image.headerFile = isPair ? halfOfPair(file, QStringLiteral(".hdr")) : file;
+  image.header = readHeader(image.headerFile);
+  if (image.header.hasOwnDataFile != isPair) {
+    refuse(image.headerFile, isPair ? QStringLiteral("is half of a pair, but its header says that it is one file")
+                                    : QStringLiteral("is one file, but its header says that it is half of a pair"));
+  }
+  image.dataFile = isPair ? halfOfPair(file, QStringLiteral(".img")) : file;
+  checkData(image, progress);
+  return image;
+}
+
+}  // namespace quarn::formats::detail

@@ -1,0 +1,55 @@
+#include "quarn/formats/detail/labelField.h"
+
+#include <QFileInfo>
+#include <algorithm>
+#include <numeric>
+#include <vector>
+
+#include "quarn/formats/detail/LabelNumbering.h"
+#include "quarn/formats/detail/LabelVoxels.h"
+#include "quarn/formats/detail/materials.h"
+#include "quarn/formats/detail/newField.h"
+#include "quarn/kernel/app/HxMessage.h"
+
+namespace quarn::formats::detail {
+
+namespace {
+
+/// The label values that get a material, in the order of their numbers from 1 on.
+std::vector<std::uint32_t> valuesWithMaterial(const LabelNumbering& numbering, const LabelNames* names,
+                                              const HxLoadOptions& options) {
+  if (numbering.isRenumbered()) return numbering.values();
+  std::uint32_t largest = numbering.values().empty() ? 0 : numbering.values().back();
+  for (const auto& [value, name] : names->byValue()) {
+    const bool isKept = value <= LabelNumbering::largestNumber && options.admits(static_cast<int>(value));
+    if (isKept) largest = std::max(largest, value);
+  }
+  std::vector<std::uint32_t> values(largest);
+  std::iota(values.begin(), values.end(), 1U);
+  return values;
+}
+
+void reportRenumbering(const LabelNumbering& numbering, const QString& file) {
+  HxMessage::printf(
+      "%s: labels up to %u were renumbered from 1 to %zu in increasing order; \"Id\" of each material is "
+      "the value in the file\n",
+      qUtf8Printable(QFileInfo(file).fileName()), numbering.values().back(), numbering.values().size());
+}
+
+}  // namespace
+
+McHandle<HxUniformLabelField3> readLabelField(NiftiVolume& volume, const LabelNames* names,
+                                              const HxLoadOptions& options, const QString& file) {
+  LabelVoxels voxels(volume.kind(), volume.dimensions());
+  volume.readVoxels(voxels.data());
+  const LabelNumbering numbering(voxels.collectLabels(file), options, file);
+  const auto field = newField<HxUniformLabelField3>(file, latticeOf(volume));
+  voxels.renumber(numbering, field->lattice().getLabels(0));
+  if (names || numbering.isRenumbered()) {
+    addMaterials(*field->materials(true), valuesWithMaterial(numbering, names, options), names);
+  }
+  if (numbering.isRenumbered()) reportRenumbering(numbering, file);
+  return field;
+}
+
+}  // namespace quarn::formats::detail
