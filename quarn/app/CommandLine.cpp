@@ -1,0 +1,130 @@
+#include "quarn/app/CommandLine.h"
+
+#include "quarn/base/McException.h"
+
+namespace quarn::app {
+namespace {
+
+using Mode = CommandLine::Mode;
+
+std::string excerpt(const QString& text) {
+  return McException::excerpt(text.toStdString());
+}
+
+void setMode(CommandLine& line, Mode mode, const QString& option) {
+  if (line.mode != Mode::None)
+    throw McException(excerpt(option) + ": only one of --script, --command and --interactive");
+  line.mode = mode;
+}
+
+void addPreference(CommandLine& line, const QString& text) {
+  const qsizetype equals = text.indexOf(QLatin1Char('='));
+  if (equals < 1) throw McException("--set: KEY=VALUE is expected, got \"" + excerpt(text) + "\"");
+  line.preferences.emplace_back(text.left(equals), text.mid(equals + 1));
+}
+
+/// One option. `apply` gets the option's value, empty for an option that takes none.
+struct Option {
+  const char* name;
+  const char* value;  ///< what the help calls it; null when it takes none
+  const char* help;
+  void (*apply)(CommandLine&, const QString& value);
+};
+
+constexpr Option options[] = {
+    {"--script", "FILE [ARG...]", "run a script and exit; its status is 0, or 1 with file, line and message",
+     [](CommandLine& line, const QString& value) {
+       setMode(line, Mode::Script, "--script");
+       line.script = value;
+     }},
+    {"--command", "TCL", "run a few words and exit",
+     [](CommandLine& line, const QString& value) {
+       setMode(line, Mode::Command, "--command");
+       line.command = value;
+     }},
+    {"--interactive", nullptr, "read commands from the terminal or a pipe",
+     [](CommandLine& line, const QString&) { setMode(line, Mode::Interactive, "--interactive"); }},
+    {"--set", "KEY=VALUE", "a preference for this run", addPreference},
+    {"--temp", "DIR", "base folder of the temporary storage",
+     [](CommandLine& line, const QString& value) { line.temporaryDirectory = value; }},
+    {"--package-path", "DIR", "another folder where packages are looked for",
+     [](CommandLine& line, const QString& value) { line.packagePaths.append(value); }},
+    {"--quiet", nullptr, "no console output; errors and warnings are shown",
+     [](CommandLine& line, const QString&) { line.quiet = true; }},
+    {"--version", nullptr, "show the version and exit",
+     [](CommandLine& line, const QString&) { line.mode = Mode::Version; }},
+    {"--help", nullptr, "show this text and exit", [](CommandLine& line, const QString&) { line.mode = Mode::Help; }},
+};
+
+const Option& optionNamed(const QString& name) {
+  for (const Option& option : options)
+    if (name == QLatin1String(option.name)) return option;
+  throw McException("unknown option " + excerpt(name) + "; quarn --help shows the options");
+}
+
+/// Goes through the words of a command line.
+class Reader {
+public:
+  explicit Reader(const QStringList& words) : words_(words) {}
+
+  CommandLine read() {
+    while (next_ < words_.size() && line_.mode != Mode::Help && line_.mode != Mode::Version) readWord();
+    return line_;
+  }
+
+private:
+  void readWord() {
+    const QString word = words_[next_++];
+    if (onlyFiles_ || !word.startsWith(QLatin1Char('-')) || word == QLatin1String("-")) {
+      line_.files.append(word);
+    } else if (word == QLatin1String("--")) {
+      onlyFiles_ = true;
+    } else {
+      readOption(word);
+    }
+    if (line_.mode == Mode::Script && line_.scriptArguments.isEmpty()) takeScriptArguments();
+  }
+
+  /// "--option VALUE" or "--option=VALUE".
+  void readOption(const QString& word) {
+    const qsizetype equals = word.indexOf(QLatin1Char('='));
+    const Option& option = optionNamed(equals < 0 ? word : word.left(equals));
+    if (!option.value && equals >= 0) throw McException(std::string(option.name) + ": takes no value");
+    if (!option.value) return option.apply(line_, QString());
+    if (equals >= 0) return option.apply(line_, word.mid(equals + 1));
+    if (next_ == words_.size()) throw McException(std::string(option.name) + ": " + option.value + " is missing");
+    option.apply(line_, words_[next_++]);
+  }
+
+  void takeScriptArguments() {
+    line_.scriptArguments = words_.mid(next_);
+    next_ = words_.size();
+  }
+
+  const QStringList& words_;
+  CommandLine line_;
+  qsizetype next_ = 0;
+  bool onlyFiles_ = false;
+};
+
+}  // namespace
+
+CommandLine CommandLine::parse(const QStringList& words) {
+  return Reader(words).read();
+}
+
+QString CommandLine::help() {
+  QString text = QStringLiteral("usage: quarn [OPTION...] [FILE...]\n\nFILEs are loaded first.\n\n");
+  for (const Option& option : options) {
+    QString words = QString::fromLatin1(option.name);
+    if (option.value) words += QLatin1Char(' ') + QString::fromLatin1(option.value);
+    text += QStringLiteral("  ") + words.leftJustified(24) + QLatin1Char(' ') + QString::fromLatin1(option.help) +
+            QLatin1Char('\n');
+  }
+  text += QStringLiteral(
+      "\nThe exit status is 0, 1 after an error, 130 after Ctrl-C, or what the command exit was given.\n"
+      "The command help shows the commands.");
+  return text;
+}
+
+}  // namespace quarn::app

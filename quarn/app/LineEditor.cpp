@@ -1,0 +1,116 @@
+#include "quarn/app/LineEditor.h"
+
+#include <cstdio>
+#include <cstdlib>
+// readline's headers need FILE to be known.
+#include <QDir>
+#include <QFile>
+#include <cstring>
+#include <optional>
+#include <readline/history.h>
+#include <readline/readline.h>
+#include <vector>
+
+#include "quarn/kernel/script/HxInterpreter.h"
+
+namespace quarn::app {
+namespace {
+
+constexpr int historyLength = 1000;
+
+QString historyFile() {
+  const QString chosen = qEnvironmentVariable("XDG_STATE_HOME");
+  const QString base =
+      chosen.startsWith(QLatin1Char('/')) ? chosen : QDir::homePath() + QStringLiteral("/.local/state");
+  return base + QStringLiteral("/quarn/history");
+}
+
+/// What readline's callbacks, which know no object, leave behind.
+std::optional<LineEditor::Answer> finishedLine;
+std::vector<QByteArray> candidates;
+
+void onLine(char* text) {
+  LineEditor::Answer answer;
+  answer.ended = !text;
+  if (text) answer.line = text;
+  if (text && *text) add_history(text);
+  std::free(text);
+  finishedLine = answer;
+  rl_callback_handler_remove();
+}
+
+/// Commands that begin with `prefix`: Tcl's, the host's and those of objects.
+std::vector<QByteArray> commandsWith(const QByteArray& prefix) {
+  Tcl_Interp* const interp = HxInterpreter::instance().tclInterp();
+  QByteArray pattern;
+  for (const char c : prefix) pattern.append(std::strchr("*?[]\\", c) ? "\\" : "").append(c);
+  Tcl_Obj* words[] = {Tcl_NewStringObj("info", -1), Tcl_NewStringObj("commands", -1),
+                      Tcl_NewStringObj((pattern + '*').constData(), -1)};
+  for (Tcl_Obj* word : words) Tcl_IncrRefCount(word);
+  std::vector<QByteArray> names;
+  if (Tcl_EvalObjv(interp, 3, words, TCL_EVAL_GLOBAL) == TCL_OK) {
+    int count = 0;
+    Tcl_Obj** found = nullptr;
+    Tcl_ListObjGetElements(interp, Tcl_GetObjResult(interp), &count, &found);
+    for (int i = 0; i < count; ++i) names.emplace_back(Tcl_GetString(found[i]));
+  }
+  for (Tcl_Obj* word : words) Tcl_DecrRefCount(word);
+  Tcl_ResetResult(interp);
+  return names;
+}
+
+char* nextCandidate(const char*, int state) {
+  static std::size_t next = 0;
+  if (state == 0) next = 0;
+  return next < candidates.size() ? strdup(candidates[next++].constData()) : nullptr;
+}
+
+/// The first word of a command is completed from the commands, any other from the file names.
+char** complete(const char* text, int start, int) {
+  const QByteArray before = QByteArray(rl_line_buffer).left(start).trimmed();
+  const bool beginsCommand = before.isEmpty() || before.endsWith('[') || before.endsWith(';');
+  if (!beginsCommand) return nullptr;
+  rl_attempted_completion_over = 1;
+  candidates = commandsWith(text);
+  return rl_completion_matches(text, nextCandidate);
+}
+
+}  // namespace
+
+LineEditor::LineEditor() {
+  rl_readline_name = "quarn";
+  rl_catch_signals = 0;
+  rl_attempted_completion_function = complete;
+  rl_basic_word_break_characters = " \t\n\"{}[];$";
+  using_history();
+  stifle_history(historyLength);
+  read_history(QFile::encodeName(historyFile()).constData());
+}
+
+LineEditor::~LineEditor() {
+  const QString file = historyFile();
+  if (QDir().mkpath(QFileInfo(file).absolutePath())) write_history(QFile::encodeName(file).constData());
+}
+
+LineEditor::Answer LineEditor::readLine(const char* prompt, const std::function<bool()>& waitForInput) {
+  finishedLine.reset();
+  rl_callback_handler_install(prompt, onLine);
+  while (!finishedLine) {
+    if (waitForInput()) {
+      rl_callback_read_char();
+      continue;
+    }
+    rl_free_line_state();
+    rl_callback_sigcleanup();
+    rl_callback_handler_remove();
+    std::fputs("^C\n", stdout);
+    std::fflush(stdout);
+    Answer answer;
+    answer.cancelled = true;
+    return answer;
+  }
+  if (finishedLine->ended) std::fputs("\n", stdout);
+  return *finishedLine;
+}
+
+}  // namespace quarn::app

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <optional>
+
+#include "quarn/kernel/app/HxTerminalSink.h"
+
+namespace quarn::app {
+
+/// Reads commands from standard input and runs each as soon as it is whole: on a terminal with editing, history and
+/// completion, from a pipe line by line. Errors are shown, and reading goes on. One at a time.
+class Prompt {
+public:
+  explicit Prompt(const HxTerminalSink& terminal);
+
+  /// Returns the status given to `exit`, 0 at the end of the input. Ctrl-C ends the running command on a
+  /// terminal, and everything, with 130, on a pipe.
+  int run();
+
+private:
+  int runOnPipe();
+  int runOnTerminal();
+  /// Takes a line; runs the command once it is whole.
+  void take(const QByteArray& line);
+  void takeLinesOf(QByteArray& input);
+  /// At the end of the input: an unfinished command is an error.
+  void finish();
+  bool isInsideCommand() const { return !command_.isEmpty(); }
+
+  const HxTerminalSink& terminal_;
+  const bool isTerminal_;
+  QByteArray command_;  ///< the lines of a command that is not whole yet
+  std::optional<int> exitStatus_;
+};
+
+}  // namespace quarn::app

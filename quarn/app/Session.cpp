@@ -1,0 +1,162 @@
+#include "quarn/app/Session.h"
+
+#include <QFileInfo>
+#include <cstdio>
+#include <unistd.h>
+
+#include "quarn/app/Prompt.h"
+#include "quarn/app/report.h"
+#include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/app/HxFileHelpers.h"
+#include "quarn/kernel/app/HxInterrupt.h"
+#include "quarn/kernel/io/HxFileTypes.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/packages/HxPackageLoader.h"
+#ifdef QUARN_WITH_FORMATS
+#include "quarn/formats/registerFormats.h"
+#endif
+
+namespace quarn::app {
+namespace {
+
+using Mode = CommandLine::Mode;
+
+void requireTemporaryFolder(const char* source, const QString& folder) {
+  const auto refuse = [&](const char* why) {
+    throw McException(std::string(source) + ": " + McException::excerpt(folder.toStdString()) + ": " + why);
+  };
+  const QFileInfo info(folder);
+  if (!info.exists()) refuse("there is no such folder");
+  if (!info.isDir()) refuse("is not a folder");
+  if (!HxFileHelpers::isWritable(folder)) refuse("nothing can be written into this folder");
+}
+
+void printOut(const QString& text) {
+  std::printf("%s\n", text.toUtf8().constData());
+}
+
+void showResult() {
+  const QString result = HxInterpreter::instance().result();
+  if (!result.isEmpty()) HxMessage::printf("%s", result.toUtf8().constData());
+}
+
+}  // namespace
+
+Session::Session(const CommandLine& line) : line_(line), terminal_(isUnattended()), begin_(HxMessage::mark()) {
+  terminal_.setQuiet(line.quiet);
+  HxMessage::setSink(&terminal_);
+}
+
+Session::~Session() {
+  try {
+    HxObjectPool::instance().clear();
+    HxPackageLoader::instance().unloadAll();
+  } catch (const std::exception& error) {
+    printError(QString::fromUtf8(error.what()));
+  }
+  HxMessage::flushStream();
+  HxMessage::setSink(nullptr);
+}
+
+void Session::prepare() {
+  if (line_.temporaryDirectory) requireTemporaryFolder("--temp", *line_.temporaryDirectory);
+  HxPreferences& preferences = *HxApplication::instance()->settings()->getPreferences();
+  for (const auto& [key, value] : line_.preferences) preferences.set(key, value);
+  if (line_.temporaryDirectory)
+    preferences.setTemporaryDirectory(QFileInfo(*line_.temporaryDirectory).absoluteFilePath());
+  requireTemporaryFolder("Temporary Directory", preferences.getTemporaryDirectory());
+  HxInterpreter::instance();
+  HxInterrupt::install();
+  loadPackages();
+#ifdef QUARN_WITH_FORMATS
+  quarn::formats::registerFormats();
+#endif
+}
+
+void Session::loadPackages() {
+  HxPackageLoader& loader = HxPackageLoader::instance();
+  for (const QString& folder : line_.packagePaths) loader.addPath(QFileInfo(folder).absoluteFilePath());
+  loader.addDefaultPaths();
+  for (const QString& problem : loader.loadAll()) HxMessage::warning(problem);
+}
+
+void Session::loadFiles() {
+  for (const QString& file : line_.files) {
+    const QStringList names = HxFileTypes::instance().load(file);
+    HxMessage::printf("%s: %s", file.toUtf8().constData(), names.join(QStringLiteral(", ")).toUtf8().constData());
+  }
+}
+
+int Session::run() {
+  loadFiles();
+  const int status = runMode();
+  HxMessage::flushStream();
+  const bool criticalShown = HxMessage::mark().criticals > begin_.criticals;
+  return status == 0 && isUnattended() && criticalShown ? FAILURE : status;
+}
+
+bool Session::isUnattended() const {
+  return line_.mode == Mode::Script || line_.mode == Mode::Command;
+}
+
+int Session::runMode() {
+  switch (line_.mode) {
+    case Mode::Script:
+      return runScript();
+    case Mode::Command:
+      return runCommand();
+    case Mode::Interactive:
+      return Prompt(terminal_).run();
+    case Mode::None:
+      return isatty(STDIN_FILENO) ? Prompt(terminal_).run() : 0;
+    case Mode::Help:
+    case Mode::Version:
+      break;
+  }
+  return 0;
+}
+
+int Session::runScript() {
+  HxInterpreter& interpreter = HxInterpreter::instance();
+  interpreter.setArguments(line_.script, line_.scriptArguments);
+  return statusOf(interpreter.evaluateFile(line_.script));
+}
+
+int Session::runCommand() {
+  HxInterpreter& interpreter = HxInterpreter::instance();
+  interpreter.setArguments(QStringLiteral("quarn"), {});
+  const std::optional<HxScriptError> error = interpreter.evaluate(line_.command);
+  if (!error) showResult();
+  return statusOf(error);
+}
+
+int Session::statusOf(const std::optional<HxScriptError>& error) const {
+  if (!error) return 0;
+  if (error->exitStatus) return *error->exitStatus;
+  reportError(*error, terminal_);
+  return error->interrupted ? INTERRUPTED : FAILURE;
+}
+
+int runProgram(const QStringList& words) {
+  try {
+    const CommandLine line = CommandLine::parse(words.mid(1));
+    const bool nothingAsked = line.mode == Mode::None && line.files.isEmpty();
+    if (line.mode == Mode::Version) {
+      printOut(HxSkin().getSaveInfo());
+      return 0;
+    }
+    if (line.mode == Mode::Help || nothingAsked) {
+      printOut(CommandLine::help());
+      return 0;
+    }
+    Session session(line);
+    session.prepare();
+    return session.run();
+  } catch (const std::exception& error) {
+    printError(QStringLiteral("quarn: ") + QString::fromUtf8(error.what()));
+    return Session::FAILURE;
+  }
+}
+
+}  // namespace quarn::app

@@ -1,0 +1,74 @@
+#include <gmock/gmock.h>
+
+#include "quarn/app/CommandLine.h"
+#include "quarn/base/McException.h"
+
+using quarn::app::CommandLine;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Pair;
+
+namespace {
+
+std::string errorOf(const QStringList& words) {
+  try {
+    CommandLine::parse(words);
+  } catch (const McException& error) {
+    return error.what();
+  }
+  ADD_FAILURE() << "no error";
+  return {};
+}
+
+}  // namespace
+
+TEST(CommandLine, EverythingAfterAScriptIsItsOwn) {
+  const CommandLine line = CommandLine::parse({"--quiet", "a.nii", "--script", "s.tcl", "--temp", "x", "--help", "b"});
+  EXPECT_EQ(CommandLine::Mode::Script, line.mode);
+  EXPECT_EQ("s.tcl", line.script);
+  EXPECT_EQ(QStringList({"--temp", "x", "--help", "b"}), line.scriptArguments);
+  EXPECT_EQ(QStringList("a.nii"), line.files);
+  EXPECT_TRUE(line.quiet);
+  EXPECT_FALSE(line.temporaryDirectory);
+}
+
+TEST(CommandLine, ReadsEveryOption) {
+  const CommandLine line = CommandLine::parse({"--set", "A > B=x=y", "--set=C=", "--temp=/t", "--package-path", "/p",
+                                               "--package-path", "/q", "--command", "puts \"--quiet\""});
+  EXPECT_EQ(CommandLine::Mode::Command, line.mode);
+  EXPECT_EQ("puts \"--quiet\"", line.command);
+  EXPECT_THAT(line.preferences, ElementsAre(Pair(QString("A > B"), QString("x=y")), Pair(QString("C"), QString())));
+  EXPECT_EQ("/t", line.temporaryDirectory);
+  EXPECT_EQ(QStringList({"/p", "/q"}), line.packagePaths);
+  EXPECT_FALSE(line.quiet);
+}
+
+TEST(CommandLine, WordsAfterTwoDashesAreFiles) {
+  const CommandLine line = CommandLine::parse({"a", "--", "--quiet", "-x"});
+  EXPECT_EQ(QStringList({"a", "--quiet", "-x"}), line.files);
+  EXPECT_FALSE(line.quiet);
+  EXPECT_EQ(CommandLine::Mode::None, line.mode);
+}
+
+TEST(CommandLine, HelpAndVersionWin) {
+  EXPECT_EQ(CommandLine::Mode::Help, CommandLine::parse({"--quiet", "--help", "--nonsense"}).mode);
+  EXPECT_EQ(CommandLine::Mode::Version, CommandLine::parse({"--version"}).mode);
+}
+
+TEST(CommandLine, RefusalsNameTheOption) {
+  EXPECT_THAT(errorOf({"--nonsense"}), HasSubstr("unknown option --nonsense"));
+  EXPECT_THAT(errorOf({"-x"}), HasSubstr("unknown option -x"));
+  EXPECT_EQ("--script: FILE [ARG...] is missing", errorOf({"--script"}));
+  EXPECT_EQ("--temp: DIR is missing", errorOf({"--temp"}));
+  EXPECT_EQ("--set: KEY=VALUE is expected, got \"x\"", errorOf({"--set", "x"}));
+  EXPECT_EQ("--set: KEY=VALUE is expected, got \"=x\"", errorOf({"--set", "=x"}));
+  EXPECT_EQ("--quiet: takes no value", errorOf({"--quiet=yes"}));
+  EXPECT_THAT(errorOf({"--interactive", "--command", "x"}),
+              HasSubstr("only one of --script, --command and --interactive"));
+}
+
+TEST(CommandLine, HelpNamesEveryOption) {
+  for (const char* option : {"--script", "--command", "--interactive", "--set", "--temp", "--package-path", "--quiet",
+                             "--version", "--help"})
+    EXPECT_TRUE(CommandLine::help().contains(option)) << option;
+}
