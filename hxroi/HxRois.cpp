@@ -1,0 +1,134 @@
+#include "hxroi/HxRois.h"
+
+#include <QCoreApplication>
+#include <algorithm>
+
+#include "hxroi/details/Mask.h"
+#include "hxroi/details/Roi.h"
+#include "quarn/base/McBox3f.h"
+#include "quarn/base/McException.h"
+#include "quarn/base/mcinterface_cast.h"
+#include "quarn/kernel/HxException.h"
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/kernel/objects/HxEditor.h"
+#include "quarn/kernel/objects/hxconnection_cast.h"
+#include "quarn/voxora/readers/SoVRLdmFileReader.h"
+#include "quarn/voxora/tiles/Ref.h"
+
+using hxroi::details::Mask;
+
+namespace {
+
+constexpr unsigned int kContent = 8;
+constexpr unsigned int kWorthSaving = 8 | 16 | 64 | 128;
+constexpr unsigned int kAllFlags = 0xFFFFFFFF;
+constexpr unsigned int kObjectFlag = 16;
+
+}  // namespace
+
+MC_CLASS_IMPL(HxRois, HxData)
+
+HxRois::HxRois()
+    : portData(this, "data", QCoreApplication::translate("HxRois", "Data"), HxUniformScalarField3::getClassTypeId()),
+      dataCheck_(this) {
+  portData.setTightness(true);
+  portData.setChecker(&dataCheck_);
+  setObjectFlag(kObjectFlag, false);
+}
+
+HxRois::~HxRois() {
+  const RoiList all = rois_;
+  for (const RoiHandle& roi : all) {
+    try {
+      removeRoi(roi->name());
+    } catch (const std::exception& failure) {
+      HxMessage::printf("%s", failure.what());
+    }
+  }
+}
+
+// --- The "data" connection ----------------------------------------------------------------------------------------
+
+bool HxRois::PortDataConnectionCheck::operator()(const HxObject* object) {
+  try {
+    ensureCompatibleWith(object);
+    return true;
+  } catch (const McException&) {
+    return false;
+  }
+}
+
+QString HxRois::PortDataConnectionCheck::reason(const HxObject* object) const {
+  try {
+    ensureCompatibleWith(object);
+    return {};
+  } catch (const McException& refusal) {
+    return hxText(refusal);
+  }
+}
+
+void HxRois::PortDataConnectionCheck::ensureCompatibleWith(const HxObject* object) const {
+  const auto* field = mcinterface_cast<HxUniformScalarField3>(object);
+  if (!field) {
+    const QString label = object ? object->getLabel() : QString();
+    throw hxException(QCoreApplication::translate("HxRois", "%1% is not an uniform scalar field 3.").arg(label));
+  }
+  if (!rois_->masks().empty()) rois_->masks().front()->ensureCompatibleWith(*field);
+}
+
+bool HxRois::acceptConnection(HxConnection* connection, HxObject* source) {
+  if (!HxData::acceptConnection(connection, source)) return false;
+  if (connection != &portData || !source) return true;
+  try {
+    dataCheck_.ensureCompatibleWith(source);
+    return true;
+  } catch (const McException& refusal) {
+    if (HxApplication::instance()->isLoadingNetwork()) HxMessage::error(hxText(refusal));
+    return false;
+  }
+}
+
+void HxRois::getBoundingBox(float box[6]) {
+  if (auto* field = hxconnection_cast<HxUniformScalarField3>(portData)) {
+    field->getBoundingBox(box);
+    return;
+  }
+  const McBox3f empty;
+  std::copy_n(empty.data(), 6, box);
+}
+
+// --- The cycle ----------------------------------------------------------------------------------------------------
+
+void HxRois::touch(unsigned int flags) {
+  if (flags & kContent) {
+    HxData::touch(flags);
+  } else {
+    mark(flags);
+  }
+}
+
+void HxRois::setModified(unsigned int flags) {
+  HxData::setModified((flags & kWorthSaving) ? kAllFlags : 0);
+}
+
+void HxRois::onEditorChanged() {
+  const bool free = getEditor() == nullptr;
+  portData.allowEditing(free);
+  baseConnection.allowEditing(free);
+}
+
+void HxRois::flush(bool final) {
+  for (const Mask* mask : masks_) mask->flush(final ? 2 : 0);
+}
+
+void HxRois::saveCreation(FILE* file, const char* directory, unsigned int flags) {
+  HxData::saveCreation(file, directory, flags);
+  if (file) std::fprintf(file, "\"%s\" fire\n", getName().toUtf8().constData());
+}
+
+bool HxRois::hasBorders(const std::string& ldmFile) const {
+  const hxvoxora::Ref<SoVRLdmFileReader> reader(new SoVRLdmFileReader);
+  return reader->openHeader(ldmFile) && reader->hasTileBorders();
+}

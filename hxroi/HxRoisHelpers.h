@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+
+#include "hxroi/export.h"
+#include "quarn/base/McVec3i.h"
+
+class HxParamBundle;
+class HxUniformLabelField3;
+class McProgressInterface;
+
+namespace hxroi::details {
+class Mask;
+}
+
+/// Routines shared by the modules and commands that turn label fields into masks.
+namespace HxRoisHelpers {
+
+/// Stem of the names of masks that no material names.
+inline const std::string DEFAULT_ROI_NAME = "Undescribed-label";
+
+/// Sets every voxel of `mask` to (label of `field` there == `label`); a label outside 0..255 clears the mask. Throws
+/// McException when field and mask have different grids.
+///
+/// The mask is written in slabs of whole tiles, so that memory stays bounded by one slab. After slice z the fraction of
+/// `progress`, which may be null, is z / nz.
+HXROI_API void store(const HxUniformLabelField3* field, int label, hxroi::details::Mask* mask,
+                     McProgressInterface* progress);
+
+/// Numbers of voxels of a label field. Throws McException when they are too many for a mask.
+HXROI_API McVec3i gridOf(const HxUniformLabelField3& field);
+
+/// Gives `record` the "Id" and the colour of `material`, as far as that has them.
+HXROI_API void copyMaterial(const HxParamBundle& material, HxParamBundle& record);
+
+}  // namespace HxRoisHelpers

@@ -1,0 +1,95 @@
+#include "hxroi/HxUniformLabelField3ToHxRois.h"
+
+#include <QCoreApplication>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/detail/LabelConversion.h"
+#include "hxroi/detail/RemovedRois.h"
+#include "quarn/base/McHandle.h"
+#include "quarn/base/mcinterface_cast.h"
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/fields/HxUniformLabelField3.h"
+#include "quarn/kernel/objects/hxconnection_cast.h"
+#include "quarn/kernel/params/HxParamBundle.h"
+
+namespace {
+
+constexpr unsigned int kAllFlags = 0xFFFFFFFF;
+
+/// What a set holds when a conversion starts, to be put back when that brings nothing.
+class FormerContent {
+public:
+  explicit FormerContent(HxRois& rois) : rois_(rois), materials_(*rois.parameters.getMaterials(1)), removed_(rois) {}
+
+  /// All or nothing.
+  void takeOut() {
+    try {
+      removed_.removeAll();
+    } catch (...) {
+      removed_.putBack();
+      throw;
+    }
+  }
+
+  void putBack() {
+    rois_.removeAllRois();
+    removed_.putBack();
+    *rois_.parameters.getMaterials(1) = materials_;
+  }
+
+private:
+  HxRois& rois_;
+  HxParamBundle materials_;
+  hxroi::RemovedRois removed_;
+};
+
+McHandle<HxRois> makeSet(const HxUniformLabelField3& field) {
+  McHandle<HxRois> rois(new HxRois);
+  rois->setLabel(field.getLabel() + "-rois");
+  return rois;
+}
+
+}  // namespace
+
+MC_CLASS_IMPL(HxUniformLabelField3ToHxRois, HxCompModule)
+
+HxUniformLabelField3ToHxRois::HxUniformLabelField3ToHxRois()
+    : HxCompModule(HxUniformLabelField3::getClassTypeId()),
+      portDoIt(this, "doIt", QCoreApplication::translate("HxUniformLabelField3ToHxRois", "Do It"), 1) {}
+
+HxUniformLabelField3ToHxRois::~HxUniformLabelField3ToHxRois() = default;
+
+void HxUniformLabelField3ToHxRois::compute() {
+  const auto* field = hxconnection_cast<HxUniformLabelField3>(dataConnection);
+  if (!portDoIt.wasHit(0) || !field) return;
+
+  // Whatever can fail without the set is done before the set is emptied.
+  hxroi::LabelConversion conversion(*field);
+  McHandle<HxRois> rois = mcinterface_cast<HxRois>(resultObject(0));
+  if (!rois) rois = makeSet(*field);
+  FormerContent former(*rois);
+  former.takeOut();
+  try {
+    conversion.run(*rois, *HxApplication::progress());
+  } catch (const hxroi::ConversionInterrupted&) {
+    former.putBack();
+    throw;
+  } catch (...) {
+    if (conversion.insertedMasks() == 0) {
+      former.putBack();
+    } else {
+      // The masks inserted so far are the user's to keep; the failure goes on to the caller.
+      setResult(rois, kAllFlags);
+    }
+    throw;
+  }
+  setResult(rois, kAllFlags);
+}
+
+bool HxUniformLabelField3ToHxRois::canCreateData(HxData* data, QString& script) {
+  const QByteArray name = getName().toUtf8();
+  script = QString::asprintf("\"%s\" doIt hit; \"%s\" compute; \"%s\" getResult\n", name.constData(), name.constData(),
+                             name.constData());
+  const HxResultSlot* slot = findResultSlot(0);
+  return slot && slot->getTouchTime() == data->getTouchTime();
+}

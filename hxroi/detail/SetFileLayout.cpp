@@ -1,0 +1,205 @@
+#include "hxroi/detail/SetFileLayout.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <algorithm>
+#include <boost/filesystem/operations.hpp>
+#include <set>
+
+#include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxFileHelpers.h"
+
+namespace fs = boost::filesystem;
+
+namespace hxroi::setfile {
+
+namespace {
+
+constexpr std::size_t kLongestComponent = 255;
+
+QString toQt(const path& name) {
+  return QFile::decodeName(name.c_str());
+}
+
+std::string inQuotes(std::string_view value) {
+  return "\"" + McException::excerpt(value) + "\"";
+}
+
+void requireWritableFolder(const path& folder) {
+  if (!HxFileHelpers::isWritable(toQt(folder))) {
+    throw McException(folder.string() + ": not a folder in which files can be made");
+  }
+}
+
+bool isControl(char c) {
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+/// A folder that is a link leads elsewhere.
+bool isFolderOrMissing(const path& folder) {
+  boost::system::error_code ignored;
+  const fs::file_status status = fs::symlink_status(folder, ignored);
+  return !fs::exists(status) || fs::is_directory(status);
+}
+
+/// Neither a link, a device nor a pipe.
+bool isRegularOrMissing(const path& file) {
+  boost::system::error_code ignored;
+  const fs::file_status status = fs::symlink_status(file, ignored);
+  return !fs::exists(status) || fs::is_regular_file(status);
+}
+
+/// Whether a ROI has the element; a member of a group may happen to have the name of one.
+bool hasElement(const HxParamBundle& roi, const char* name) {
+  const HxParamBase* element = roi.findBase(name);
+  return element && !(element->isBundle() && describesMask(static_cast<const HxParamBundle&>(*element)));
+}
+
+std::string noFolderOfItsOwn(const path& folder) {
+  return folder.string() + ": exists and is not a folder of its own";
+}
+
+/// Collects what is wrong with one set file.
+class Inspection {
+public:
+  explicit Inspection(const path& file) : file_(file) {}
+
+  std::vector<std::string> run(const HxParamBundle& parameters) && {
+    inspectMasksDirectory(parameters);
+    inspectRois(parameters);
+    return std::move(problems_);
+  }
+
+private:
+  void inspectMasksDirectory(const HxParamBundle& parameters) {
+    std::string name = masksDirectoryName(file_);
+    if (parameters.findBase(kMasksDirectory) && !parameters.findString(kMasksDirectory, name)) {
+      report("masks-directory is not a text");
+    } else if (!isPlainComponent(name)) {
+      report("masks-directory " + inQuotes(name) + " is not the name of a folder beside the file");
+    } else {
+      masksDir_ = folderOf(file_) / name;
+      if (!isFolderOrMissing(masksDir_))
+        report("masks-directory " + inQuotes(name) + ": " + noFolderOfItsOwn(masksDir_));
+    }
+  }
+
+  void inspectRois(const HxParamBundle& parameters) {
+    const HxParamBase* element = parameters.findBase(kRois);
+    if (!element) return;
+    if (!element->isBundle()) return report("__rois is not a bundle");
+    const auto& rois = static_cast<const HxParamBundle&>(*element);
+    for (int i = 0; i < rois.size(); ++i) {
+      if (!rois[i]->isBundle()) report(*rois[i], "is a parameter where a bundle belongs");
+    }
+    for (const HxParamBundle* bundle : subBundles(rois)) {
+      inspect(*bundle);
+      if (describesMask(*bundle)) continue;
+      for (const HxParamBundle* member : subBundles(*bundle)) {
+        if (member->findBase(kFilename)) inspect(*member);
+      }
+    }
+  }
+
+  void inspect(const HxParamBundle& roi) {
+    if (roi.name().empty()) report(roi, "has no name");
+    if (const auto problem = problemOfFilename(roi, masksDir_)) report(roi, *problem);
+    inspectColor(roi);
+    inspectId(roi);
+  }
+
+  void inspectColor(const HxParamBundle& roi) {
+    float color[3];
+    if (hasElement(roi, kColor) && !roi.findReals(kColor, 3, color)) report(roi, "__color is not three reals");
+  }
+
+  void inspectId(const HxParamBundle& roi) {
+    if (!hasElement(roi, kId)) return;
+    std::string id;
+    if (!roi.findString(kId, id)) {
+      report(roi, "Id is not a text");
+    } else if (!ids_.insert(id).second) {
+      report(roi, "Id " + inQuotes(id) + " belongs to another ROI of the set");
+    }
+  }
+
+  void report(const std::string& what) { problems_.push_back(file_.string() + ": " + what); }
+  void report(const HxParamBase& roi, const std::string& what) { report("ROI " + inQuotes(roi.name()) + ": " + what); }
+
+  path file_;
+  path masksDir_;  ///< empty when the name of the folder is not to be followed
+  std::set<std::string> ids_;
+  std::vector<std::string> problems_;
+};
+
+}  // namespace
+
+path folderOf(const path& file) {
+  const path folder = file.parent_path();
+  return folder.empty() ? path(".") : folder;
+}
+
+QString absoluteName(const path& file) {
+  return QFileInfo(toQt(file)).absoluteFilePath();
+}
+
+std::string masksDirectoryName(const path& file) {
+  return file.stem().string() + "-masks";
+}
+
+bool isPlainComponent(std::string_view name) {
+  if (name.empty() || name == "." || name == ".." || name.size() > kLongestComponent) return false;
+  return std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || c == '\\' || isControl(c); });
+}
+
+void requireWritable(const path& file, const path& masksDir) {
+  requireWritableFolder(folderOf(file));
+  if (!isPlainComponent(masksDir.filename().string())) {
+    throw McException(file.string() + ": the name of the file does not make a name for the folder of its masks");
+  }
+  const fs::file_status target = fs::symlink_status(file);
+  if (fs::exists(target) && !fs::is_regular_file(target)) {
+    throw McException(file.string() + ": exists and is not a regular file");
+  }
+  if (fs::exists(target) && !QFileInfo(toQt(file)).isWritable()) {
+    throw McException(file.string() + ": the file is write protected");
+  }
+  if (!isFolderOrMissing(masksDir)) throw McException(noFolderOfItsOwn(masksDir));
+  if (fs::exists(masksDir)) requireWritableFolder(masksDir);
+}
+
+path masksDirectory(const HxParamBundle& parameters, const path& file) {
+  std::string name = masksDirectoryName(file);
+  parameters.findString(kMasksDirectory, name);
+  return folderOf(file) / name;
+}
+
+std::vector<std::string> problemsOf(const HxParamBundle& parameters, const path& file) {
+  return Inspection(file).run(parameters);
+}
+
+std::optional<std::string> problemOfFilename(const HxParamBundle& mask, const path& masksDir) {
+  if (!hasElement(mask, kFilename)) return std::nullopt;
+  std::string name;
+  if (!mask.findString(kFilename, name)) return "__filename is not a text";
+  if (!isPlainComponent(name)) return "__filename " + inQuotes(name) + " is not a plain file name";
+  for (const char* suffix : {".ldm", ".fcp", ".dat"}) {
+    if (!masksDir.empty() && !isRegularOrMissing(masksDir / (name + suffix))) {
+      return "__filename " + inQuotes(name) + ": " + (masksDir / (name + suffix)).string() + " is not a regular file";
+    }
+  }
+  return std::nullopt;
+}
+
+bool describesMask(const HxParamBundle& bundle) {
+  std::string name;
+  return bundle.findString(kFilename, name);
+}
+
+std::vector<const HxParamBundle*> subBundles(const HxParamBundle& bundle) {
+  std::vector<const HxParamBundle*> bundles;
+  for (int i = 0; i < bundle.bundleCount(); ++i) bundles.push_back(bundle.getBundle(i));
+  return bundles;
+}
+
+}  // namespace hxroi::setfile

@@ -1,0 +1,48 @@
+#include "hxroi/details/NodeFiles.h"
+
+#include "hxroi/details/boxes.h"
+#include "hxroi/details/toolkitBoxes.h"
+#include "quarn/base/McDim3l.h"
+#include "quarn/base/McException.h"
+#include "quarn/voxora/files/VolumeHeader.h"
+#include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "quarn/voxora/readers/SoLDMReader.h"
+#include "quarn/voxora/utilities/utilities.h"
+
+namespace hxroi::details::NodeFiles {
+
+namespace {
+
+NodeHolder copyWithTiles(const SoVolumeMask& node, const SbVec3i32& tileSize) {
+  NodeHolder copy(createVolumeNode());
+  copy->initializeInMemory(node.dataDimension(), tileSize);
+  const int id = copy->beginTransaction();
+  copy->combineBox(toToolkit(hxroi::wholeBox(fromToolkit(node.dataDimension()))), node, hxvoxora::TruthTable::CopyB);
+  copy->endTransaction(id);
+  return copy;
+}
+
+}  // namespace
+
+bool areCurrent(const SoVolumeMask& node) {
+  const auto* reader = dynamic_cast<const SoLDMReader*>(node.reader());
+  if (!reader || !reader->header()) return false;
+  try {
+    const auto present = hxvoxora::VolumeHeader::read(hxvoxora::FileSystem::posix(), node.fileName());
+    return present.generation == reader->header()->generation;
+  } catch (const McException&) {
+    return false;
+  }
+}
+
+NodeHolder copyInMemory(const SoVolumeMask& node) {
+  const McDim3l dimensions(fromToolkit(node.dataDimension()));
+  return copyWithTiles(node, hxvoxora::utilities::computeLDMTileSize(dimensions));
+}
+
+void write(const SoVolumeMask& node, const std::string& prefix, const std::vector<std::string>& parameters,
+           Access access) {
+  copyWithTiles(node, node.getTileDimension())->saveEditing(prefix + ".ldm", false, parameters, nullptr, access);
+}
+
+}  // namespace hxroi::details::NodeFiles

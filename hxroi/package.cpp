@@ -1,0 +1,63 @@
+#include "hxroi/package.h"
+
+#include <iterator>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/HxUniformLabelField3ToHxRois.h"
+#include "quarn/base/mcinterface_cast.h"
+
+namespace {
+
+struct ClassEntry {
+  void (*init)();
+  void (*exit)();
+};
+
+/// In the order of registration; they leave in reverse.
+constexpr ClassEntry kClasses[] = {
+    {&HxRois::initClass, &HxRois::exitClass},
+    {&HxUniformLabelField3ToHxRois::initClass, &HxUniformLabelField3ToHxRois::exitClass},
+};
+
+constinit bool registered = false;
+
+/// The hooks of the library. As an object it ends before the tables of the libraries below.
+struct LibraryHooks {
+  LibraryHooks() { quarnpackage_hxroi_init(); }
+  ~LibraryHooks() { quarnpackage_hxroi_finish(); }
+};
+const LibraryHooks hooks;
+
+/// 0 too when a mask could not be written: a script that saves must not go on as if all were safe.
+int save(HxData* data, const char* filename, int (HxRois::*write)(const char*)) {
+  auto* rois = mcinterface_cast<HxRois>(data);
+  return rois && (rois->*write)(filename) && !rois->isModified();
+}
+
+}  // namespace
+
+void quarnpackage_hxroi_init() {
+  if (registered) return;
+  registered = true;
+  for (const ClassEntry& entry : kClasses) entry.init();
+}
+
+void quarnpackage_hxroi_finish() {
+  if (!registered) return;
+  registered = false;
+  for (auto entry = std::rbegin(kClasses); entry != std::rend(kClasses); ++entry) entry->exit();
+}
+
+int hxroi_readRois(QuarnMesh* mesh, const char* filename) {
+  return HxRois::readQuarnMesh_s(mesh, filename);
+}
+
+int hxroi_saveQuarnMesh(HxData* data, const char* filename) {
+  return save(data, filename, &HxRois::writeQuarnMesh);
+}
+int hxroi_saveZelto(HxData* data, const char* filename) {
+  return save(data, filename, &HxRois::writeZelto);
+}
+int hxroi_saveMivro(HxData* data, const char* filename) {
+  return save(data, filename, &HxRois::writeMivro);
+}

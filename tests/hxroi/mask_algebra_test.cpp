@@ -1,0 +1,356 @@
+#include <functional>
+
+#include "tests/hxroi/MaskTest.h"
+
+namespace {
+
+class MaskAlgebra : public MaskTest {
+protected:
+  static constexpr McVec3i kGrid{13, 11, 7};
+
+  McHandle<Mask> exact(const McBox3i& box, const std::string& name = "mask") {
+    auto mask = makeMask(kGrid, box, name);
+    mask->setBoundingBox(box);
+    return mask;
+  }
+
+  /// A mask in its files, without pending edits.
+  McHandle<Mask> saved(const McBox3i& box) {
+    auto mask = exact(box, "saved");
+    mask->flush(0);
+    return mask;
+  }
+};
+
+constexpr McBox3i kLeft(1, 4, 2, 5, 0, 3);
+constexpr McBox3i kRight(3, 8, 4, 9, 2, 6);
+constexpr McBox3i kBoth(3, 4, 4, 5, 2, 3);
+constexpr McBox3i kUnion(1, 8, 2, 9, 0, 6);
+constexpr McBox3i kFar(11, 12, 10, 10, 6, 6);
+constexpr McBox3i kWhole(0, 12, 0, 10, 0, 6);
+
+std::uint64_t volume(const McBox3i& box) {
+  const McVec3i n = hxroi::sizeOf(box);
+  return static_cast<std::uint64_t>(n.x) * static_cast<std::uint64_t>(n.y) * static_cast<std::uint64_t>(n.z);
+}
+
+}  // namespace
+
+TEST_F(MaskAlgebra, SubtractionLeavesAnApproximatedBox) {
+  const auto a = exact(kLeft);
+  *a -= *exact(kRight);
+  EXPECT_EQ(count(*a), volume(kLeft) - volume(kBoth));
+  EXPECT_EQ(a->cachedApproximatedBoundingBox(), kLeft);
+  EXPECT_FALSE(a->cachedBoundingBox());
+}
+
+TEST_F(MaskAlgebra, SubtractionWithoutOverlapChangesNothing) {
+  const McHandle<ListeningRois> rois = new ListeningRois;
+  const auto a = exact(kLeft);
+  rois->addRoi(a);
+  rois->touches.clear();
+  *a -= *exact(kFar);
+  EXPECT_EQ(count(*a), volume(kLeft));
+  EXPECT_EQ(a->cachedBoundingBox(), kLeft);
+  EXPECT_TRUE(rois->touches.empty());
+}
+
+TEST_F(MaskAlgebra, ExclusiveOrLeavesAnApproximatedBox) {
+  const auto a = exact(kLeft);
+  *a ^= *exact(kRight);
+  EXPECT_EQ(count(*a), volume(kLeft) + volume(kRight) - 2 * volume(kBoth));
+  EXPECT_EQ(a->cachedApproximatedBoundingBox(), kUnion);
+  EXPECT_FALSE(a->cachedBoundingBox());
+}
+
+TEST_F(MaskAlgebra, UnionOfExactBoxesIsExactWithoutAScan) {
+  const auto a = exact(kLeft);
+  *a |= *exact(kRight);
+  EXPECT_EQ(count(*a), volume(kLeft) + volume(kRight) - volume(kBoth));
+  EXPECT_EQ(a->cachedBoundingBox(), kUnion);
+  EXPECT_FALSE(a->cachedApproximatedBoundingBox());
+}
+
+TEST_F(MaskAlgebra, UnionWithAnApproximatedBoxIsApproximated) {
+  const auto a = exact(kLeft);
+  const auto b = exact(kRight);
+  b->setApproximatedBoundingBox(kRight);
+  *a |= *b;
+  EXPECT_EQ(a->cachedApproximatedBoundingBox(), kUnion);
+  EXPECT_FALSE(a->cachedBoundingBox());
+}
+
+TEST_F(MaskAlgebra, UnionAndExclusiveOrWithAnEmptyMaskDoNothing) {
+  const auto a = exact(kLeft);
+  *a |= *makeMask();
+  *a ^= *makeMask();
+  EXPECT_EQ(count(*a), volume(kLeft));
+  EXPECT_EQ(a->cachedBoundingBox(), kLeft);
+}
+
+TEST_F(MaskAlgebra, UnknownBoxesCountAsTheWholeMask) {
+  const auto a = makeMask(kGrid, kLeft);
+  const auto b = makeMask(kGrid, kRight);
+  *a |= *b;
+  EXPECT_EQ(a->cachedApproximatedBoundingBox(), kWhole);
+  EXPECT_EQ(count(*a), volume(kLeft) + volume(kRight) - volume(kBoth));
+}
+
+TEST_F(MaskAlgebra, ExactBoxWinsWhenBothAreKnown) {
+  const auto user = borrowed(*exact(kLeft));
+  writeText(folder / "user.ldm", [&] {
+    std::string text = textOf(folder / "user.ldm");
+    return text.replace(text.find("</VolumeInformation>"), 0,
+                        "<ApproximatedBoundingBox>0 12 0 10 0 6</ApproximatedBoundingBox>");
+  }());
+  const McHandle<Mask> both = Mask::loadFromFile("both", folder / "user");
+  ASSERT_TRUE(both->cachedBoundingBox() && both->cachedApproximatedBoundingBox());
+  const auto a = exact(kRight);
+  *a ^= *both;
+  EXPECT_EQ(a->cachedApproximatedBoundingBox(), kUnion);
+}
+
+TEST_F(MaskAlgebra, IntersectionLeavesTheCommonBoxAsApproximated) {
+  const auto a = exact(kLeft);
+  *a &= *exact(kRight);
+  EXPECT_EQ(count(*a), volume(kBoth));
+  EXPECT_EQ(a->cachedApproximatedBoundingBox(), kBoth);
+}
+
+TEST_F(MaskAlgebra, IntersectionWithoutOverlapEmptiesTheMask) {
+  const auto a = exact(kLeft);
+  *a &= *exact(kFar);
+  EXPECT_EQ(count(*a), 0U);
+  EXPECT_EQ(a->cachedBoundingBox(), hxroi::emptyBox<int>());
+}
+
+TEST_F(MaskAlgebra, NegationInvertsEveryVoxelAndLeavesNoBox) {
+  const auto a = exact(kLeft);
+  a->negate();
+  EXPECT_EQ(count(*a), volume(kWhole) - volume(kLeft));
+  EXPECT_FALSE(a->cachedBoundingBox());
+  EXPECT_FALSE(a->cachedApproximatedBoundingBox());
+}
+
+TEST_F(MaskAlgebra, OperatorsTouchTheContent) {
+  const auto other = exact(kRight, "other");
+  const std::vector<std::function<void(Mask&)>> operators{
+      [&](Mask& m) { m -= *other; }, [&](Mask& m) { m ^= *other; }, [&](Mask& m) { m |= *other; },
+      [&](Mask& m) { m &= *other; }, [](Mask& m) { m.negate(); },
+  };
+  for (const auto& apply : operators) {
+    const McHandle<ListeningRois> rois = new ListeningRois;
+    const auto a = exact(kLeft);
+    rois->addRoi(a);
+    rois->touches.clear();
+    apply(*a);
+    EXPECT_THAT(rois->touches, ::testing::Contains(8U));
+    EXPECT_THAT(rois->touches, ::testing::Each(8U));
+  }
+}
+
+TEST_F(MaskAlgebra, OperatorsWithItself) {
+  const auto a = exact(kLeft);
+  *a |= *a;
+  EXPECT_EQ(count(*a), volume(kLeft));
+  *a &= *a;
+  EXPECT_EQ(count(*a), volume(kLeft));
+  *a ^= *a;
+  EXPECT_EQ(count(*a), 0U);
+  const auto b = exact(kLeft);
+  *b -= *b;
+  EXPECT_EQ(count(*b), 0U);
+}
+
+TEST_F(MaskAlgebra, RandomOperationsEqualThoseOnSingleVoxels) {
+  auto random = seededRandom();
+  const std::vector<std::pair<std::function<void(Mask&, const Mask&)>, std::function<bool(bool, bool)>>> operators{
+      {[](Mask& a, const Mask& b) { a -= b; }, [](bool a, bool b) { return a && !b; }},
+      {[](Mask& a, const Mask& b) { a ^= b; }, [](bool a, bool b) { return a != b; }},
+      {[](Mask& a, const Mask& b) { a |= b; }, [](bool a, bool b) { return a || b; }},
+      {[](Mask& a, const Mask& b) { a &= b; }, [](bool a, bool b) { return a && b; }},
+      {[](Mask& a, const Mask&) { a.negate(); }, [](bool a, bool) { return !a; }},
+      {[](Mask& a, const Mask& b) { a = b; }, [](bool, bool b) { return b; }},
+      {[](Mask& a, const Mask&) { a.flush(0); }, [](bool a, bool) { return a; }},
+      {[](Mask& a, const Mask&) { a.getBoundingBox(); }, [](bool a, bool) { return a; }},
+  };
+  for (const McVec3i& n : {McVec3i(13, 11, 7), McVec3i(70, 9, 66)}) {
+    for (int round = 0; round < 30; ++round) {
+      const auto a = makeMask(n);
+      Bits expected(bitsOf(*a));
+      for (int step = 0; step < 12; ++step) {
+        const auto b = makeMask(n);
+        const Bits bits = step == 0 ? randomBits(n, random) : randomBits(n, random, 0.9);
+        setBits(*b, bits);
+        if (random() % 2) b->getBoundingBox();
+        if (random() % 2) b->flush(0);
+        const auto& [apply, f] = operators[random() % operators.size()];
+        apply(*a, *b);
+        for (std::size_t i = 0; i < expected.size(); ++i) expected[i] = f(expected[i], bits[i]);
+        ASSERT_EQ(bitsOf(*a), expected) << "round " << round << ", step " << step;
+        const McBox3i box = boundsOf(expected, n);
+        if (const auto known = a->cachedBoundingBox()) {
+          ASSERT_EQ(*known, box);
+        }
+        if (const auto known = a->cachedApproximatedBoundingBox()) {
+          ASSERT_TRUE(known->contains(box));
+        }
+      }
+      ASSERT_EQ(a->getBoundingBox(), boundsOf(expected, n));
+    }
+  }
+}
+
+TEST_F(MaskAlgebra, MasksOfDifferentTilesCombine) {
+  const auto node = hxvoxora::makeRef<SoVolumeMask>();
+  node->initializeInMemory({13, 11, 7}, {32, 8, 16});
+  const McHandle<Mask> b = new Mask("b", node.get(), McColor(), nullptr);
+  fill(*b, kRight);
+  const auto a = exact(kLeft);
+  *a |= *b;
+  EXPECT_EQ(count(*a), volume(kLeft) + volume(kRight) - volume(kBoth));
+}
+
+TEST_F(MaskAlgebra, StoringAnEmptyMaskLeavesTheVoxels) {
+  const auto a = exact(kLeft);
+  a->store(*makeMask());
+  EXPECT_EQ(count(*a), volume(kLeft));
+  EXPECT_EQ(a->getBoundingBox(), hxroi::emptyBox<int>());
+}
+
+TEST_F(MaskAlgebra, StoringAnUneditedMaskWithoutFileTakesItsBoxOnly) {
+  const auto source = makeMask();
+  source->setBoundingBox(kLeft);
+  const auto a = makeMask();
+  a->store(*source);
+  EXPECT_EQ(count(*a), 0U);
+  EXPECT_EQ(a->cachedBoundingBox(), kLeft);
+}
+
+TEST_F(MaskAlgebra, StoringASavedMaskCopiesItsFiles) {
+  const McHandle<ListeningRois> rois = new ListeningRois;
+  const auto source = saved(kLeft);
+  const auto a = exact(kFar);
+  a->flush(0);
+  const std::string former = a->temporaryPrefix();
+  rois->addRoi(a);
+  rois->touches.clear();
+  a->store(*source);
+  EXPECT_EQ(bitsOf(*a), bitsOf(*source));
+  EXPECT_EQ(a->cachedBoundingBox(), kLeft);
+  EXPECT_NE(a->temporaryPrefix(), former);
+  EXPECT_FALSE(exists(former + ".ldm"));
+  for (const char* extension : {".ldm", ".dat", ".fcp"}) EXPECT_TRUE(exists(a->temporaryPrefix() + extension));
+  EXPECT_FALSE(a->volumeMask()->hasUnsavedEdits());
+  EXPECT_EQ(rois->touches, std::vector<unsigned int>{8});
+  EXPECT_TRUE(a->ownsTemporaryFiles());
+}
+
+TEST_F(MaskAlgebra, StoredCopyIsIndependent) {
+  const auto source = saved(kLeft);
+  const auto a = makeMask();
+  a->store(*source);
+  *a = true;
+  a->flush(0);
+  EXPECT_EQ(count(*source), volume(kLeft));
+  *source = false;
+  source->flush(0);
+  EXPECT_EQ(count(*a), volume(kWhole));
+}
+
+TEST_F(MaskAlgebra, StoringFilesDropsPendingEdits) {
+  const auto a = exact(kFar);
+  a->store(*saved(kLeft));
+  EXPECT_EQ(count(*a), volume(kLeft));
+}
+
+TEST_F(MaskAlgebra, StoringFilesIntoABorrowedMaskLeavesItSoAndItsFilesGoWithIt) {
+  const auto source = saved(kLeft);
+  auto user = borrowed(*exact(kRight));
+  const auto before = hashesOf(folder);
+  user->store(*source);
+  EXPECT_FALSE(user->ownsTemporaryFiles());
+  EXPECT_EQ(count(*user), volume(kLeft));
+  const std::string first = user->temporaryPrefix();
+  user->store(*source);
+  EXPECT_FALSE(exists(first + ".ldm"));
+  fill(*user, kFar);
+  EXPECT_TRUE(user->ownsTemporaryFiles());
+  EXPECT_EQ(count(*user), volume(kLeft) + volume(kFar));
+  EXPECT_EQ(hashesOf(folder), before);
+  user.reset();
+  EXPECT_EQ(temporaryFiles().size(), 3U) << "those of the source";
+}
+
+TEST_F(MaskAlgebra, StoringAMaskWithEditsCopiesVoxels) {
+  const auto source = exact(kLeft);
+  const auto a = exact(kFar);
+  const std::string prefix = a->temporaryPrefix();
+  a->store(*source);
+  EXPECT_EQ(bitsOf(*a), bitsOf(*source));
+  EXPECT_EQ(a->cachedBoundingBox(), kLeft);
+  EXPECT_EQ(a->temporaryPrefix(), prefix);
+  EXPECT_TRUE(a->volumeMask()->hasUnsavedEdits());
+}
+
+TEST_F(MaskAlgebra, StoringVoxelsClearsAllButAnUntouchedMask) {
+  const auto source = exact(kLeft);
+  const auto written = makeMask(kGrid, true);
+  fill(*written, kFar);
+  written->store(*source);
+  EXPECT_EQ(count(*written), volume(kLeft));
+  const auto untouched = makeMask(kGrid, true);
+  untouched->store(*source);
+  EXPECT_EQ(count(*untouched), volume(kWhole));
+}
+
+TEST_F(MaskAlgebra, FailedCopyOfFilesLeavesTheMask) {
+  const auto source = saved(kLeft);
+  const auto a = exact(kFar);
+  const std::string prefix = a->temporaryPrefix();
+  boost::filesystem::remove(source->temporaryPrefix() + ".dat");
+  EXPECT_THROW(a->store(*source), McException);
+  EXPECT_EQ(a->temporaryPrefix(), prefix);
+  EXPECT_EQ(count(*a), volume(kFar));
+  EXPECT_EQ(temporaryFiles().size(), 2U) << "what is left of the source";
+}
+
+TEST_F(MaskAlgebra, MergingParametersNeverOverwrites) {
+  const auto a = makeMask();
+  const auto b = makeMask();
+  a->setProperty("side", "left");
+  b->setProperty("side", "right");
+  b->setProperty("lobe", 3);
+  const std::string id = a->id();
+  a->mergeParameters(*b, true);
+  EXPECT_EQ(a->stringProperty("side", false), "left");
+  EXPECT_EQ(a->intProperty("lobe", false), 3);
+  EXPECT_EQ(a->id(), id);
+}
+
+TEST_F(MaskAlgebra, MergingParametersGoesIntoBundlesWhenRecursive) {
+  for (const bool recursive : {false, true}) {
+    const auto a = makeMask();
+    const auto b = makeMask();
+    a->parameters().getBundle("Atlas")->set("name", "mine");
+    b->parameters().getBundle("Atlas")->set("name", "theirs");
+    b->parameters().getBundle("Atlas")->set("year", 2026);
+    b->parameters().getBundle("Other")->set("x", 1);
+    a->mergeParameters(*b, recursive);
+    const HxParamBundle* atlas = std::as_const(a->parameters()).getBundle("Atlas");
+    std::string name;
+    ASSERT_TRUE(atlas->findString("name", name));
+    EXPECT_EQ(name, "mine");
+    EXPECT_EQ(atlas->find("year") != nullptr, recursive);
+    EXPECT_NE(std::as_const(a->parameters()).getBundle("Other"), nullptr);
+  }
+}
+
+TEST_F(MaskAlgebra, MergingParametersWhereTypesDifferKeepsOnesOwn) {
+  const auto a = makeMask();
+  const auto b = makeMask();
+  a->setProperty("Atlas", 1);
+  b->parameters().getBundle("Atlas")->set("name", "theirs");
+  a->mergeParameters(*b, true);
+  EXPECT_EQ(a->intProperty("Atlas", false), 1);
+}

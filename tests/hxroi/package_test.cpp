@@ -1,0 +1,61 @@
+#include "hxroi/package.h"
+
+#include <dlfcn.h>
+
+#include "RoisTest.h"
+#include "hxroi/HxUniformLabelField3ToHxRois.h"
+#include "quarn/base/McType.h"
+#include "quarn/kernel/packages/HxPackageManifest.h"
+
+using ::testing::ElementsAre;
+
+namespace {
+
+std::vector<std::string> registeredRoiClasses() {
+  std::vector<std::string> names;
+  for (const McType& type : McType::types()) {
+    if (type.getName().find("Rois") != std::string::npos) names.push_back(type.getName());
+  }
+  return names;
+}
+
+TEST(Package, RegistersWhenTheLibraryIsLoaded) {
+  EXPECT_THAT(registeredRoiClasses(), ElementsAre("HxRois", "HxUniformLabelField3ToHxRois"));
+}
+
+TEST(Package, RegistersAndUnregistersOnce) {
+  quarnpackage_hxroi_init();
+  quarnpackage_hxroi_init();
+  EXPECT_THAT(registeredRoiClasses(), ElementsAre("HxRois", "HxUniformLabelField3ToHxRois"));
+  quarnpackage_hxroi_finish();
+  quarnpackage_hxroi_finish();
+  EXPECT_TRUE(registeredRoiClasses().empty());
+  quarnpackage_hxroi_init();
+  EXPECT_THAT(registeredRoiClasses(), ElementsAre("HxRois", "HxUniformLabelField3ToHxRois"));
+}
+
+TEST(Package, ObjectsAreMadeByName) {
+  const McHandle<HxObject> rois = HxObject::create("HxRois");
+  EXPECT_NE(dynamic_cast<HxRois*>(rois.get()), nullptr);
+  const McHandle<HxObject> module = HxObject::create("HxUniformLabelField3ToHxRois");
+  EXPECT_NE(dynamic_cast<HxUniformLabelField3ToHxRois*>(module.get()), nullptr);
+}
+
+TEST(Package, ManifestNamesWhatTheLibraryHas) {
+  const auto manifest = HxPackageManifest::fromFile(QUARN_BINARY_DIR "/packages/hxroi.json");
+  EXPECT_EQ(manifest.name, "hxroi");
+  EXPECT_EQ(manifest.abi, quarn::packageAbi());
+  EXPECT_EQ(manifest.classes, QStringList({"HxRois", "HxUniformLabelField3ToHxRois"}));
+  ASSERT_EQ(manifest.fileTypes.size(), 1U);
+  const auto& type = manifest.fileTypes[0];
+  EXPECT_EQ(type.contentType, "HxRois");
+  EXPECT_EQ(type.suffix, ".ROIs.qm");
+  std::vector<QString> symbols{"quarnpackage_hxroi_init", "quarnpackage_hxroi_finish", type.read};
+  for (const auto& format : type.save) symbols.push_back(format.function);
+  EXPECT_EQ(symbols.size(), 6U);
+  for (const QString& symbol : symbols) {
+    EXPECT_NE(dlsym(RTLD_DEFAULT, symbol.toLatin1().constData()), nullptr) << symbol.toStdString();
+  }
+}
+
+}  // namespace
