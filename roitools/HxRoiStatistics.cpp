@@ -1,0 +1,91 @@
+#include "roitools/HxRoiStatistics.h"
+
+#include <QCoreApplication>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/details/Mask.h"
+#include "quarn/base/McProgressInterface.h"
+#include "quarn/kernel/HxException.h"
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/fields/HxTable.h"
+#include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/kernel/io/HxFileTypes.h"
+#include "quarn/kernel/objects/hxconnection_cast.h"
+#include "quarn/kernel/script/HxCommands.h"
+#include "roitools/RoiTable.h"
+
+MC_CLASS_IMPL(HxRoiStatistics, HxCompModule)
+
+namespace {
+
+QString tr(const char* text) {
+  return QCoreApplication::translate("HxRoiStatistics", text);
+}
+
+/// Shows the progress of a measurement while it lives.
+class ShownProgress {
+public:
+  ShownProgress() { display_.start(tr("Measuring ROIs").toStdString()); }
+  ~ShownProgress() { display_.stop(); }
+  ShownProgress(const ShownProgress&) = delete;
+  ShownProgress& operator=(const ShownProgress&) = delete;
+
+  McProgressInterface& display() const { return display_; }
+
+private:
+  McProgressInterface& display_ = *HxApplication::progress();
+};
+
+McHandle<HxTable> resultTable(const HxRoiStatistics& module) {
+  if (auto* table = dynamic_cast<HxTable*>(module.resultObject(0))) return table;
+  McHandle<HxTable> table(new HxTable);
+  table->setLabel("RoiStatistics");
+  return table;
+}
+
+void ensureImageFits(const HxRois& rois, const HxUniformScalarField3* image) {
+  if (image && !rois.masks().empty()) rois.masks().front()->ensureCompatibleWith(*image);
+}
+
+}  // namespace
+
+HxRoiStatistics::HxRoiStatistics()
+    : HxCompModule(HxRois::getClassTypeId()),
+      portImage(this, "image", tr("Image"), HxUniformScalarField3::getClassTypeId()),
+      portDoIt(this, "doIt", tr("Do It"), 1) {}
+
+HxRoiStatistics::~HxRoiStatistics() = default;
+
+void HxRoiStatistics::compute() {
+  if (!portDoIt.wasHit(0)) return;
+  const auto* rois = hxconnection_cast<HxRois>(dataConnection);
+  if (!rois) throw hxException(tr("%1: no ROI set is connected to \"data\".").arg(getLabel()));
+
+  const auto* image = hxconnection_cast<HxUniformScalarField3>(portImage);
+  ensureImageFits(*rois, image);
+  const HxRegScalarField3* place = image ? image : hxconnection_cast<HxUniformScalarField3>(rois->portData);
+  if (!place) {
+    const QString text = tr("No field is connected to %1 or to \"image\": volumes and world positions are left empty.");
+    HxMessage::printf("%s", qUtf8Printable(text.arg(rois->getLabel())));
+  }
+  const McHandle<HxTable> table = resultTable(*this);
+  {
+    const ShownProgress progress;
+    roitools::fillRoiTable(*table, *rois, image, place, progress.display());
+  }
+  HxMessage::printf("%s", table->toText().c_str());
+  setResult(table.get());
+}
+
+int HxRoiStatistics::parse(Tcl_Interp* interp, int argc, char** argv) {
+  if (argc < 2 || !cmdCheck(QString::fromUtf8(argv[1]), "save", "?CSV? FILE")) {
+    return HxCompModule::parse(interp, argc, argv);
+  }
+  if (const int go = cmdHelp(interp, argv[1], argc == 3 || argc == 4, argc, argv); go != HX_CMD_GO_ON) return go;
+  auto* table = resultObject(0);
+  if (!table) throw hxException(tr("%1 has no result to save yet: hit \"doIt\" and fire it first.").arg(getLabel()));
+  HxFileTypes::instance().save(table, argc == 4 ? QString::fromUtf8(argv[2]) : QString(),
+                               QString::fromUtf8(argv[argc - 1]));
+  return TCL_OK;
+}

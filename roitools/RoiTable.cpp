@@ -1,0 +1,149 @@
+#include "roitools/RoiTable.h"
+
+#include <QCoreApplication>
+#include <QLocale>
+#include <QString>
+#include <utility>
+#include <vector>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/details/Group.h"
+#include "hxroi/details/Mask.h"
+#include "quarn/base/McException.h"
+#include "quarn/base/McProgressInterface.h"
+#include "quarn/kernel/HxException.h"
+#include "quarn/kernel/fields/HxTable.h"
+#include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "roitools/RoiMeasure.h"
+
+namespace roitools {
+
+namespace {
+
+using hxroi::details::Group;
+using hxroi::details::Mask;
+using hxroi::details::Roi;
+using Cell = HxTable::Cell;
+using Kind = HxTable::Kind;
+
+constexpr int kDecimals = 2;
+
+/// Names, colours and identifiers of ROIs are Latin-1; cells are UTF-8.
+std::string utf8(const std::string& latin1) {
+  return QString::fromLatin1(latin1.c_str()).toStdString();
+}
+
+void addColumns(HxTable& table, bool withImage) {
+  table.addColumn("name", Kind::Text);
+  table.addColumn("group", Kind::Text);
+  table.addColumn("voxels", Kind::Integer);
+  table.addColumn("volume_mm3", Kind::Real, kDecimals);
+  for (const char* bound : {"xmin", "xmax", "ymin", "ymax", "zmin", "zmax"}) table.addColumn(bound, Kind::Integer);
+  for (const char* axis : {"centroid_x", "centroid_y", "centroid_z"}) table.addColumn(axis, Kind::Real, kDecimals);
+  if (withImage) {
+    for (const char* value : {"mean", "sd", "min", "max"}) table.addColumn(value, Kind::Real, kDecimals);
+  }
+  table.hideInText(table.addColumn("id", Kind::Text));
+  table.hideInText(table.addColumn("color", Kind::Text));
+}
+
+std::string colorText(const McColor& color) {
+  const QLocale numbers = QLocale::c();
+  const auto text = [&](float part) { return numbers.toString(part, 'g', QLocale::FloatingPointShortest); };
+  return QString("%1 %2 %3").arg(text(color.r), text(color.g), text(color.b)).toStdString();
+}
+
+void appendBox(HxTable::Row& row, const RoiMeasure& measure) {
+  for (int bound = 0; bound < 6; ++bound) {
+    row.emplace_back();
+    if (measure.voxels > 0) row.back() = std::int64_t{measure.box[bound]};
+  }
+}
+
+void appendCentroid(HxTable::Row& row, const RoiMeasure& measure, const HxRegScalarField3* place) {
+  if (measure.voxels == 0 || !place) {
+    row.insert(row.end(), 3, Cell());
+    return;
+  }
+  const auto index = measure.centroidIndex();
+  for (const double coordinate : place->voxelToWorld(index[0], index[1], index[2])) row.emplace_back(coordinate);
+}
+
+void appendValues(HxTable::Row& row, const Moments& values) {
+  if (values.count == 0) {
+    row.insert(row.end(), 4, Cell());
+    return;
+  }
+  for (const double value : {values.mean, values.standardDeviation(), values.minimum, values.maximum}) {
+    row.emplace_back(value);
+  }
+}
+
+/// The content of a volume that holds every voxel of the members, of which there is at least one.
+hxvoxora::TileSnapshot unionOf(const Group& group) {
+  const auto sum = hxvoxora::makeRef<SoVolumeMask>();
+  const SoVolumeMask& first = *group.begin()->volumeMask();
+  const SbVec3i32 size = first.dataDimension();
+  const SbBox3i32 whole(SbVec3i32(0, 0, 0), SbVec3i32(size[0] - 1, size[1] - 1, size[2] - 1));
+  sum->initializeInMemory(size, first.getTileDimension());
+  const int transaction = sum->beginTransaction();
+  for (const Mask& member : group) sum->combineBox(whole, *member.volumeMask(), hxvoxora::TruthTable::Or);
+  sum->endTransaction(transaction);
+  return sum->snapshot();
+}
+
+RoiMeasure measureRoi(const Roi& roi, const HxUniformScalarField3* image) {
+  if (const auto* mask = dynamic_cast<const Mask*>(&roi)) return measure(mask->volumeMask()->snapshot(), image);
+  const auto& group = dynamic_cast<const Group&>(roi);
+  return group.size() == 0 ? RoiMeasure() : measure(unionOf(group), image);
+}
+
+HxTable::Row rowOf(const Roi& roi, const HxUniformScalarField3* image, const HxRegScalarField3* place) {
+  const RoiMeasure measure = measureRoi(roi, image);
+  HxTable::Row row;
+  row.emplace_back(utf8(roi.name()));
+  row.emplace_back();
+  if (roi.parent()) row.back() = utf8(roi.parent()->name());
+  row.emplace_back(static_cast<std::int64_t>(measure.voxels));
+  row.emplace_back();
+  if (place) row.back() = static_cast<double>(measure.voxels) * place->voxelVolume();
+  appendBox(row, measure);
+  appendCentroid(row, measure, place);
+  if (image) appendValues(row, measure.values);
+  row.emplace_back(utf8(roi.id()));
+  row.emplace_back(colorText(roi.color()));
+  return row;
+}
+
+/// Top-level ROIs in the order of the set, each group followed by its members.
+std::vector<const Roi*> roisInOrder(const HxRois& rois) {
+  std::vector<const Roi*> all;
+  for (const auto& roi : rois) {
+    all.push_back(roi.get());
+    if (const auto* group = dynamic_cast<const Group*>(roi.get())) {
+      for (const Mask& member : *group) all.push_back(&member);
+    }
+  }
+  return all;
+}
+
+}  // namespace
+
+void fillRoiTable(HxTable& table, const HxRois& rois, const HxUniformScalarField3* image,
+                  const HxRegScalarField3* place, McProgressInterface& progress) {
+  const std::vector<const Roi*> all = roisInOrder(rois);
+  std::vector<HxTable::Row> rows;
+  for (const Roi* roi : all) {
+    if (progress.isInterrupted()) {
+      throw hxException(QCoreApplication::translate("HxRoiStatistics", "The measurement was interrupted."));
+    }
+    rows.push_back(rowOf(*roi, image, place));
+    progress.setValue(static_cast<float>(rows.size()) / static_cast<float>(all.size()));
+  }
+  table.clear();
+  addColumns(table, image != nullptr);
+  for (auto& row : rows) table.addRow(std::move(row));
+}
+
+}  // namespace roitools

@@ -1,0 +1,11 @@
+#include "roitools/HxRoiStatistics.h"
+
+/// Entry points that the host calls after opening and before closing the package.
+extern "C" {
+ROITOOLS_API void quarnpackage_roitools_init() {
+  HxRoiStatistics::initClass();
+}
+ROITOOLS_API void quarnpackage_roitools_finish() {
+  HxRoiStatistics::exitClass();
+}
+}
