@@ -1,0 +1,12 @@
+#pragma once
+
+/// The benchmarks of the package, in two parts; each registers its own.
+namespace bench {
+
+/// Operators, bounding boxes and box views of single masks.
+void addMaskBenchmarks();
+
+/// A real atlas: labels to masks, saving, loading and measuring the set.
+void addAtlasBenchmarks();
+
+}  // namespace bench
