@@ -5,6 +5,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/voxora/nodes/SoCpuBufferObject.h"
 #include "quarn/voxora/nodes/detail/SoVolumeMaskState.h"
+#include "quarn/voxora/tiles/detail/TileSource.h"
 #include "quarn/voxora/tiles/detail/boxText.h"
 
 using hxvoxora::makeRef;

@@ -10,6 +10,7 @@
 #include "quarn/voxora/files/TiledFileWriter.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "quarn/voxora/nodes/detail/SoVolumeMaskState.h"
+#include "quarn/voxora/tiles/detail/TileSource.h"
 
 /// Writing a mask into a file set, and binding the node to it.
 

@@ -6,13 +6,13 @@ namespace hxvoxora::detail {
 
 TileCell::TileCell(Ref<const TilePayload> payload) : payload_(std::move(payload)) {}
 
-TileCell::TileCell(Ref<const TileSource> source, std::uint64_t tile, Ref<const TilePayload> payload)
-    : payload_(std::move(payload)), source_(std::move(source)), tile_(tile) {}
+TileCell::TileCell(Ref<const TileBacking> backing, std::uint64_t key, Ref<const TilePayload> payload)
+    : payload_(std::move(payload)), backing_(std::move(backing)), key_(key) {}
 
 Ref<const TilePayload> TileCell::pin() const {
   if (Ref<const TilePayload> payload = payload_.load()) return payload;
-  // Two threads may both read the tile; either copy serves.
-  Ref<const TilePayload> loaded = source_->load(tile_);
+  // Two threads may both fetch the bits; either copy serves.
+  Ref<const TilePayload> loaded = backing_->load(key_);
   payload_.store(loaded);
   return loaded;
 }

@@ -5,7 +5,7 @@
 #include "quarn/voxora/tiles/Counted.h"
 #include "quarn/voxora/tiles/TilePayload.h"
 #include "quarn/voxora/tiles/detail/AtomicRef.h"
-#include "quarn/voxora/tiles/detail/TileSource.h"
+#include "quarn/voxora/tiles/detail/TileBacking.h"
 
 namespace hxvoxora::detail {
 
@@ -17,24 +17,24 @@ public:
   /// A tile that is only in memory.
   explicit TileCell(Ref<const TilePayload> payload);
 
-  /// A stored tile; `payload` are its bits when they are in memory already.
-  TileCell(Ref<const TileSource> source, std::uint64_t tile, Ref<const TilePayload> payload = nullptr);
+  /// A tile that `backing` knows by `key`; `payload` are its bits when they are in memory already.
+  TileCell(Ref<const TileBacking> backing, std::uint64_t key, Ref<const TilePayload> payload = nullptr);
 
-  /// The bits, which stay in memory while the reference is held. A stored tile is read when needed, which may throw
-  /// McException. Safe from several threads at once.
+  /// The bits, which stay in memory while the reference is held. They are fetched from the backing when needed, which
+  /// may throw McException. Safe from several threads at once.
   Ref<const TilePayload> pin() const;
 
   /// The bits when they are in memory, else null.
   Ref<const TilePayload> inMemory() const { return payload_.load(); }
 
-  /// The file that holds the tile; null for one that is only in memory.
-  const TileSource* source() const { return source_.get(); }
-  std::uint64_t tileInSource() const { return tile_; }
+  /// The file set that holds the tile; null for one that stands in none.
+  const TileSource* source() const { return backing_ ? backing_->asSource() : nullptr; }
+  std::uint64_t tileInSource() const { return key_; }
 
 private:
   mutable AtomicRef<const TilePayload> payload_;
-  Ref<const TileSource> source_;
-  std::uint64_t tile_ = 0;
+  Ref<const TileBacking> backing_;
+  std::uint64_t key_ = 0;
 };
 
 }  // namespace hxvoxora::detail
