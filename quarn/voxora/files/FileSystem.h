@@ -42,6 +42,10 @@ public:
   /// The files of this computer. Lives as long as the process.
   static FileSystem& posix();
 
+  /// The files that the process works on: posix(), unless a FileSystemOverride put others in their place. Whoever keeps
+  /// the reference stays on the files of the time of the call.
+  static FileSystem& current();
+
   /// Opens an existing regular file. Anything else (folder, pipe, device; a link when refused) throws, and the call
   /// never waits for a pipe or device. The file is not handed on to programs that the process starts.
   virtual std::unique_ptr<InputFile> openForReading(const std::string& path, Links links) = 0;
@@ -67,6 +71,21 @@ public:
 
   /// Bytes that the user of the process may still write on the file system of this folder.
   virtual std::uint64_t freeSpace(const std::string& directory) = 0;
+};
+
+/// Makes FileSystem::current() another file system for as long as the object lives; for tests. Overrides nest: the end
+/// of one brings back what was there before. Only while no other thread asks for current().
+class QUARN_VOXORA_API FileSystemOverride {
+public:
+  /// `fileSystem` must outlive the object and all that took it for the current one.
+  explicit FileSystemOverride(FileSystem& fileSystem);
+  ~FileSystemOverride();
+
+  FileSystemOverride(const FileSystemOverride&) = delete;
+  FileSystemOverride& operator=(const FileSystemOverride&) = delete;
+
+private:
+  FileSystem* const former_;
 };
 
 }  // namespace hxvoxora

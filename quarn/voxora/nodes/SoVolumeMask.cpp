@@ -50,7 +50,7 @@ void SoVolumeMask::State::reset(Ref<const TileTable> table, const std::string& p
   reader = std::move(newReader);
 }
 
-SoVolumeMask::SoVolumeMask() : SoVolumeMask(hxvoxora::FileSystem::posix()) {}
+SoVolumeMask::SoVolumeMask() : SoVolumeMask(hxvoxora::FileSystem::current()) {}
 
 SoVolumeMask::SoVolumeMask(hxvoxora::FileSystem& fileSystem) : state_(std::make_unique<State>(fileSystem)) {}
 

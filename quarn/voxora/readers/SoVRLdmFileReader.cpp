@@ -12,7 +12,7 @@ SoType& classType() {
 
 }  // namespace
 
-SoVRLdmFileReader::SoVRLdmFileReader() : SoVRLdmFileReader(hxvoxora::FileSystem::posix()) {}
+SoVRLdmFileReader::SoVRLdmFileReader() : SoVRLdmFileReader(hxvoxora::FileSystem::current()) {}
 
 SoVRLdmFileReader::SoVRLdmFileReader(hxvoxora::FileSystem& fileSystem) : fileSystem_(fileSystem) {
   initClass();
