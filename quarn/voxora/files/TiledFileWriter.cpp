@@ -31,6 +31,7 @@ VolumeHeader completed(const std::string& ldmPath, const VolumeHeader& header) {
   VolumeHeader result;
   result.dimensions = header.dimensions;
   result.tileDimensions = header.tileDimensions;
+  result.levels = header.levels;
   result.compression = header.compression;
   result.dataFile = stem + ".dat";
   result.indexFile = stem + ".fcp";

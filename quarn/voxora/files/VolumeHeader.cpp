@@ -157,6 +157,11 @@ void checkTileDimensions(const McVec3i& tile, const std::string& path) {
   }
 }
 
+/// ceil(size / 2^level) of a size of at least 1.
+int halved(int size, int level) {
+  return ((size - 1) >> level) + 1;
+}
+
 void checkFileName(const std::string& path, std::string_view element, const std::string& name) {
   const std::string objection = detail::nameObjection(name);
   if (!objection.empty()) refuse(path, element, name, objection);
@@ -191,7 +196,7 @@ VolumeHeader VolumeHeader::parse(std::string_view text, const std::string& path)
   header.dimensions = elements.vector("Dimensions");
   header.tileDimensions = elements.vector("TileDimensions");
   if (const auto type = elements.word("VoxelType"); type != "bit") refuse(path, "VoxelType", type, "not bit");
-  if (const auto levels = elements.word("Levels"); levels != "1") refuse(path, "Levels", levels, "not 1");
+  header.levels = elements.number("Levels");
   if (elements.find("TileBorder")) header.border = elements.number("TileBorder");
   header.compression = parseCompression(elements, path);
   header.dataFile = elements.text("DataFile");
@@ -214,6 +219,9 @@ void VolumeHeader::validate(const std::string& path) const {
     if (dimensions[axis] < 1) refuse(path, "Dimensions", vectorText(dimensions), "not from 1 to 2147483647");
   }
   checkTileDimensions(tileDimensions, path);
+  if (const int most = maxLevels(dimensions, tileDimensions); levels < 1 || levels > most) {
+    refuse(path, "Levels", std::to_string(levels), "not from 1 to " + std::to_string(most));
+  }
   const McVec3i tiles = tilesPerAxis();
   const std::uint64_t layer = static_cast<std::uint64_t>(tiles.x) * static_cast<std::uint64_t>(tiles.y);
   if (layer > maxTiles / static_cast<std::uint64_t>(tiles.z)) {
@@ -239,7 +247,7 @@ std::string VolumeHeader::toXml() const {
   add("Dimensions", vectorText(dimensions));
   add("TileDimensions", vectorText(tileDimensions));
   add("VoxelType", "bit");
-  add("Levels", "1");
+  add("Levels", std::to_string(levels));
   if (border != 0) add("TileBorder", std::to_string(border));
   add("Compression", compression == TileCompression::gzip ? "gzip" : "none");
   add("DataFile", dataFile);
@@ -258,15 +266,47 @@ std::optional<std::string> VolumeHeader::findTag(std::string_view name) const {
   return found;
 }
 
-McVec3i VolumeHeader::tilesPerAxis() const {
-  const auto count = [this](int axis) { return (dimensions[axis] - 1) / tileDimensions[axis] + 1; };
+int VolumeHeader::maxLevels(const McVec3i& dimensions, const McVec3i& tileDimensions) {
+  int levels = 1;
+  for (int axis = 0; axis < 3; ++axis) {
+    int size = dimensions[axis];
+    int axisLevels = 1;
+    for (; size > tileDimensions[axis]; ++axisLevels) size = halved(size, 1);
+    levels = std::max(levels, axisLevels);
+  }
+  return levels;
+}
+
+McVec3i VolumeHeader::levelDimensions(int level) const {
+  return {halved(dimensions.x, level), halved(dimensions.y, level), halved(dimensions.z, level)};
+}
+
+McVec3i VolumeHeader::tilesPerAxis(int level) const {
+  const McVec3i size = levelDimensions(level);
+  const auto count = [&](int axis) { return (size[axis] - 1) / tileDimensions[axis] + 1; };
   return {count(0), count(1), count(2)};
 }
 
-std::uint64_t VolumeHeader::tileCount() const {
-  const McVec3i tiles = tilesPerAxis();
+std::uint64_t VolumeHeader::levelTileCount(int level) const {
+  const McVec3i tiles = tilesPerAxis(level);
   return static_cast<std::uint64_t>(tiles.x) * static_cast<std::uint64_t>(tiles.y) *
          static_cast<std::uint64_t>(tiles.z);
+}
+
+std::uint64_t VolumeHeader::levelFirstTile(int level) const {
+  std::uint64_t first = 0;
+  for (int below = 0; below < level; ++below) first += levelTileCount(below);
+  return first;
+}
+
+int VolumeHeader::levelOf(std::uint64_t tile) const {
+  int level = 0;
+  for (; level + 1 < levels && tile >= levelTileCount(level); ++level) tile -= levelTileCount(level);
+  return level;
+}
+
+std::uint64_t VolumeHeader::tileCount() const {
+  return levelFirstTile(levels);
 }
 
 std::uint64_t VolumeHeader::tileBytes() const {
@@ -275,13 +315,16 @@ std::uint64_t VolumeHeader::tileBytes() const {
 }
 
 McVec3i VolumeHeader::tileExtent(std::uint64_t tile) const {
-  const McVec3i tiles = tilesPerAxis();
+  const int level = levelOf(tile);
+  const McVec3i size = levelDimensions(level);
+  const McVec3i tiles = tilesPerAxis(level);
+  std::uint64_t place = tile - levelFirstTile(level);
   McVec3i extent;
   for (int axis = 0; axis < 3; ++axis) {
     const auto perAxis = static_cast<std::uint64_t>(tiles[axis]);
-    const auto first = static_cast<std::int64_t>(tile % perAxis) * tileDimensions[axis];
-    extent[axis] = static_cast<int>(std::min<std::int64_t>(tileDimensions[axis], dimensions[axis] - first));
-    tile /= perAxis;
+    const auto first = static_cast<std::int64_t>(place % perAxis) * tileDimensions[axis];
+    extent[axis] = static_cast<int>(std::min<std::int64_t>(tileDimensions[axis], size[axis] - first));
+    place /= perAxis;
   }
   return extent;
 }

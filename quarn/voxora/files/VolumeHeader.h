@@ -17,14 +17,19 @@ class FileSystem;
 
 /// The header of a tiled volume of bits, and the geometry of its tile grid (docs/format/volume-header.md).
 ///
-/// Tiles are numbered with x fastest: tile (i, j, k) of a grid of (nx, ny, nz) tiles has the number (k * ny + j) * nx
-/// + i. All tiles have the same size; those at the upper borders of the volume reach beyond it.
+/// A file holds one or more resolution levels. Level 0 is the volume; each further one has half the voxels of the one
+/// before along each axis, rounded up. All levels are cut into tiles of the same size; those at the upper borders reach
+/// beyond the level. Within a level tiles are numbered with x fastest: tile (i, j, k) of a grid of (nx, ny, nz) tiles
+/// has the number (k * ny + j) * nx + i behind the first of its level. The numbers run on from level to level.
+///
+/// Functions of a level want 0 <= level < levels, those of a tile 0 <= tile < tileCount().
 struct QUARN_VOXORA_API VolumeHeader {
   static constexpr std::uint64_t maxTextBytes = std::uint64_t{1} << 20;  ///< longest header text that is read
-  static constexpr std::uint64_t maxTiles = std::uint64_t{1} << 40;      ///< most tiles that a volume may have
+  static constexpr std::uint64_t maxTiles = std::uint64_t{1} << 40;      ///< most tiles that level 0 may have
 
   McVec3i dimensions{0, 0, 0};      ///< voxels per axis, 1 to 2^31 - 1
   McVec3i tileDimensions{0, 0, 0};  ///< voxels per axis, powers of two from 8 to 256, x at least 32
+  int levels = 1;                   ///< resolution levels in the file, 1 to maxLevels()
   TileCompression compression = TileCompression::gzip;
   int border = 0;                ///< voxels of the neighbour tiles that each tile repeats; only old files have any
   std::string dataFile;          ///< bare name of the file with the tiles
@@ -48,13 +53,24 @@ struct QUARN_VOXORA_API VolumeHeader {
   /// value when there is no such element, or when several contradict each other.
   std::optional<std::string> findTag(std::string_view name) const;
 
-  /// Tiles per axis.
-  McVec3i tilesPerAxis() const;
-  /// Tiles of the whole grid.
+  /// The most levels that a volume can have: the last one is the first to fit into one tile.
+  static int maxLevels(const McVec3i& dimensions, const McVec3i& tileDimensions);
+
+  /// Voxels per axis of a level: ceil(dimensions / 2^level).
+  McVec3i levelDimensions(int level) const;
+  /// Tiles per axis of a level.
+  McVec3i tilesPerAxis(int level = 0) const;
+  /// Tiles of one level.
+  std::uint64_t levelTileCount(int level) const;
+  /// The number of the first tile of a level.
+  std::uint64_t levelFirstTile(int level) const;
+  /// The level that a tile belongs to.
+  int levelOf(std::uint64_t tile) const;
+  /// Tiles of all levels of the file.
   std::uint64_t tileCount() const;
   /// Bytes of the bits of one tile.
   std::uint64_t tileBytes() const;
-  /// Voxels per axis of this tile that lie inside the volume.
+  /// Voxels per axis of this tile that lie inside its level.
   McVec3i tileExtent(std::uint64_t tile) const;
 
 private:

@@ -1,5 +1,6 @@
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "quarn/base/McException.h"
@@ -25,7 +26,10 @@ namespace {
 Ref<const TileTable> tableOf(const Ref<const TileSource>& source, bool defaultValue) {
   TileTableEditor editor(TileTable(source->grid(), defaultValue));
   for (const StoredTileRun& run : source->reader().runs()) {
-    const auto first = static_cast<std::int64_t>(run.firstTile), count = static_cast<std::int64_t>(run.tileCount);
+    // The tiles of lower resolution levels follow those of the volume.
+    const auto first = static_cast<std::int64_t>(run.firstTile);
+    const std::int64_t count = std::min(static_cast<std::int64_t>(run.tileCount), source->grid().tileCount() - first);
+    if (count <= 0) break;
     if (run.kind == StoredTileKind::zero || run.kind == StoredTileKind::one) {
       editor.setRange(first, count, TileSlot::constant(run.kind == StoredTileKind::one));
     } else if (run.kind == StoredTileKind::stored) {

@@ -74,9 +74,10 @@ TEST(TiledFile, RandomSetsComeBackAsTheyWereWritten) {
   const auto pick = [&](int low, int high) { return random.between(low, high); };
   for (int round = 0; round < 200; ++round) {
     MemoryFileSystem files;
-    const VolumeHeader header = volumefiles::makeHeader({pick(1, 200), pick(1, 80), pick(1, 40)},
-                                                        {32 << pick(0, 2), 8 << pick(0, 2), 8 << pick(0, 1)},
-                                                        pick(0, 1) ? TileCompression::gzip : TileCompression::none);
+    VolumeHeader header = volumefiles::makeHeader({pick(1, 200), pick(1, 80), pick(1, 40)},
+                                                  {32 << pick(0, 2), 8 << pick(0, 2), 8 << pick(0, 1)},
+                                                  pick(0, 1) ? TileCompression::gzip : TileCompression::none);
+    header.levels = pick(1, VolumeHeader::maxLevels(header.dimensions, header.tileDimensions));
     Tiles tiles;
     for (std::uint64_t i = 0; i < header.tileCount(); ++i) {
       const auto kind = static_cast<StoredTileKind>(pick(0, 3));
@@ -88,6 +89,20 @@ TEST(TiledFile, RandomSetsComeBackAsTheyWereWritten) {
     volumefiles::write(files, "a.ldm", header, tiles);
     ASSERT_EQ(volumefiles::read(files, "a.ldm"), tiles) << "round " << round;
   }
+}
+
+TEST(TiledFile, LevelsMustFitTheIndex) {
+  VolumeHeader header = sampleHeader();
+  header.levels = 2;
+  Tiles tiles = sampleTiles(1);
+  tiles[8] = {StoredTileKind::stored, volumefiles::maskBits(header, 8, 1)};
+  MemoryFileSystem files;
+  volumefiles::write(files, "a.ldm", header, tiles);
+  EXPECT_EQ(volumefiles::read(files, "a.ldm"), tiles);
+
+  std::string text = volumefiles::toText(files.content("a.ldm"));
+  files.setContent("a.ldm", volumefiles::toBytes(text.replace(text.find("<Levels>2"), 9, "<Levels>1")));
+  EXPECT_THAT(messageOf([&] { TiledFileReader::open(files, "a.ldm"); }), HasSubstr("a.fcp: tile count 9: must be 8"));
 }
 
 TEST(TiledFile, IncompressibleTilesAreStoredAsTheyAre) {

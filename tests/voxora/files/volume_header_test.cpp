@@ -273,8 +273,8 @@ TEST(VolumeHeader, TileCountIsLimitedWithoutOverflow) {
 TEST(VolumeHeader, OtherKindsOfVolumesAreRefused) {
   for (const std::string value : {"uint8", "float", "", "Bit"})
     expectRefused(withValue("VoxelType", value), "VoxelType");
-  for (const std::string value : {"0", "2", "64", "2147483648", ""})
-    expectRefused(withValue("Levels", value), "Levels");
+  for (const std::string value : {"0", "-1", "5", "64", "2147483648", "", "x"})
+    expectRefused(withValue("Levels", value), "element Levels \"" + value + "\"");
   for (const std::string value : {"0", "2", "1.0"}) expectRefused(withValue("FormatVersion", value), "FormatVersion");
   for (const std::string value : {"lzw", "GZIP", ""}) expectRefused(withValue("Compression", value), "Compression");
   for (const std::string value : {"0000000000000000", "7D0C93A1B2F4E865", "1", "7d0c93a1b2f4e86500"}) {
@@ -343,4 +343,52 @@ TEST(VolumeHeader, TileGridFollowsFromDimensions) {
   EXPECT_EQ(header.tileExtent(4), McVec3i(1, 32, 8));
   EXPECT_EQ(header.tileExtent(14), McVec3i(1, 1, 8));
   EXPECT_EQ(header.tileExtent(74), McVec3i(1, 1, 1));
+}
+
+TEST(VolumeHeader, LevelsAreKeptAndLimited) {
+  VolumeHeader header = validHeader();
+  for (int levels = 1; levels <= 4; ++levels) {
+    header.levels = levels;
+    EXPECT_EQ(VolumeHeader::parse(header.toXml(), path).levels, levels);
+  }
+  for (const int levels : {0, -1, 5}) {
+    header.levels = levels;
+    EXPECT_THAT(messageOf([&] { header.validate(path); }),
+                HasSubstr("element Levels \"" + std::to_string(levels) + "\": not from 1 to 4"));
+  }
+}
+
+TEST(VolumeHeader, LastLevelIsTheFirstToFitIntoOneTile) {
+  EXPECT_EQ(VolumeHeader::maxLevels({1, 1, 1}, {32, 8, 8}), 1);
+  EXPECT_EQ(VolumeHeader::maxLevels({32, 8, 8}, {32, 8, 8}), 1);
+  EXPECT_EQ(VolumeHeader::maxLevels({32, 8, 9}, {32, 8, 8}), 2);
+  EXPECT_EQ(VolumeHeader::maxLevels({181, 217, 181}, {64, 64, 64}), 3);
+  EXPECT_EQ(VolumeHeader::maxLevels({1, 2147483647, 1}, {32, 8, 8}), 29);
+  VolumeHeader header = volumefiles::makeHeader({2147483647, 5, 1}, {256, 8, 8});
+  header.levels = VolumeHeader::maxLevels(header.dimensions, header.tileDimensions);
+  EXPECT_EQ(header.levels, 24);
+  EXPECT_EQ(header.levelDimensions(22), McVec3i(512, 1, 1));
+  EXPECT_EQ(header.levelDimensions(23), McVec3i(256, 1, 1));
+  EXPECT_EQ(header.tileCount(), (std::uint64_t{1} << 24) - 1);
+}
+
+TEST(VolumeHeader, TilesAreNumberedThroughAllLevels) {
+  VolumeHeader header = volumefiles::makeHeader({257, 65, 33}, {64, 32, 8});
+  header.levels = 4;  // 5 x 3 x 5, 3 x 2 x 3, 2 x 1 x 2 and 1 x 1 x 1 tiles
+  EXPECT_EQ(header.levelDimensions(0), header.dimensions);
+  EXPECT_EQ(header.levelDimensions(1), McVec3i(129, 33, 17));
+  EXPECT_EQ(header.levelDimensions(2), McVec3i(65, 17, 9));
+  EXPECT_EQ(header.levelDimensions(3), McVec3i(33, 9, 5));
+  EXPECT_EQ(header.tilesPerAxis(1), McVec3i(3, 2, 3));
+  EXPECT_EQ(header.tileCount(), 75u + 18 + 4 + 1);
+  const std::uint64_t firstTiles[] = {0, 75, 93, 97};
+  for (int level = 0; level < 4; ++level) {
+    EXPECT_EQ(header.levelFirstTile(level), firstTiles[level]);
+    EXPECT_EQ(header.levelOf(firstTiles[level]), level);
+    EXPECT_EQ(header.levelOf(firstTiles[level] + header.levelTileCount(level) - 1), level);
+  }
+  EXPECT_EQ(header.tileExtent(75), McVec3i(64, 32, 8));
+  EXPECT_EQ(header.tileExtent(92), McVec3i(1, 1, 1));
+  EXPECT_EQ(header.tileExtent(94), McVec3i(1, 17, 8));
+  EXPECT_EQ(header.tileExtent(97), McVec3i(33, 9, 5));
 }
