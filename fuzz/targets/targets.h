@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+
+/// What the fuzzers run, and the tests with the kept inputs: each function takes bytes of unknown origin through a
+/// reader and checks what comes of them. A refusal (McException) is as good as a success. A property that does not
+/// hold leaves as std::logic_error. Deterministic; from one thread.
+namespace fuzz {
+
+/// The text of a volume header. One that is read comes back the same when it is written and read again.
+/// Returns whether it was read.
+bool header(std::span<const std::byte> input);
+
+/// One byte of options (see index.cpp), then a tile index for one of a few fixed headers. One that is read covers the
+/// grid. Returns whether it was read.
+bool index(std::span<const std::byte> input);
+
+/// One byte of options (see data.cpp), then tiles or a damaged data file for one of a few fixed headers. A tile that is
+/// read is clear outside the volume and comes back the same when it is written anew; damage without forged checksums
+/// is always noticed. Returns whether a tile was read.
+bool data(std::span<const std::byte> input);
+
+}  // namespace fuzz
