@@ -1,7 +1,5 @@
 #include "quarn/voxora/bits/BitKernels.h"
 
-#include <cstring>
-
 #include "quarn/voxora/bits/detail/Operations.h"
 #include "quarn/voxora/bits/detail/scanStretch.h"
 #include "quarn/voxora/bits/detail/transformStretch.h"
@@ -17,8 +15,16 @@ using detail::Word;
 
 template <Edge edge>
 void fillStretch(void* dst, std::uint64_t dstBit, std::uint64_t count, bool value) {
-  const Word pattern = value ? ~Word{0} : 0;
-  detail::transformStretch<edge>(dst, dstBit, NoBits(), count, [pattern](Word, Word) { return pattern; });
+  if (value) {
+    detail::transformStretch<edge>(dst, dstBit, NoBits(), count, detail::operation<TruthTable::One>);
+  } else {
+    detail::transformStretch<edge>(dst, dstBit, NoBits(), count, detail::operation<TruthTable::Zero>);
+  }
+}
+
+template <Edge edge>
+void invertStretch(void* dst, std::uint64_t dstBit, std::uint64_t count) {
+  detail::transformStretch<edge>(dst, dstBit, NoBits(), count, detail::operation<TruthTable::NotA>);
 }
 
 template <Edge edge>
@@ -31,13 +37,8 @@ void combineStretch(void* dst, std::uint64_t dstBit, const void* src, std::uint6
 }  // namespace
 
 void copyBits(void* dst, std::uint64_t dstBit, const void* src, std::uint64_t srcBit, std::uint64_t count) {
-  if (count == 0) return;
-  if (((dstBit | srcBit | count) & 7) == 0) {
-    std::memcpy(static_cast<std::uint8_t*>(dst) + dstBit / 8, static_cast<const std::uint8_t*>(src) + srcBit / 8,
-                count / 8);
-    return;
-  }
-  detail::transformStretch<Edge::Plain>(dst, dstBit, SourceBits(src, srcBit), count, [](Word, Word b) { return b; });
+  detail::transformStretch<Edge::Plain>(dst, dstBit, SourceBits(src, srcBit), count,
+                                        detail::operation<TruthTable::CopyB>);
 }
 
 void fillBits(void* dst, std::uint64_t dstBit, std::uint64_t count, bool value) {
@@ -49,11 +50,11 @@ void fillBitsShared(void* dst, std::uint64_t dstBit, std::uint64_t count, bool v
 }
 
 void invertBits(void* dst, std::uint64_t dstBit, std::uint64_t count) {
-  detail::transformStretch<Edge::Plain>(dst, dstBit, NoBits(), count, [](Word a, Word) { return ~a; });
+  invertStretch<Edge::Plain>(dst, dstBit, count);
 }
 
 void invertBitsShared(void* dst, std::uint64_t dstBit, std::uint64_t count) {
-  detail::transformStretch<Edge::Shared>(dst, dstBit, NoBits(), count, [](Word a, Word) { return ~a; });
+  invertStretch<Edge::Shared>(dst, dstBit, count);
 }
 
 void combineBits(void* dst, std::uint64_t dstBit, const void* src, std::uint64_t srcBit, std::uint64_t count,
@@ -83,19 +84,9 @@ std::uint64_t findLastSet(const void* bits, std::uint64_t firstBit, std::uint64_
 }
 
 WordSummary combineBlocks(void* dst, const void* a, const void* b, std::size_t byteCount, TruthTable f) {
-  Word anySet = 0, allSet = ~Word{0};
-  detail::withOperation(f, [&](auto op) {
-    auto* out = static_cast<std::uint8_t*>(dst);
-    const auto* left = static_cast<const std::uint8_t*>(a);
-    const auto* right = static_cast<const std::uint8_t*>(b);
-    for (std::size_t i = 0; i < byteCount; i += sizeof(Word)) {
-      const Word result = op(detail::loadNative<Word>(left + i), detail::loadNative<Word>(right + i));
-      detail::storeNative(out + i, result);
-      anySet |= result;
-      allSet &= result;
-    }
-  });
-  return {anySet != 0, allSet != ~Word{0}};
+  return detail::kernels().combineBlocks[static_cast<unsigned>(f)](static_cast<std::uint8_t*>(dst),
+                                                                   static_cast<const std::uint8_t*>(a),
+                                                                   static_cast<const std::uint8_t*>(b), byteCount);
 }
 
 }  // namespace hxvoxora

@@ -6,7 +6,7 @@
 #include "quarn/voxora/bits/TruthTable.h"
 #include "quarn/voxora/export.h"
 
-/// Work on stretches of packed bits, 64 at a time.
+/// Work on stretches of packed bits, 64 or more at a time as InstructionSet.h tells.
 ///
 /// Bit i of an array lies in byte i / 8 under the mask 0x80 >> (i % 8): the most significant bit comes first. A stretch
 /// is given by the array, the number of its first bit and its count of bits; offset and count may be anything, and no

@@ -67,15 +67,21 @@ void combineWordRows(std::uint8_t* dst, const BitLayout& dstLayout, const std::u
   }
 }
 
-template <Edge edge>
-void invert(void* dst, const BitLayout& layout, const SbBox3i32& box) {
+/// The bits of a box become op(bit).
+template <Edge edge, typename Operation>
+void transform(void* dst, const BitLayout& layout, const SbBox3i32& box, Operation op) {
   forEachStretch(
       box,
       [=](std::uint64_t count, std::uint64_t bit) {
-        transformStretch<edge>(dst, bit, NoBits(), count, [](Word a, Word) { return ~a; });
+        transformStretch<edge>(dst, bit, NoBits(), count, op);
         return true;
       },
       layout);
+}
+
+template <Edge edge>
+void invert(void* dst, const BitLayout& layout, const SbBox3i32& box) {
+  transform<edge>(dst, layout, box, detail::operation<TruthTable::NotA>);
 }
 
 template <Edge edge>
@@ -106,14 +112,11 @@ void copyRows(void* dst, const BitLayout& dstLayout, const void* src, const BitL
 }
 
 void fillRows(void* dst, const BitLayout& layout, const SbBox3i32& box, bool value) {
-  const Word pattern = value ? ~Word{0} : 0;
-  forEachStretch(
-      box,
-      [=](std::uint64_t count, std::uint64_t bit) {
-        transformStretch<Edge::Plain>(dst, bit, NoBits(), count, [pattern](Word, Word) { return pattern; });
-        return true;
-      },
-      layout);
+  if (value) {
+    transform<Edge::Plain>(dst, layout, box, detail::operation<TruthTable::One>);
+  } else {
+    transform<Edge::Plain>(dst, layout, box, detail::operation<TruthTable::Zero>);
+  }
 }
 
 void invertRows(void* dst, const BitLayout& layout, const SbBox3i32& box) {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <gtest/gtest.h>
@@ -7,12 +8,17 @@
 
 #include "quarn/voxora/bits/BitKernels.h"
 #include "tests/voxora/RandomSource.h"
+#include "tests/voxora/bits/EachInstructionSet.h"
+#include "tests/voxora/bits/GuardedBytes.h"
 
 namespace {
 
 using hxvoxora::TruthTable;
 
 using Bytes = std::vector<std::uint8_t>;
+
+class BitKernels : public EachInstructionSet {};
+WITH_EACH_INSTRUCTION_SET(BitKernels);
 
 bool bitAt(const Bytes& bytes, std::uint64_t i) {
   return (bytes[i >> 3] & (0x80 >> (i & 7))) != 0;
@@ -25,91 +31,160 @@ void setBit(Bytes& bytes, std::uint64_t i, bool value) {
 
 Bytes randomBytes(RandomSource& random, std::size_t size) {
   Bytes bytes(size);
-  for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(random.word());
+  std::uint64_t word = 0;
+  for (std::size_t i = 0; i < size; ++i, word >>= 8) {
+    if (i % 8 == 0) word = random.word();
+    bytes[i] = static_cast<std::uint8_t>(word);
+  }
   return bytes;
 }
 
-/// Lengths that reach every path: less than a byte, bytes, a word, a word and a bit, two words.
-constexpr std::array<std::uint64_t, 14> lengths = {0, 1, 5, 8, 9, 31, 56, 63, 64, 65, 72, 127, 128, 200};
+/// Lengths that reach every path: less than a byte, bytes, words, and one to three vectors of each kind with and
+/// without a rest.
+constexpr std::array<std::uint64_t, 22> lengths = {0,   1,   5,   7,   8,   9,   31,  56,  63,  64,  65,
+                                                   127, 128, 200, 511, 513, 575, 576, 583, 640, 767, 1000};
 
-/// An array of exactly the bytes that a stretch touches, so that sanitizers see any access beside it.
+/// An array of exactly the bytes that a stretch touches.
 std::size_t bytesFor(std::uint64_t firstBit, std::uint64_t count) {
   return static_cast<std::size_t>((firstBit + count + 7) / 8);
 }
 
-TEST(BitKernels, CopyEqualsBitLoopAtEveryOffset) {
+/// Two arrays that may not be left, each at an end of its memory. They change ends with every use.
+class Arrays {
+public:
+  /// What `edit(dst, src)` makes of an array.
+  template <typename Edit>
+  Bytes edited(const Bytes& before, const Bytes& source, Edit edit) {
+    const GuardedBytes::End end = nextEnd();
+    std::uint8_t* const dst = dst_.place(before, end);
+    edit(dst, src_.place(source, end));
+    EXPECT_TRUE(dst_.isSurroundingIntact());
+    EXPECT_EQ(src_.content(), source);
+    return dst_.content();
+  }
+
+  template <typename Edit>
+  Bytes edited(const Bytes& before, Edit edit) {
+    std::uint8_t* const dst = dst_.place(before, nextEnd());
+    edit(dst);
+    EXPECT_TRUE(dst_.isSurroundingIntact());
+    return dst_.content();
+  }
+
+  const std::uint8_t* placed(const Bytes& source) { return src_.place(source, nextEnd()); }
+
+private:
+  GuardedBytes::End nextEnd() {
+    back_ = !back_;
+    return back_ ? GuardedBytes::End::Back : GuardedBytes::End::Front;
+  }
+
+  GuardedBytes dst_, src_;
+  bool back_ = false;
+};
+
+/// Calls visit(dstBit, srcBit) for all offsets inside a word.
+template <typename Visit>
+void forAllOffsets(Visit visit) {
+  for (std::uint64_t dstBit = 0; dstBit < 64; ++dstBit)
+    for (std::uint64_t srcBit = 0; srcBit < 64; ++srcBit) visit(dstBit, srcBit);
+}
+
+TEST_P(BitKernels, CopyEqualsBitLoopAtEveryOffset) {
   RandomSource random;
-  for (std::uint64_t dstBit = 0; dstBit < 64; ++dstBit) {
-    for (std::uint64_t srcBit = 0; srcBit < 64; ++srcBit) {
-      for (const std::uint64_t count : lengths) {
-        const Bytes src = randomBytes(random, bytesFor(srcBit, count));
-        const Bytes before = randomBytes(random, bytesFor(dstBit, count));
-        Bytes expected = before, dst = before;
-        for (std::uint64_t i = 0; i < count; ++i) setBit(expected, dstBit + i, bitAt(src, srcBit + i));
-        hxvoxora::copyBits(dst.data(), dstBit, src.data(), srcBit, count);
-        ASSERT_EQ(dst, expected) << dstBit << " " << srcBit << " " << count;
-      }
+  Arrays arrays;
+  forAllOffsets([&](std::uint64_t dstBit, std::uint64_t srcBit) {
+    for (const std::uint64_t count : lengths) {
+      const Bytes src = randomBytes(random, bytesFor(srcBit, count)),
+                  before = randomBytes(random, bytesFor(dstBit, count));
+      Bytes expected = before;
+      for (std::uint64_t i = 0; i < count; ++i) setBit(expected, dstBit + i, bitAt(src, srcBit + i));
+      const Bytes copied = arrays.edited(before, src, [&](std::uint8_t* to, const std::uint8_t* from) {
+        hxvoxora::copyBits(to, dstBit, from, srcBit, count);
+      });
+      ASSERT_EQ(copied, expected) << dstBit << " " << srcBit << " " << count;
     }
+  });
+}
+
+/// combineBits() and combineBitsShared() against a bit loop.
+void expectCombined(Arrays& arrays, RandomSource& random, TruthTable f, std::uint64_t dstBit, std::uint64_t srcBit,
+                    std::uint64_t count) {
+  const Bytes src = randomBytes(random, bytesFor(srcBit, count)), before = randomBytes(random, bytesFor(dstBit, count));
+  Bytes expected = before;
+  for (std::uint64_t i = 0; i < count; ++i)
+    setBit(expected, dstBit + i, apply(f, bitAt(before, dstBit + i), bitAt(src, srcBit + i)));
+  const auto message = [&] {
+    return "f " + std::to_string(static_cast<unsigned>(f)) + ", " + std::to_string(count) + " bits from " +
+           std::to_string(srcBit) + " to " + std::to_string(dstBit);
+  };
+  const Bytes combined = arrays.edited(before, src, [&](std::uint8_t* to, const std::uint8_t* from) {
+    hxvoxora::combineBits(to, dstBit, from, srcBit, count, f);
+  });
+  ASSERT_EQ(combined, expected) << message();
+  const Bytes shared = arrays.edited(before, src, [&](std::uint8_t* to, const std::uint8_t* from) {
+    hxvoxora::combineBitsShared(to, dstBit, from, srcBit, count, f);
+  });
+  ASSERT_EQ(shared, expected) << message();
+}
+
+TEST_P(BitKernels, CombineEqualsBitLoopForAllFunctionsAtEveryOffset) {
+  RandomSource random;
+  Arrays arrays;
+  forAllOffsets([&](std::uint64_t dstBit, std::uint64_t srcBit) {
+    for (unsigned table = 0; table < 16; ++table) {
+      const std::uint64_t count = lengths[random.between<std::size_t>(0, lengths.size() - 1)];
+      expectCombined(arrays, random, static_cast<TruthTable>(table), dstBit, srcBit, count);
+    }
+  });
+}
+
+TEST_P(BitKernels, CombineEqualsBitLoopForAllFunctionsAtEveryLength) {
+  RandomSource random;
+  Arrays arrays;
+  for (std::uint64_t count = 0; count <= 1300; ++count) {
+    const auto f = static_cast<TruthTable>(count % 16);
+    expectCombined(arrays, random, f, random.between(0, 63), random.between(0, 63), count);
   }
 }
 
-TEST(BitKernels, CombineEqualsBitLoopForAllFunctionsAtEveryOffset) {
-  RandomSource random;
-  for (std::uint64_t dstBit = 0; dstBit < 64; ++dstBit) {
-    for (std::uint64_t srcBit = 0; srcBit < 64; ++srcBit) {
-      for (unsigned table = 0; table < 16; ++table) {
-        const auto f = static_cast<TruthTable>(table);
-        const std::uint64_t count = lengths[random.between<std::size_t>(0, lengths.size() - 1)];
-        const Bytes src = randomBytes(random, bytesFor(srcBit, count));
-        const Bytes before = randomBytes(random, bytesFor(dstBit, count));
-        Bytes expected = before, dst = before, shared = before;
-        for (std::uint64_t i = 0; i < count; ++i)
-          setBit(expected, dstBit + i, apply(f, bitAt(before, dstBit + i), bitAt(src, srcBit + i)));
-        hxvoxora::combineBits(dst.data(), dstBit, src.data(), srcBit, count, f);
-        hxvoxora::combineBitsShared(shared.data(), dstBit, src.data(), srcBit, count, f);
-        ASSERT_EQ(dst, expected) << table << " " << dstBit << " " << srcBit << " " << count;
-        ASSERT_EQ(shared, expected) << table << " " << dstBit << " " << srcBit << " " << count;
-      }
-    }
-  }
-}
-
-TEST(BitKernels, CombiningAStretchWithItself) {
+TEST_P(BitKernels, CombiningAStretchWithItself) {
   RandomSource random;
   for (std::uint64_t bit = 0; bit < 64; ++bit) {
-    const Bytes before = randomBytes(random, 40);
-    Bytes dst = before;
-    hxvoxora::combineBits(dst.data(), bit, dst.data(), bit, 200, TruthTable::Xor);
-    for (std::uint64_t i = 0; i < 320; ++i) ASSERT_EQ(bitAt(dst, i), (i < bit || i >= bit + 200) && bitAt(before, i));
+    for (const std::uint64_t count : {200, 1000}) {
+      const Bytes before = randomBytes(random, 150);
+      Bytes dst = before;
+      hxvoxora::combineBits(dst.data(), bit, dst.data(), bit, count, TruthTable::CopyB);
+      ASSERT_EQ(dst, before);
+      hxvoxora::combineBits(dst.data(), bit, dst.data(), bit, count, TruthTable::Xor);
+      for (std::uint64_t i = 0; i < 8 * dst.size(); ++i)
+        ASSERT_EQ(bitAt(dst, i), (i < bit || i >= bit + count) && bitAt(before, i));
+    }
   }
 }
 
-TEST(BitKernels, FillAndInvertEqualBitLoopAtEveryOffset) {
+TEST_P(BitKernels, FillAndInvertEqualBitLoopAtEveryOffset) {
   RandomSource random;
-  for (std::uint64_t bit = 0; bit < 64; ++bit) {
-    for (std::uint64_t count = 0; count <= 200; ++count) {
-      const Bytes before = randomBytes(random, bytesFor(bit, count));
-      Bytes ones = before, zeros = before, inverted = before;
-      for (std::uint64_t i = bit; i < bit + count; ++i) {
-        setBit(ones, i, true);
-        setBit(zeros, i, false);
-        setBit(inverted, i, !bitAt(before, i));
-      }
-      Bytes result = before;
-      hxvoxora::fillBits(result.data(), bit, count, true);
-      ASSERT_EQ(result, ones);
-      hxvoxora::fillBitsShared(result.data(), bit, count, false);
-      ASSERT_EQ(result, zeros);
-      result = before;
-      hxvoxora::invertBits(result.data(), bit, count);
-      ASSERT_EQ(result, inverted);
-      hxvoxora::invertBitsShared(result.data(), bit, count);
-      ASSERT_EQ(result, before);
-      hxvoxora::fillBitsShared(result.data(), bit, count, true);
-      ASSERT_EQ(result, ones);
-      hxvoxora::fillBits(result.data(), bit, count, false);
-      ASSERT_EQ(result, zeros);
+  Arrays arrays;
+  const auto check = [&](std::uint64_t bit, std::uint64_t count) {
+    const Bytes before = randomBytes(random, bytesFor(bit, count));
+    Bytes ones = before, zeros = before, inverted = before;
+    for (std::uint64_t i = bit; i < bit + count; ++i) {
+      setBit(ones, i, true);
+      setBit(zeros, i, false);
+      setBit(inverted, i, !bitAt(before, i));
     }
+    using namespace hxvoxora;
+    ASSERT_EQ(arrays.edited(before, [=](std::uint8_t* p) { fillBits(p, bit, count, true); }), ones);
+    ASSERT_EQ(arrays.edited(before, [=](std::uint8_t* p) { fillBits(p, bit, count, false); }), zeros);
+    ASSERT_EQ(arrays.edited(before, [=](std::uint8_t* p) { fillBitsShared(p, bit, count, true); }), ones);
+    ASSERT_EQ(arrays.edited(before, [=](std::uint8_t* p) { fillBitsShared(p, bit, count, false); }), zeros);
+    ASSERT_EQ(arrays.edited(before, [=](std::uint8_t* p) { invertBits(p, bit, count); }), inverted);
+    ASSERT_EQ(arrays.edited(before, [=](std::uint8_t* p) { invertBitsShared(p, bit, count); }), inverted);
+  };
+  for (std::uint64_t bit = 0; bit < 64; ++bit) {
+    for (std::uint64_t count = 0; count <= 140; ++count) check(bit, count);
+    for (const std::uint64_t count : lengths) check(bit, count);
   }
 }
 
@@ -131,58 +206,102 @@ Searches searchByLoop(const Bytes& bytes, std::uint64_t bit, std::uint64_t count
   return found;
 }
 
-void expectSearches(const Bytes& bytes, std::uint64_t bit, std::uint64_t count) {
+void expectSearches(Arrays& arrays, const Bytes& bytes, std::uint64_t bit, std::uint64_t count) {
   const Searches expected = searchByLoop(bytes, bit, count);
-  ASSERT_EQ(hxvoxora::countBits(bytes.data(), bit, count), expected.count);
-  ASSERT_EQ(hxvoxora::findFirstSet(bytes.data(), bit, count), expected.firstSet);
-  ASSERT_EQ(hxvoxora::findFirstClear(bytes.data(), bit, count), expected.firstClear);
-  ASSERT_EQ(hxvoxora::findLastSet(bytes.data(), bit, count), expected.lastSet);
+  const std::uint8_t* const bits = arrays.placed(bytes);
+  ASSERT_EQ(hxvoxora::countBits(bits, bit, count), expected.count) << bit << " " << count;
+  ASSERT_EQ(hxvoxora::findFirstSet(bits, bit, count), expected.firstSet) << bit << " " << count;
+  ASSERT_EQ(hxvoxora::findFirstClear(bits, bit, count), expected.firstClear) << bit << " " << count;
+  ASSERT_EQ(hxvoxora::findLastSet(bits, bit, count), expected.lastSet) << bit << " " << count;
 }
 
-TEST(BitKernels, SearchesEqualBitLoopAtEveryOffset) {
+TEST_P(BitKernels, SearchesEqualBitLoopAtEveryOffset) {
   RandomSource random;
+  Arrays arrays;
   for (std::uint64_t bit = 0; bit < 64; ++bit) {
     for (const std::uint64_t count : lengths) {
-      expectSearches(randomBytes(random, bytesFor(bit, count)), bit, count);
-      expectSearches(Bytes(bytesFor(bit, count), 0x00), bit, count);
-      expectSearches(Bytes(bytesFor(bit, count), 0xff), bit, count);
+      // Twice, for both ends of the memory.
+      for (int round = 0; round < 2; ++round) {
+        expectSearches(arrays, randomBytes(random, bytesFor(bit, count)), bit, count);
+        expectSearches(arrays, Bytes(bytesFor(bit, count), 0x00), bit, count);
+        expectSearches(arrays, Bytes(bytesFor(bit, count), 0xff), bit, count);
+      }
     }
   }
 }
 
-TEST(BitKernels, SearchesFindALoneBitAnywhere) {
-  for (std::uint64_t place = 0; place < 200; ++place) {
-    Bytes lone(26, 0x00), hole(26, 0xff);
+TEST_P(BitKernels, SearchesFindALoneBitAnywhere) {
+  Arrays arrays;
+  constexpr std::uint64_t bits = 1203;
+  for (std::uint64_t place = 0; place < bits; ++place) {
+    Bytes lone(bytesFor(0, bits), 0x00), hole(bytesFor(0, bits), 0xff);
     setBit(lone, place, true);
     setBit(hole, place, false);
     for (const std::uint64_t bit : {0, 3, 8, 61}) {
-      expectSearches(lone, bit, 203 - bit);
-      expectSearches(hole, bit, 203 - bit);
+      expectSearches(arrays, lone, bit, bits - bit);
+      expectSearches(arrays, hole, bit, bits - bit);
     }
   }
 }
 
-TEST(BitKernels, BlocksEqualBitLoopAndAreSummarised) {
+TEST_P(BitKernels, SearchesSeeNothingBesideTheStretch) {
+  Arrays arrays;
+  for (std::uint64_t bit = 1; bit < 64; ++bit) {
+    for (const std::uint64_t count : lengths) {
+      if (count == 0) continue;
+      Bytes frame(bytesFor(bit, count) + 1, 0x00), hollow(bytesFor(bit, count) + 1, 0xff);
+      for (const std::uint64_t beside : {bit - 1, bit + count}) {
+        setBit(frame, beside, true);
+        setBit(hollow, beside, false);
+      }
+      expectSearches(arrays, frame, bit, count);
+      expectSearches(arrays, hollow, bit, count);
+    }
+  }
+}
+
+TEST_P(BitKernels, BlocksEqualBitLoopAndAreSummarised) {
   RandomSource random;
+  Arrays arrays;
   for (unsigned table = 0; table < 16; ++table) {
     const auto f = static_cast<TruthTable>(table);
-    const Bytes a = randomBytes(random, 256), b = randomBytes(random, 256);
-    Bytes expected(256);
-    bool anySet = false, anyClear = false;
-    for (std::uint64_t i = 0; i < 2048; ++i) {
-      const bool value = apply(f, bitAt(a, i), bitAt(b, i));
-      setBit(expected, i, value);
-      (value ? anySet : anyClear) = true;
+    for (const std::size_t size : {0, 32, 64, 96, 160, 256, 4096}) {
+      const Bytes a = randomBytes(random, size), b = randomBytes(random, size);
+      Bytes expected(size);
+      bool anySet = false, anyClear = false;
+      for (std::uint64_t i = 0; i < 8 * size; ++i) {
+        const bool value = apply(f, bitAt(a, i), bitAt(b, i));
+        setBit(expected, i, value);
+        (value ? anySet : anyClear) = true;
+      }
+      hxvoxora::WordSummary seen;
+      const Bytes result = arrays.edited(a, b, [&](std::uint8_t* dst, const std::uint8_t* right) {
+        seen = hxvoxora::combineBlocks(dst, dst, right, size, f);
+      });
+      EXPECT_EQ(result, expected);
+      EXPECT_EQ(seen.anySet, anySet);
+      EXPECT_EQ(seen.anyClear, anyClear);
     }
-    Bytes dst(256);
-    const hxvoxora::WordSummary seen = hxvoxora::combineBlocks(dst.data(), a.data(), b.data(), 256, f);
-    EXPECT_EQ(dst, expected);
-    EXPECT_EQ(seen.anySet, anySet);
-    EXPECT_EQ(seen.anyClear, anyClear);
   }
 }
 
-TEST(BitKernels, SharedStretchesOfNeighbouringThreadsLoseNothing) {
+TEST_P(BitKernels, BlockSummariesSeeOneOddBitAnywhere) {
+  for (std::uint64_t place = 0; place < 8 * 96; ++place) {
+    Bytes lone(96, 0x00), hole(96, 0xff), dst(96);
+    setBit(lone, place, true);
+    setBit(hole, place, false);
+    for (const Bytes* bytes : {&lone, &hole}) {
+      const auto seen = hxvoxora::combineBlocks(dst.data(), bytes->data(), bytes->data(), 96, TruthTable::And);
+      ASSERT_EQ(dst, *bytes);
+      ASSERT_TRUE(seen.anySet && seen.anyClear) << place;
+    }
+  }
+  Bytes zeros(96, 0x00), ones(96, 0xff), dst(96);
+  EXPECT_FALSE(hxvoxora::combineBlocks(dst.data(), zeros.data(), ones.data(), 96, TruthTable::And).anySet);
+  EXPECT_FALSE(hxvoxora::combineBlocks(dst.data(), zeros.data(), ones.data(), 96, TruthTable::Or).anyClear);
+}
+
+TEST_P(BitKernels, SharedStretchesOfNeighbouringThreadsLoseNothing) {
   // Short stretches of few bytes: both threads write nearly every byte at about the same time.
   constexpr std::uint64_t stretch = 5, bits = 16 * stretch;
   RandomSource random;
@@ -205,7 +324,7 @@ TEST(BitKernels, SharedStretchesOfNeighbouringThreadsLoseNothing) {
   EXPECT_EQ(dst, expected);
 }
 
-TEST(BitKernels, StretchesBehindFourGigabits) {
+TEST_P(BitKernels, StretchesBehindFourGigabits) {
   // Only the last bytes are touched, so that untouched pages cost nothing.
   constexpr std::uint64_t far = (std::uint64_t{1} << 32) + 3;
   const std::unique_ptr<std::uint8_t[]> bytes(new std::uint8_t[far / 8 + 20]);

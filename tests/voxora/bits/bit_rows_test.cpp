@@ -3,11 +3,15 @@
 
 #include "quarn/voxora/bits/BitRows.h"
 #include "tests/voxora/RandomSource.h"
+#include "tests/voxora/bits/EachInstructionSet.h"
 
 namespace {
 
 using hxvoxora::BitLayout;
 using hxvoxora::TruthTable;
+
+class BitRows : public EachInstructionSet {};
+WITH_EACH_INSTRUCTION_SET(BitRows);
 
 /// A box of bits with padding behind rows and slices, which nothing may change.
 struct Field {
@@ -57,7 +61,7 @@ void forEachVoxel(const SbBox3i32& box, Visit visit) {
       for (int x = box.getMin()[0]; x <= box.getMax()[0]; ++x) visit(x, y, z);
 }
 
-TEST(BitRows, EditsEqualVoxelLoops) {
+TEST_P(BitRows, EditsEqualVoxelLoops) {
   RandomSource random;
   for (int round = 0; round < 2000; ++round) {
     const SbBox3i32 box = randomBox(random), part = randomPart(random, box);
@@ -91,7 +95,7 @@ TEST(BitRows, EditsEqualVoxelLoops) {
   }
 }
 
-TEST(BitRows, RowsOfWholeWordsEqualVoxelLoops) {
+TEST_P(BitRows, RowsOfWholeWordsEqualVoxelLoops) {
   RandomSource random;
   for (int round = 0; round < 300; ++round) {
     // Fields whose rows begin on bytes, and a part of one or two words from a byte boundary on.
@@ -117,7 +121,7 @@ TEST(BitRows, RowsOfWholeWordsEqualVoxelLoops) {
   }
 }
 
-TEST(BitRows, SummariesEqualVoxelLoops) {
+TEST_P(BitRows, SummariesEqualVoxelLoops) {
   RandomSource random;
   for (int round = 0; round < 2000; ++round) {
     const SbBox3i32 box = randomBox(random), part = randomPart(random, box);
@@ -141,7 +145,7 @@ TEST(BitRows, SummariesEqualVoxelLoops) {
   }
 }
 
-TEST(BitRows, UniformValueSeesOneOddVoxel) {
+TEST_P(BitRows, UniformValueSeesOneOddVoxel) {
   RandomSource random;
   const SbBox3i32 box({3, 4, 5}, {70, 9, 8});
   Field field(random, box);
@@ -151,7 +155,7 @@ TEST(BitRows, UniformValueSeesOneOddVoxel) {
   EXPECT_EQ(hxvoxora::uniformValue(field.bytes.data(), field.layout, box), std::nullopt);
 }
 
-TEST(BitRows, EmptyBoxesAreNoWork) {
+TEST_P(BitRows, EmptyBoxesAreNoWork) {
   const BitLayout layout{{0, 0, 0}, 8, 64};
   const SbBox3i32 empty({3, 3, 3}, {3, 2, 3});
   hxvoxora::fillRows(nullptr, layout, empty, true);

@@ -9,6 +9,10 @@ namespace hxvoxora::detail {
 /// The function of a truth table on 64 bits at once, known at compile time.
 template <unsigned table>
 struct Operation {
+  static constexpr unsigned index = table;
+  static constexpr bool isConstant = table == 0b0000 || table == 0b1111;
+  static constexpr bool usesB = (table >> 1 & 0b0101) != (table & 0b0101);
+
   constexpr std::uint64_t operator()(std::uint64_t a, std::uint64_t b) const {
     switch (table) {
       case 0b0000:
@@ -46,6 +50,9 @@ struct Operation {
     }
   }
 };
+
+template <TruthTable f>
+constexpr Operation<static_cast<unsigned>(f)> operation;
 
 /// Calls `call` with the Operation of a truth table.
 template <typename Call, unsigned table = 0>

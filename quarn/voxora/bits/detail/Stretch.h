@@ -97,6 +97,10 @@ public:
 
   static constexpr Word everyByte(unsigned byte) { return 0x0101010101010101 * Word{byte}; }
 
+  const std::uint8_t* firstByte() const { return p_; }
+  unsigned shift() const { return shift_; }
+  SourceWords from(std::size_t i) const { return {p_ + 8 * i, shift_}; }
+
   bool isByteAligned() const { return shift_ == 0; }
   Word aligned(std::size_t i) const { return loadNative<Word>(p_ + 8 * i); }
   Word shifted(std::size_t i) const {
@@ -117,6 +121,9 @@ public:
 
   SourceWords words(std::uint64_t place) const { return {at(place), shiftAt(place)}; }
 
+  /// From a place to the next byte; 0 where one begins.
+  unsigned bitsToByteBoundary(std::uint64_t place) const { return (8 - shiftAt(place)) & 7; }
+
   /// n bits, 1 <= n <= 64, in the upper end of a word; the rest is 0.
   Word part(std::uint64_t place, unsigned n) const {
     const std::uint8_t* p = at(place);
@@ -136,6 +143,7 @@ private:
 /// Stands where a pass has no source.
 struct NoBits {
   struct Words {
+    operator SourceWords() const { return {nullptr, 0}; }
     bool isByteAligned() const { return true; }
     Word aligned(std::size_t) const { return 0; }
     Word shifted(std::size_t) const { return 0; }

@@ -3,16 +3,29 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
+#include "quarn/voxora/bits/detail/KernelTable.h"
 #include "quarn/voxora/bits/detail/Stretch.h"
 
 /// The pass that changes a stretch; inline, because boxes are made of many short ones.
 namespace hxvoxora::detail {
 
+/// longFrom words or more.
+template <typename Words, typename Operation>
+void transformLong(std::uint8_t* p, Words words, std::size_t count, Operation op) {
+  if constexpr (Operation::isConstant) {
+    std::memset(p, op(0, 0) != 0 ? 0xff : 0, 8 * count);
+  } else {
+    kernels().combineWords[Operation::index](p, words, count);
+  }
+}
+
 /// Words of a stretch whose first bit is the top of a byte.
 template <typename Words, typename Operation>
 void transformWords(std::uint8_t* p, Words words, std::size_t count, Operation op) {
-  // Rows of a tile are often one word long, for which the vector form of the loops is dear.
+  if (count >= longFrom) return transformLong(p, words, count, op);
+  // Rows of a tile are often one word long, for which any other form is dear.
   if (count == 1) {
     storeNative(p, op(loadNative<Word>(p), words.isByteAligned() ? words.aligned(0) : words.shifted(0)));
   } else if (words.isByteAligned()) {
@@ -70,7 +83,7 @@ void transformShort(std::uint8_t* p, unsigned lead, unsigned count, Word other, 
                           op);
 }
 
-/// All bits of the stretch become op(bit, bit of the source).
+/// All bits of the stretch become op(bit, bit of the source); `op` is an Operation.
 template <Edge edge, typename Source, typename Operation>
 void transformStretch(void* bytes, std::uint64_t firstBit, Source source, std::uint64_t count, Operation op) {
   if (count == 0) return;
