@@ -30,6 +30,12 @@ const char* fileCallName(FileCall call) {
       return "lstat";
     case FileCall::list:
       return "opendir";
+    case FileCall::makeDirectory:
+      return "mkdir";
+    case FileCall::isWritable:
+      return "access";
+    case FileCall::lock:
+      return "fcntl";
     case FileCall::freeSpace:
       return "statvfs";
   }
@@ -172,6 +178,20 @@ std::vector<std::string> FaultFileSystem::list(const std::string& directory) {
 void FaultFileSystem::syncDirectory(const std::string& directory) {
   step(FileCall::syncDirectory, directory);
   base_.syncDirectory(directory);
+}
+
+void FaultFileSystem::makePrivateDirectory(const std::string& path) {
+  step(FileCall::makeDirectory, path);
+  base_.makePrivateDirectory(path);
+}
+
+bool FaultFileSystem::isWritable(const std::string& directory) {
+  return !note(FileCall::isWritable, directory) && base_.isWritable(directory);
+}
+
+std::unique_ptr<FileLock> FaultFileSystem::tryLock(const std::string& path) {
+  step(FileCall::lock, path);
+  return base_.tryLock(path);
 }
 
 std::uint64_t FaultFileSystem::freeSpace(const std::string& directory) {

@@ -26,6 +26,9 @@ enum class FileCall {
   kind,           ///< FileSystem::kind
   list,           ///< FileSystem::list
   syncDirectory,  ///< FileSystem::syncDirectory
+  makeDirectory,  ///< FileSystem::makePrivateDirectory
+  isWritable,     ///< FileSystem::isWritable; it fails by answering false
+  lock,           ///< FileSystem::tryLock
   freeSpace       ///< FileSystem::freeSpace
 };
 
@@ -96,6 +99,9 @@ public:
   FileKind kind(const std::string& path) override;
   std::vector<std::string> list(const std::string& directory) override;
   void syncDirectory(const std::string& directory) override;
+  void makePrivateDirectory(const std::string& path) override;
+  bool isWritable(const std::string& directory) override;
+  std::unique_ptr<FileLock> tryLock(const std::string& path) override;
   std::uint64_t freeSpace(const std::string& directory) override;
 
 private:

@@ -13,6 +13,7 @@ std::atomic<FileSystem*> replacement = nullptr;
 }  // namespace
 
 FileSystem::~FileSystem() = default;
+FileLock::~FileLock() = default;
 
 FileSystem& FileSystem::posix() {
   static PosixFileSystem instance;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "quarn/voxora/export.h"
+#include "quarn/voxora/files/FileLock.h"
 #include "quarn/voxora/files/InputFile.h"
 #include "quarn/voxora/files/OutputFile.h"
 
@@ -32,6 +33,10 @@ public:
 
   /// Who may use a new file: nobody but its owner (mode 0600), or everybody whom the user's file mode mask lets.
   enum class Access { ownerOnly, byMask };
+
+  /// Whether what is written reaches stable storage before it counts, so that it outlasts the computer, or only has to
+  /// outlast the process.
+  enum class Durability { lasting, passing };
 
   FileSystem() = default;
   virtual ~FileSystem();
@@ -68,6 +73,20 @@ public:
 
   /// Returns when names made, changed and removed in the folder are on stable storage.
   virtual void syncDirectory(const std::string& directory) = 0;
+
+  /// Makes a folder that nobody but the user of the process may use (mode 0700), or takes one that is there: a real
+  /// folder of his own that nobody else may write to; others are kept from reading it from now on. Anything else of
+  /// that name throws. The folders above must exist.
+  virtual void makePrivateDirectory(const std::string& path) = 0;
+
+  /// Whether the permissions let the process make files in this folder; false for what is no folder. Only making a file
+  /// shows whether it can be made.
+  virtual bool isWritable(const std::string& directory) = 0;
+
+  /// Locks an existing regular file of a name that is no link, without waiting. Null when somebody has it locked, in
+  /// this process or another, or when the name went to another file meanwhile. The lock ends with the object, or with
+  /// the process, however that ends.
+  virtual std::unique_ptr<FileLock> tryLock(const std::string& path) = 0;
 
   /// Bytes that the user of the process may still write on the file system of this folder.
   virtual std::uint64_t freeSpace(const std::string& directory) = 0;

@@ -14,6 +14,26 @@ struct MemoryFileSystem::Node {
   std::mutex mutex;
   Bytes bytes;
   FileIdentity identity;
+  bool isLocked = false;  // guarded by the mutex of the file system
+};
+
+class MemoryFileSystem::Lock : public FileLock {
+public:
+  Lock(MemoryFileSystem& files, const std::string& path, std::shared_ptr<Node> node)
+      : FileLock(path), files_(files), node_(std::move(node)) {
+    node_->isLocked = true;
+  }
+
+  ~Lock() override {
+    const std::lock_guard lock(files_.mutex_);
+    node_->isLocked = false;
+  }
+
+  bool isInPlace() const override;
+
+private:
+  MemoryFileSystem& files_;
+  std::shared_ptr<Node> node_;
 };
 
 namespace {
@@ -130,6 +150,31 @@ std::vector<std::string> MemoryFileSystem::list(const std::string& directory) {
 void MemoryFileSystem::syncDirectory(const std::string& directory) {
   const std::lock_guard lock(mutex_);
   requireFolderOf(normalized(directory) + "/entry", "fsync");
+}
+
+bool MemoryFileSystem::Lock::isInPlace() const {
+  const std::lock_guard lock(files_.mutex_);
+  const auto found = files_.files_.find(normalized(path()));
+  return found != files_.files_.end() && found->second == node_;
+}
+
+void MemoryFileSystem::makePrivateDirectory(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  const std::string name = normalized(path);
+  requireFolderOf(name, "mkdir");
+  if (files_.contains(name)) throw McException(McException::excerpt(path) + ": is not a folder");
+  folders_.insert(name);
+}
+
+bool MemoryFileSystem::isWritable(const std::string& directory) {
+  return kind(directory) == FileKind::directory;
+}
+
+std::unique_ptr<FileLock> MemoryFileSystem::tryLock(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  std::shared_ptr<Node> node = find(path, "open");
+  if (node->isLocked) return nullptr;
+  return std::make_unique<Lock>(*this, path, std::move(node));
 }
 
 std::uint64_t MemoryFileSystem::freeSpace(const std::string& /*directory*/) {

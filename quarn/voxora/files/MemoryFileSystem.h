@@ -27,6 +27,9 @@ public:
   FileKind kind(const std::string& path) override;
   std::vector<std::string> list(const std::string& directory) override;
   void syncDirectory(const std::string& directory) override;
+  void makePrivateDirectory(const std::string& path) override;
+  bool isWritable(const std::string& directory) override;
+  std::unique_ptr<FileLock> tryLock(const std::string& path) override;
   /// The amount given to setFreeSpace, however much is stored; without limit at the start.
   std::uint64_t freeSpace(const std::string& directory) override;
 
@@ -47,6 +50,8 @@ public:
   struct Node;
 
 private:
+  class Lock;
+
   std::shared_ptr<Node> find(const std::string& path, const char* call) const;
   void requireFolderOf(const std::string& path, const char* call) const;
   std::shared_ptr<Node> makeNode();

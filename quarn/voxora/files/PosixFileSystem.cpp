@@ -99,6 +99,30 @@ Descriptor openPath(const std::string& path, int flags, mode_t mode = 0) {
   return descriptor;
 }
 
+/// Opens what must be a regular file; never waits for a pipe or device.
+Descriptor openRegular(const std::string& path, int flags) {
+  Descriptor descriptor = openPath(path, flags | O_NONBLOCK | O_NOCTTY);
+  struct stat info {};
+  if (::fstat(descriptor.get(), &info) != 0) throw systemError("fstat", path, errno);
+  if (!S_ISREG(info.st_mode)) throw McException("open " + McException::excerpt(path) + ": not a regular file");
+  return descriptor;
+}
+
+class PosixFileLock : public FileLock {
+public:
+  PosixFileLock(const std::string& path, Descriptor descriptor) : FileLock(path), descriptor_(std::move(descriptor)) {}
+
+  bool isInPlace() const override {
+    struct stat locked {};
+    struct stat named {};
+    return ::fstat(descriptor_.get(), &locked) == 0 && ::lstat(path().c_str(), &named) == 0 &&
+           locked.st_dev == named.st_dev && locked.st_ino == named.st_ino;
+  }
+
+private:
+  Descriptor descriptor_;
+};
+
 FileKind kindOf(const struct stat& info) {
   if (S_ISREG(info.st_mode)) return FileKind::regular;
   if (S_ISDIR(info.st_mode)) return FileKind::directory;
@@ -108,11 +132,7 @@ FileKind kindOf(const struct stat& info) {
 }  // namespace
 
 std::unique_ptr<InputFile> PosixFileSystem::openForReading(const std::string& path, Links links) {
-  const int noFollow = links == Links::refuse ? O_NOFOLLOW : 0;
-  Descriptor descriptor = openPath(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | noFollow);
-  struct stat info {};
-  if (::fstat(descriptor.get(), &info) != 0) throw systemError("fstat", path, errno);
-  if (!S_ISREG(info.st_mode)) throw McException("open " + McException::excerpt(path) + ": not a regular file");
+  Descriptor descriptor = openRegular(path, O_RDONLY | (links == Links::refuse ? O_NOFOLLOW : 0));
   return std::make_unique<PosixInputFile>(path, std::move(descriptor));
 }
 
@@ -160,6 +180,41 @@ void PosixFileSystem::syncDirectory(const std::string& directory) {
   const Descriptor descriptor = openPath(path, O_RDONLY | O_DIRECTORY);
   // Some file systems cannot sync folders and say so; there is nothing more to be done on them.
   if (::fsync(descriptor.get()) != 0 && errno != EINVAL) throw systemError("fsync", path, errno);
+}
+
+void PosixFileSystem::makePrivateDirectory(const std::string& path) {
+  struct stat info {};
+  const bool isMissing = ::lstat(path.c_str(), &info) != 0;
+  if (isMissing && ::mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) throw systemError("mkdir", path, errno);
+  if (isMissing && ::lstat(path.c_str(), &info) != 0) throw systemError("lstat", path, errno);
+  const auto refuse = [&](const char* why) { throw McException(McException::excerpt(path) + ": " + why); };
+  if (!S_ISDIR(info.st_mode)) refuse("is not a folder");
+  if (info.st_uid != ::geteuid()) refuse("is the folder of another user");
+  if (info.st_mode & (S_IWGRP | S_IWOTH)) refuse("others may write into the folder");
+  const bool isOpenToOthers = (info.st_mode & (S_IRWXG | S_IRWXO)) != 0;
+  if (isOpenToOthers && ::chmod(path.c_str(), S_IRWXU) != 0) throw systemError("chmod", path, errno);
+}
+
+bool PosixFileSystem::isWritable(const std::string& directory) {
+  const std::string& path = directory.empty() ? "." : directory;
+  struct stat info {};
+  return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode) &&
+         ::faccessat(AT_FDCWD, path.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
+}
+
+std::unique_ptr<FileLock> PosixFileSystem::tryLock(const std::string& path) {
+  Descriptor descriptor = openRegular(path, O_RDWR | O_NOFOLLOW);
+  struct flock whole {};
+  whole.l_type = F_WRLCK;
+  whole.l_whence = SEEK_SET;
+  // A lock of the open file: one of the process would end with any other close of the same file.
+  if (::fcntl(descriptor.get(), F_OFD_SETLK, &whole) != 0) {
+    if (errno == EAGAIN || errno == EACCES) return nullptr;
+    throw systemError("fcntl", path, errno);
+  }
+  auto lock = std::make_unique<PosixFileLock>(path, std::move(descriptor));
+  if (!lock->isInPlace()) return nullptr;
+  return lock;
 }
 
 std::uint64_t PosixFileSystem::freeSpace(const std::string& directory) {

@@ -33,6 +33,7 @@ VolumeHeader completed(const std::string& ldmPath, const VolumeHeader& header) {
   result.tileDimensions = header.tileDimensions;
   result.levels = header.levels;
   result.compression = header.compression;
+  result.contentName = header.contentName;
   result.dataFile = stem + ".dat";
   result.indexFile = stem + ".fcp";
   result.generation = detail::drawGeneration();

@@ -24,10 +24,10 @@ namespace hxvoxora {
 /// come in any order; tiles that are never mentioned are unwritten. After an exception only the destructor may follow.
 class QUARN_VOXORA_API TiledFileWriter {
 public:
-  /// Starts a set of the dimensions, tile dimensions, levels and compression of `header`; its other members are not
-  /// used: file names follow from the path, and the generation is drawn. `ldmPath` ends in ".ldm". Throws McException when the
-  /// header is outside its limits, the target or one of its files is something else than a regular file, or the new
-  /// files cannot be made. `access` says who may use the new files.
+  /// Starts a set of the dimensions, tile dimensions, levels, compression and content name of `header`; its other
+  /// members are not used: file names follow from the path, and the generation is drawn. `ldmPath` ends in ".ldm".
+  /// Throws McException when the header is outside its limits, the target or one of its files is something else than a
+  /// regular file, or the new files cannot be made. `access` says who may use the new files.
   TiledFileWriter(FileSystem& fileSystem, const std::string& ldmPath, const VolumeHeader& header,
                   FileSystem::Access access = FileSystem::Access::ownerOnly);
 

@@ -202,6 +202,8 @@ VolumeHeader VolumeHeader::parse(std::string_view text, const std::string& path)
   header.dataFile = elements.text("DataFile");
   header.indexFile = elements.text("IndexFile");
   header.generation = parseGeneration(elements, path);
+  const std::optional<std::string> name = header.findTag("Name");
+  if (name && isContentName(*name)) header.contentName = *name;
   header.validate(path);
   return header;
 }
@@ -238,6 +240,11 @@ void VolumeHeader::validate(const std::string& path) const {
   if (generation == 0) refuse(path, "Generation", detail::generationText(generation), "is 0");
 }
 
+bool VolumeHeader::isContentName(std::string_view name) {
+  constexpr std::string_view allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-";
+  return !name.empty() && name.size() <= 255 && name.find_first_not_of(allowed) == std::string_view::npos;
+}
+
 std::string VolumeHeader::toXml() const {
   std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<" + std::string(rootName) + ">\n";
   const auto add = [&](const char* name, const std::string& value) {
@@ -250,6 +257,7 @@ std::string VolumeHeader::toXml() const {
   add("Levels", std::to_string(levels));
   if (border != 0) add("TileBorder", std::to_string(border));
   add("Compression", compression == TileCompression::gzip ? "gzip" : "none");
+  if (!contentName.empty()) add("Name", contentName);
   add("DataFile", dataFile);
   add("IndexFile", indexFile);
   add("Generation", detail::generationText(generation));

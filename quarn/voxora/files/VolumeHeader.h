@@ -32,6 +32,7 @@ struct QUARN_VOXORA_API VolumeHeader {
   int levels = 1;                   ///< resolution levels in the file, 1 to maxLevels()
   TileCompression compression = TileCompression::gzip;
   int border = 0;                ///< voxels of the neighbour tiles that each tile repeats; only old files have any
+  std::string contentName;       ///< name of what the volume holds, see isContentName(); empty when not told
   std::string dataFile;          ///< bare name of the file with the tiles
   std::string indexFile;         ///< bare name of the file with the tile index
   std::uint64_t generation = 0;  ///< random mark that header, index and data of one save share; never 0
@@ -42,6 +43,9 @@ struct QUARN_VOXORA_API VolumeHeader {
 
   /// Opens and reads the header at `path`, which may be a link; errors as of parse() and FileSystem.
   static VolumeHeader read(FileSystem& fileSystem, const std::string& path);
+
+  /// Whether a header can hold this name: 1 to 255 of the characters A-Z a-z 0-9 _ -.
+  static bool isContentName(std::string_view name);
 
   /// The header as text: one element per line, line ends LF. Elements that are not listed here are not written.
   std::string toXml() const;

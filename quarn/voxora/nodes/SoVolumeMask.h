@@ -92,14 +92,16 @@ public:
   /// Nothing happens for an empty path, for a node without voxels, and for a node without unsaved edits whose bound
   /// file is `ldmPath`. A node without unsaved edits is written to any other path.
   ///
-  /// `access` says who may use the new files.
+  /// `access` says who may use the new files, `durability` whether they are brought to stable storage. The name of the
+  /// node goes into the header when it is one that a header can hold (see VolumeHeader::contentName).
   ///
   /// Returns false when `callback` gave up, true otherwise. Throws McException when writing fails, a tile cannot be
   /// read, or a transaction is open. In both cases the node is as it was, and so are the old files, unless all that
   /// failed was to bring the folder to stable storage or to open the new set: that one is in place then.
   bool saveEditing(const std::string& ldmPath, bool allLevels, const std::vector<std::string>& parameters,
                    const SaveCallback& callback = nullptr,
-                   hxvoxora::FileSystem::Access access = hxvoxora::FileSystem::Access::ownerOnly);
+                   hxvoxora::FileSystem::Access access = hxvoxora::FileSystem::Access::ownerOnly,
+                   hxvoxora::FileSystem::Durability durability = hxvoxora::FileSystem::Durability::lasting);
 
   /// Binds the node to a file as setFileName() does, but throws McException when the file cannot be read; the node is
   /// then as before.

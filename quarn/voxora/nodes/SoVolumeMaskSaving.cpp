@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/PassingFileSystem.h"
 #include "quarn/voxora/files/TiledFileReader.h"
 #include "quarn/voxora/files/TiledFileWriter.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
@@ -16,6 +17,7 @@
 
 using hxvoxora::CompressedTile;
 using hxvoxora::makeRef;
+using hxvoxora::PassingFileSystem;
 using hxvoxora::Ref;
 using hxvoxora::StoredTileKind;
 using hxvoxora::TileCompression;
@@ -134,16 +136,22 @@ Ref<const TileTable> rebacked(const TileTable& table, const std::vector<StoredCe
 }  // namespace
 
 bool SoVolumeMask::saveEditing(const std::string& ldmPath, bool, const std::vector<std::string>& parameters,
-                               const SaveCallback& callback, hxvoxora::FileSystem::Access access) {
+                               const SaveCallback& callback, hxvoxora::FileSystem::Access access,
+                               hxvoxora::FileSystem::Durability durability) {
   if (state_->transaction) throw McException("A mask cannot be saved inside an editing transaction.");
   const Ref<const TileTable> table = state_->table();
   if (ldmPath.empty() || table->grid().isEmpty()) return true;
   if (!hasUnsavedEdits() && ldmPath == state_->fileName) return true;
 
   const TileCompression compression = compressionFrom(parameters);
+  VolumeHeader header = headerFor(table->grid(), compression);
+  if (VolumeHeader::isContentName(getName().text())) header.contentName = getName().text();
+  PassingFileSystem passing(state_->fileSystem);
+  const bool isPassing = durability == hxvoxora::FileSystem::Durability::passing;
   std::vector<StoredCell> cells;
   {
-    TiledFileWriter writer(state_->fileSystem, ldmPath, headerFor(table->grid(), compression), access);
+    hxvoxora::FileSystem& files = isPassing ? passing : state_->fileSystem;
+    TiledFileWriter writer(files, ldmPath, header, access);
     cells = writeKinds(*table, writer);
     if (!writeCells(cells, table->grid(), compression, writer, callback)) return false;
     writer.commit();

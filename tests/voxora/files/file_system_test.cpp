@@ -1,3 +1,4 @@
+#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -5,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "quarn/base/McException.h"
@@ -164,6 +166,48 @@ TEST_P(AnyFileSystem, IdentityTellsFilesAndChangesApart) {
   EXPECT_EQ(a->identity().size, 4u);
 }
 
+TEST_P(AnyFileSystem, LocksAFileForOneHolder) {
+  make("a", "text");
+  auto lock = files().tryLock(path("a"));
+  ASSERT_TRUE(lock);
+  EXPECT_EQ(lock->path(), path("a"));
+  EXPECT_TRUE(lock->isInPlace());
+  EXPECT_FALSE(files().tryLock(path("a")));
+  EXPECT_EQ(content("a"), "text");
+  EXPECT_FALSE(files().tryLock(path("a"))) << "reading the file ended the lock";
+  lock.reset();
+  EXPECT_TRUE(files().tryLock(path("a")));
+  EXPECT_EQ(content("a"), "text");
+}
+
+TEST_P(AnyFileSystem, LockStaysWithItsFileWhenTheNameGoes) {
+  make("a", "old");
+  const auto lock = files().tryLock(path("a"));
+  ASSERT_TRUE(lock);
+  files().remove(path("a"));
+  EXPECT_FALSE(lock->isInPlace());
+  make("a", "new");
+  EXPECT_FALSE(lock->isInPlace());
+  EXPECT_TRUE(files().tryLock(path("a")));
+}
+
+TEST_P(AnyFileSystem, LocksOnlyRegularFiles) {
+  EXPECT_THAT(messageOf([&] { files().tryLock(path("none")); }), HasSubstr("No such file"));
+  EXPECT_THAT(messageOf([&] { files().tryLock(path("sub")); }), HasSubstr(path("sub")));
+}
+
+TEST_P(AnyFileSystem, MakesFoldersOnceAndTellsWhetherTheyCanBeWritten) {
+  EXPECT_FALSE(files().isWritable(path("own")));
+  files().makePrivateDirectory(path("own"));
+  files().makePrivateDirectory(path("own"));
+  EXPECT_TRUE(files().isWritable(path("own")));
+  EXPECT_EQ(files().kind(path("own")), FileKind::directory);
+  make("a", "text");
+  EXPECT_FALSE(files().isWritable(path("a")));
+  EXPECT_THAT(messageOf([&] { files().makePrivateDirectory(path("a")); }), HasSubstr("not a folder"));
+  EXPECT_THAT(messageOf([&] { files().makePrivateDirectory(path("none/own")); }), HasSubstr("No such file"));
+}
+
 INSTANTIATE_TEST_SUITE_P(Files, AnyFileSystem, testing::Values("memory", "posix"),
                          [](const auto& instance) { return instance.param; });
 
@@ -212,10 +256,63 @@ TEST_F(PosixFiles, NewFilesBelongToTheOwnerAndFollowNoLink) {
   EXPECT_FALSE(std::filesystem::exists(path("canary")));
 }
 
+TEST_F(PosixFiles, PrivateFoldersBelongToTheUserAlone) {
+  const auto refusal = [&](const char* name) { return messageOf([&] { files_.makePrivateDirectory(path(name)); }); };
+  const auto modeOf = [&](const char* name) {
+    struct stat info {};
+    EXPECT_EQ(::lstat(path(name).c_str(), &info), 0);
+    return info.st_mode & 07777u;
+  };
+  files_.makePrivateDirectory(path("own"));
+  EXPECT_EQ(modeOf("own"), 0700u);
+  ASSERT_EQ(::chmod(path("own").c_str(), 0755), 0);
+  files_.makePrivateDirectory(path("own"));
+  EXPECT_EQ(modeOf("own"), 0700u);
+  ASSERT_EQ(::chmod(path("own").c_str(), 0770), 0);
+  EXPECT_THAT(refusal("own"), AllOf(HasSubstr(path("own")), HasSubstr("others may write")));
+  std::filesystem::create_directory(path("elsewhere"));
+  std::filesystem::create_symlink("elsewhere", path("link"));
+  EXPECT_THAT(refusal("link"), AllOf(HasSubstr(path("link")), HasSubstr("not a folder")));
+  if (::geteuid() != 0) return;
+  std::filesystem::create_directory(path("foreign"));
+  ASSERT_EQ(::chown(path("foreign").c_str(), 12345, 12345), 0);
+  EXPECT_THAT(refusal("foreign"), AllOf(HasSubstr(path("foreign")), HasSubstr("another user")));
+}
+
+TEST_F(PosixFiles, LocksFollowNoLink) {
+  std::ofstream(path("a")) << "text";
+  std::filesystem::create_symlink("a", path("link"));
+  EXPECT_THAT(messageOf([&] { files_.tryLock(path("link")); }), HasSubstr(path("link")));
+}
+
+TEST_F(PosixFiles, LocksHoldBetweenProcessesAndEndWithThem) {
+  std::ofstream(path("a")) << "text";
+  int locked[2];
+  ASSERT_EQ(::pipe(locked), 0);
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    const auto lock = files_.tryLock(path("a"));
+    const char answer = lock ? 'y' : 'n';
+    if (::write(locked[1], &answer, 1) == 1) ::pause();
+    ::_exit(1);
+  }
+  char answer = 0;
+  ASSERT_EQ(::read(locked[0], &answer, 1), 1);
+  EXPECT_EQ(answer, 'y');
+  EXPECT_FALSE(files_.tryLock(path("a")));
+  ASSERT_EQ(::kill(child, SIGKILL), 0);
+  ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+  EXPECT_TRUE(files_.tryLock(path("a")));
+  ::close(locked[0]);
+  ::close(locked[1]);
+}
+
 TEST_F(PosixFiles, DescriptorsAreNotInherited) {
   std::ofstream(path("a")) << "text";
   const auto input = files_.openForReading(path("a"), FileSystem::Links::refuse);
   const auto output = files_.createExclusively(path("b"), FileSystem::Access::ownerOnly);
+  const auto lock = files_.tryLock(path("b"));
   int open = 0;
   for (int descriptor = 3; descriptor < 64; ++descriptor) {
     std::error_code error;
@@ -224,7 +321,7 @@ TEST_F(PosixFiles, DescriptorsAreNotInherited) {
     ++open;
     EXPECT_NE(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC, 0) << target;
   }
-  EXPECT_EQ(open, 2);
+  EXPECT_EQ(open, 3);
 }
 
 TEST_F(PosixFiles, ExhaustedDescriptorsAreAClearError) {

@@ -74,6 +74,18 @@ TEST(VolumeHeader, ComesBackAsItWasWritten) {
   EXPECT_EQ(header.generation, 0x7d0c93a1b2f4e865);
 }
 
+TEST(VolumeHeader, NameOfTheContentIsOptional) {
+  VolumeHeader header = validHeader();
+  EXPECT_EQ(header.toXml().find("<Name>"), std::string::npos);
+  EXPECT_EQ(VolumeHeader::parse(header.toXml(), path).contentName, "");
+  header.contentName = "Left_Putamen-2";
+  EXPECT_EQ(VolumeHeader::parse(header.toXml(), path).contentName, "Left_Putamen-2");
+  for (const std::string other : {"", "two words", "a/b", "caf\xc3\xa9"}) {
+    EXPECT_EQ(VolumeHeader::parse(withChild("<Name>" + other + "</Name>"), path).contentName, "") << other;
+  }
+  EXPECT_EQ(VolumeHeader::parse(withChild("<Name>a</Name><Name>b</Name>"), path).contentName, "");
+}
+
 TEST(VolumeHeader, IsTheTextOfTheFormatPage) {
   VolumeHeader header = validHeader();
   header.tileDimensions = {64, 64, 64};
