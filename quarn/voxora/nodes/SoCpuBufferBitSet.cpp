@@ -8,6 +8,7 @@ SoCpuBufferBitSet::SoCpuBufferBitSet() = default;
 SoCpuBufferBitSet::~SoCpuBufferBitSet() = default;
 
 void SoCpuBufferBitSet::setSize(std::size_t bits) {
+  bits_ = 0;
   setByteSize(bits / 8 + (bits % 8 != 0));
   bits_ = bits;
 }

@@ -12,7 +12,8 @@ public:
   SoCpuBufferBitSet();
   ~SoCpuBufferBitSet() override;
 
-  /// Makes room for `bits` bits; their values are unspecified afterwards, and mapped pointers are void.
+  /// Makes room for `bits` bits; their values are unspecified afterwards, and mapped pointers are void. Throws as
+  /// setByteSize().
   void setSize(std::size_t bits);
   std::size_t getSize() const { return bits_; }
 

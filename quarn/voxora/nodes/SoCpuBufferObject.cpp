@@ -1,5 +1,10 @@
 #include "quarn/voxora/nodes/SoCpuBufferObject.h"
 
+#include <new>
+#include <string>
+
+#include "quarn/base/McException.h"
+
 SoCpuBufferObject::SoCpuBufferObject(std::size_t byteSize) {
   setByteSize(byteSize);
 }
@@ -7,9 +12,20 @@ SoCpuBufferObject::SoCpuBufferObject(std::size_t byteSize) {
 SoCpuBufferObject::~SoCpuBufferObject() = default;
 
 void SoCpuBufferObject::setByteSize(std::size_t byteSize) {
-  if (byteSize != byteSize_) bytes_ = std::make_unique_for_overwrite<std::byte[]>(byteSize);
-  byteSize_ = byteSize;
   mapCount_ = 0;
+  if (byteSize == byteSize_) return;
+  // What is there goes first, so that it does not stand in its own way.
+  byteSize_ = 0;
+  bytes_.reset();
+  reservation_ = hxvoxora::MemoryReservation();
+  reservation_ = hxvoxora::MemoryReservation(byteSize);
+  try {
+    bytes_ = std::make_unique_for_overwrite<std::byte[]>(byteSize);
+  } catch (const std::bad_alloc&) {
+    reservation_ = hxvoxora::MemoryReservation();
+    throw McException("A buffer needs " + std::to_string(byteSize) + " bytes, which the system does not have.");
+  }
+  byteSize_ = byteSize;
 }
 
 void* SoCpuBufferObject::map(AccessMode) {

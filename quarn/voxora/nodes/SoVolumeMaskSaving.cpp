@@ -78,9 +78,8 @@ CompressedTile packed(const TileCell& cell, const TileGrid& grid, TileCompressio
   const TileSource* source = cell.source();
   if (source && source->grid() == grid && source->reader().header().compression == compression)
     return source->reader().readCompressed(cell.tileInSource());
-  // Not pinned through the cell: a tile that was not in memory does not get there by being saved.
-  Ref<const TilePayload> payload = cell.inMemory();
-  if (!payload) payload = source->load(cell.tileInSource());
+  // A tile that was not in memory does not get there by being saved.
+  const Ref<const TilePayload> payload = cell.pinForOnce();
   return TiledFileWriter::compress({payload->bits(), payload->byteSize()}, compression);
 }
 

@@ -7,7 +7,7 @@
 #include <new>
 #include <sys/mman.h>
 
-#include "quarn/voxora/tiles/detail/PayloadPool.h"
+#include "quarn/voxora/tiles/MemoryBudget.h"
 
 namespace hxvoxora {
 
@@ -17,7 +17,7 @@ constexpr std::size_t slabBytes = std::size_t{1} << 21;
 constexpr std::size_t smallestPayload = 256;
 constexpr int sizeCount = 14;  // 256 bytes to 2 MiB
 
-/// Unused slabs are kept up to this amount, or up to what is in use when that is more.
+/// Unused slabs are kept up to this amount, or up to what is in use when that is more and the memory budget has room.
 constexpr std::size_t keptBytes = std::size_t{64} << 20;
 
 struct FreeMemory {
@@ -128,7 +128,9 @@ void PayloadPool::putBack(TilePayload* payload, Slab& slab) noexcept {
   if (slab.free.size() < slab.payloadCount) return;
   std::erase(partlyUsed_, &slab);
   unused_.push_back(&slab);
-  while (unused_.size() * slabBytes > std::max(keptBytes, inUse_ * byteSize_)) releaseSpareSlab();
+  const std::size_t used = inUse_ * byteSize_, budget = memoryBudget();
+  const std::size_t kept = std::max(keptBytes, std::min(used, std::max(budget, used) - used));
+  while (unused_.size() * slabBytes > kept) releaseSpareSlab();
 }
 
 void PayloadPool::releaseSpareSlab() noexcept {

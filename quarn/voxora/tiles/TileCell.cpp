@@ -2,19 +2,35 @@
 
 #include <utility>
 
+#include "quarn/voxora/tiles/detail/TileCache.h"
+
 namespace hxvoxora::detail {
 
-TileCell::TileCell(Ref<const TilePayload> payload) : payload_(std::move(payload)) {}
+TileCell::TileCell(Ref<const TilePayload> payload) : payload_(std::move(payload)) {
+  TileCache::instance().add(*this);
+}
 
 TileCell::TileCell(Ref<const TileBacking> backing, std::uint64_t key, Ref<const TilePayload> payload)
-    : payload_(std::move(payload)), backing_(std::move(backing)), key_(key) {}
+    : payload_(std::move(payload)), backing_(backing.release()), key_(key) {
+  if (inMemory()) TileCache::instance().add(*this);
+}
+
+TileCell::~TileCell() {
+  TileCache::instance().remove(*this);
+  if (const TileBacking* known = backing()) known->unref();
+}
 
 Ref<const TilePayload> TileCell::pin() const {
-  if (Ref<const TilePayload> payload = payload_.load()) return payload;
-  // Two threads may both fetch the bits; either copy serves.
-  Ref<const TilePayload> loaded = backing_->load(key_);
-  payload_.store(loaded);
-  return loaded;
+  if (Ref<const TilePayload> payload = payload_.load()) {
+    TileCache::instance().countHit(*this);
+    return payload;
+  }
+  return TileCache::instance().keep(*this, backing()->load(key_));
+}
+
+Ref<const TilePayload> TileCell::pinForOnce() const {
+  Ref<const TilePayload> payload = payload_.load();
+  return payload ? payload : backing()->load(key_);
 }
 
 }  // namespace hxvoxora::detail

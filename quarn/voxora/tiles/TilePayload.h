@@ -21,8 +21,16 @@ public:
 
   std::size_t byteSize() const { return byteSize_; }
 
-  /// A payload with unspecified content. `byteSize` is a power of two from 256 to 2 MiB. Throws std::bad_alloc.
-  static Ref<TilePayload> make(std::size_t byteSize);
+  /// What a payload is made for.
+  enum class Purpose {
+    Edit,  ///< new bits, which have no other place than memory
+    Load,  ///< bits that can be had again
+  };
+
+  /// A payload with unspecified content. `byteSize` is a power of two from 256 to 2 MiB. Other payloads leave memory
+  /// first when the memory budget demands it. Throws std::bad_alloc, and for an edit McException when the budget is
+  /// full of edited tiles that cannot be spilled.
+  static Ref<TilePayload> make(std::size_t byteSize, Purpose purpose = Purpose::Edit);
 
 private:
   friend class PayloadPool;

@@ -17,7 +17,7 @@ TileSource::TileSource(std::shared_ptr<const TiledFileReader> reader)
       grid_(toolkitVector(reader_->header().dimensions), toolkitVector(reader_->header().tileDimensions)) {}
 
 Ref<const TilePayload> TileSource::load(std::uint64_t tile) const {
-  const Ref<TilePayload> payload = TilePayload::make(grid_.tileByteSize());
+  const Ref<TilePayload> payload = TilePayload::make(grid_.tileByteSize(), TilePayload::Purpose::Load);
   reader_->read(tile, {payload->bits(), payload->byteSize()});
   return payload;
 }

@@ -1,8 +1,11 @@
 #include <array>
+#include <cstddef>
 #include <gtest/gtest.h>
 #include <tbb/global_control.h>
 
+#include "quarn/voxora/files/MemoryFileSystem.h"
 #include "tests/voxora/nodes/maskSupport.h"
+#include "tests/voxora/tiles/budgetScopes.h"
 
 namespace {
 
@@ -77,8 +80,19 @@ void applyRandomEdit(RandomSource& random, Pair& pair, const Pair& other) {
   }
 }
 
-TEST(SoVolumeMaskRandom, ParallelEditsEqualVoxelLoops) {
+/// All tests run with the budget of the process, and with one of a few small tiles.
+class SoVolumeMaskRandom : public testing::TestWithParam<std::size_t> {
+private:
+  hxvoxora::MemoryFileSystem files_;
+  SpillScope place_{files_};
+  BudgetScope budget_{GetParam()};
+};
+
+INSTANTIATE_TEST_SUITE_P(Budgets, SoVolumeMaskRandom, testing::Values(std::size_t{0}, std::size_t{2048}));
+
+TEST_P(SoVolumeMaskRandom, ParallelEditsEqualVoxelLoops) {
   const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, 4);
+  const std::uint64_t spills = hxvoxora::cacheStatistics().spills;
   RandomSource random;
   for (int round = 0; round < 10000; ++round) {
     const SbVec3i32 size = randomSize(random, round);
@@ -90,9 +104,10 @@ TEST(SoVolumeMaskRandom, ParallelEditsEqualVoxelLoops) {
     if (round % 10 == 0) expectTidyTiles(pair.mask->snapshot(), pair.dense);
     if (::testing::Test::HasFatalFailure()) return;
   }
+  EXPECT_EQ(hxvoxora::cacheStatistics().spills > spills, GetParam() > 0);
 }
 
-TEST(SoVolumeMaskRandom, QueriesEqualVoxelLoops) {
+TEST_P(SoVolumeMaskRandom, QueriesEqualVoxelLoops) {
   RandomSource random;
   for (int round = 0; round < 2000; ++round) {
     const Pair pair(random, randomSize(random, round));
@@ -118,7 +133,7 @@ std::vector<VoxelRun> runsByLoop(const DenseMask& dense, const SbBox3i32& box) {
   return runs;
 }
 
-TEST(SoVolumeMaskRandom, RunsEqualVoxelLoops) {
+TEST_P(SoVolumeMaskRandom, RunsEqualVoxelLoops) {
   RandomSource random;
   for (int round = 0; round < 2000; ++round) {
     const Pair pair(random, randomSize(random, round));
@@ -138,7 +153,7 @@ TEST(SoVolumeMaskRandom, RunsEqualVoxelLoops) {
   }
 }
 
-TEST(SoVolumeMaskRandom, LargeFetchesInParallelEqualSmallOnes) {
+TEST_P(SoVolumeMaskRandom, LargeFetchesInParallelEqualSmallOnes) {
   const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, 4);
   RandomSource random;
   const auto mask = makeMask({257, 165, 133}, {64, 64, 64});
@@ -154,7 +169,7 @@ TEST(SoVolumeMaskRandom, LargeFetchesInParallelEqualSmallOnes) {
   EXPECT_EQ(all, joined);
 }
 
-TEST(SoVolumeMaskRandom, ResultsDoNotDependOnTheNumberOfThreads) {
+TEST_P(SoVolumeMaskRandom, ResultsDoNotDependOnTheNumberOfThreads) {
   RandomSource random;
   const SbVec3i32 size(257, 65, 33);
   const DenseMask a = randomContent(random, size), b = randomContent(random, size);

@@ -22,7 +22,7 @@ public:
   ~AtomicRef() { store(nullptr); }
 
   Ref<T> load() const noexcept {
-    if (word_.load(std::memory_order_relaxed) == 0) return nullptr;
+    if (word_.load(std::memory_order_acquire) == 0) return nullptr;
     const std::uint64_t word = word_.fetch_add(oneTaken, std::memory_order_acq_rel) + oneTaken;
     T* object = address(word);
     if (object && taken(word) >= refillAt) refill(object);
@@ -35,6 +35,23 @@ public:
     const std::uint64_t old = word_.exchange(reinterpret_cast<std::uintptr_t>(object), std::memory_order_acq_rel);
     if (T* former = address(old)) former->dropReferences(stock - taken(old));
   }
+
+  /// Who holds the object beside this place, as far as can be told while others take and drop references.
+  enum class Holders {
+    None,         ///< nobody
+    References,   ///< references, taken from here or elsewhere
+    OtherPlaces,  ///< other places of this kind; whether references as well cannot be told
+  };
+
+  /// Not to be called beside store(), nor for an empty place.
+  Holders otherHolders() const noexcept {
+    const std::uint64_t word = word_.load(std::memory_order_acquire);
+    const std::int64_t others = address(word)->referenceCount() - (stock - taken(word));
+    return others == 0 ? Holders::None : others < stock / 2 ? Holders::References : Holders::OtherPlaces;
+  }
+
+  /// The object itself, which stays as long as nobody calls store().
+  T* peek() const noexcept { return address(word_.load(std::memory_order_acquire)); }
 
 private:
   static constexpr std::uint64_t oneTaken = std::uint64_t{1} << 48;

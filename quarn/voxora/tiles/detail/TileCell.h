@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "quarn/voxora/tiles/Counted.h"
@@ -9,9 +10,9 @@
 
 namespace hxvoxora::detail {
 
-/// A tile that has bits: in memory, in a file, or both. Its bits never change, so that tables share it; it is what a
-/// memory budget would work on, since a payload that stands in a file can leave and come back, and whoever uses it has
-/// it pinned.
+/// A tile that has bits: in memory, in a backing, or both. Its bits never change, so that tables share it. It is what
+/// the memory budget works on: bits that have a backing can leave memory and come back, others get a backing in a file
+/// first. Whoever uses the bits has them pinned.
 class TileCell final : public Counted {
 public:
   /// A tile that is only in memory.
@@ -20,21 +21,42 @@ public:
   /// A tile that `backing` knows by `key`; `payload` are its bits when they are in memory already.
   TileCell(Ref<const TileBacking> backing, std::uint64_t key, Ref<const TilePayload> payload = nullptr);
 
+  ~TileCell() override;
+
   /// The bits, which stay in memory while the reference is held. They are fetched from the backing when needed, which
   /// may throw McException. Safe from several threads at once.
   Ref<const TilePayload> pin() const;
 
+  /// As pin(), but bits that were not in memory do not stay there for others.
+  Ref<const TilePayload> pinForOnce() const;
+
   /// The bits when they are in memory, else null.
   Ref<const TilePayload> inMemory() const { return payload_.load(); }
 
+  bool hasBacking() const { return backing() != nullptr; }
+
   /// The file set that holds the tile; null for one that stands in none.
-  const TileSource* source() const { return backing_ ? backing_->asSource() : nullptr; }
+  const TileSource* source() const {
+    const TileBacking* known = backing();
+    return known ? known->asSource() : nullptr;
+  }
   std::uint64_t tileInSource() const { return key_; }
 
 private:
-  mutable AtomicRef<const TilePayload> payload_;
-  Ref<const TileBacking> backing_;
-  std::uint64_t key_ = 0;
+  friend class TileCache;
+
+  /// Once there is a backing it stays.
+  const TileBacking* backing() const { return backing_.load(std::memory_order_acquire); }
+
+  mutable AtomicRef<const TilePayload> payload_;  // stored under the cache's lock
+  mutable std::atomic<const TileBacking*> backing_ = nullptr;
+  const std::uint64_t key_ = 0;
+
+  // The cache's: the list of cells with bits in memory, and the moment of the last use.
+  mutable const TileCell* next_ = nullptr;
+  mutable const TileCell* previous_ = nullptr;
+  mutable std::atomic<std::uint32_t> lastUse_ = 0;
+  mutable std::atomic<bool> isListed_ = false;
 };
 
 }  // namespace hxvoxora::detail
