@@ -81,6 +81,18 @@ std::vector<std::string> HostileSet::list(const std::string& /*directory*/) {
 
 void HostileSet::syncDirectory(const std::string& /*directory*/) {}
 
+void HostileSet::makePrivateDirectory(const std::string& path) {
+  refuse(path);
+}
+
+bool HostileSet::isWritable(const std::string& /*directory*/) {
+  return false;
+}
+
+std::unique_ptr<hxvoxora::FileLock> HostileSet::tryLock(const std::string& path) {
+  refuse(path);
+}
+
 std::uint64_t HostileSet::freeSpace(const std::string& /*directory*/) {
   return 0;
 }

@@ -23,6 +23,9 @@ public:
   hxvoxora::FileKind kind(const std::string& path) override;
   std::vector<std::string> list(const std::string& directory) override;
   void syncDirectory(const std::string& directory) override;
+  void makePrivateDirectory(const std::string& path) override;
+  bool isWritable(const std::string& directory) override;
+  std::unique_ptr<hxvoxora::FileLock> tryLock(const std::string& path) override;
   std::uint64_t freeSpace(const std::string& directory) override;
 
 private:
