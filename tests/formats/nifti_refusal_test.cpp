@@ -135,6 +135,8 @@ TEST(NiftiRefusal, NamesNumbersThatPlaceNoLattice) {
   bytes = goodImage();
   bytes.setAffine({{{1, 0, 0, 0}, {0, 1, 0, std::numeric_limits<float>::infinity()}, {0, 0, 1, 0}}});
   EXPECT_EQ(refusalOf(bytes.file()), "header field srow holds inf, which is out of range");
+  bytes.setAffine({{{1, 0, 1.5e-38F, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}});
+  EXPECT_EQ(refusalOf(bytes.file()), "header field srow holds 1.5e-38, which is out of range");
   bytes.setAffine({{{1, 1, 0, 0}, {1, 1, 0, 0}, {0, 0, 1, 0}}});
   EXPECT_EQ(refusalOf(bytes.file()), "header field srow has axes that lie in one plane");
 }

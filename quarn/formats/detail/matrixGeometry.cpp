@@ -21,6 +21,7 @@ constexpr std::size_t matrixOffset = 280;
 constexpr double smallestVoxel = 1e-6;
 constexpr double largestVoxel = 1e6;
 constexpr double farthest = 1e9;
+constexpr double smallestElement = 1e-30;  ///< below lie the products that keep the toolkit's decomposition from ending
 constexpr double longestQuaternion = 1.001;
 constexpr double perpendicular = 1e-4;  ///< largest cosine of two axes that counts as a right angle
 constexpr double flat = 1e-3;           ///< largest volume of three unit axes that counts as none
@@ -49,17 +50,26 @@ Axis divided(const Axis& axis, double divisor) {
   return {axis[0] / divisor, axis[1] / divisor, axis[2] / divisor};
 }
 
+[[noreturn]] void refuseElement(double value, const char* name, const QString& file) {
+  refuse(file, QStringLiteral("header field %1 holds %2, which is out of range")
+                   .arg(QLatin1String(name), QString::number(value)));
+}
+
 /// Three floats that must lie within `limit` of 0.
 Axis readThree(const NiftiFields& fields, std::size_t offset, std::size_t step, double limit, const char* name,
                const QString& file) {
   Axis result;
   for (std::size_t i = 0; i < 3; ++i) {
     result[i] = fields.get<float>(offset + step * i);
-    if (std::abs(result[i]) <= limit) continue;
-    refuse(file, QStringLiteral("header field %1 holds %2, which is out of range")
-                     .arg(QLatin1String(name), QString::number(result[i])));
+    if (!(std::abs(result[i]) <= limit)) refuseElement(result[i], name, file);
   }
   return result;
+}
+
+void checkNotTiny(const Axis& elements, const char* name, const QString& file) {
+  for (const double element : elements) {
+    if (element != 0.0 && std::abs(element) < smallestElement) refuseElement(element, name, file);
+  }
 }
 
 void checkVoxelSize(double size, const char* name, const QString& file) {
@@ -87,9 +97,11 @@ Matrix readMatrix(const NiftiFields& fields, const QString& file) {
   Matrix matrix;
   for (std::size_t axis = 0; axis < 3; ++axis) {
     matrix.axes[axis] = readThree(fields, matrixOffset + 4 * axis, 16, largestVoxel, "srow", file);
+    checkNotTiny(matrix.axes[axis], "srow", file);
     checkVoxelSize(length(matrix.axes[axis]), "srow", file);
   }
   matrix.origin = readThree(fields, matrixOffset + 12, 16, farthest, "srow", file);
+  checkNotTiny(matrix.origin, "srow", file);
   const double volume = dot(matrix.axes[0], cross(matrix.axes[1], matrix.axes[2]));
   const double box = length(matrix.axes[0]) * length(matrix.axes[1]) * length(matrix.axes[2]);
   if (std::abs(volume) <= flat * box) refuse(file, QStringLiteral("header field srow has axes that lie in one plane"));
