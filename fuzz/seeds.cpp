@@ -87,7 +87,9 @@ void saveSet(std::size_t number) {
   const auto reader = hxvoxora::TiledFileReader::open(files, "a.ldm");
   const auto packed = reader->readCompressed(0);
   const auto length = static_cast<unsigned>(packed.bytes.size());
-  Bytes chunk{std::byte(packed.gzip ? 1 : 16), std::byte(length >> 8), std::byte(length & 0xFF)};
+  // The flags of a tile in the data target: in gzip, by bricks, filled up.
+  const unsigned flags[] = {16, 2, 1};
+  Bytes chunk{std::byte(flags[static_cast<unsigned>(packed.form)]), std::byte(length >> 8), std::byte(length & 0xFF)};
   chunk.insert(chunk.end(), packed.bytes.begin(), packed.bytes.end());
   save("data/" + name + "-stored", withOptions(static_cast<unsigned>(number), chunk));
   save("data/" + name + "-bits", withOptions(static_cast<unsigned>(number) | 4, someBits(header, 0)));

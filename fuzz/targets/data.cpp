@@ -21,6 +21,7 @@ using hxvoxora::StoredTileKind;
 using hxvoxora::StoredTileRun;
 using hxvoxora::TiledFileReader;
 using hxvoxora::TiledFileWriter;
+using hxvoxora::TileForm;
 using hxvoxora::VolumeHeader;
 
 namespace {
@@ -74,7 +75,7 @@ struct PlacedTile {
 /// A byte of flags, two for a length, and this many of a tile. The checksum is made to be right unless the flags say
 /// otherwise: only what is behind it is of interest. Numbers ascend from `first`.
 PlacedTile nextTile(Span& input, const VolumeHeader& header, std::uint64_t first) {
-  constexpr unsigned isGzip = 1, packHere = 4, wrongChecksum = 8, fillUp = 16;
+  constexpr unsigned isGzip = 1, isBricks = 2, packHere = 4, wrongChecksum = 8, fillUp = 16;
   const auto flags = std::to_integer<unsigned>(take(input, 1)[0]);
   const Span content = take(input, takeNumber16(input));
   PlacedTile tile;
@@ -82,7 +83,8 @@ PlacedTile nextTile(Span& input, const VolumeHeader& header, std::uint64_t first
   tile.packed.bytes.assign(content.begin(), content.end());
   if (flags & fillUp) tile.packed.bytes.resize(header.tileBytes());
   if (flags & packHere) tile.packed.bytes = gzipped(tile.packed.bytes);
-  tile.packed.gzip = (flags & (isGzip | packHere)) != 0;
+  if (flags & isBricks) tile.packed.form = TileForm::bricks;
+  if (flags & (isGzip | packHere)) tile.packed.form = TileForm::gzipBricks;
   tile.packed.checksum = XXH3_64bits(tile.packed.bytes.data(), tile.packed.bytes.size());
   if (flags & wrongChecksum) ++tile.packed.checksum;
   return tile;

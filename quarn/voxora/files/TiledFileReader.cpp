@@ -3,8 +3,9 @@
 #include <xxhash.h>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/detail/ScratchBytes.h"
 #include "quarn/voxora/files/detail/TileIndex.h"
-#include "quarn/voxora/files/detail/gzip.h"
+#include "quarn/voxora/files/detail/tilePacking.h"
 #include "quarn/voxora/files/detail/tilePadding.h"
 #include "quarn/voxora/files/fileSetParts.h"
 
@@ -85,25 +86,21 @@ void TiledFileReader::read(std::uint64_t tile, std::span<std::byte> out) const {
   const StoredTile& entry = stored(tile);
   readNamingTile(data_->path(), tile, [&]() -> std::string {
     if (out.size() != header_.tileBytes()) return std::to_string(out.size()) + " bytes of room do not fit";
-    if (entry.gzip) {
-      thread_local std::vector<std::byte> packed;
-      packed.resize(entry.length);
-      readBytes(entry, packed);
-      std::string objection = checksumObjection(packed, entry.checksum);
-      if (objection.empty()) objection = detail::gzipDecompress(packed, out);
-      if (!objection.empty()) return objection;
-    } else {
-      readBytes(entry, out);
-      if (std::string objection = checksumObjection(out, entry.checksum); !objection.empty()) return objection;
-    }
+    thread_local detail::ScratchBytes scratch;
+    const bool isRaw = entry.form == TileForm::raw;
+    const std::span<std::byte> bytes = isRaw ? out : scratch.get(entry.length);
+    readBytes(entry, bytes);
+    std::string objection = checksumObjection(bytes, entry.checksum);
+    if (objection.empty() && !isRaw) objection = detail::unpackTile(entry.form, bytes, header_.tileDimensions, out);
+    if (!objection.empty()) return objection;
     const bool clear = detail::isPaddingClear(out, header_.tileDimensions, header_.tileExtent(tile));
-    return clear ? "" : "bits outside the volume are set";
+    return clear ? "" : "bits outside the level are set";
   });
 }
 
 CompressedTile TiledFileReader::readCompressed(std::uint64_t tile) const {
   const StoredTile& entry = stored(tile);
-  CompressedTile packed{std::vector<std::byte>(entry.length), entry.gzip, entry.checksum};
+  CompressedTile packed{std::vector<std::byte>(entry.length), entry.form, entry.checksum};
   readNamingTile(data_->path(), tile, [&] {
     readBytes(entry, packed.bytes);
     return checksumObjection(packed.bytes, packed.checksum);

@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <mutex>
 #include <vector>
-#include <xxhash.h>
 
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/detail/FileSetSwap.h"
 #include "quarn/voxora/files/detail/TileIndexBuilder.h"
 #include "quarn/voxora/files/detail/fileNames.h"
 #include "quarn/voxora/files/detail/filePrelude.h"
-#include "quarn/voxora/files/detail/gzip.h"
+#include "quarn/voxora/files/detail/tilePacking.h"
 #include "quarn/voxora/files/fileSetParts.h"
 
 namespace hxvoxora {
@@ -106,6 +105,13 @@ struct TiledFileWriter::State {
                       std::to_string(count) + " tiles): there are only " + std::to_string(tiles) + " tiles");
   }
 
+  void checkSize(std::uint64_t tile, TileForm form, std::size_t size) const {
+    const std::uint64_t tileBytes = header.tileBytes();
+    const bool mayPack = header.compression == TileCompression::gzip;
+    const bool fits = form == TileForm::raw ? size == tileBytes : mayPack && size > 0 && size < tileBytes;
+    if (!fits) failSize(tile, size, form == TileForm::raw ? "" : " packed");
+  }
+
   [[noreturn]] void failSize(std::uint64_t tile, std::size_t size, const char* how) const {
     throw McException(McException::excerpt(path) + ": tile " + std::to_string(tile) + ": " + std::to_string(size) +
                       how + " bytes do not fit a tile of " + std::to_string(header.tileBytes()));
@@ -160,28 +166,20 @@ void TiledFileWriter::setKind(std::uint64_t firstTile, StoredTileKind kind, std:
 
 void TiledFileWriter::put(std::uint64_t tile, std::span<const std::byte> raw) {
   if (raw.size() != state_->header.tileBytes()) state_->failSize(tile, raw.size(), "");
-  putCompressed(tile, compress(raw, state_->header.compression));
+  putCompressed(tile, compress(raw, state_->header));
 }
 
 void TiledFileWriter::putCompressed(std::uint64_t tile, const CompressedTile& packed) {
   state_->checkTiles(tile, 1);
-  const std::uint64_t tileBytes = state_->header.tileBytes();
-  const std::size_t size = packed.bytes.size();
-  const bool gzipAllowed = state_->header.compression == TileCompression::gzip;
-  const bool fits = packed.gzip ? gzipAllowed && size > 0 && size < tileBytes : size == tileBytes;
-  if (!fits) state_->failSize(tile, size, packed.gzip ? " packed" : "");
+  state_->checkSize(tile, packed.form, packed.bytes.size());
   const std::lock_guard lock(state_->mutex);
-  state_->index.addStored(tile, {state_->dataBytes, static_cast<std::uint32_t>(size), packed.gzip, packed.checksum});
+  const auto length = static_cast<std::uint32_t>(packed.bytes.size());
+  state_->index.addStored(tile, {state_->dataBytes, length, packed.form, packed.checksum});
   state_->append(packed.bytes);
 }
 
-CompressedTile TiledFileWriter::compress(std::span<const std::byte> raw, TileCompression compression) {
-  CompressedTile packed;
-  if (compression == TileCompression::gzip) packed.bytes = detail::gzipCompress(raw);
-  packed.gzip = !packed.bytes.empty();
-  if (!packed.gzip) packed.bytes.assign(raw.begin(), raw.end());
-  packed.checksum = XXH3_64bits(packed.bytes.data(), packed.bytes.size());
-  return packed;
+CompressedTile TiledFileWriter::compress(std::span<const std::byte> raw, const VolumeHeader& header) {
+  return detail::packTile(raw, header.tileDimensions, header.compression);
 }
 
 void TiledFileWriter::commit() {

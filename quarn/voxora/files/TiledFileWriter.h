@@ -49,8 +49,9 @@ public:
   /// Stores a tile that was packed before, by compress() or TiledFileReader::readCompressed().
   void putCompressed(std::uint64_t tile, const CompressedTile& packed);
 
-  /// Packs the bits of a tile the way put() does. Needs no writer and may be called from any thread.
-  static CompressedTile compress(std::span<const std::byte> raw, TileCompression compression);
+  /// Packs the bits of a tile the way a writer of such a header does: `raw` has header.tileBytes() bytes. Of the header
+  /// only tile dimensions and compression count. From any thread.
+  static CompressedTile compress(std::span<const std::byte> raw, const VolumeHeader& header);
 
   /// Completes the files, brings them to stable storage and puts them in place. Throws McException when that fails or
   /// a tile was given twice; the old set is then in place again. (Only when the very last step fails, bringing the

@@ -80,7 +80,7 @@ CompressedTile packed(const TileCell& cell, const TileGrid& grid, TileCompressio
     return source->reader().readCompressed(cell.tileInSource());
   // A tile that was not in memory does not get there by being saved.
   const Ref<const TilePayload> payload = cell.pinForOnce();
-  return TiledFileWriter::compress({payload->bits(), payload->byteSize()}, compression);
+  return TiledFileWriter::compress({payload->bits(), payload->byteSize()}, headerFor(grid, compression));
 }
 
 /// Packs tiles in parallel and writes them in order. False when `progress` gave up.

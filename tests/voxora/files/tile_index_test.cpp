@@ -60,7 +60,7 @@ TEST(TileIndex, IsTheFileOfTheFormatPage) {
   EXPECT_EQ(number(entryAt(0), 8), 16u);
   const std::uint64_t length = number(entryAt(0) + 8, 4);
   EXPECT_EQ(number(entryAt(1), 8), 16 + length);
-  EXPECT_EQ(number(entryAt(0) + 12, 4), 1u);
+  EXPECT_EQ(number(entryAt(0) + 12, 4), 2u);  // bricks in a gzip member
   EXPECT_EQ(number(entryAt(0) + 16, 8),
             volumefiles::checksumOf(Bytes(data.begin() + 16, data.begin() + 16 + static_cast<std::ptrdiff_t>(length))));
   EXPECT_EQ(number(index.size() - 8, 8), volumefiles::checksumOf(Bytes(index.begin(), index.end() - 8)));
@@ -161,9 +161,18 @@ TEST(TileIndex, OverlapsAndGapsAreRefused) {
   EXPECT_THAT(refusal([](Bytes& index) { poke(index, entryAt(2) + 8, 5, 4); }), inIndex("no tile ends there"));
 }
 
-TEST(TileIndex, UnknownFlagsAreRefused) {
-  EXPECT_THAT(refusal([](Bytes& index) { poke(index, entryAt(2) + 12, 3, 4); }), inIndex("flags of tile 7 3"));
+TEST(TileIndex, FormsMustBeKnownAndFitTheLength) {
+  for (const std::uint32_t form : {3u, 4u, 0x80000000u, 0xFFFFFFFFu}) {
+    EXPECT_THAT(refusal([&](Bytes& index) { poke(index, entryAt(2) + 12, form, 4); }),
+                inIndex("form of tile 7 " + std::to_string(form) + ": not known"));
+  }
   EXPECT_THAT(refusal([](Bytes& index) { poke(index, entryAt(2) + 12, 0, 4); }), inIndex("length of tile 7"));
+  EXPECT_THAT(refusal([](Bytes& index) { poke(index, entryAt(2) + 8, 256, 4); }), inIndex("length of tile 7 256"));
+
+  SampleSet set;
+  set.replaceInHeader(">gzip<", ">none<");
+  set.editIndex([](Bytes& index) { poke(index, compressionAt, 0, 4); });
+  EXPECT_THAT(set.openMessage(), inIndex("form of tile 0 2: compression is none"));
 }
 
 TEST(TileIndex, OtherMagicVersionByteOrderOrGenerationIsRefused) {

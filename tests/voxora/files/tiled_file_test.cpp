@@ -192,7 +192,7 @@ TEST(TiledFile, PackedTilesAreHandedOnUnchanged) {
 TEST(TiledFile, SparseIndexOfALargeVolumeIsSmallAndQuick) {
   MemoryFileSystem files;
   const VolumeHeader header = volumefiles::makeHeader({4096, 4096, 4096}, {32, 32, 32});
-  const CompressedTile packed = TiledFileWriter::compress(volumefiles::maskBits(header, 0, 1), header.compression);
+  const CompressedTile packed = TiledFileWriter::compress(volumefiles::maskBits(header, 0, 1), header);
   const auto start = std::chrono::steady_clock::now();
   {
     TiledFileWriter writer(files, "a.ldm", header);

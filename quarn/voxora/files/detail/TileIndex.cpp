@@ -62,7 +62,7 @@ std::vector<std::byte> TileIndex::toBytes(const VolumeHeader& header, std::uint6
   for (const StoredTile& tile : stored_) {
     appendLittleEndian(bytes, tile.offset);
     appendLittleEndian(bytes, tile.length);
-    appendLittleEndian(bytes, tile.gzip ? detail::gzipFlag : 0u);
+    appendLittleEndian(bytes, static_cast<std::uint32_t>(tile.form));
     appendLittleEndian(bytes, tile.checksum);
   }
   appendLittleEndian(bytes, std::uint64_t{XXH3_64bits(bytes.data(), bytes.size())});

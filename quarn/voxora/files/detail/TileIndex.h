@@ -6,6 +6,7 @@
 
 #include "quarn/voxora/files/InputFile.h"
 #include "quarn/voxora/files/StoredTileKind.h"
+#include "quarn/voxora/files/TileForm.h"
 #include "quarn/voxora/files/VolumeHeader.h"
 
 namespace hxvoxora {
@@ -14,7 +15,7 @@ namespace hxvoxora {
 struct StoredTile {
   std::uint64_t offset = 0;
   std::uint32_t length = 0;
-  bool gzip = false;
+  TileForm form = TileForm::raw;
   std::uint64_t checksum = 0;  ///< XXH3 of these bytes of the data file
 };
 

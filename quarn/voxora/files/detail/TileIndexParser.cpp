@@ -94,11 +94,10 @@ std::vector<StoredTile> TileIndexParser::readStored(const std::vector<StoredTile
     for (std::uint64_t i = 0; i < run.tileCount; ++i) {
       std::array<std::byte, indexEntryBytes> bytes{};
       reader_.read(bytes);
-      const auto flags = readLittleEndian<std::uint32_t>(&bytes[12]);
       const StoredTile entry{readLittleEndian<std::uint64_t>(&bytes[0]), readLittleEndian<std::uint32_t>(&bytes[8]),
-                             (flags & gzipFlag) != 0, readLittleEndian<std::uint64_t>(&bytes[16])};
+                             static_cast<TileForm>(readLittleEndian<std::uint32_t>(&bytes[12])),
+                             readLittleEndian<std::uint64_t>(&bytes[16])};
       const std::uint64_t tile = run.firstTile + i;
-      if ((flags & ~gzipFlag) != 0) fail("flags of tile " + std::to_string(tile), std::to_string(flags), "not known");
       checkStored(tile, entry);
       stored.push_back(entry);
     }
@@ -117,9 +116,13 @@ void TileIndexParser::checkStored(std::uint64_t tile, const StoredTile& entry) c
   if (entry.offset >= dataBytes_) fail("offset" + place, offset, "behind the end of the data file");
   if (entry.length == 0) fail("length" + place, length, "empty");
   if (entry.length > dataBytes_ - entry.offset) fail("length" + place, length, "beyond the end of the data file");
-  if (entry.gzip && header_.compression == TileCompression::none) fail("flags" + place, "1", "compression is none");
+  const std::string form = std::to_string(static_cast<std::uint32_t>(entry.form));
+  if (entry.form > TileForm::gzipBricks) fail("form" + place, form, "not known");
+  if (entry.form != TileForm::raw && header_.compression == TileCompression::none) {
+    fail("form" + place, form, "compression is none");
+  }
   const std::uint64_t tileBytes = header_.tileBytes();
-  if (entry.gzip ? entry.length >= tileBytes : entry.length != tileBytes) {
+  if (entry.form == TileForm::raw ? entry.length != tileBytes : entry.length >= tileBytes) {
     fail("length" + place, length, "does not fit a tile of " + std::to_string(tileBytes) + " bytes");
   }
 }

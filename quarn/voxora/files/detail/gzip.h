@@ -3,15 +3,15 @@
 #include <cstddef>
 #include <span>
 #include <string>
-#include <vector>
 
 namespace hxvoxora::detail {
 
-/// One gzip member that holds `raw`; empty when it would not be shorter than `raw`. From any thread.
-std::vector<std::byte> gzipCompress(std::span<const std::byte> raw);
+/// Writes one gzip member that holds `raw` to the beginning of `out`. Returns its size; 0 when it does not fit. From
+/// any thread.
+std::size_t gzipCompress(std::span<const std::byte> raw, std::span<std::byte> out);
 
-/// Unpacks one gzip member that fills `packed` exactly and gives exactly out.size() bytes; never writes more. Returns
-/// an empty text, or what is wrong. From any thread.
-std::string gzipDecompress(std::span<const std::byte> packed, std::span<std::byte> out);
+/// Unpacks one gzip member that fills `packed` exactly to the beginning of `out`, and tells the `size` of what it held.
+/// Never writes more than there is room for. Returns an empty text, or what is wrong. From any thread.
+std::string gzipDecompress(std::span<const std::byte> packed, std::span<std::byte> out, std::size_t& size);
 
 }  // namespace hxvoxora::detail

@@ -12,7 +12,6 @@ constexpr std::size_t indexHeadBytes = 80;
 constexpr std::size_t indexEntryBytes = 24;
 constexpr std::size_t indexChecksumBytes = 8;
 constexpr std::uint32_t byteOrderMark = 0x01020304;
-constexpr std::uint32_t gzipFlag = 1;
 
 constexpr std::uint32_t compressionCode(TileCompression compression) {
   return compression == TileCompression::gzip ? 1 : 0;
