@@ -81,12 +81,14 @@ private:
 
   /// Checks the entity references up to `end` and moves there.
   void scanReferences(std::size_t end) {
+    // Never looks behind `end`: many short pieces would each search the whole rest.
+    const std::string_view piece = text_.substr(0, end);
     for (;;) {
-      const std::size_t found = text_.find('&', position_);
-      if (found == npos || found >= end) break;
+      const std::size_t found = piece.find('&', position_);
+      if (found == npos) break;
       position_ = found;
-      const std::size_t semicolon = text_.find(';', found);
-      if (semicolon == npos || semicolon >= end) fail("an entity is not closed");
+      const std::size_t semicolon = piece.find(';', found);
+      if (semicolon == npos) fail("an entity is not closed");
       checkReference(text_.substr(found + 1, semicolon - found - 1));
       position_ = semicolon + 1;
     }
