@@ -91,8 +91,8 @@ void BadSet::replaceByLink(const std::string& name, const std::string& target) {
   std::filesystem::create_symlink(target, folder() + "/" + name);
 }
 
-void BadSet::storeTile(const Bytes& bytes, std::uint32_t flags) {
-  constexpr std::size_t dataLengthAt = 64, entryAt = 81, lengthAt = entryAt + 8, flagsAt = entryAt + 12;
+void BadSet::storeTile(const Bytes& bytes, std::uint32_t form) {
+  constexpr std::size_t dataLengthAt = 64, entryAt = 81, lengthAt = entryAt + 8, formAt = entryAt + 12;
   const auto header = volumefiles::makeHeader({64, 64, 64}, {64, 64, 64});
   volumefiles::Tiles tiles;
   tiles[0] = {hxvoxora::StoredTileKind::stored, volumefiles::maskBits(header, 0, 1)};
@@ -104,8 +104,8 @@ void BadSet::storeTile(const Bytes& bytes, std::uint32_t flags) {
   editIndex([&](Bytes& index) {
     volumefiles::poke(index, dataLengthAt, 16 + bytes.size(), 8);
     volumefiles::poke(index, lengthAt, bytes.size(), 4);
-    volumefiles::poke(index, flagsAt, flags, 4);
-    volumefiles::poke(index, flagsAt + 4, volumefiles::checksumOf(bytes), 8);
+    volumefiles::poke(index, formAt, form, 4);
+    volumefiles::poke(index, formAt + 4, volumefiles::checksumOf(bytes), 8);
   });
 }
 

@@ -46,7 +46,7 @@ public:
 
   /// Makes the only stored tile of "a" these bytes, with the right length and checksum. A set of one tile of
   /// 64 x 64 x 64 voxels takes the place of the sample.
-  void storeTile(const Bytes& bytes, std::uint32_t flags);
+  void storeTile(const Bytes& bytes, std::uint32_t form);
 
 private:
   Bytes read(const std::string& name) const;

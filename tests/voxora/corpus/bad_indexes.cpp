@@ -11,7 +11,7 @@ constexpr std::size_t magicAt = 0, versionAt = 6, generationAt = 8, byteOrderAt 
 constexpr std::size_t entryOf(std::size_t stored) {
   return kindsAt + 7 + 24 * stored;
 }
-constexpr std::size_t lengthInEntry = 8, flagsInEntry = 12;
+constexpr std::size_t lengthInEntry = 8, formInEntry = 12;
 
 BadCase edited(const std::string& name, const std::function<void(Bytes&)>& edit, const std::string& message) {
   return {name, [=](BadSet& set) { set.editIndex(edit); }, "a.fcp: " + message};
@@ -78,7 +78,7 @@ void addPlaces(std::vector<BadCase>& cases) {
        number("GapBetweenTiles", entryOf(1), 273, 8, "offset 273: a gap before it"),
        number("LengthOfPartOfATile", entryOf(1) + lengthInEntry, 255, 4,
               "length of tile 3 255: does not fit a tile of 256 bytes"),
-       number("UnknownFlag", entryOf(1) + flagsInEntry, 0x80000000, 4, "flags of tile 3 2147483648: not known")});
+       number("UnknownForm", entryOf(1) + formInEntry, 0x80000000, 4, "form of tile 3 2147483648: not known")});
 }
 
 void addIdentity(std::vector<BadCase>& cases) {
