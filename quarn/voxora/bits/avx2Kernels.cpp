@@ -186,7 +186,8 @@ const KernelTable* avx2Kernels() {
                                  forAllTables([](auto f) -> KernelTable::CombineBlocks { return &combineBlocks<f()>; }),
                                  &countWords,
                                  &equalWordsAtFront,
-                                 &zeroWordsAtBack};
+                                 &zeroWordsAtBack,
+                                 &appendRowsAvx2};
   return &table;
 }
 

@@ -82,7 +82,8 @@ const KernelTable* avx512Kernels() {
                                  forAllTables([](auto f) -> KernelTable::CombineBlocks { return &combineBlocks<f()>; }),
                                  &countWords,
                                  avx2Kernels()->equalWordsAtFront,
-                                 avx2Kernels()->zeroWordsAtBack};
+                                 avx2Kernels()->zeroWordsAtBack,
+                                 avx2Kernels()->appendRows};
   return &table;
 }
 

@@ -64,6 +64,7 @@ constinit const KernelTable scalarKernels{
     forAllTables([](auto f) -> KernelTable::CombineBlocks { return &combineBlocks<f()>; }),
     &countWords,
     &equalWordsAtFront,
-    &zeroWordsAtBack};
+    &zeroWordsAtBack,
+    &appendRows<Word>};
 
 }  // namespace hxvoxora::detail

@@ -9,6 +9,7 @@
 #include "quarn/voxora/bits/BitKernels.h"
 #include "quarn/voxora/bits/InstructionSet.h"
 #include "quarn/voxora/bits/detail/Stretch.h"
+#include "quarn/voxora/bits/detail/appendRows.h"
 
 namespace hxvoxora::detail {
 
@@ -35,6 +36,9 @@ struct KernelTable {
 
   /// The number of zero words behind the last other one.
   std::size_t (*zeroWordsAtBack)(const std::uint8_t* words, std::size_t count);
+
+  /// appendRows() of units that are words.
+  void (*appendRows)(BitWriter& target, const CutRows& rows, std::size_t offset, std::int64_t rowCount);
 };
 
 extern const KernelTable scalarKernels;
@@ -42,6 +46,7 @@ extern const KernelTable scalarKernels;
 /// Null where the build knows no such instructions.
 const KernelTable* avx2Kernels();
 const KernelTable* avx512Kernels();
+void appendRowsAvx2(BitWriter& target, const CutRows& rows, std::size_t offset, std::int64_t rowCount);
 
 extern std::atomic<const KernelTable*> activeKernels;
 

@@ -1,0 +1,167 @@
+#include "quarn/voxora/bits/detail/KernelTable.h"
+
+#if defined(__x86_64__)
+
+#include <array>
+#include <immintrin.h>
+
+/// At every function for the reason told beside the kernels on whole words.
+#define QUARN_AVX2 __attribute__((target("avx2")))
+
+/// Rows four at a time, one in each word of a vector.
+namespace hxvoxora::detail {
+
+namespace {
+
+constexpr int rowsAtOnce = 4;
+using FourPlaces = std::array<std::uint8_t*, rowsAtOnce>;
+
+/// Words between memory order and numbers.
+QUARN_AVX2 inline __m256i orderedWords(__m256i words) {
+  const __m256i reversed =
+      _mm256_broadcastsi128_si256(_mm_setr_epi8(7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8));
+  return _mm256_shuffle_epi8(words, reversed);
+}
+
+QUARN_AVX2 inline __m256i allWords(Word word) {
+  return _mm256_set1_epi64x(static_cast<long long>(word));
+}
+
+/// The words of a column in four rows.
+QUARN_AVX2 inline __m256i loadColumn(const UnitColumn& column, std::size_t offset, std::size_t rowStride) {
+  const std::uint8_t* const p = column.bytes + (offset & column.mask);
+  if (rowStride == 8) return orderedWords(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
+  const std::size_t step = rowStride & column.mask;
+  const auto word = [p, step](std::size_t row) { return static_cast<long long>(loadNative<Word>(p + row * step)); };
+  return orderedWords(_mm256_setr_epi64x(word(0), word(1), word(2), word(3)));
+}
+
+QUARN_AVX2 inline void storeColumn(const FourPlaces& rows, std::size_t byte, __m256i words) {
+  const __m256i bytes = orderedWords(words);
+  const __m128i low = _mm256_castsi256_si128(bytes), high = _mm256_extracti128_si256(bytes, 1);
+  _mm_storel_pd(reinterpret_cast<double*>(rows[0] + byte), _mm_castsi128_pd(low));
+  _mm_storeh_pd(reinterpret_cast<double*>(rows[1] + byte), _mm_castsi128_pd(low));
+  _mm_storel_pd(reinterpret_cast<double*>(rows[2] + byte), _mm_castsi128_pd(high));
+  _mm_storeh_pd(reinterpret_cast<double*>(rows[3] + byte), _mm_castsi128_pd(high));
+}
+
+/// Appends rows of 64 bits or more. The last word that is stored of a row may hold first bits of the next row, which
+/// are stored as 0 and put right with the first word of that row.
+class RowAppender {
+public:
+  QUARN_AVX2 RowAppender(const BitWriter& target, const CutRows& rows)
+      : columns_(rows.columns.data()),
+        columnCount_(rows.columns.size()),
+        rowStride_(rows.rowStride),
+        width_(static_cast<std::uint64_t>(rows.width)),
+        lastWord_((width_ - 1) / 64),
+        inLast_((width_ - 1) % 64 + 1),
+        skip_(_mm_cvtsi32_si128(static_cast<int>(rows.skipped))),
+        unskip_(_mm_cvtsi32_si128(static_cast<int>(64 - rows.skipped))),
+        place_(target.place()),
+        bit_(target.held()),
+        pending_(target.pending()) {}
+
+  /// `isEnd` tells that no row follows.
+  QUARN_AVX2 void appendFour(std::size_t offset, bool isEnd) {
+    const Shifts shifts = nextShifts();
+    FourPlaces places = nextPlaces();
+    __m256i column = loadColumn(columns_[0], offset, rowStride_);
+    __m256i next = columnCount_ > 1 ? loadColumn(columns_[1], offset, rowStride_) : _mm256_setzero_si256();
+    __m256i word = wordOf(column, next);
+    if (lastWord_ == 0) word = _mm256_and_si256(word, allWords(topBits(static_cast<unsigned>(inLast_))));
+    const __m256i first = _mm256_srlv_epi64(word, shifts.down);
+    __m256i out = first;
+    for (std::size_t i = 1; i < lastWord_; ++i) {
+      const __m256i before = word;
+      column = next;
+      next = loadColumn(columns_[i + 1], offset, rowStride_);
+      word = wordOf(column, next);
+      storeColumn(places, 8 * i, joined(before, word, shifts));
+    }
+    if (lastWord_ != 0) {
+      const __m256i before = word;
+      const bool hasNext = lastWord_ + 1 < columnCount_;
+      column = next;
+      next = hasNext ? loadColumn(columns_[lastWord_ + 1], offset, rowStride_) : _mm256_setzero_si256();
+      word = _mm256_and_si256(wordOf(column, next), allWords(topBits(static_cast<unsigned>(inLast_))));
+      out = joined(before, word, shifts);
+      if (isEnd) keepOffEnd(places);
+      storeColumn(places, 8 * lastWord_, out);
+    }
+    const __m256i isLastFull = _mm256_cmpgt_epi64(_mm256_add_epi64(shifts.down, allWords(inLast_)), allWords(63));
+    const __m256i rest = _mm256_blendv_epi8(out, _mm256_sllv_epi64(word, shifts.up), isLastFull);
+    places = nextPlaces();
+    storeColumn(places, 0, _mm256_or_si256(first, carry(rest)));
+    bit_ += 4 * width_;
+  }
+
+  BitWriter end() const { return {place_ + 8 * (bit_ / 64), pending_, static_cast<unsigned>(bit_ % 64)}; }
+
+private:
+  /// How far the words of a row lie behind those of the target, and what is missing to 64.
+  struct Shifts {
+    __m256i down, up;
+  };
+
+  QUARN_AVX2 Shifts nextShifts() const {
+    const auto bit = static_cast<long long>(bit_), width = static_cast<long long>(width_);
+    const __m256i bits = _mm256_setr_epi64x(bit, bit + width, bit + 2 * width, bit + 3 * width);
+    const __m256i down = _mm256_and_si256(bits, allWords(63));
+    return {down, _mm256_sub_epi64(allWords(64), down)};
+  }
+
+  /// Where the first words of the next rows are stored.
+  FourPlaces nextPlaces() const {
+    const auto at = [this](std::uint64_t row) { return place_ + 8 * ((bit_ + row * width_) / 64); };
+    return {at(0), at(1), at(2), at(3)};
+  }
+
+  /// A last word that is not full would reach over the end: it goes nowhere, since its bits are kept anyway.
+  void keepOffEnd(FourPlaces& places) {
+    if ((bit_ + 3 * width_) % 64 + inLast_ < 64) places[3] = nowhere_ - 8 * lastWord_;
+  }
+
+  /// The word of a row that begins in one column and ends in the next.
+  QUARN_AVX2 __m256i wordOf(__m256i column, __m256i next) const {
+    return _mm256_or_si256(_mm256_sll_epi64(column, skip_), _mm256_srl_epi64(next, unskip_));
+  }
+
+  /// The word of the target that ends one word of a row and begins another.
+  QUARN_AVX2 static __m256i joined(__m256i before, __m256i word, const Shifts& shifts) {
+    return _mm256_or_si256(_mm256_sllv_epi64(before, shifts.up), _mm256_srlv_epi64(word, shifts.down));
+  }
+
+  /// What is left of every row goes to the row behind it.
+  QUARN_AVX2 __m256i carry(__m256i rest) {
+    const __m256i moved = _mm256_permute4x64_epi64(rest, _MM_SHUFFLE(2, 1, 0, 3));
+    const __m256i carried = _mm256_blend_epi32(moved, allWords(pending_), 0b00000011);
+    pending_ = static_cast<Word>(_mm256_extract_epi64(moved, 0));
+    return carried;
+  }
+
+  const UnitColumn* const columns_;
+  const std::size_t columnCount_, rowStride_;
+  const std::uint64_t width_, lastWord_, inLast_;  // of a row: bits, whole words before the last one, bits in that one
+  const __m128i skip_, unskip_;
+  std::uint8_t* const place_;
+  std::uint64_t bit_;  // from there to the next bit to be appended
+  Word pending_;
+  std::uint8_t nowhere_[8];
+};
+
+}  // namespace
+
+QUARN_AVX2 void appendRowsAvx2(BitWriter& target, const CutRows& rows, std::size_t offset, std::int64_t rowCount) {
+  if (rows.width >= 64 && rowCount >= rowsAtOnce) {
+    RowAppender out(target, rows);
+    for (; rowCount >= rowsAtOnce; rowCount -= rowsAtOnce, offset += rowsAtOnce * rows.rowStride)
+      out.appendFour(offset, rowCount == rowsAtOnce);
+    target = out.end();
+  }
+  if (rowCount != 0) appendRows<Word>(target, rows, offset, rowCount);
+}
+
+}  // namespace hxvoxora::detail
+
+#endif
