@@ -89,7 +89,7 @@ void TiledFileReader::read(std::uint64_t tile, std::span<std::byte> out) const {
     thread_local detail::ScratchBytes scratch;
     const bool isRaw = entry.form == TileForm::raw;
     const std::span<std::byte> bytes = isRaw ? out : scratch.get(entry.length);
-    readBytes(entry, bytes);
+    readBytes(entry.offset, bytes);
     std::string objection = checksumObjection(bytes, entry.checksum);
     if (objection.empty() && !isRaw) objection = detail::unpackTile(entry.form, bytes, header_.tileDimensions, out);
     if (!objection.empty()) return objection;
@@ -102,10 +102,49 @@ CompressedTile TiledFileReader::readCompressed(std::uint64_t tile) const {
   const StoredTile& entry = stored(tile);
   CompressedTile packed{std::vector<std::byte>(entry.length), entry.form, entry.checksum};
   readNamingTile(data_->path(), tile, [&] {
-    readBytes(entry, packed.bytes);
+    readBytes(entry.offset, packed.bytes);
     return checksumObjection(packed.bytes, packed.checksum);
   });
   return packed;
+}
+
+CompressedTiles TiledFileReader::readCompressed(std::span<const std::uint64_t> tiles) const {
+  CompressedTiles packed;
+  packed.tiles.reserve(tiles.size());
+  std::size_t size = 0;
+  for (const std::uint64_t tile : tiles) {
+    const StoredTile& entry = stored(tile);
+    packed.tiles.push_back({tile, entry.length, entry.form, entry.checksum});
+    size += entry.length;
+  }
+  packed.bytes.resize(size);
+  std::span<std::byte> rest = packed.bytes;
+  for (std::size_t i = 0; i < tiles.size();) {
+    const std::uint64_t first = tiles[i], begin = stored(first).offset;
+    std::uint64_t end = begin;
+    for (; i < tiles.size() && stored(tiles[i]).offset == end; ++i) end += stored(tiles[i]).length;
+    const auto length = static_cast<std::size_t>(end - begin);
+    readNamingTile(data_->path(), first, [&]() -> std::string {
+      readBytes(begin, rest.first(length));
+      return {};
+    });
+    rest = rest.subspan(length);
+  }
+  checkBytes(packed);
+  return packed;
+}
+
+void TiledFileReader::checkBytes(const CompressedTiles& packed) const {
+  std::span<const std::byte> rest = packed.bytes;
+  for (const CompressedTiles::Tile& tile : packed.tiles) {
+    readNamingTile(data_->path(), tile.number,
+                   [&] { return checksumObjection(rest.first(tile.length), tile.checksum); });
+    rest = rest.subspan(tile.length);
+  }
+}
+
+std::uint32_t TiledFileReader::storedBytes(std::uint64_t tile) const {
+  return stored(tile).length;
 }
 
 std::uint64_t TiledFileReader::checksum(std::uint64_t tile) const {
@@ -124,9 +163,9 @@ void TiledFileReader::checkNumber(std::uint64_t tile) const {
                     std::to_string(header_.tileCount()) + " tiles");
 }
 
-void TiledFileReader::readBytes(const StoredTile& entry, std::span<std::byte> out) const {
+void TiledFileReader::readBytes(std::uint64_t offset, std::span<std::byte> out) const {
   if (data_->identity() != opened_) throw McException("the file was changed by somebody else since it was opened");
-  data_->readFully(entry.offset, out);
+  data_->readFully(offset, out);
 }
 
 }  // namespace hxvoxora

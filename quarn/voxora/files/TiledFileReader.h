@@ -11,6 +11,7 @@
 
 #include "quarn/voxora/export.h"
 #include "quarn/voxora/files/CompressedTile.h"
+#include "quarn/voxora/files/CompressedTiles.h"
 #include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/files/StoredTileKind.h"
 #include "quarn/voxora/files/VolumeHeader.h"
@@ -60,6 +61,13 @@ public:
   /// without packing them anew. Errors as of read().
   CompressedTile readCompressed(std::uint64_t tile) const;
 
+  /// The same for several stored tiles. Those that stand one behind the other in the file, as tiles in ascending order
+  /// mostly do, are read in one go.
+  CompressedTiles readCompressed(std::span<const std::uint64_t> tiles) const;
+
+  /// Bytes that a stored tile takes in the data file.
+  std::uint32_t storedBytes(std::uint64_t tile) const;
+
   /// Checksum of a stored tile, as the index has it (see CompressedTile).
   std::uint64_t checksum(std::uint64_t tile) const;
 
@@ -71,7 +79,8 @@ private:
                                                     const VolumeHeader& header);
   const StoredTile& stored(std::uint64_t tile) const;
   void checkNumber(std::uint64_t tile) const;
-  void readBytes(const StoredTile& entry, std::span<std::byte> out) const;
+  void readBytes(std::uint64_t offset, std::span<std::byte> out) const;
+  void checkBytes(const CompressedTiles& packed) const;
 
   const std::string path_;
   const VolumeHeader header_;

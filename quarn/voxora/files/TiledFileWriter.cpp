@@ -18,6 +18,8 @@ namespace {
 
 constexpr std::string_view headerSuffix = ".ldm";
 constexpr std::size_t bufferBytes = std::size_t{1} << 20;
+/// Written without going through the buffer.
+constexpr std::size_t largePieceBytes = bufferBytes / 8;
 
 /// The header to be written: that of the caller with names and generation.
 VolumeHeader completed(const std::string& ldmPath, const VolumeHeader& header) {
@@ -88,12 +90,18 @@ struct TiledFileWriter::State {
   }
 
   void append(std::span<const std::byte> bytes) {
-    buffer.insert(buffer.end(), bytes.begin(), bytes.end());
+    const bool isLarge = bytes.size() >= largePieceBytes;
+    if (isLarge || buffer.size() + bytes.size() > bufferBytes) flush();
+    if (isLarge) {
+      data->append(bytes);
+    } else {
+      buffer.insert(buffer.end(), bytes.begin(), bytes.end());
+    }
     dataBytes += bytes.size();
-    if (buffer.size() >= bufferBytes) flush();
   }
 
   void flush() {
+    if (buffer.empty()) return;
     data->append(buffer);
     buffer.clear();
   }
@@ -176,6 +184,33 @@ void TiledFileWriter::putCompressed(std::uint64_t tile, const CompressedTile& pa
   const auto length = static_cast<std::uint32_t>(packed.bytes.size());
   state_->index.addStored(tile, {state_->dataBytes, length, packed.form, packed.checksum});
   state_->append(packed.bytes);
+}
+
+void TiledFileWriter::putCompressed(const CompressedTiles& packed) {
+  std::size_t size = 0;
+  for (const CompressedTiles::Tile& tile : packed.tiles) {
+    state_->checkTiles(tile.number, 1);
+    state_->checkSize(tile.number, tile.form, tile.length);
+    size += tile.length;
+  }
+  if (size != packed.bytes.size()) {
+    throw McException(McException::excerpt(state_->path) + ": " + std::to_string(packed.bytes.size()) +
+                      " bytes of packed tiles instead of " + std::to_string(size));
+  }
+  const std::lock_guard lock(state_->mutex);
+  std::uint64_t offset = state_->dataBytes;
+  for (const CompressedTiles::Tile& tile : packed.tiles) {
+    state_->index.addStored(tile.number, {offset, tile.length, tile.form, tile.checksum});
+    offset += tile.length;
+  }
+  state_->append(packed.bytes);
+}
+
+void TiledFileWriter::requireSpace(std::uint64_t bytes) const {
+  const std::uint64_t free = state_->fileSystem.freeSpace(detail::folderOf(state_->path));
+  if (free >= bytes) return;
+  throw McException(McException::excerpt(state_->path) + ": " + std::to_string(bytes) + " bytes are needed, and only " +
+                    std::to_string(free) + " are free in its folder");
 }
 
 CompressedTile TiledFileWriter::compress(std::span<const std::byte> raw, const VolumeHeader& header) {

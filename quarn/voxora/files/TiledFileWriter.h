@@ -8,6 +8,7 @@
 
 #include "quarn/voxora/export.h"
 #include "quarn/voxora/files/CompressedTile.h"
+#include "quarn/voxora/files/CompressedTiles.h"
 #include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/files/StoredTileKind.h"
 #include "quarn/voxora/files/VolumeHeader.h"
@@ -48,6 +49,13 @@ public:
 
   /// Stores a tile that was packed before, by compress() or TiledFileReader::readCompressed().
   void putCompressed(std::uint64_t tile, const CompressedTile& packed);
+
+  /// Stores several tiles that were packed before, as TiledFileReader::readCompressed() gives them: in one piece.
+  void putCompressed(const CompressedTiles& packed);
+
+  /// Throws McException that names both numbers when the folder has no room for `bytes` more: to be asked before the
+  /// first tile, when so much is known to come.
+  void requireSpace(std::uint64_t bytes) const;
 
   /// Packs the bits of a tile the way a writer of such a header does: `raw` has header.tileBytes() bytes. Of the header
   /// only tile dimensions and compression count. From any thread.

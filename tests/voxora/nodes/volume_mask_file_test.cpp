@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/FaultFileSystem.h"
 #include "quarn/voxora/files/MemoryFileSystem.h"
 #include "quarn/voxora/readers/SoLDMReader.h"
 #include "tests/voxora/nodes/maskSupport.h"
@@ -104,6 +105,35 @@ TEST_F(SoVolumeMaskFile, SavingAgainOntoTheBoundFile) {
   }
   // A node that was bound before still sees what it was bound to.
   EXPECT_EQ(fetched(*reader, ball().box()), ball().packed(ball().box()));
+}
+
+TEST_F(SoVolumeMaskFile, UnchangedTilesAreTakenOverInFewCalls) {
+  RandomSource random;
+  DenseMask content = randomContent(random, {320, 80, 80});
+  maskOf(content)->saveEditing("a.ldm", false, gzip);
+  hxvoxora::FaultFileSystem counted(files_);
+  const auto mask = hxvoxora::makeRef<SoVolumeMask>(counted);
+  mask->setFileName("a.ldm");
+  const SbBox3i32 voxel({100, 40, 40}, {100, 40, 40});
+  const int id = mask->beginTransaction();
+  mask->invertBox(voxel);
+  mask->endTransaction(id);
+  content.invert(voxel);
+  const std::uint64_t callsBefore = counted.callCount();
+  mask->saveEditing("a.ldm", false, gzip);
+  EXPECT_LT(counted.callCount() - callsBefore, 60u);  // there are 1000 tiles
+  EXPECT_EQ(fetched(*open("a.ldm"), content.box()), content.packed(content.box()));
+}
+
+TEST_F(SoVolumeMaskFile, TooLittleRoomIsToldBeforeAnythingIsWritten) {
+  const auto mask = maskOf(ball());
+  files_.setFreeSpace(100);
+  EXPECT_THAT([&] { mask->saveEditing("a.ldm", false, {}); },
+              ThrowsMessage<McException>(HasSubstr("bytes are needed, and only 100 are free")));
+  EXPECT_TRUE(files_.list("").empty());
+  EXPECT_TRUE(mask->hasUnsavedEdits());
+  files_.setFreeSpace(1 << 20);
+  mask->saveEditing("a.ldm", false, {});
 }
 
 TEST_F(SoVolumeMaskFile, UneditedMaskIsNotWrittenOntoItsOwnFile) {
