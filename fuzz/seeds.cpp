@@ -92,6 +92,7 @@ void saveSet(std::size_t number) {
   Bytes chunk{std::byte(flags[static_cast<unsigned>(packed.form)]), std::byte(length >> 8), std::byte(length & 0xFF)};
   chunk.insert(chunk.end(), packed.bytes.begin(), packed.bytes.end());
   save("data/" + name + "-stored", withOptions(static_cast<unsigned>(number), chunk));
+  save("data/" + name + "-handed-on", withOptions(static_cast<unsigned>(number) | 16, chunk));
   save("data/" + name + "-bits", withOptions(static_cast<unsigned>(number) | 4, someBits(header, 0)));
   save("data/" + name + "-damage", withOptions(static_cast<unsigned>(number) | 8, toBytes({"\0\x12\x01", 3})));
 }
