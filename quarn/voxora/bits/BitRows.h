@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "quarn/voxora/bits/BitKernels.h"
 #include "quarn/voxora/bits/TruthTable.h"
 #include "quarn/voxora/export.h"
 #include "quarn/voxora/nodes/SbTypes.h"
@@ -32,6 +33,11 @@ struct BitLayout {
 /// Copies a box.
 QUARN_VOXORA_API void copyRows(void* dst, const BitLayout& dstLayout, const void* src, const BitLayout& srcLayout,
                                const SbBox3i32& box);
+
+/// Copies a box and tells what was seen in it. Reads only bytes between the first and the last one that hold voxels of
+/// the box, but also those between its rows.
+QUARN_VOXORA_API WordSummary copyRowsSummarised(void* dst, const BitLayout& dstLayout, const void* src,
+                                                const BitLayout& srcLayout, const SbBox3i32& box);
 
 /// Sets or clears a box.
 QUARN_VOXORA_API void fillRows(void* dst, const BitLayout& layout, const SbBox3i32& box, bool value);

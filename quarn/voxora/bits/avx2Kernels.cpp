@@ -187,7 +187,8 @@ const KernelTable* avx2Kernels() {
                                  &countWords,
                                  &equalWordsAtFront,
                                  &zeroWordsAtBack,
-                                 &appendRowsAvx2};
+                                 &appendRowsAvx2,
+                                 &copyColumnAvx2};
   return &table;
 }
 

@@ -162,6 +162,105 @@ QUARN_AVX2 void appendRowsAvx2(BitWriter& target, const CutRows& rows, std::size
   if (rowCount != 0) appendRows<Word>(target, rows, offset, rowCount);
 }
 
+namespace {
+
+/// Four words that begin at any bits, as numbers.
+class AnyWords {
+public:
+  QUARN_AVX2 explicit AnyWords(const WordColumn& column)
+      : src_(column.src), bit_(column.srcBit), stride_(column.srcStride) {
+    const auto stride = static_cast<long long>(stride_);
+    bits_ = _mm256_add_epi64(allWords(bit_), _mm256_setr_epi64x(0, stride, 2 * stride, 3 * stride));
+  }
+
+  QUARN_AVX2 __m256i next() {
+    const std::uint8_t *const a = src_ + bit_ / 8, *const b = src_ + (bit_ + stride_) / 8,
+                              *const c = src_ + (bit_ + 2 * stride_) / 8, *const d = src_ + (bit_ + 3 * stride_) / 8;
+    const __m256i shift = _mm256_and_si256(bits_, allWords(7));
+    const __m256i front = orderedWords(load(a, b, c, d)), back = orderedWords(load(a + 1, b + 1, c + 1, d + 1));
+    bit_ += rowsAtOnce * stride_;
+    bits_ = _mm256_add_epi64(bits_, allWords(rowsAtOnce * stride_));
+    // The second loads begin a byte later, so that what they share with the first falls on the same places.
+    return _mm256_or_si256(_mm256_sllv_epi64(front, shift),
+                           _mm256_srlv_epi64(back, _mm256_sub_epi64(allWords(8), shift)));
+  }
+
+private:
+  QUARN_AVX2 static __m256i load(const std::uint8_t* a, const std::uint8_t* b, const std::uint8_t* c,
+                                 const std::uint8_t* d) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(loadTwo(a, b)), loadTwo(c, d), 1);
+  }
+  QUARN_AVX2 static __m128i loadTwo(const std::uint8_t* a, const std::uint8_t* b) {
+    const __m128i low = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(a));
+    return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(low), reinterpret_cast<const double*>(b)));
+  }
+
+  const std::uint8_t* const src_;
+  std::uint64_t bit_;
+  const std::uint64_t stride_;
+  __m256i bits_;
+};
+
+/// The same where they begin on bytes.
+class ByteWords {
+public:
+  explicit ByteWords(const WordColumn& column) : next_(column.src + column.srcBit / 8), stride_(column.srcStride / 8) {}
+
+  QUARN_AVX2 __m256i next() {
+    const auto word = [this](std::size_t row) {
+      return static_cast<long long>(loadNative<Word>(next_ + row * stride_));
+    };
+    const __m256i words = _mm256_setr_epi64x(word(0), word(1), word(2), word(3));
+    next_ += rowsAtOnce * stride_;
+    return orderedWords(words);
+  }
+
+private:
+  const std::uint8_t* next_;
+  const std::size_t stride_;
+};
+
+QUARN_AVX2 inline Word orOfAll(__m256i words) {
+  const __m128i halves = _mm_or_si128(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+  return static_cast<Word>(_mm_cvtsi128_si64(halves) | _mm_extract_epi64(halves, 1));
+}
+
+/// Copies four rows at a time to words that follow each other, and returns how many rows that were.
+template <typename Words>
+QUARN_AVX2 std::uint64_t copyFours(const WordColumn& column, std::uint64_t count, SeenBits& seen) {
+  const Word mask = column.mask();
+  const __m256i masks = allWords(mask), others = orderedWords(allWords(~mask));
+  const __m128i lead = _mm_cvtsi32_si128(static_cast<int>(column.lead));
+  __m256i anySet = _mm256_setzero_si256(), anyClear = anySet;
+  Words source(column);
+  std::uint64_t done = 0;
+  for (; done + rowsAtOnce <= count; done += rowsAtOnce) {
+    auto* const place = reinterpret_cast<__m256i*>(column.dst + 8 * done);
+    const __m256i words = _mm256_srl_epi64(source.next(), lead), ours = _mm256_and_si256(words, masks);
+    __m256i bytes = orderedWords(ours);
+    if (mask != ~Word{0}) bytes = _mm256_or_si256(bytes, _mm256_and_si256(_mm256_loadu_si256(place), others));
+    _mm256_storeu_si256(place, bytes);
+    anySet = _mm256_or_si256(anySet, ours);
+    anyClear = _mm256_or_si256(anyClear, _mm256_andnot_si256(words, masks));
+  }
+  seen.anySet |= orOfAll(anySet);
+  seen.allSet &= ~orOfAll(anyClear);
+  return done;
+}
+
+}  // namespace
+
+QUARN_AVX2 void copyColumnAvx2(WordColumn column, std::uint64_t count, SeenBits& seen) {
+  if (column.dstStride == 8) {
+    const bool onBytes = (column.srcBit | column.srcStride) % 8 == 0;
+    const std::uint64_t done =
+        onBytes ? copyFours<ByteWords>(column, count, seen) : copyFours<AnyWords>(column, count, seen);
+    column.skipRows(done);
+    count -= done;
+  }
+  copyColumn(column, count, seen);
+}
+
 }  // namespace hxvoxora::detail
 
 #endif

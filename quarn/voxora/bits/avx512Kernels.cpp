@@ -83,7 +83,8 @@ const KernelTable* avx512Kernels() {
                                  &countWords,
                                  avx2Kernels()->equalWordsAtFront,
                                  avx2Kernels()->zeroWordsAtBack,
-                                 avx2Kernels()->appendRows};
+                                 avx2Kernels()->appendRows,
+                                 avx2Kernels()->copyColumn};
   return &table;
 }
 

@@ -65,6 +65,7 @@ constinit const KernelTable scalarKernels{
     &countWords,
     &equalWordsAtFront,
     &zeroWordsAtBack,
-    &appendRows<Word>};
+    &appendRows<Word>,
+    &copyColumn};
 
 }  // namespace hxvoxora::detail

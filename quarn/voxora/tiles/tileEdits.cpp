@@ -99,16 +99,19 @@ TileSlot combineTile(const TileEdit& edit, const TileSlot& a, const TileSlot& b,
 }
 
 TileSlot replaceInTile(const TileEdit& edit, const TileSlot& content, const void* bits, const BitLayout& layout) {
-  if (const std::optional<bool> value = uniformValue(bits, layout, edit.part))
-    return mapTile(edit, content, *value, *value);
-  Ref<TilePayload> draft = draftOf(edit, edit.isWholeTile() ? TileSlot::constant(false) : content);
-  copyRows(draft->bits(), edit.layout(), bits, layout, edit.part);
+  const bool whole = edit.isWholeTile();
+  Ref<TilePayload> draft = whole && !edit.grid.isCut(edit.tile)
+                               ? TilePayload::make(edit.grid.tileByteSize())
+                               : draftOf(edit, whole ? TileSlot::constant(false) : content);
+  const WordSummary seen = copyRowsSummarised(draft->bits(), edit.layout(), bits, layout, edit.part);
+  const bool mixed = seen.anySet && seen.anyClear;
+  if (!mixed && (whole || content.isConstant())) return mapTile(edit, content, seen.anySet, seen.anySet);
   if (content.isReference()) {
     // A box that is written back hardly changed leaves most tiles as they are in the file.
     const Ref<const TilePayload> old = content.cell().inMemory();
     if (old && std::memcmp(old->bits(), draft->bits(), draft->byteSize()) == 0) return content;
   }
-  return settle(edit, std::move(draft));
+  return mixed ? cellOf(std::move(draft)) : settle(edit, std::move(draft));
 }
 
 TileSlot contentFrom(const TileTable& other, const TileEdit& edit) {

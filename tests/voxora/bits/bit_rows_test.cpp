@@ -4,6 +4,7 @@
 #include "quarn/voxora/bits/BitRows.h"
 #include "tests/voxora/RandomSource.h"
 #include "tests/voxora/bits/EachInstructionSet.h"
+#include "tests/voxora/bits/GuardedBytes.h"
 
 namespace {
 
@@ -118,6 +119,65 @@ TEST_P(BitRows, RowsOfWholeWordsEqualVoxelLoops) {
                  [&](int i, int j, int k) { expected.set(i, j, k, apply(f, before.at(i, j, k), src.at(i, j, k))); });
     hxvoxora::combineRows(result.bytes.data(), result.layout, src.bytes.data(), src.layout, part, f);
     ASSERT_EQ(result.bytes, expected.bytes) << "round " << round;
+  }
+}
+
+/// A box whose rows are whole words, as those of a tile.
+Field fieldOfWords(RandomSource& random, const SbBox3i32& box) {
+  Field field(random, box);
+  const std::int64_t row = (box.size(0) + 63) / 64 * 64 + 64 * random.between(0, 1);
+  field.layout = {box.getMin(), row, row * box.size(1) + 64 * random.between(0, 1)};
+  field.bytes.resize(static_cast<std::size_t>(field.layout.sliceStride * box.size(2) / 8));
+  for (std::uint8_t& byte : field.bytes) byte = static_cast<std::uint8_t>(random.word());
+  return field;
+}
+
+/// Copies a part of a source of which only the bytes up to the part's last voxel can be read.
+void expectCopied(GuardedBytes& memory, const Field& before, const Field& src, const SbBox3i32& part) {
+  Field expected = before, result = before;
+  hxvoxora::WordSummary values;
+  forEachVoxel(part, [&](int x, int y, int z) {
+    expected.set(x, y, z, src.at(x, y, z));
+    (src.at(x, y, z) ? values.anySet : values.anyClear) = true;
+  });
+  const SbVec3i32& last = part.getMax();
+  const std::size_t end = src.layout.bit(last[0], last[1], last[2]) / 8 + 1;
+  const std::vector<std::uint8_t> readable(src.bytes.begin(), src.bytes.begin() + static_cast<std::ptrdiff_t>(end));
+  const auto seen = hxvoxora::copyRowsSummarised(result.bytes.data(), result.layout,
+                                                 memory.place(readable, GuardedBytes::End::Back), src.layout, part);
+  ASSERT_EQ(result.bytes, expected.bytes);
+  ASSERT_EQ(seen.anySet, values.anySet);
+  ASSERT_EQ(seen.anyClear, values.anyClear);
+}
+
+TEST_P(BitRows, CopiesWithSummaryEqualVoxelLoops) {
+  RandomSource random;
+  GuardedBytes memory;
+  for (int round = 0; round < 6000; ++round) {
+    const SbBox3i32 box = randomBox(random), part = randomPart(random, box);
+    const Field before = random.chance(0.8) ? fieldOfWords(random, box) : Field(random, box);
+    Field src(random, box);
+    // Noise, one value, and one value but for a voxel.
+    const int kind = random.between(0, 3);
+    if (kind > 0) hxvoxora::fillRows(src.bytes.data(), src.layout, part, kind == 1);
+    const SbBox3i32 odd = randomPart(random, part);
+    if (kind == 3) src.set(odd.getMin()[0], odd.getMin()[1], odd.getMin()[2], true);
+    ASSERT_NO_FATAL_FAILURE(expectCopied(memory, before, src, part)) << "round " << round;
+  }
+}
+
+TEST_P(BitRows, CopiesWithSummaryOfWholeTiles) {
+  RandomSource random;
+  GuardedBytes memory;
+  for (const int size : {32, 64, 128}) {
+    const SbBox3i32 box({0, 0, 0}, {size - 1, 7, 7});
+    Field before(random, box), src(random, box);
+    before.layout = src.layout = BitLayout::packed(box);
+    expectCopied(memory, before, src, box);
+    for (const bool value : {false, true}) {
+      hxvoxora::fillRows(src.bytes.data(), src.layout, box, value);
+      expectCopied(memory, before, src, box);
+    }
   }
 }
 

@@ -9,6 +9,7 @@
 #include "quarn/voxora/bits/BitKernels.h"
 #include "quarn/voxora/bits/InstructionSet.h"
 #include "quarn/voxora/bits/detail/Stretch.h"
+#include "quarn/voxora/bits/detail/WordColumn.h"
 #include "quarn/voxora/bits/detail/appendRows.h"
 
 namespace hxvoxora::detail {
@@ -39,6 +40,9 @@ struct KernelTable {
 
   /// appendRows() of units that are words.
   void (*appendRows)(BitWriter& target, const CutRows& rows, std::size_t offset, std::int64_t rowCount);
+
+  /// copyColumn(): `count` words from any bits on, for each of which columnReach bytes may be read.
+  void (*copyColumn)(WordColumn column, std::uint64_t count, SeenBits& seen);
 };
 
 extern const KernelTable scalarKernels;
@@ -47,6 +51,7 @@ extern const KernelTable scalarKernels;
 const KernelTable* avx2Kernels();
 const KernelTable* avx512Kernels();
 void appendRowsAvx2(BitWriter& target, const CutRows& rows, std::size_t offset, std::int64_t rowCount);
+void copyColumnAvx2(WordColumn column, std::uint64_t count, SeenBits& seen);
 
 extern std::atomic<const KernelTable*> activeKernels;
 
