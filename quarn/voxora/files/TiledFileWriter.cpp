@@ -7,6 +7,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/detail/FileSetSwap.h"
 #include "quarn/voxora/files/detail/TileIndexBuilder.h"
+#include "quarn/voxora/files/detail/abandonedFiles.h"
 #include "quarn/voxora/files/detail/fileNames.h"
 #include "quarn/voxora/files/detail/filePrelude.h"
 #include "quarn/voxora/files/detail/tilePacking.h"
@@ -71,9 +72,23 @@ struct TiledFileWriter::State {
     for (const std::string& name : {detail::bareName(path), header.dataFile, header.indexFile}) {
       checkTarget(fileSystem, folder + name);
     }
+    detail::removeAbandoned(fileSystem, path, header);
     data = create(header.dataFile);
+    lockData();
     detail::appendPrelude(buffer, detail::dataMagic, header.generation);
     dataBytes = buffer.size();
+  }
+
+  /// Tells other saves that the new files are in use. Where files cannot be locked nobody removes any either.
+  void lockData() {
+    const std::string dataPath = newPath(header.dataFile);
+    try {
+      lock = fileSystem.tryLock(dataPath);
+    } catch (const McException&) {
+      return;
+    }
+    if (!lock)
+      throw McException(McException::excerpt(dataPath) + ": another save has just locked this file; save again");
   }
 
   std::unique_ptr<OutputFile> create(const std::string& name) {
@@ -144,6 +159,7 @@ struct TiledFileWriter::State {
   const FileSystem::Access access;
   std::mutex mutex;  // guards everything below while tiles come in
   std::unique_ptr<OutputFile> data;
+  std::unique_ptr<FileLock> lock;
   std::vector<std::byte> buffer;
   std::uint64_t dataBytes = 0;
   detail::TileIndexBuilder index;

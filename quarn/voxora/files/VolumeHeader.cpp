@@ -208,12 +208,16 @@ VolumeHeader VolumeHeader::parse(std::string_view text, const std::string& path)
   return header;
 }
 
-VolumeHeader VolumeHeader::read(FileSystem& fileSystem, const std::string& path) {
+std::string VolumeHeader::readText(FileSystem& fileSystem, const std::string& path) {
   const std::unique_ptr<InputFile> file = fileSystem.openForReading(path, FileSystem::Links::follow);
   // One byte more than allowed is enough for parse() to refuse a file that is too long.
   std::string text(static_cast<std::size_t>(std::min(file->identity().size, maxTextBytes + 1)), '\0');
   text.resize(file->readAt(0, std::as_writable_bytes(std::span(text))));
-  return parse(text, path);
+  return text;
+}
+
+VolumeHeader VolumeHeader::read(FileSystem& fileSystem, const std::string& path) {
+  return parse(readText(fileSystem, path), path);
 }
 
 void VolumeHeader::validate(const std::string& path) const {

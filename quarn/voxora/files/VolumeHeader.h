@@ -41,7 +41,10 @@ struct QUARN_VOXORA_API VolumeHeader {
   /// named as data or index file. Throws McException naming path, element and value; never opens anything.
   static VolumeHeader parse(std::string_view text, const std::string& path);
 
-  /// Opens and reads the header at `path`, which may be a link; errors as of parse() and FileSystem.
+  /// The text to parse of the header at `path`, which may be a link; errors as of FileSystem.
+  static std::string readText(FileSystem& fileSystem, const std::string& path);
+
+  /// readText() and parse().
   static VolumeHeader read(FileSystem& fileSystem, const std::string& path);
 
   /// Whether a header can hold this name: 1 to 255 of the characters A-Z a-z 0-9 _ -.

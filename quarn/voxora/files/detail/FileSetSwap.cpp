@@ -11,10 +11,13 @@ namespace hxvoxora::detail {
 
 namespace {
 
-/// The generation of the set at this path; a fresh one when there is no set that could be read.
+/// The generation of the set at this path; a fresh one when there is no set, or none that anybody could read. A header
+/// that only cannot be read now is an McException: its set would lose its files.
 std::uint64_t generationAt(FileSystem& fileSystem, const std::string& ldmPath) {
+  if (fileSystem.kind(ldmPath) == FileKind::missing) return drawGeneration();
+  const std::string text = VolumeHeader::readText(fileSystem, ldmPath);
   try {
-    return VolumeHeader::read(fileSystem, ldmPath).generation;
+    return VolumeHeader::parse(text, ldmPath).generation;
   } catch (const McException&) {
     return drawGeneration();
   }
