@@ -110,7 +110,12 @@ CompressedTile TiledFileReader::readCompressed(std::uint64_t tile) const {
 
 CompressedTiles TiledFileReader::readCompressed(std::span<const std::uint64_t> tiles) const {
   CompressedTiles packed;
-  packed.tiles.reserve(tiles.size());
+  readCompressed(tiles, packed);
+  return packed;
+}
+
+void TiledFileReader::readCompressed(std::span<const std::uint64_t> tiles, CompressedTiles& packed) const {
+  packed.tiles.clear();
   std::size_t size = 0;
   for (const std::uint64_t tile : tiles) {
     const StoredTile& entry = stored(tile);
@@ -131,7 +136,6 @@ CompressedTiles TiledFileReader::readCompressed(std::span<const std::uint64_t> t
     rest = rest.subspan(length);
   }
   checkBytes(packed);
-  return packed;
 }
 
 void TiledFileReader::checkBytes(const CompressedTiles& packed) const {

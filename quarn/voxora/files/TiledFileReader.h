@@ -65,6 +65,9 @@ public:
   /// mostly do, are read in one go.
   CompressedTiles readCompressed(std::span<const std::uint64_t> tiles) const;
 
+  /// The same into `packed`, whose memory is used again. After an exception its content is of no use.
+  void readCompressed(std::span<const std::uint64_t> tiles, CompressedTiles& packed) const;
+
   /// Bytes that a stored tile takes in the data file.
   std::uint32_t storedBytes(std::uint64_t tile) const;
 

@@ -10,6 +10,12 @@
 
 namespace hxvoxora::detail {
 
+namespace {
+
+constexpr std::uint64_t entriesPerPiece = 128;
+
+}  // namespace
+
 TileIndex TileIndexParser::parse() {
   readHead();
   std::vector<StoredTileRun> runs = readKinds();
@@ -91,15 +97,10 @@ std::vector<StoredTile> TileIndexParser::readStored(const std::vector<StoredTile
   for (const StoredTileRun& run : runs) {
     if (run.kind != StoredTileKind::stored) continue;
     if (run.tileCount > storedCount_ - stored.size()) break;
-    for (std::uint64_t i = 0; i < run.tileCount; ++i) {
-      std::array<std::byte, indexEntryBytes> bytes{};
-      reader_.read(bytes);
-      const StoredTile entry{readLittleEndian<std::uint64_t>(&bytes[0]), readLittleEndian<std::uint32_t>(&bytes[8]),
-                             static_cast<TileForm>(readLittleEndian<std::uint32_t>(&bytes[12])),
-                             readLittleEndian<std::uint64_t>(&bytes[16])};
-      const std::uint64_t tile = run.firstTile + i;
-      checkStored(tile, entry);
-      stored.push_back(entry);
+    for (std::uint64_t done = 0; done < run.tileCount;) {
+      const std::uint64_t count = std::min(run.tileCount - done, entriesPerPiece);
+      readEntries(run.firstTile + done, count, stored);
+      done += count;
     }
   }
   std::uint64_t storedKinds = 0;
@@ -108,22 +109,34 @@ std::vector<StoredTile> TileIndexParser::readStored(const std::vector<StoredTile
   return stored;
 }
 
-void TileIndexParser::checkStored(std::uint64_t tile, const StoredTile& entry) const {
-  const std::string place = " of tile " + std::to_string(tile);
-  const std::string offset = std::to_string(entry.offset);
-  const std::string length = std::to_string(entry.length);
-  if (entry.offset < preludeBytes) fail("offset" + place, offset, "inside the head of the data file");
-  if (entry.offset >= dataBytes_) fail("offset" + place, offset, "behind the end of the data file");
-  if (entry.length == 0) fail("length" + place, length, "empty");
-  if (entry.length > dataBytes_ - entry.offset) fail("length" + place, length, "beyond the end of the data file");
-  const std::string form = std::to_string(static_cast<std::uint32_t>(entry.form));
-  if (entry.form > TileForm::gzipBricks) fail("form" + place, form, "not known");
-  if (entry.form != TileForm::raw && header_.compression == TileCompression::none) {
-    fail("form" + place, form, "compression is none");
+void TileIndexParser::readEntries(std::uint64_t firstTile, std::uint64_t count, std::vector<StoredTile>& stored) {
+  std::array<std::byte, indexEntryBytes * entriesPerPiece> piece;
+  reader_.read(std::span(piece).first(static_cast<std::size_t>(indexEntryBytes * count)));
+  for (std::uint64_t i = 0; i < count; ++i) {
+    const std::byte* bytes = &piece[static_cast<std::size_t>(indexEntryBytes * i)];
+    const StoredTile entry{readLittleEndian<std::uint64_t>(bytes), readLittleEndian<std::uint32_t>(bytes + 8),
+                           static_cast<TileForm>(readLittleEndian<std::uint32_t>(bytes + 12)),
+                           readLittleEndian<std::uint64_t>(bytes + 16)};
+    checkStored(firstTile + i, entry);
+    stored.push_back(entry);
   }
-  const std::uint64_t tileBytes = header_.tileBytes();
-  if (entry.form == TileForm::raw ? entry.length != tileBytes : entry.length >= tileBytes) {
-    fail("length" + place, length, "does not fit a tile of " + std::to_string(tileBytes) + " bytes");
+}
+
+void TileIndexParser::checkStored(std::uint64_t tile, const StoredTile& entry) const {
+  const auto failTile = [&](const char* field, std::uint64_t value, const std::string& reason) {
+    fail(std::string(field) + " of tile " + std::to_string(tile), std::to_string(value), reason);
+  };
+  if (entry.offset < preludeBytes) failTile("offset", entry.offset, "inside the head of the data file");
+  if (entry.offset >= dataBytes_) failTile("offset", entry.offset, "behind the end of the data file");
+  if (entry.length == 0) failTile("length", entry.length, "empty");
+  if (entry.length > dataBytes_ - entry.offset) failTile("length", entry.length, "beyond the end of the data file");
+  const auto form = static_cast<std::uint32_t>(entry.form);
+  if (entry.form > TileForm::gzipBricks) failTile("form", form, "not known");
+  if (entry.form != TileForm::raw && header_.compression == TileCompression::none) {
+    failTile("form", form, "compression is none");
+  }
+  if (entry.form == TileForm::raw ? entry.length != tileBytes_ : entry.length >= tileBytes_) {
+    failTile("length", entry.length, "does not fit a tile of " + std::to_string(tileBytes_) + " bytes");
   }
 }
 

@@ -13,7 +13,7 @@ namespace hxvoxora::detail {
 class TileIndexParser {
 public:
   TileIndexParser(const InputFile& file, const VolumeHeader& header, std::uint64_t dataBytes)
-      : file_(file), header_(header), dataBytes_(dataBytes), reader_(file) {}
+      : file_(file), header_(header), dataBytes_(dataBytes), tileBytes_(header.tileBytes()), reader_(file) {}
 
   TileIndex parse();
 
@@ -25,6 +25,7 @@ private:
   std::vector<StoredTileRun> readKinds();
   StoredTileRun readRun(std::uint64_t& bytesLeft);
   std::vector<StoredTile> readStored(const std::vector<StoredTileRun>& runs);
+  void readEntries(std::uint64_t firstTile, std::uint64_t count, std::vector<StoredTile>& stored);
   void checkStored(std::uint64_t tile, const StoredTile& entry) const;
   void checkLayout(const std::vector<StoredTile>& stored) const;
   void checkChecksum();
@@ -32,6 +33,7 @@ private:
   const InputFile& file_;
   const VolumeHeader& header_;
   const std::uint64_t dataBytes_;
+  const std::uint64_t tileBytes_;
   ChecksummedReader reader_;
   std::uint64_t storedCount_ = 0;
   std::uint64_t kindsBytes_ = 0;

@@ -11,15 +11,15 @@ namespace hxvoxora::detail {
 
 namespace {
 
-constexpr std::size_t probeBytes = 2048;
+constexpr std::size_t smallestProbe = 512, largestProbe = 4096;
 
 /// Whether gzip has a chance. Tiles made of mixed bricks are often noise; a piece from the middle shows it for a part
 /// of the time that the whole would take in vain.
 bool isWorthGzip(std::span<const std::byte> packed, std::size_t tileBytes) {
-  if (packed.size() < tileBytes / 2 || packed.size() < 4 * probeBytes) return true;
-  const auto probe = packed.subspan(packed.size() / 2, probeBytes);
+  if (packed.size() < tileBytes / 2 || packed.size() < 4 * smallestProbe) return true;
+  const std::size_t size = std::clamp(packed.size() / 8, smallestProbe, largestProbe);
   thread_local ScratchBytes scratch;
-  return gzipCompress(probe, scratch.get(probeBytes - probeBytes / 16)) > 0;
+  return gzipCompress(packed.subspan(packed.size() / 2, size), scratch.get(size - size / 16)) > 0;
 }
 
 CompressedTile made(TileForm form, std::span<const std::byte> bytes) {

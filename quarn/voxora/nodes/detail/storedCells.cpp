@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 #include <span>
+#include <tbb/concurrent_queue.h>
 #include <tbb/parallel_pipeline.h>
 #include <tbb/task_arena.h>
 
@@ -38,13 +39,15 @@ public:
     return cells.first(count);
   }
 
-  CompressedTiles pack(Cells cells) const {
-    if (const TileSource* source = sourceToCopy(cells.front())) return copy(source->reader(), cells);
+  /// Uses the memory of `packed` again.
+  void pack(Cells cells, CompressedTiles& packed) const {
+    if (const TileSource* source = sourceToCopy(cells.front())) return copy(source->reader(), cells, packed);
     // A tile that was not in memory does not get there by being saved.
     const Ref<const TilePayload> payload = cells.front().cell->pinForOnce();
-    CompressedTile packed = TiledFileWriter::compress({payload->bits(), payload->byteSize()}, header_);
-    const auto length = static_cast<std::uint32_t>(packed.bytes.size());
-    return {{{cells.front().tile, length, packed.form, packed.checksum}}, std::move(packed.bytes)};
+    CompressedTile tile = TiledFileWriter::compress({payload->bits(), payload->byteSize()}, header_);
+    const auto length = static_cast<std::uint32_t>(tile.bytes.size());
+    packed.tiles.assign(1, {cells.front().tile, length, tile.form, tile.checksum});
+    packed.bytes = std::move(tile.bytes);
   }
 
   /// The bytes that the cells take at least.
@@ -72,13 +75,12 @@ private:
     return stored.cell->source()->reader().storedBytes(stored.cell->tileInSource());
   }
 
-  static CompressedTiles copy(const TiledFileReader& reader, Cells cells) {
+  static void copy(const TiledFileReader& reader, Cells cells, CompressedTiles& packed) {
     std::vector<std::uint64_t> numbers;
     numbers.reserve(cells.size());
     for (const StoredCell& stored : cells) numbers.push_back(stored.cell->tileInSource());
-    CompressedTiles packed = reader.readCompressed(numbers);
+    reader.readCompressed(numbers, packed);
     for (std::size_t i = 0; i < cells.size(); ++i) packed.tiles[i].number = cells[i].tile;
-    return packed;
   }
 
   const TileGrid& grid_;
@@ -89,7 +91,7 @@ private:
 
 bool writeCells(const std::vector<StoredCell>& cells, const TileGrid& grid, TiledFileWriter& writer,
                 const std::function<bool(double)>& progress) {
-  using Packed = std::shared_ptr<const CompressedTiles>;
+  using Packed = std::shared_ptr<CompressedTiles>;
   using tbb::filter_mode;
   const CellPacker packer(grid, writer.header());
   writer.requireSpace(packer.leastBytes(cells));
@@ -106,13 +108,24 @@ bool writeCells(const std::vector<StoredCell>& cells, const TileGrid& grid, Tile
     }
     return batch;
   };
-  const auto pack = [&](Cells batch) { return std::make_shared<const CompressedTiles>(packer.pack(batch)); };
-  const auto write = [&](const Packed& packed) {
-    writer.putCompressed(*packed);
-    for (std::size_t i = 0; progress && !cancelled && i < packed->tiles.size(); ++i) {
+  tbb::concurrent_queue<Packed> spare;  // fresh memory would cost as much as the copying
+  const auto pack = [&](Cells batch) {
+    Packed packed;
+    if (!spare.try_pop(packed)) packed = std::make_shared<CompressedTiles>();
+    packer.pack(batch, *packed);
+    return packed;
+  };
+  const auto tell = [&](std::size_t count) {
+    while (progress && !cancelled && count-- > 0) {
       ++written;
       if (!progress(static_cast<double>(written) / static_cast<double>(cells.size()))) cancelled = true;
     }
+  };
+  const auto write = [&](const Packed& packed) {
+    writer.putCompressed(*packed);
+    const std::size_t count = packed->tiles.size();
+    spare.push(packed);
+    tell(count);
   };
   tbb::this_task_arena::isolate([&] {
     tbb::parallel_pipeline(batchesInFlight, tbb::make_filter<void, Cells>(filter_mode::serial_in_order, take) &
