@@ -48,6 +48,21 @@ void forEachRow(const BrickGrid& grid, std::size_t first, Visit visit) {
   }
 }
 
+/// Copies the 64 bytes of the brick at `from` in a tile. The strides stand in parameters, and not in an object that the
+/// bytes written might belong to, so that they are loaded once.
+void gatherBrick(const std::byte* from, std::size_t rowBytes, std::size_t sliceBytes, std::byte* to) {
+  for (std::size_t z = 0; z < 8; ++z) {
+    for (std::size_t y = 0; y < 8; ++y) to[8 * z + y] = from[z * sliceBytes + y * rowBytes];
+  }
+}
+
+/// The way back.
+void scatterBrick(const std::byte* from, std::byte* to, std::size_t rowBytes, std::size_t sliceBytes) {
+  for (std::size_t z = 0; z < 8; ++z) {
+    for (std::size_t y = 0; y < 8; ++y) to[z * sliceBytes + y * rowBytes] = from[8 * z + y];
+  }
+}
+
 template <class Word>
 using Lanes = std::array<unsigned char, sizeof(Word)>;
 
@@ -80,7 +95,9 @@ private:
     for (std::size_t lane = 0; lane < Size; ++lane, ++brick_) {
       const unsigned code = any[lane] == 0 ? clearCode : all[lane] == 0xFF ? setCode : mixedCode;
       codes_[brick_ / 4] |= static_cast<std::byte>(code << 2 * (brick_ % 4));
-      if (code == mixedCode) forEachRow(grid_, first + lane, [&](std::size_t at) { *mixed_++ = raw_[at]; });
+      if (code != mixedCode) continue;
+      gatherBrick(raw_ + first + lane, grid_.rowBytes, grid_.sliceBytes, mixed_);
+      mixed_ += brickBytes;
     }
   }
 
@@ -128,7 +145,8 @@ private:
     if ((any == 0 || all == ~std::uint64_t{0}) && objection_.empty()) {
       objection_ = "brick " + std::to_string(brick) + " is called mixed, but all of its voxels are equal";
     }
-    forEachRow(grid_, first, [&](std::size_t at) { out_[at] = *mixed_++; });
+    scatterBrick(mixed_, out_ + first, grid_.rowBytes, grid_.sliceBytes);
+    mixed_ += brickBytes;
   }
 
   const std::byte* codes_;
