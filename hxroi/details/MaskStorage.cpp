@@ -92,6 +92,7 @@ void Mask::flush(int flags) const {
       countAsEdited();
     }
   }
+  // Forced, the levels of a saved mask are completed too.
   const bool allLevels = (flags & AllLevels) != 0;
   const std::lock_guard lock(m_editMutex);
   m_volumeMask->saveEditing(m_ldmFilename, allLevels, s_saveParameters, nullptr);

@@ -30,6 +30,9 @@ public:
   /// Voxels of a tile along each axis; (0, 0, 0) without data.
   virtual SbVec3i32 getTileDimension() const = 0;
 
+  /// Resolution levels, level 0 included: the last one is the first to fit into one tile. 0 without data.
+  virtual int levelCount() const = 0;
+
   const SoLDMDataAccess& getLdmDataAccess() const { return dataAccess_; }
 
   /// The reader of the bound file, an SoLDMReader for a tiled file; null for a volume that is only in memory or whose
@@ -57,8 +60,8 @@ protected:
 private:
   friend class SoLDMDataAccess;
 
-  /// Level 0 of SoLDMDataAccess::getData(), with its promises.
-  virtual void fetchBox(const SbBox3i32& box, SoCpuBufferObject& buffer) const = 0;
+  /// SoLDMDataAccess::getData(), with its promises.
+  virtual void fetchBox(int level, const SbBox3i32& box, SoCpuBufferObject& buffer) const = 0;
 
   SbBox3f extent_;
   SoLDMDataAccess dataAccess_;

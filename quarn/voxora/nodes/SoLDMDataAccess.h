@@ -14,11 +14,13 @@ public:
   SoLDMDataAccess& operator=(const SoLDMDataAccess&) = delete;
 
   /// Fills `buffer` with the voxels of a box, at once: finished transactions show, voxels that were never written have
-  /// the default value. Bits of a mask lie as SoCpuBufferBitSet describes. An empty box leaves the buffer alone.
+  /// the default value. Level 0 is the volume, each further one has half the voxels of the one before along each axis,
+  /// rounded up; the box counts voxels of the level. Bits of a mask lie as SoCpuBufferBitSet describes. An empty box
+  /// leaves the buffer alone.
   ///
   /// Safe from several threads at once, also while another thread edits the data set; the box is then as it was before
-  /// or after the whole transaction. Throws McException when the resolution level is not 0, when the box reaches
-  /// outside the volume, when the buffer is too small, and when a tile cannot be read.
+  /// or after the whole transaction. Throws McException when there is no such resolution level, when the box reaches
+  /// outside it, when the buffer is too small, and when a tile cannot be read.
   void getData(int resolutionLevel, const SbBox3i32& box, SoCpuBufferObject* buffer) const;
 
 private:

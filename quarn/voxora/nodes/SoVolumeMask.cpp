@@ -1,13 +1,16 @@
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "quarn/base/McException.h"
 #include "quarn/voxora/nodes/SoCpuBufferObject.h"
 #include "quarn/voxora/nodes/detail/SoVolumeMaskState.h"
 #include "quarn/voxora/tiles/detail/TileSource.h"
 #include "quarn/voxora/tiles/detail/boxText.h"
+#include "quarn/voxora/tiles/detail/coarserTable.h"
 
 using hxvoxora::makeRef;
 using hxvoxora::Ref;
@@ -15,6 +18,8 @@ using hxvoxora::StoredTileKind;
 using hxvoxora::StoredTileRun;
 using hxvoxora::TiledFileReader;
 using hxvoxora::TileGrid;
+using hxvoxora::VolumeHeader;
+using hxvoxora::detail::coarserGrid;
 using hxvoxora::detail::TileCell;
 using hxvoxora::detail::TileSlot;
 using hxvoxora::detail::TileSource;
@@ -23,21 +28,47 @@ using hxvoxora::detail::TileTableEditor;
 
 namespace {
 
-Ref<const TileTable> tableOf(const Ref<const TileSource>& source, bool defaultValue) {
-  TileTableEditor editor(TileTable(source->grid(), defaultValue));
-  for (const StoredTileRun& run : source->reader().runs()) {
-    // The tiles of lower resolution levels follow those of the volume.
-    const auto first = static_cast<std::int64_t>(run.firstTile);
-    const std::int64_t count = std::min(static_cast<std::int64_t>(run.tileCount), source->grid().tileCount() - first);
-    if (count <= 0) break;
+/// The content of one level of a file, whose tiles are numbered from `firstTile` on.
+class LevelInFile {
+public:
+  LevelInFile(const Ref<const TileSource>& source, const TileGrid& grid, std::int64_t firstTile, bool defaultValue)
+      : source_(source), firstTile_(firstTile), endTile_(firstTile + grid.tileCount()), editor_({grid, defaultValue}) {}
+
+  Ref<const TileTable> read() {
+    for (const StoredTileRun& run : source_->reader().runs()) add(run);
+    return editor_.publish();
+  }
+
+private:
+  void add(const StoredTileRun& run) {
+    const auto runFirst = static_cast<std::int64_t>(run.firstTile);
+    const std::int64_t first = std::max(runFirst, firstTile_);
+    const std::int64_t end = std::min(runFirst + static_cast<std::int64_t>(run.tileCount), endTile_);
+    if (first >= end) return;
     if (run.kind == StoredTileKind::zero || run.kind == StoredTileKind::one) {
-      editor.setRange(first, count, TileSlot::constant(run.kind == StoredTileKind::one));
+      editor_.setRange(first - firstTile_, end - first, TileSlot::constant(run.kind == StoredTileKind::one));
     } else if (run.kind == StoredTileKind::stored) {
-      for (std::int64_t tile = first; tile < first + count; ++tile)
-        editor.set(tile, TileSlot::cell(makeRef<const TileCell>(source, static_cast<std::uint64_t>(tile))));
+      for (std::int64_t tile = first; tile < end; ++tile)
+        editor_.set(tile - firstTile_,
+                    TileSlot::cell(makeRef<const TileCell>(source_, static_cast<std::uint64_t>(tile))));
     }
   }
-  return editor.publish();
+
+  const Ref<const TileSource>& source_;
+  const std::int64_t firstTile_, endTile_;
+  TileTableEditor editor_;
+};
+
+std::vector<Ref<const TileTable>> levelsOf(const Ref<const TileSource>& source, bool defaultValue) {
+  std::vector<Ref<const TileTable>> tables;
+  const VolumeHeader& header = source->reader().header();
+  TileGrid grid = source->grid();
+  for (int level = 0; level < header.levels; ++level) {
+    if (level > 0) grid = coarserGrid(grid);
+    const auto firstTile = static_cast<std::int64_t>(header.levelFirstTile(level));
+    tables.push_back(LevelInFile(source, grid, firstTile, defaultValue).read());
+  }
+  return tables;
 }
 
 }  // namespace
@@ -48,10 +79,19 @@ SoVolumeMask::State::State(hxvoxora::FileSystem& files)
 void SoVolumeMask::State::reset(Ref<const TileTable> table, const std::string& path, Ref<SoLDMReader> newReader) {
   transaction.reset();
   content.store(std::move(table));
+  levels.adopt({});
+  levelsInFile = 0;
   unsavedEdits = false;
   fileName = path;
   fileError.clear();
   reader = std::move(newReader);
+}
+
+void SoVolumeMask::State::reset(std::vector<Ref<const TileTable>> tables, const std::string& path,
+                                Ref<SoLDMReader> newReader) {
+  reset(tables.front(), path, std::move(newReader));
+  levelsInFile = static_cast<int>(tables.size());
+  levels.adopt(std::move(tables));
 }
 
 SoVolumeMask::SoVolumeMask() : SoVolumeMask(hxvoxora::FileSystem::current()) {}
@@ -62,6 +102,7 @@ SoVolumeMask::~SoVolumeMask() = default;
 
 void SoVolumeMask::setDefaultValue(bool value) {
   const Ref<const TileTable> old = state_->table();
+  if (old->defaultValue() == value && !state_->transaction) return;
   state_->content.store(makeRef<const TileTable>(old->grid(), value, old->root()));
   if (state_->transaction) state_->transaction->table.setDefaultValue(value);
 }
@@ -89,7 +130,7 @@ void SoVolumeMask::setFileName(const std::string& path) {
 
 void SoVolumeMask::bindTo(const std::string& path) {
   const std::shared_ptr<const TiledFileReader> file = TiledFileReader::open(state_->fileSystem, path);
-  state_->reset(tableOf(makeRef<const TileSource>(file), defaultValue()), path, makeRef<SoLDMReader>(file));
+  state_->reset(levelsOf(makeRef<const TileSource>(file), defaultValue()), path, makeRef<SoLDMReader>(file));
 }
 
 const std::string& SoVolumeMask::fileName() const {
@@ -116,8 +157,19 @@ bool SoVolumeMask::hasUnsavedEdits() const {
   return state_->unsavedEdits;
 }
 
-hxvoxora::TileSnapshot SoVolumeMask::snapshot() const {
-  return hxvoxora::TileSnapshot(state_->table());
+int SoVolumeMask::levelCount() const {
+  return hxvoxora::detail::levelCount(state_->table()->grid());
+}
+
+hxvoxora::TileSnapshot SoVolumeMask::snapshot(int level) const {
+  const Ref<const TileTable> content = state_->table();
+  if (level == 0) return hxvoxora::TileSnapshot(content);
+  const int levels = hxvoxora::detail::levelCount(content->grid());
+  if (level < 0 || level >= levels) {
+    throw McException("The volume has no resolution level " + std::to_string(level) + "; the last one is level " +
+                      std::to_string(std::max(0, levels - 1)) + ".");
+  }
+  return hxvoxora::TileSnapshot(state_->levels.at(level, content));
 }
 
 SbBox3i32 SoVolumeMask::computeBoundingBox(const SbBox3i32& region) const {
@@ -128,8 +180,9 @@ std::uint64_t SoVolumeMask::countSetVoxels(const SbBox3i32& region) const {
   return snapshot().countSetVoxels(region);
 }
 
-void SoVolumeMask::fetchBox(const SbBox3i32& box, SoCpuBufferObject& buffer) const {
-  const hxvoxora::TileSnapshot content = snapshot();
+void SoVolumeMask::fetchBox(int level, const SbBox3i32& box, SoCpuBufferObject& buffer) const {
+  const hxvoxora::TileSnapshot content = snapshot(level);
+  if (box.isEmpty()) return;
   hxvoxora::detail::requireRoom(box, content.grid(), buffer.getByteSize());
   content.fetch(box, buffer.bytes());
 }

@@ -86,11 +86,12 @@ public:
   /// the new files are written beside and renamed. Tiles that stand in a file already are copied as they are.
   ///
   /// `parameters`: "-c" followed by "gzip" compresses the tiles, without it they are stored as they are; other words of
-  /// the converter ("-q", "-B", "-noHistogramForceTileMinMax") and unknown ones change nothing. `allLevels` asks for
-  /// the lower resolution levels; the format holds level 0 only, so it changes nothing either.
+  /// the converter ("-q", "-B", "-noHistogramForceTileMinMax") and unknown ones change nothing. With `allLevels` the
+  /// file gets all levels, without it level 0 only, from which others can be worked out.
   ///
   /// Nothing happens for an empty path, for a node without voxels, and for a node without unsaved edits whose bound
-  /// file is `ldmPath`. A node without unsaved edits is written to any other path.
+  /// file is `ldmPath` and has the levels that are asked for. A node without unsaved edits is written to any other
+  /// path.
   ///
   /// `access` says who may use the new files, `durability` whether they are brought to stable storage. The name of the
   /// node goes into the header when it is one that a header can hold (see VolumeHeader::contentName).
@@ -107,8 +108,12 @@ public:
   /// then as before.
   void bindTo(const std::string& path);
 
-  /// The content as the last finished transaction left it.
-  hxvoxora::TileSnapshot snapshot() const;
+  /// The content as the last finished transaction left it, in one of the levelCount() levels: those below 0 have half
+  /// the voxels of the one before along each axis, rounded up, and a voxel is set when any of its eight is. They come
+  /// from the file when it has them, else they are worked out tile by tile as they are read. McException for other
+  /// levels.
+  hxvoxora::TileSnapshot snapshot(int level = 0) const;
+  int levelCount() const override;
 
   /// The smallest box around the set voxels inside `region`; SbBox3i32() when there are none.
   SbBox3i32 computeBoundingBox(const SbBox3i32& region) const;
@@ -130,7 +135,7 @@ protected:
 private:
   struct State;
 
-  void fetchBox(const SbBox3i32& box, SoCpuBufferObject& buffer) const override;
+  void fetchBox(int level, const SbBox3i32& box, SoCpuBufferObject& buffer) const override;
 
   std::unique_ptr<State> state_;
 };

@@ -78,6 +78,7 @@ void SoVolumeMask::endTransaction(int id) {
   State::Transaction& transaction = state_->openTransaction(id);
   if (transaction.edited) {
     state_->content.store(transaction.table.publish());
+    state_->levels.contentChanged();
     state_->unsavedEdits = true;
   }
   state_->transaction.reset();

@@ -46,29 +46,33 @@ VolumeHeader headerFor(const TileGrid& grid, TileCompression compression) {
   return header;
 }
 
-/// Tells the writer of the tiles without bits, and returns those with bits in ascending order. Tiles that were never
-/// written go into the file as what they read as, since a file has no default value.
-std::vector<StoredCell> writeKinds(const TileTable& table, TiledFileWriter& writer) {
-  std::vector<StoredCell> cells;
+using Levels = std::vector<Ref<const TileTable>>;  // level 0 first
+
+/// Tells the writer of the tiles without bits, and adds those with bits to `cells` in ascending order. Tiles that were
+/// never written go into the file as what they read as, since a file has no default value.
+void writeKinds(const TileTable& table, int level, TiledFileWriter& writer, std::vector<StoredCell>& cells) {
+  const std::uint64_t firstOfLevel = writer.header().levelFirstTile(level);
   table.forEachRun([&](std::int64_t first, std::int64_t count, const TileSlot& slot) {
+    const std::uint64_t tile = firstOfLevel + static_cast<std::uint64_t>(first);
     if (slot.isReference()) {
-      cells.push_back({static_cast<std::uint64_t>(first), &slot.cell()});
+      cells.push_back({tile, &slot.cell(), level});
     } else if (!slot.isUnwritten() || table.defaultValue()) {
       const bool set = TileTable::resolved(slot, table.defaultValue()).value();
-      writer.setKind(static_cast<std::uint64_t>(first), set ? StoredTileKind::one : StoredTileKind::zero,
-                     static_cast<std::uint64_t>(count));
+      writer.setKind(tile, set ? StoredTileKind::one : StoredTileKind::zero, static_cast<std::uint64_t>(count));
     }
   });
-  return cells;
 }
 
-/// The same content, its cells backed by the new file. Bits in memory stay there.
-Ref<const TileTable> rebacked(const TileTable& table, const std::vector<StoredCell>& cells,
+/// The same content of a level, its cells backed by the new file. Bits in memory stay there.
+Ref<const TileTable> rebacked(const TileTable& table, int level, const std::vector<StoredCell>& cells,
                               const Ref<const TileSource>& source) {
   TileTableEditor editor(table);
-  for (const StoredCell& stored : cells)
-    editor.set(static_cast<std::int64_t>(stored.tile),
+  const std::uint64_t firstOfLevel = source->reader().header().levelFirstTile(level);
+  for (const StoredCell& stored : cells) {
+    if (stored.level != level) continue;
+    editor.set(static_cast<std::int64_t>(stored.tile - firstOfLevel),
                TileSlot::cell(makeRef<const TileCell>(source, stored.tile, stored.cell->inMemory())));
+  }
   if (table.defaultValue()) {
     table.forEachRun([&](std::int64_t first, std::int64_t count, const TileSlot& slot) {
       if (slot.isUnwritten()) editor.setRange(first, count, TileSlot::constant(true));
@@ -79,16 +83,19 @@ Ref<const TileTable> rebacked(const TileTable& table, const std::vector<StoredCe
 
 }  // namespace
 
-bool SoVolumeMask::saveEditing(const std::string& ldmPath, bool, const std::vector<std::string>& parameters,
+bool SoVolumeMask::saveEditing(const std::string& ldmPath, bool allLevels, const std::vector<std::string>& parameters,
                                const SaveCallback& callback, hxvoxora::FileSystem::Access access,
                                hxvoxora::FileSystem::Durability durability) {
   if (state_->transaction) throw McException("A mask cannot be saved inside an editing transaction.");
   const Ref<const TileTable> table = state_->table();
   if (ldmPath.empty() || table->grid().isEmpty()) return true;
-  if (!hasUnsavedEdits() && ldmPath == state_->fileName) return true;
+  const bool hasLevels = !allLevels || state_->levelsInFile == levelCount();
+  if (!hasUnsavedEdits() && ldmPath == state_->fileName && hasLevels) return true;
 
   const TileCompression compression = compressionFrom(parameters);
+  const Levels levels = allLevels ? state_->levels.all(table) : Levels{table};
   VolumeHeader header = headerFor(table->grid(), compression);
+  header.levels = static_cast<int>(levels.size());
   if (VolumeHeader::isContentName(getName().text())) header.contentName = getName().text();
   PassingFileSystem passing(state_->fileSystem);
   const bool isPassing = durability == hxvoxora::FileSystem::Durability::passing;
@@ -96,12 +103,16 @@ bool SoVolumeMask::saveEditing(const std::string& ldmPath, bool, const std::vect
   {
     hxvoxora::FileSystem& files = isPassing ? passing : state_->fileSystem;
     TiledFileWriter writer(files, ldmPath, header, access);
-    cells = writeKinds(*table, writer);
+    for (std::size_t level = 0; level < levels.size(); ++level)
+      writeKinds(*levels[level], static_cast<int>(level), writer, cells);
     if (!writeCells(cells, table->grid(), writer, callback)) return false;
     writer.commit();
   }
   const std::shared_ptr<const TiledFileReader> file = TiledFileReader::open(state_->fileSystem, ldmPath);
   const auto source = makeRef<const TileSource>(file);
-  state_->reset(rebacked(*table, cells, source), ldmPath, makeRef<SoLDMReader>(file));
+  Levels saved;
+  for (std::size_t level = 0; level < levels.size(); ++level)
+    saved.push_back(rebacked(*levels[level], static_cast<int>(level), cells, source));
+  state_->reset(std::move(saved), ldmPath, makeRef<SoLDMReader>(file));
   return true;
 }

@@ -60,9 +60,9 @@ TEST(SoLDMDataAccess, RefusesWhatItCannotServe) {
   const SoLDMDataAccess& access = mask->getLdmDataAccess();
   EXPECT_THAT(
       [&] {
-        access.getData(1, {{0, 0, 0}, {1, 1, 1}}, buffer.get());
+        access.getData(2, {{0, 0, 0}, {1, 1, 1}}, buffer.get());
       },
-      ThrowsMessage<McException>(HasSubstr("level 1")));
+      ThrowsMessage<McException>(HasSubstr("level 2")));
   EXPECT_THAT(
       [&] {
         access.getData(0, {{0, 0, 0}, {40, 0, 0}}, buffer.get());

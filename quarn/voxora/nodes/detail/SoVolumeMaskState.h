@@ -3,9 +3,11 @@
 #include <atomic>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "quarn/voxora/nodes/detail/LevelTables.h"
 #include "quarn/voxora/readers/SoLDMReader.h"
 #include "quarn/voxora/tiles/detail/AtomicRef.h"
 #include "quarn/voxora/tiles/detail/TileTable.h"
@@ -34,8 +36,14 @@ struct SoVolumeMask::State {
   void reset(hxvoxora::Ref<const hxvoxora::detail::TileTable> table, const std::string& path,
              hxvoxora::Ref<SoLDMReader> newReader);
 
+  /// The same with the levels that the file `path` holds, level 0 first.
+  void reset(std::vector<hxvoxora::Ref<const hxvoxora::detail::TileTable>> tables, const std::string& path,
+             hxvoxora::Ref<SoLDMReader> newReader);
+
   hxvoxora::FileSystem& fileSystem;
   hxvoxora::detail::AtomicRef<const hxvoxora::detail::TileTable> content;
+  hxvoxora::detail::LevelTables levels;
+  int levelsInFile = 0;
   std::atomic<bool> unsavedEdits = false;
   std::optional<Transaction> transaction;
   int lastTransactionId = 0;

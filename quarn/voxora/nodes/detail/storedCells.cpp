@@ -42,11 +42,12 @@ public:
   /// Uses the memory of `packed` again.
   void pack(Cells cells, CompressedTiles& packed) const {
     if (const TileSource* source = sourceToCopy(cells.front())) return copy(source->reader(), cells, packed);
-    // A tile that was not in memory does not get there by being saved.
-    const Ref<const TilePayload> payload = cells.front().cell->pinForOnce();
+    // A tile that was not in memory does not get there by being saved; one of a lower level is soon wanted by the next.
+    const StoredCell& stored = cells.front();
+    const Ref<const TilePayload> payload = stored.level == 0 ? stored.cell->pinForOnce() : stored.cell->pin();
     CompressedTile tile = TiledFileWriter::compress({payload->bits(), payload->byteSize()}, header_);
     const auto length = static_cast<std::uint32_t>(tile.bytes.size());
-    packed.tiles.assign(1, {cells.front().tile, length, tile.form, tile.checksum});
+    packed.tiles.assign(1, {stored.tile, length, tile.form, tile.checksum});
     packed.bytes = std::move(tile.bytes);
   }
 

@@ -10,10 +10,11 @@
 
 namespace hxvoxora::detail {
 
-/// A tile of a table that has bits.
+/// A tile that has bits, by its number in the file.
 struct StoredCell {
   std::uint64_t tile;
   const TileCell* cell;
+  int level;
 };
 
 /// Packs tiles of a grid in parallel and gives them to the writer in their order. Tiles that stand in a file of the

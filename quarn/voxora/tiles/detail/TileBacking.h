@@ -10,8 +10,8 @@ namespace hxvoxora::detail {
 
 class TileSource;
 
-/// Where the bits of tiles come from when they are not in memory. One backing may serve many tiles, told apart by a key.
-/// Safe from several threads at once.
+/// Where the bits of tiles come from when they are not in memory. One backing may serve many tiles, told apart by a
+/// key. Safe from several threads at once.
 class TileBacking : public Counted {
 public:
   /// The bits of a tile; McException naming what is wrong when they cannot be had.
