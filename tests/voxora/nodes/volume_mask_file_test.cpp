@@ -140,7 +140,7 @@ TEST_F(SoVolumeMaskFile, UneditedMaskIsNotWrittenOntoItsOwnFile) {
   maskOf(ball())->saveEditing("a.ldm", false, gzip);
   const auto before = files_.content("a.ldm");
   const auto mask = open("a.ldm");
-  EXPECT_TRUE(mask->saveEditing("a.ldm", true, gzip));
+  EXPECT_TRUE(mask->saveEditing("a.ldm", false, gzip));
   EXPECT_EQ(files_.content("a.ldm"), before);
 }
 

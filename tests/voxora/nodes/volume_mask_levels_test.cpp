@@ -46,7 +46,7 @@ void expectLevels(const SoVolumeMask& mask, DenseMask content, RandomSource& ran
     const SbBox3i32 part = randomBoxIn(random, content.dimensions());
     ASSERT_EQ(fetchedLevel(mask, level, part), content.packed(part)) << "level " << level;
     ASSERT_EQ(snapshot.countSetVoxels(content.box()), content.count(content.box())) << "level " << level;
-    if (level + 1 == mask.levelCount()) ASSERT_EQ(snapshot.tileCount(), 1);
+    ASSERT_EQ(snapshot.tileCount() == 1, level + 1 == mask.levelCount()) << "level " << level;
     content = halved(content);
   }
 }
