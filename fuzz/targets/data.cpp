@@ -1,14 +1,13 @@
 #include <algorithm>
 #include <array>
-#include <libdeflate.h>
 #include <map>
 #include <memory>
 #include <optional>
-#include <xxhash.h>
 
 #include "fuzz/targets/headers.h"
 #include "fuzz/targets/properties.h"
 #include "fuzz/targets/targets.h"
+#include "fuzz/targets/tileInput.h"
 #include "quarn/voxora/files/MemoryFileSystem.h"
 #include "quarn/voxora/files/TiledFileReader.h"
 #include "quarn/voxora/files/TiledFileWriter.h"
@@ -21,7 +20,6 @@ using hxvoxora::StoredTileKind;
 using hxvoxora::StoredTileRun;
 using hxvoxora::TiledFileReader;
 using hxvoxora::TiledFileWriter;
-using hxvoxora::TileForm;
 using hxvoxora::VolumeHeader;
 
 namespace {
@@ -48,50 +46,6 @@ std::unique_ptr<MemoryFileSystem> emptyFolder() {
   return files;
 }
 
-/// Takes up to `count` bytes from the front.
-Span take(Span& input, std::size_t count) {
-  const Span front = input.first(std::min(count, input.size()));
-  input = input.subspan(front.size());
-  return front;
-}
-
-std::size_t takeNumber16(Span& input) {
-  std::size_t value = 0;
-  for (const std::byte byte : take(input, 2)) value = value << 8 | std::to_integer<std::size_t>(byte);
-  return value;
-}
-
-Bytes gzipped(Span raw) {
-  const std::unique_ptr<libdeflate_compressor, void (*)(libdeflate_compressor*)> codec(libdeflate_alloc_compressor(1),
-                                                                                       libdeflate_free_compressor);
-  Bytes packed(libdeflate_gzip_compress_bound(codec.get(), raw.size()));
-  packed.resize(libdeflate_gzip_compress(codec.get(), raw.data(), raw.size(), packed.data(), packed.size()));
-  return packed;
-}
-
-struct PlacedTile {
-  std::uint64_t number = 0;
-  CompressedTile packed;
-};
-
-/// A byte of flags, two for a length, and this many of a tile. The checksum is made to be right unless the flags say
-/// otherwise: only what is behind it is of interest. Numbers ascend from `first`.
-PlacedTile nextTile(Span& input, const VolumeHeader& header, std::uint64_t first) {
-  constexpr unsigned isGzip = 1, isBricks = 2, packHere = 4, wrongChecksum = 8, fillUp = 16;
-  const auto flags = std::to_integer<unsigned>(take(input, 1)[0]);
-  const Span content = take(input, takeNumber16(input));
-  PlacedTile tile;
-  tile.number = first + (flags >> 5);
-  tile.packed.bytes.assign(content.begin(), content.end());
-  if (flags & fillUp) tile.packed.bytes.resize(header.tileBytes());
-  if (flags & packHere) tile.packed.bytes = gzipped(tile.packed.bytes);
-  if (flags & isBricks) tile.packed.form = TileForm::bricks;
-  if (flags & (isGzip | packHere)) tile.packed.form = TileForm::gzipBricks;
-  tile.packed.checksum = XXH3_64bits(tile.packed.bytes.data(), tile.packed.bytes.size());
-  if (flags & wrongChecksum) ++tile.packed.checksum;
-  return tile;
-}
-
 /// Whether a writer took what `put` gives it.
 bool write(MemoryFileSystem& files, const VolumeHeader& header, const std::function<void(TiledFileWriter&)>& put) {
   return refusalOf([&] {
@@ -115,16 +69,36 @@ std::optional<Bytes> readTile(const TiledFileReader& reader, std::uint64_t tile)
   return first;
 }
 
+/// Tiles read packed in one piece are those that are read one by one; the first refusal is that of all.
+void requireTogether(const TiledFileReader& reader, const std::vector<std::uint64_t>& numbers) {
+  std::string expected;
+  Bytes bytes;
+  for (const std::uint64_t tile : numbers) {
+    const std::string refusal = refusalOf([&] {
+      const CompressedTile packed = reader.readCompressed(tile);
+      bytes.insert(bytes.end(), packed.bytes.begin(), packed.bytes.end());
+    });
+    if (expected.empty()) expected = refusal;
+  }
+  Bytes together;
+  const std::string refusal = refusalOf([&] { together = reader.readCompressed(std::span(numbers)).bytes; });
+  require(refusal == expected, "tiles are refused together as they are one by one");
+  require(!refusal.empty() || together == bytes, "tiles are the same together and one by one");
+}
+
 std::map<std::uint64_t, Bytes> readTiles(MemoryFileSystem& files) {
   std::map<std::uint64_t, Bytes> tiles;
   std::shared_ptr<TiledFileReader> reader;
   if (!refusalOf([&] { reader = TiledFileReader::open(files, path); }).empty()) return tiles;
+  std::vector<std::uint64_t> numbers;
   for (const StoredTileRun& run : reader->runs()) {
     if (run.kind != StoredTileKind::stored) continue;
     for (std::uint64_t tile = run.firstTile; tile < run.firstTile + run.tileCount; ++tile) {
+      numbers.push_back(tile);
       if (auto bits = readTile(*reader, tile)) tiles[tile] = std::move(*bits);
     }
   }
+  requireTogether(*reader, numbers);
   return tiles;
 }
 
@@ -145,7 +119,7 @@ void requireCopies(MemoryFileSystem& files, const std::map<std::uint64_t, Bytes>
   for (const auto& entry : tiles) numbers.push_back(entry.first);
   const auto copy = emptyFolder();
   const bool written = write(*copy, reader->header(), [&](TiledFileWriter& writer) {
-    writer.putCompressed(reader->readCompressed(std::span<const std::uint64_t>(numbers)));
+    writer.putCompressed(reader->readCompressed(std::span(numbers)));
   });
   require(written, "packed tiles can be handed on");
   require(readTiles(*copy) == tiles, "what was handed on is read");
@@ -218,21 +192,6 @@ struct SoundSet {
   Bytes data;
   std::map<std::uint64_t, Bytes> tiles;
 };
-
-/// Triples of a place (two bytes) and a byte that is put over it by exclusive or. A place behind the end cuts the file
-/// at that place modulo its size.
-Bytes damaged(Bytes data, Span input) {
-  while (input.size() >= 3 && !data.empty()) {
-    const std::size_t place = takeNumber16(input);
-    const std::byte value = take(input, 1)[0];
-    if (place < data.size()) {
-      data[place] ^= value;
-    } else {
-      data.resize(place % data.size());
-    }
-  }
-  return data;
-}
 
 bool damagedData(std::size_t number, Span input) {
   static std::array<std::unique_ptr<SoundSet>, headerCount> sets;
