@@ -8,6 +8,8 @@
 #include "quarn/voxora/nodes/SoCpuBufferBitSet.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "quarn/voxora/nodes/detail/SoVolumeMaskState.h"
+#include "quarn/voxora/tiles/TileRuns.h"
+#include "quarn/voxora/tiles/detail/TableCombination.h"
 #include "quarn/voxora/tiles/detail/boxText.h"
 #include "quarn/voxora/tiles/detail/parallel.h"
 #include "quarn/voxora/tiles/detail/tileEdits.h"
@@ -16,8 +18,11 @@
 
 using hxvoxora::BitLayout;
 using hxvoxora::Ref;
+using hxvoxora::runsOf;
 using hxvoxora::TileGrid;
+using hxvoxora::TileRun;
 using hxvoxora::TruthTable;
+using hxvoxora::detail::TableCombination;
 using hxvoxora::detail::TileEdit;
 using hxvoxora::detail::TileSlot;
 using hxvoxora::detail::TileTable;
@@ -26,29 +31,56 @@ using hxvoxora::detail::TileTableEditor;
 namespace {
 
 /// Results of so many tiles are held back before they go into the table.
-constexpr std::int64_t tilesAtOnce = std::int64_t{1} << 16;
+constexpr std::size_t tilesAtOnce = std::size_t{1} << 16;
 
 /// Whether a tile that comes out as it was still counts as written from now on.
 enum class Unchanged { CountsAsWritten, StaysAsItIs };
 
-/// Gives every tile of a box the content edit(TileEdit, old content), worked out in parallel.
+/// Gives each of some tiles of a box the content edit(TileEdit, old content), worked out in parallel.
 template <typename Edit>
-void editTiles(TileTableEditor& table, const SbBox3i32& box, Unchanged unchanged, Edit edit) {
+void editEach(TileTableEditor& table, const SbBox3i32& box, const std::vector<std::int64_t>& tiles, Unchanged unchanged,
+              Edit edit) {
   const TileGrid& grid = table.grid();
-  const TileGrid::Range tiles = grid.tilesOf(box);
-  std::vector<TileSlot> results;
-  for (std::int64_t begin = 0; begin < tiles.size(); begin += tilesAtOnce) {
-    const std::int64_t count = std::min(tilesAtOnce, tiles.size() - begin);
-    results.assign(static_cast<std::size_t>(count), TileSlot());
-    hxvoxora::detail::parallelFor(count, [&](std::int64_t i) {
-      const std::int64_t tile = tiles[begin + i];
-      const TileSlot old = table.content(tile);
-      TileSlot result = edit(TileEdit{grid, tile, grid.tileBox(tile).intersection(box)}, old);
-      const bool keep = unchanged == Unchanged::StaysAsItIs && result == old;
-      results[static_cast<std::size_t>(i)] = keep ? table.slot(tile) : std::move(result);
-    });
-    for (std::int64_t i = 0; i < count; ++i) table.set(tiles[begin + i], results[static_cast<std::size_t>(i)]);
+  std::vector<TileSlot> results(tiles.size());
+  hxvoxora::detail::parallelFor(static_cast<std::int64_t>(tiles.size()), [&](std::int64_t i) {
+    const std::int64_t tile = tiles[static_cast<std::size_t>(i)];
+    const TileSlot old = table.content(tile);
+    TileSlot result = edit(TileEdit{grid, tile, grid.tileBox(tile).intersection(box)}, old);
+    const bool keep = unchanged == Unchanged::StaysAsItIs && result == old;
+    results[static_cast<std::size_t>(i)] = keep ? table.slot(tile) : std::move(result);
+  });
+  for (std::size_t i = 0; i < tiles.size(); ++i) table.set(tiles[i], results[i]);
+}
+
+/// editEach() for the tiles of runs, so many at once that their results take little memory.
+template <typename Edit>
+void editRuns(TileTableEditor& table, const SbBox3i32& box, const std::vector<TileRun>& runs, Unchanged unchanged,
+              Edit edit) {
+  std::vector<std::int64_t> tiles;
+  for (const TileRun& run : runs) {
+    for (std::int64_t tile = run.first; tile < run.first + run.count; ++tile) {
+      tiles.push_back(tile);
+      if (tiles.size() < tilesAtOnce) continue;
+      editEach(table, box, tiles, unchanged, edit);
+      tiles.clear();
+    }
   }
+  editEach(table, box, tiles, unchanged, edit);
+}
+
+/// The runs that a box holds whole, taken out of a list.
+std::vector<TileRun> takeWhole(std::vector<TileRun>& runs) {
+  const auto firstWhole =
+      std::stable_partition(runs.begin(), runs.end(), [](const TileRun& run) { return !run.whole; });
+  std::vector<TileRun> whole(firstWhole, runs.end());
+  runs.erase(firstWhole, runs.end());
+  return whole;
+}
+
+/// Works out all tiles of the runs by `combination`.
+void combineRuns(TableCombination combination, const std::vector<TileRun>& runs) {
+  for (const TileRun& run : runs) combination.add(run.first, run.count);
+  combination.run();
 }
 
 }  // namespace
@@ -94,12 +126,10 @@ void SoVolumeMask::fillBox(const SbBox3i32& box, double value) {
   TileTableEditor& table = transaction.table;
   hxvoxora::detail::requireInside(box, table.grid());
   const bool set = value != 0;
-  if (box == table.grid().box()) {
-    table.setRange(0, table.grid().tileCount(), TileSlot::constant(set));
-  } else {
-    editTiles(table, box, Unchanged::CountsAsWritten,
-              [set](const TileEdit& edit, const TileSlot& old) { return mapTile(edit, old, set, set); });
-  }
+  std::vector<TileRun> runs = runsOf(table.grid(), box);
+  for (const TileRun& run : takeWhole(runs)) table.setRange(run.first, run.count, TileSlot::constant(set));
+  editRuns(table, box, runs, Unchanged::CountsAsWritten,
+           [set](const TileEdit& edit, const TileSlot& old) { return mapTile(edit, old, set, set); });
   transaction.edited = true;
 }
 
@@ -108,18 +138,25 @@ void SoVolumeMask::replaceBox(const SbBox3i32& box, const SoCpuBufferBitSet* bit
   if (!bits) throw McException("A box cannot be replaced without a buffer.");
   hxvoxora::detail::requireRoom(box, transaction.table.grid(), bits->getByteSize());
   const BitLayout layout = BitLayout::packed(box);
-  editTiles(transaction.table, box, Unchanged::CountsAsWritten,
-            [&](const TileEdit& edit, const TileSlot& old) { return replaceInTile(edit, old, bits->bytes(), layout); });
+  editRuns(transaction.table, box, runsOf(transaction.table.grid(), box), Unchanged::CountsAsWritten,
+           [&](const TileEdit& edit, const TileSlot& old) { return replaceInTile(edit, old, bits->bytes(), layout); });
   transaction.edited = true;
 }
 
 void SoVolumeMask::combineBox(const SbBox3i32& box, const SoVolumeMask& other, TruthTable f) {
   State::Transaction& transaction = state_->openTransaction();
-  hxvoxora::detail::requireInside(box, transaction.table.grid());
+  TileTableEditor& table = transaction.table;
+  hxvoxora::detail::requireInside(box, table.grid());
   const bool withItself = &other == this;
   const Ref<const TileTable> content = other.state_->table();
   hxvoxora::detail::requireInside(box, content->grid());
-  editTiles(transaction.table, box, Unchanged::StaysAsItIs, [&](const TileEdit& edit, const TileSlot& old) {
+  std::vector<TileRun> runs = runsOf(table.grid(), box);
+  if (withItself) {
+    combineRuns(TableCombination(table, f), takeWhole(runs));
+  } else if (content->grid() == table.grid()) {
+    combineRuns(TableCombination(table, *content, f), takeWhole(runs));
+  }
+  editRuns(table, box, runs, Unchanged::StaysAsItIs, [&](const TileEdit& edit, const TileSlot& old) {
     return combineTile(edit, old, withItself ? old : contentFrom(*content, edit), f);
   });
   transaction.edited = true;
@@ -127,8 +164,11 @@ void SoVolumeMask::combineBox(const SbBox3i32& box, const SoVolumeMask& other, T
 
 void SoVolumeMask::invertBox(const SbBox3i32& box) {
   State::Transaction& transaction = state_->openTransaction();
-  hxvoxora::detail::requireInside(box, transaction.table.grid());
-  editTiles(transaction.table, box, Unchanged::StaysAsItIs,
-            [](const TileEdit& edit, const TileSlot& old) { return mapTile(edit, old, true, false); });
+  TileTableEditor& table = transaction.table;
+  hxvoxora::detail::requireInside(box, table.grid());
+  std::vector<TileRun> runs = runsOf(table.grid(), box);
+  combineRuns(TableCombination(table, TruthTable::NotA), takeWhole(runs));
+  editRuns(table, box, runs, Unchanged::StaysAsItIs,
+           [](const TileEdit& edit, const TileSlot& old) { return mapTile(edit, old, true, false); });
   transaction.edited = true;
 }

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "quarn/voxora/bits/BitKernels.h"
+#include "quarn/voxora/bits/StreamedBlocks.h"
 #include "quarn/voxora/tiles/TilePayload.h"
 
 namespace hxvoxora::detail {
@@ -47,15 +48,8 @@ TileSlot settle(const TileEdit& edit, Ref<TilePayload> draft) {
 }
 
 TileSlot combineWholeCells(const TileEdit& edit, const TileCell& a, const TileCell& b, TruthTable f) {
-  const Ref<const TilePayload> left = a.pin(), right = b.pin();
-  Ref<TilePayload> draft = TilePayload::make(edit.grid.tileByteSize());
-  const WordSummary seen = combineBlocks(draft->bits(), left->bits(), right->bits(), draft->byteSize(), f);
-  if (edit.grid.isCut(edit.tile)) {
-    clearPadding(edit, draft->bits());
-    return settle(edit, std::move(draft));
-  }
-  if (seen.anySet && seen.anyClear) return cellOf(std::move(draft));
-  return TileSlot::constant(seen.anySet);
+  const Ref<const TilePayload> left = a.pin(), right = &a == &b ? left : b.pin();
+  return combinePayloads(edit.grid, edit.tile, {}, *left, *right, f);
 }
 
 TileSlot invertWholeCell(const TileEdit& edit, const TileCell& cell) {
@@ -96,6 +90,20 @@ TileSlot combineTile(const TileEdit& edit, const TileSlot& a, const TileSlot& b,
   Ref<TilePayload> draft = draftOf(edit, a);
   combineRows(draft->bits(), edit.layout(), b.cell().pin()->bits(), edit.layout(), edit.part, f);
   return settle(edit, std::move(draft));
+}
+
+TileSlot combinePayloads(const TileGrid& grid, std::int64_t tile, const PayloadPass& pass, const TilePayload& a,
+                         const TilePayload& b, TruthTable f) {
+  Ref<TilePayload> draft = TilePayload::make(grid.tileByteSize());
+  const auto combineBits = pass.pastCaches ? combineBlocksStreamed : combineBlocks;
+  const WordSummary seen = combineBits(draft->bits(), a.bits(), b.bits(), draft->byteSize(), f);
+  if (pass.mayBeCut && grid.isCut(tile)) {
+    const TileEdit edit{grid, tile, grid.tileBox(tile)};
+    clearPadding(edit, draft->bits());
+    return settle(edit, std::move(draft));
+  }
+  if (seen.anySet && seen.anyClear) return cellOf(std::move(draft));
+  return TileSlot::constant(seen.anySet);
 }
 
 TileSlot replaceInTile(const TileEdit& edit, const TileSlot& content, const void* bits, const BitLayout& layout) {

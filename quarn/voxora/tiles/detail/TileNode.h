@@ -8,10 +8,11 @@
 
 namespace hxvoxora::detail {
 
-/// A page of a tile table. Only the editor that made it may change it, and only until the table is published.
+/// A page of a tile table: small, because a page is copied when one of its places changes, and a copy touches whatever
+/// the places refer to. Only the editor that made it may change it, and only until the table is published.
 class TileNode final : public Counted {
 public:
-  static constexpr int fanoutBits = 9;
+  static constexpr int fanoutBits = 6;
   static constexpr std::int64_t fanout = std::int64_t{1} << fanoutBits;
 
   /// A page whose places all hold the mark `fill`.

@@ -11,7 +11,7 @@ namespace hxvoxora::detail {
 
 /// What every tile of a volume is, at one moment; it never changes and is shared by everybody who reads.
 ///
-/// The table is a tree of pages of 512 places: one level for up to 512 tiles, two for up to 262,144, and so on. A mark
+/// The table is a tree of pages of 64 places: one level for up to 64 tiles, two for up to 4,096, and so on. A mark
 /// without bits in place of a page stands for all tiles below it, so that an empty volume of any size has no page at
 /// all, and a changed copy costs only the pages on the way to what was changed.
 class TileTable final : public Counted {

@@ -29,6 +29,8 @@ public:
   Ref<const TileTable> publish();
 
 private:
+  friend class TableCombination;
+
   /// The part of setRange() below one place, which stands `levels` above the tiles and begins with the tile `base`.
   void assign(TileSlot& place, int levels, std::int64_t base, std::int64_t first, std::int64_t end,
               const TileSlot& slot);

@@ -12,6 +12,7 @@ namespace hxvoxora::detail {
 /// may hold a mutex.
 template <typename Body>
 void parallelFor(std::int64_t count, Body body) {
+  if (count == 1) return body(std::int64_t{0});
   tbb::this_task_arena::isolate([&] {
     tbb::parallel_for(tbb::blocked_range<std::int64_t>(0, count), [&](const tbb::blocked_range<std::int64_t>& range) {
       for (std::int64_t i = range.begin(); i < range.end(); ++i) body(i);

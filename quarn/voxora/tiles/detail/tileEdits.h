@@ -29,6 +29,16 @@ TileSlot mapTile(const TileEdit& edit, const TileSlot& content, bool fromClear, 
 /// f(a, b) in the part, `a` outside. `b` is laid out as the tile is; voxels outside the part do not matter in it.
 TileSlot combineTile(const TileEdit& edit, const TileSlot& a, const TileSlot& b, TruthTable f);
 
+/// What is known of all tiles of a pass over whole tiles.
+struct PayloadPass {
+  bool mayBeCut = true;     ///< false when no tile of the grid reaches over the volume
+  bool pastCaches = false;  ///< the results are more than the caches hold
+};
+
+/// f(a, b) of the bits of two tiles, as combineTile() has it for whole tiles.
+TileSlot combinePayloads(const TileGrid& grid, std::int64_t tile, const PayloadPass& pass, const TilePayload& a,
+                         const TilePayload& b, TruthTable f);
+
 /// The bits of an array in the part, `content` outside.
 TileSlot replaceInTile(const TileEdit& edit, const TileSlot& content, const void* bits, const BitLayout& layout);
 
