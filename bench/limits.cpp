@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <functional>
 #include <limits>
+#include <map>
 #include <memory>
 #include <numeric>
 #include <oneapi/tbb/blocked_range.h>
@@ -112,19 +113,29 @@ struct Arrays {
   const std::uint8_t* b;
 };
 
-/// The least time of work(arrays, first, count) on so many bytes.
+/// The seconds of the best pass of work(arrays, first, count) over arrays of so many bytes.
 template <class Work>
-Limit memoryLimit(const char* what, std::size_t bytes, Workers workers, Work work) {
-  if (bytes == 0) return {};
-  const std::size_t measured = workers == Workers::All ? beyondCaches : bytes;
-  const Arrays arrays{array(0).get(measured), array(1).get(measured), array(2).get(measured)};
-  const double seconds = best([&] {
-    forBlocks(measured, workers, [&](std::size_t first, std::size_t count) {
+double passSeconds(std::size_t bytes, Workers workers, Work work) {
+  const Arrays arrays{array(0).get(bytes), array(1).get(bytes), array(2).get(bytes)};
+  return best([&] {
+    forBlocks(bytes, workers, [&](std::size_t first, std::size_t count) {
       work(arrays, first, count);
       benchmark::ClobberMemory();
     });
   });
-  return {seconds * static_cast<double>(bytes) / static_cast<double>(measured), sized(what, bytes)};
+}
+
+/// The least time of work(arrays, first, count) on so many bytes. Main memory is measured once.
+template <class Work>
+Limit memoryLimit(const char* what, std::size_t bytes, Workers workers, Work work) {
+  if (bytes == 0) return {};
+  if (workers == Workers::One) return {passSeconds(bytes, workers, work), sized(what, bytes)};
+  static std::map<std::string, double> measured;
+  const auto known = measured.find(what);
+  const double seconds = known != measured.end()
+                             ? known->second
+                             : measured.emplace(what, passSeconds(beyondCaches, workers, work)).first->second;
+  return {seconds * static_cast<double>(bytes) / static_cast<double>(beyondCaches), sized(what, bytes)};
 }
 
 class File {

@@ -20,6 +20,21 @@ bool inverts(TruthTable f, const TileSnapshot::Kind a, const TileSnapshot::Kind 
   return apply(f, left, false) && !apply(f, left, true);
 }
 
+struct TileCounts {
+  std::size_t combined = 0, copied = 0;
+};
+
+TileCounts countTiles(const TileSnapshot& a, const TileSnapshot& b, TruthTable f) {
+  TileCounts count;
+  for (std::int64_t tile = 0; tile < a.tileCount(); ++tile) {
+    const TileSnapshot::Kind left = a.kind(tile), right = b.kind(tile);
+    const int mixed = (left == TileSnapshot::Kind::Mixed) + (right == TileSnapshot::Kind::Mixed);
+    if (mixed == 2) ++count.combined;
+    if (mixed == 1 && inverts(f, left, right)) ++count.copied;
+  }
+  return count;
+}
+
 std::size_t boxBytes(const TileSnapshot& content) {
   const SbBox3i32 box = content.grid().box();
   return static_cast<std::size_t>((box.size(0) * box.size(1) * box.size(2) + 7) / 8);
@@ -34,15 +49,14 @@ std::size_t payloadBytes(const TileSnapshot& content) {
   return tiles * content.grid().tileByteSize();
 }
 
+std::size_t combinedBytes(const TileSnapshot& a, const TileSnapshot& b, TruthTable f) {
+  const TileCounts tiles = countTiles(a, b, f);
+  return (tiles.combined + tiles.copied) * a.grid().tileByteSize();
+}
+
 Limit combineLimit(const TileSnapshot& a, const TileSnapshot& b, TruthTable f) {
-  std::size_t combined = 0, copied = 0;
-  for (std::int64_t tile = 0; tile < a.tileCount(); ++tile) {
-    const TileSnapshot::Kind left = a.kind(tile), right = b.kind(tile);
-    const int mixed = (left == TileSnapshot::Kind::Mixed) + (right == TileSnapshot::Kind::Mixed);
-    if (mixed == 2) ++combined;
-    if (mixed == 1 && inverts(f, left, right)) ++copied;
-  }
-  return combine(combined * a.grid().tileByteSize()) + copy(copied * a.grid().tileByteSize());
+  const TileCounts tiles = countTiles(a, b, f);
+  return combine(tiles.combined * a.grid().tileByteSize()) + copy(tiles.copied * a.grid().tileByteSize());
 }
 
 Limit fetchLimit(const TileSnapshot& content) {

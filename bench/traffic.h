@@ -12,6 +12,9 @@ namespace bench {
 /// The bytes of all tiles with bits.
 std::size_t payloadBytes(const hxvoxora::TileSnapshot& content);
 
+/// The bytes that f(a, b) makes: tiles in which both have bits, and those that come out inverted.
+std::size_t combinedBytes(const hxvoxora::TileSnapshot& a, const hxvoxora::TileSnapshot& b, hxvoxora::TruthTable f);
+
 /// f(a, b): tiles in which both have bits are combined, those that come out inverted are copied, shared ones are free.
 Limit combineLimit(const hxvoxora::TileSnapshot& a, const hxvoxora::TileSnapshot& b, hxvoxora::TruthTable f);
 

@@ -56,6 +56,18 @@ void drawCentre(Random& random, const SbVec3i32& size, Ellipsoid& body) {
   for (int axis = 0; axis < 3; ++axis) body.centre[axis] = random.between(0, size[axis]);
 }
 
+PackedVolume ballsOfRadius(const SbVec3i32& size, std::uint64_t seed, double least, double most) {
+  PackedVolume volume(size);
+  Random random(seed);
+  for (int i = 0; i < 200; ++i) {
+    Ellipsoid ball;
+    drawCentre(random, size, ball);
+    std::fill(std::begin(ball.halfAxis), std::end(ball.halfAxis), random.between(least, most));
+    fill(volume, ball);
+  }
+  return volume;
+}
+
 }  // namespace
 
 PackedVolume::PackedVolume(const SbVec3i32& dimensions)
@@ -78,15 +90,11 @@ PackedVolume solidBodies(const SbVec3i32& size, std::uint64_t seed) {
 }
 
 PackedVolume balls(const SbVec3i32& size, std::uint64_t seed) {
-  PackedVolume volume(size);
-  Random random(seed);
-  for (int i = 0; i < 200; ++i) {
-    Ellipsoid ball;
-    drawCentre(random, size, ball);
-    std::fill(std::begin(ball.halfAxis), std::end(ball.halfAxis), random.between(4, 24));
-    fill(volume, ball);
-  }
-  return volume;
+  return ballsOfRadius(size, seed, 4, 24);
+}
+
+PackedVolume wideBalls(const SbVec3i32& size, std::uint64_t seed) {
+  return ballsOfRadius(size, seed, 20, 120);
 }
 
 PackedVolume noise(const SbVec3i32& size, std::uint64_t seed) {
@@ -102,6 +110,16 @@ const std::vector<VolumeKind>& volumeKinds() {
                                              {"noise 512^3", {512, 512, 512}, noise},
                                              {"bodies 181x217x181", {181, 217, 181}, solidBodies}};
   return kinds;
+}
+
+const VolumeKind& largeBalls() {
+  static const VolumeKind kind{"balls 1024^3", {1024, 1024, 1024}, wideBalls};
+  return kind;
+}
+
+const VolumeKind& largeNoise() {
+  static const VolumeKind kind{"noise 512^3", {512, 512, 512}, noise};
+  return kind;
 }
 
 }  // namespace bench

@@ -29,6 +29,9 @@ PackedVolume balls(const SbVec3i32& size, std::uint64_t seed);
 /// Every voxel set with probability 1/2: no tile is constant and nothing compresses.
 PackedVolume noise(const SbVec3i32& size, std::uint64_t seed);
 
+/// 200 balls with radii of 20 to 120 voxels.
+PackedVolume wideBalls(const SbVec3i32& size, std::uint64_t seed);
+
 /// A kind of volume: two of it, drawn from different seeds, are the operands of an operation.
 struct VolumeKind {
   std::string name;
@@ -38,5 +41,9 @@ struct VolumeKind {
 
 /// Bodies, balls and noise on 512 x 512 x 512, and bodies on 181 x 217 x 181, the grid of a head at 1 mm.
 const std::vector<VolumeKind>& volumeKinds();
+
+/// What the bars are held on: wide balls on 1024 x 1024 x 1024, noise on 512 x 512 x 512.
+const VolumeKind& largeBalls();
+const VolumeKind& largeNoise();
 
 }  // namespace bench

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "bench/contest.h"
+
+/// Operations with a bar: what they may take at most beside the peer and beside a plain loop over the same bytes.
+namespace bench {
+
+void addOperatorBars(Against against);
+
+/// Those that stand beside no peer: what is promised for constants, and boxes beside plain copies.
+void addConstantBars();
+void addBoxBars();
+
+/// Those that stand beside the peer or a promise.
+void addBoundingBoxBars();
+void addFileBars();
+
+}  // namespace bench
