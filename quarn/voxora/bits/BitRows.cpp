@@ -1,9 +1,7 @@
 #include "quarn/voxora/bits/BitRows.h"
 
-#include <algorithm>
-#include <bit>
-
 #include "quarn/voxora/bits/detail/Operations.h"
+#include "quarn/voxora/bits/detail/WordRows.h"
 #include "quarn/voxora/bits/detail/scanStretch.h"
 #include "quarn/voxora/bits/detail/transformStretch.h"
 
@@ -39,6 +37,11 @@ void forEachStretch(const SbBox3i32& box, Visit visit, const Layouts... layouts)
   while (
       visitRows(z, layouts.bit(first[0], first[1], first[2]) + static_cast<std::uint64_t>(z * layouts.sliceStride)...))
     ++z;
+}
+
+/// Whether columns beat rows: where rows follow each other without a gap, stretches are longer than they.
+bool isForColumns(const BitLayout& layout, const SbBox3i32& box) {
+  return !box.isEmpty() && layout.rowStride != box.size(0) && detail::hasShortWordRows(layout, box);
 }
 
 /// True when every row of a box starts on a byte boundary.
@@ -139,6 +142,13 @@ void combineRowsShared(void* dst, const BitLayout& dstLayout, const void* src, c
 
 std::uint64_t countRows(const void* bits, const BitLayout& layout, const SbBox3i32& box) {
   std::uint64_t sum = 0;
+  if (isForColumns(layout, box)) {
+    detail::forEachColumn(bits, layout, box, [&](const detail::BoxColumn& column, std::int64_t) {
+      for (std::int64_t z = 0; z < box.size(2); ++z) sum += column.slice(z).countSet();
+      return true;
+    });
+    return sum;
+  }
   forEachStretch(
       box,
       [&](std::uint64_t count, std::uint64_t bit) {
@@ -149,42 +159,19 @@ std::uint64_t countRows(const void* bits, const BitLayout& layout, const SbBox3i
   return sum;
 }
 
-SbBox3i32 boundsOfRows(const void* bits, const BitLayout& layout, const SbBox3i32& box) {
-  const SbVec3i32 &min = box.getMin(), &max = box.getMax();
-  SbBox3i32 bounds;
-  // Columns of up to 64 voxels: what is set in any of their rows tells the ends along x at once.
-  for (std::int64_t x = min[0]; x <= max[0]; x += 64) {
-    const auto n = static_cast<unsigned>(std::min<std::int64_t>(64, max[0] - x + 1));
-    Word anyRow = 0;
-    std::int64_t firstY = max[1], lastY = min[1], firstZ = max[2], lastZ = min[2];
-    for (std::int64_t z = min[2]; z <= max[2]; ++z) {
-      std::uint64_t bit = layout.bit(static_cast<std::int32_t>(x), min[1], static_cast<std::int32_t>(z));
-      for (std::int64_t y = min[1]; y <= max[1]; ++y, bit += static_cast<std::uint64_t>(layout.rowStride)) {
-        const Word row = SourceBits(bits, bit).part(0, n);
-        if (row == 0) continue;
-        anyRow |= row;
-        firstY = std::min(firstY, y);
-        lastY = std::max(lastY, y);
-        firstZ = std::min(firstZ, z);
-        lastZ = z;
-      }
-    }
-    if (anyRow == 0) continue;
-    const auto place = [](std::int64_t a, std::int64_t b, std::int64_t c) {
-      return SbVec3i32(static_cast<std::int32_t>(a), static_cast<std::int32_t>(b), static_cast<std::int32_t>(c));
-    };
-    bounds.extendBy(SbBox3i32(place(x + std::countl_zero(anyRow), firstY, firstZ),
-                              place(x + 63 - std::countr_zero(anyRow), lastY, lastZ)));
-  }
-  return bounds;
-}
-
 std::optional<bool> uniformValue(const void* bits, const BitLayout& layout, const SbBox3i32& box) {
   if (box.isEmpty()) return std::nullopt;
   const SbVec3i32& first = box.getMin();
   const bool value = SourceBits(bits, layout.bit(first[0], first[1], first[2])).part(0, 1) != 0;
   const Word ground = value ? ~Word{0} : 0;
   bool uniform = true;
+  if (isForColumns(layout, box)) {
+    detail::forEachColumn(bits, layout, box, [&](const detail::BoxColumn& column, std::int64_t) {
+      for (std::int64_t z = 0; z < box.size(2) && uniform; ++z) uniform = column.slice(z).unlike(ground) == 0;
+      return uniform;
+    });
+    return uniform ? std::optional(value) : std::nullopt;
+  }
   forEachStretch(
       box,
       [&](std::uint64_t count, std::uint64_t bit) {

@@ -13,6 +13,10 @@
 ///
 /// A box is given in the coordinates that the layouts share (voxels of a volume, say); each layout tells where these
 /// voxels lie in its array. Empty boxes are no work. The box must lie inside what the arrays hold.
+///
+/// Where both strides of a layout are multiples of 64 bits, the array must hold its rows as a whole, as a tile does:
+/// any byte of a row that has voxels of the box may be read by the functions that only read, and be written back
+/// unchanged by copyRowsSummarised().
 namespace hxvoxora {
 
 /// Where the bits of voxels lie in an array: x fastest, then y, then z.

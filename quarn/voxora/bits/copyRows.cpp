@@ -87,7 +87,7 @@ WordSummary copyRowsSummarised(void* dst, const BitLayout& dstLayout, const void
   if (dstLayout.rowStride % 64 == 0 && dstLayout.sliceStride % 64 == 0)
     return copyToWords(to, dstLayout, from, srcLayout, box);
   combineRows(dst, dstLayout, src, srcLayout, box, TruthTable::CopyB);
-  const std::optional<bool> value = uniformValue(src, srcLayout, box);
+  const std::optional<bool> value = uniformValue(dst, dstLayout, box);
   return {value.value_or(true), !value.value_or(false)};
 }
 

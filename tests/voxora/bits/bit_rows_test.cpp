@@ -181,27 +181,39 @@ TEST_P(BitRows, CopiesWithSummaryOfWholeTiles) {
   }
 }
 
+void expectSummaries(const Field& field, const SbBox3i32& part) {
+  std::uint64_t count = 0;
+  SbBox3i32 bounds;
+  forEachVoxel(part, [&](int x, int y, int z) {
+    if (!field.at(x, y, z)) return;
+    ++count;
+    bounds.extendBy(SbBox3i32({x, y, z}, {x, y, z}));
+  });
+  ASSERT_EQ(hxvoxora::countRows(field.bytes.data(), field.layout, part), count);
+  ASSERT_EQ(hxvoxora::boundsOfRows(field.bytes.data(), field.layout, part), bounds);
+  const auto voxels = static_cast<std::uint64_t>(part.size(0) * part.size(1) * part.size(2));
+  const std::optional<bool> expected = count == 0        ? std::optional(false)
+                                       : count == voxels ? std::optional(true)
+                                                         : std::nullopt;
+  ASSERT_EQ(hxvoxora::uniformValue(field.bytes.data(), field.layout, part), expected);
+}
+
 TEST_P(BitRows, SummariesEqualVoxelLoops) {
   RandomSource random;
-  for (int round = 0; round < 2000; ++round) {
-    const SbBox3i32 box = randomBox(random), part = randomPart(random, box);
-    Field field(random, box);
-    const double density = random.between(0, 4) / 4.0 * 0.02;
-    forEachVoxel(box, [&](int x, int y, int z) { field.set(x, y, z, random.chance(density)); });
-    std::uint64_t count = 0;
-    SbBox3i32 bounds;
-    forEachVoxel(part, [&](int x, int y, int z) {
-      if (!field.at(x, y, z)) return;
-      ++count;
-      bounds.extendBy(SbBox3i32({x, y, z}, {x, y, z}));
-    });
-    ASSERT_EQ(hxvoxora::countRows(field.bytes.data(), field.layout, part), count);
-    ASSERT_EQ(hxvoxora::boundsOfRows(field.bytes.data(), field.layout, part), bounds);
-    const auto voxels = static_cast<std::uint64_t>(part.size(0) * part.size(1) * part.size(2));
-    const std::optional<bool> expected = count == 0        ? std::optional(false)
-                                         : count == voxels ? std::optional(true)
-                                                           : std::nullopt;
-    ASSERT_EQ(hxvoxora::uniformValue(field.bytes.data(), field.layout, part), expected);
+  for (int round = 0; round < 3000; ++round) {
+    const SbBox3i32 box = randomBox(random), part = randomPart(random, box), odd = randomPart(random, part);
+    Field field = random.chance(0.6) ? fieldOfWords(random, box) : Field(random, box);
+    ASSERT_NO_FATAL_FAILURE(expectSummaries(field, part)) << "noise, round " << round;
+    // Beside the part all is noise, which nothing may see.
+    for (const bool value : {false, true}) {
+      hxvoxora::fillRows(field.bytes.data(), field.layout, part, value);
+      ASSERT_NO_FATAL_FAILURE(expectSummaries(field, part)) << value << ", round " << round;
+      field.set(odd.getMin()[0], odd.getMin()[1], odd.getMin()[2], !value);
+      field.set(odd.getMax()[0], odd.getMax()[1], odd.getMax()[2], !value);
+      ASSERT_NO_FATAL_FAILURE(expectSummaries(field, part)) << "all but two " << value << ", round " << round;
+      hxvoxora::fillRows(field.bytes.data(), field.layout, odd, !value);
+      ASSERT_NO_FATAL_FAILURE(expectSummaries(field, part)) << "a box in " << value << ", round " << round;
+    }
   }
 }
 
