@@ -1,5 +1,8 @@
+#include <QCoreApplication>
 #include <QString>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <tcl.h>
 #include <vector>
 
@@ -12,6 +15,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/script/HxCommands.h"
+#include "quarn/voxora/utilities/utilities.h"
 
 using hxroi::details::Group;
 using hxroi::details::Mask;
@@ -152,6 +156,20 @@ int getId(const Call& call) {
   return TCL_OK;
 }
 
+/// Not among the commands that help lists.
+constexpr std::string_view kResourceParameters = "getLDAResourceParameters";
+
+int getLDAResourceParameters(const Call& call) {
+  const QString title = QCoreApplication::translate("HxRois", "----LDA resource parameters for ROI");
+  for (const Mask* mask : call.rois.masks()) {
+    console().printf("%s %s%s", qPrintable(title), utf8(mask->name()).c_str(), "----");
+    std::ostringstream parameters;
+    hxvoxora::utilities::outputLDMResourceParameters(mask->volumeMask(), parameters);
+    console().printf("%s", parameters.str().c_str());
+  }
+  return TCL_OK;
+}
+
 constexpr Command kCommands[] = {
     {"getDimensions", &getDimensions},
     {"getMaskBoundingBox", &getMaskBoundingBox},
@@ -198,5 +216,6 @@ int HxRois::parse(Tcl_Interp* interp, int argc, char** argv) {
   for (const Command& command : kCommands) {
     if (CMD_(word, command.name, "")) return command.run(call);
   }
+  if (word == kResourceParameters) return getLDAResourceParameters(call);
   return HxData::parse(interp, argc, argv);
 }

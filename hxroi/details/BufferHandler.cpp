@@ -2,10 +2,12 @@
 
 #include <exception>
 #include <omp.h>
+#include <string>
 
 #include "hxroi/details/EditTransaction.h"
 #include "hxroi/details/logFailure.h"
 #include "hxroi/details/toolkitBoxes.h"
+#include "quarn/base/McException.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 
 namespace hxroi::details {
@@ -25,6 +27,27 @@ private:
   int before_;
 };
 
+/// The bits of a box: those of a volume may be more than 64 bits can count.
+std::size_t bitCount(const SbBox3i32& box) {
+  std::size_t slice = 0, bits = 0;
+  const auto size = [&](int axis) { return static_cast<std::size_t>(box.size(axis)); };
+  if (__builtin_mul_overflow(size(0), size(1), &slice) || __builtin_mul_overflow(slice, size(2), &bits))
+    throw McException("It has more voxels than can be counted.");
+  return bits;
+}
+
+void allocate(SoCpuBufferBitSet& bits, const McVec3i& origin, const McVec3i& size) {
+  const auto text = [](const McVec3i& v) {
+    return "(" + std::to_string(v.x) + ", " + std::to_string(v.y) + ", " + std::to_string(v.z) + ")";
+  };
+  try {
+    bits.setSize(bitCount(toToolkit(boxAt(origin, size))));
+  } catch (const McException& failure) {
+    throw McException("The box of " + text(size) + " voxels at " + text(origin) +
+                      " is too large to be viewed at once. " + failure.what());
+  }
+}
+
 }  // namespace
 
 BoxProxy::BufferHandler::BufferHandler(SoVolumeMask* volumeMask, McMutex* editMutex, const McVec3i& origin,
@@ -34,8 +57,7 @@ BoxProxy::BufferHandler::BufferHandler(SoVolumeMask* volumeMask, McMutex* editMu
       box_(toToolkit(boxAt(origin, size))),
       editMutex_(editMutex),
       isConst_(isConst) {
-  bitSet_->setSize(static_cast<std::size_t>(box_.size(0)) * static_cast<std::size_t>(box_.size(1)) *
-                   static_cast<std::size_t>(box_.size(2)));
+  allocate(*bitSet_, origin, size);
   rawBits_ =
       static_cast<std::uint8_t*>(bitSet_->map(isConst ? SoCpuBufferObject::READ_ONLY : SoCpuBufferObject::READ_WRITE));
 }

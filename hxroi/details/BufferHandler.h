@@ -21,6 +21,7 @@ public:
   struct const_tag {};
 
   /// For editing; `editMutex` is taken around each write-back. Nothing is written back before `start`.
+  /// Throws McException telling box and sizes when the memory budget does not hold the buffer.
   BufferHandler(SoVolumeMask* volumeMask, McMutex* editMutex, const McVec3i& origin, const McVec3i& size);
   BufferHandler(SoVolumeMask* volumeMask, const McVec3i& origin, const McVec3i& size, const_tag);
 

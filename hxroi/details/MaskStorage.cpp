@@ -10,6 +10,7 @@
 #include "hxroi/details/toolkitBoxes.h"
 #include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "quarn/voxora/tiles/MemoryBudget.h"
 
 namespace hxroi::details {
 
@@ -53,6 +54,7 @@ void Mask::setTemporaryPrefix(const std::string& prefix) {
   if (prefix.empty()) return;
   m_ldmFilename = prefix + ".ldm";
   m_datFilename = prefix + ".dat";
+  hxvoxora::setSpillPrefix(prefix);
 }
 
 void Mask::saveMaskToTemporary() {

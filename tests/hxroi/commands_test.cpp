@@ -245,6 +245,7 @@ TEST_F(RoisCommands, HelpListsTheCommands) {
                            "mergeMasks", "removeRois", "getId"}) {
     EXPECT_THAT(names, Contains(QString(name)));
   }
+  EXPECT_THAT(names, Not(Contains(QString("getLDAResourceParameters"))));
 }
 
 TEST_F(RoisCommands, TheNameOfTheSetAloneListsTheCommands) {
@@ -284,6 +285,17 @@ TEST_F(RoisCommands, WordsAreUtf8) {
   rois->getMask("A")->setId("\xE9");
   EXPECT_EQ(run({"getId", "A"}), TCL_OK);
   EXPECT_THAT(result, ElementsAre("é"));
+}
+
+TEST_F(RoisCommands, ResourceParametersOfEveryMask) {
+  addMask("A");
+  addMask("B");
+  EXPECT_EQ(run({"getLDAResourceParameters", "and", "more"}), TCL_OK);
+  EXPECT_THAT(
+      console.consoleEntries,
+      ElementsAre("----LDA resource parameters for ROI A----", HasSubstr("\nmemory budget in bytes, all volumes: "),
+                  "----LDA resource parameters for ROI B----", HasSubstr("\ntile hits, all volumes: ")));
+  EXPECT_EQ(run({"getLDAResourceParameter"}), TCL_ERROR);
 }
 
 TEST_F(RoisCommands, CommandsAreComparedExactly) {

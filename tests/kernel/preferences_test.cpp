@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "quarn/kernel/app/HxApplication.h"
+#include "quarn/voxora/tiles/MemoryBudget.h"
 #include "quarn/voxora/utilities/utilities.h"
 #include "tests/kernel/TemporaryFolder.h"
 #include "tests/kernel/expectMcException.h"
@@ -98,6 +99,37 @@ TEST(Preferences, OtherTileSizesAreRefused) {
   EXPECT_EQ(former, preferences.getTileSize());
 }
 
+TEST(Preferences, MainMemoryReachesTheTiledVolumes) {
+  HxPreferences preferences;
+  EXPECT_EQ(hxvoxora::defaultMemoryBudget(), preferences.getMainMemory());
+  const std::pair<const char*, std::size_t> cases[] = {{"700", std::size_t{700} << 20},
+                                                       {" 3g ", std::size_t{3} << 30},
+                                                       {"1T", std::size_t{1} << 40},
+                                                       {"512K", std::size_t{1} << 19},
+                                                       {"0", hxvoxora::defaultMemoryBudget()}};
+  for (const auto& [text, bytes] : cases) {
+    preferences.set("LDA > Main Memory", text);
+    EXPECT_EQ(bytes, hxvoxora::memoryBudget()) << text;
+    const QString shown = preferences.get("LDA > Main Memory");
+    preferences.set("LDA > Main Memory", shown);
+    EXPECT_EQ(bytes, preferences.getMainMemory()) << text;
+  }
+  preferences.set("LDA > Main Memory", "2G");
+  EXPECT_EQ("2048", preferences.get("LDA > Main Memory"));
+  preferences.setMainMemory(0);
+}
+
+TEST(Preferences, OtherMainMemoryIsRefused) {
+  HxPreferences preferences;
+  const std::size_t former = preferences.getMainMemory();
+  for (const char* text : {"", "-1", "x", "1.5G", "1 G", "5P", "3GB", "0x10", "99999999999999999999", "99999999T"})
+    EXPECT_THAT(textOfException([&] { preferences.set("LDA > Main Memory", text); }),
+                HasSubstr("\"LDA > Main Memory\": a number of MiB, or a number with K, M, G or T behind it, expected, "
+                          "got \"" +
+                          std::string(text) + "\""));
+  EXPECT_EQ(former, preferences.getMainMemory());
+}
+
 TEST(Preferences, KeysAreFoundWhateverTheirCaseAndBlanks) {
   HxPreferences preferences;
   const QString former = preferences.get("LDA > Tile Size");
@@ -109,7 +141,8 @@ TEST(Preferences, KeysAreFoundWhateverTheirCaseAndBlanks) {
 TEST(Preferences, UnknownKeysAreNamed) {
   HxPreferences preferences;
   EXPECT_THAT(textOfException([&] { preferences.get("LDA > Colour"); }),
-              HasSubstr("there is no preference \"LDA > Colour\"; there are: LDA > Tile Size, Temporary Directory"));
+              HasSubstr("there is no preference \"LDA > Colour\"; there are: LDA > Main Memory, LDA > Tile Size, "
+                        "Temporary Directory"));
   EXPECT_THROW(preferences.set("", "x"), McException);
 }
 

@@ -2,9 +2,12 @@
 
 #include <array>
 #include <charconv>
+#include <limits>
+#include <string_view>
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/detail/privateFolder.h"
+#include "quarn/voxora/tiles/MemoryBudget.h"
 #include "quarn/voxora/utilities/utilities.h"
 
 namespace {
@@ -27,6 +30,32 @@ int parseTileSize(const QString& key, const QString& value) {
   return number;
 }
 
+/// Letters behind a number of bytes; each unit is 1024 of the one before.
+constexpr std::string_view units = "KMGT";
+
+std::uint64_t bytesOf(std::size_t unit) {
+  return std::uint64_t{1} << (10 * (unit + 1));
+}
+
+std::size_t parseMainMemory(const QString& key, const QString& value) {
+  const QByteArray text = value.trimmed().toUpper().toUtf8();
+  std::uint64_t number = 0;
+  const auto [end, error] = std::from_chars(text.begin(), text.end(), number);
+  const std::string_view letter(end, static_cast<std::size_t>(text.end() - end));
+  const std::size_t unit = letter.empty() ? units.find('M') : units.find(letter);
+  const bool isUnit = letter.size() <= 1 && unit != std::string_view::npos;
+  if (error != std::errc() || !isUnit || number > std::numeric_limits<std::size_t>::max() / bytesOf(unit))
+    refuse(key, value, QStringLiteral("a number of MiB, or a number with K, M, G or T behind it,"));
+  return number * bytesOf(unit);
+}
+
+/// The form that parseMainMemory() takes, in MiB when that goes.
+QString mainMemoryText(std::size_t bytes) {
+  const std::size_t mebi = bytesOf(units.find('M')), kibi = bytesOf(units.find('K'));
+  return bytes % mebi == 0 ? QString::number(bytes / mebi)
+                           : QString::number((bytes + kibi - 1) / kibi) + QLatin1Char('K');
+}
+
 /// One preference as a row: how it is called, read and set.
 struct Preference {
   QString key;
@@ -34,8 +63,13 @@ struct Preference {
   void (*set)(HxPreferences&, const QString& key, const QString& value);
 };
 
-const std::array<Preference, 2>& table() {
-  static const std::array<Preference, 2> rows{
+const std::array<Preference, 3>& table() {
+  static const std::array<Preference, 3> rows{
+      Preference{QStringLiteral("LDA > Main Memory"),
+                 [](const HxPreferences& p) { return mainMemoryText(p.getMainMemory()); },
+                 [](HxPreferences& p, const QString& key, const QString& value) {
+                   p.setMainMemory(parseMainMemory(key, value));
+                 }},
       Preference{
           QStringLiteral("LDA > Tile Size"), [](const HxPreferences& p) { return QString::number(p.getTileSize()); },
           [](HxPreferences& p, const QString& key, const QString& value) { p.setTileSize(parseTileSize(key, value)); }},
@@ -77,6 +111,14 @@ int HxPreferences::getTileSize() const {
 void HxPreferences::setTileSize(int voxels) {
   const QString key = QStringLiteral("LDA > Tile Size");
   hxvoxora::utilities::setDefaultTileSize(parseTileSize(key, QString::number(voxels)));
+}
+
+std::size_t HxPreferences::getMainMemory() const {
+  return hxvoxora::memoryBudget();
+}
+
+void HxPreferences::setMainMemory(std::size_t bytes) {
+  hxvoxora::setMemoryBudget(bytes);
 }
 
 QStringList HxPreferences::keys() {

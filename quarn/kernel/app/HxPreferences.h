@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <cstddef>
 
 #include "quarn/kernel/export.h"
 
@@ -22,6 +23,12 @@ public:
   int getTileSize() const;
   /// Also tells the tiled volumes. Throws McException for any other number.
   void setTileSize(int voxels);
+
+  /// Bytes of memory that tiles and box buffers may take together ("LDA > Main Memory"). As a text in MiB, or in other
+  /// units with one of the letters K, M, G, T behind the number; a quarter of the machine's memory unless it was set.
+  std::size_t getMainMemory() const;
+  /// Also tells the tiled volumes. 0 stands for a quarter of the machine's memory.
+  void setMainMemory(std::size_t bytes);
 
   /// All keys, in the order of the table.
   static QStringList keys();

@@ -17,16 +17,6 @@ public:
   void ref() const noexcept { addReferences(1); }
   void unref() const noexcept { dropReferences(1); }
 
-  /// ref() unless the count is 0, when the object has no holder yet or no more. The caller sees to it that the object
-  /// is still in memory.
-  bool tryRef() const noexcept {
-    std::int64_t count = count_.load(std::memory_order_relaxed);
-    while (count > 0) {
-      if (count_.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel)) return true;
-    }
-    return false;
-  }
-
   /// The count at this moment; only the value 1, read by the holder of that reference, says something lasting.
   int referenceCount() const noexcept { return static_cast<int>(count_.load(std::memory_order_acquire)); }
 

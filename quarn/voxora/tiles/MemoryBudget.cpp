@@ -1,5 +1,7 @@
 #include "quarn/voxora/tiles/MemoryBudget.h"
 
+#include <algorithm>
+
 #include "quarn/voxora/tiles/detail/TileCache.h"
 #include "quarn/voxora/tiles/detail/machineMemory.h"
 
@@ -16,12 +18,12 @@ void setMemoryBudget(std::size_t bytes) {
 }
 
 std::size_t defaultMemoryBudget() {
-  static const std::size_t quarter = detail::machineMemory() / 4;
-  return quarter;
+  static const std::size_t mebibytes = detail::machineMemory() / 4 >> 20;
+  return std::max<std::size_t>(mebibytes, 1) << 20;
 }
 
-void setSpillPrefix(FileSystem& files, const std::string& prefix) {
-  TileCache::instance().spillStore().setPlace(files, prefix);
+void setSpillPrefix(const std::string& prefix) {
+  TileCache::instance().spillStore().setPrefix(prefix);
 }
 
 CacheStatistics cacheStatistics() {

@@ -8,8 +8,6 @@
 
 namespace hxvoxora {
 
-class FileSystem;
-
 /// The memory budget of the process, in bytes: what the tiles of all volumes and the buffers of all boxes may take
 /// together. Tiles that can be had from a file again leave memory first, those used longest ago before others; edited
 /// tiles are written into spill files when nothing else is left. What somebody is using at the moment stays in memory
@@ -21,15 +19,15 @@ QUARN_VOXORA_API std::size_t memoryBudget();
 QUARN_VOXORA_API void setMemoryBudget(std::size_t bytes);
 
 /// A quarter of the memory that the process may have: of the machine, of its control group, or of its address space,
-/// whichever is least.
+/// whichever is least; in whole MiB.
 QUARN_VOXORA_API std::size_t defaultMemoryBudget();
 
 /// Where edited tiles go for which there is no room: files "<prefix>.spill<n>" that are for the owner of the process
 /// only and lose their names as soon as they are open, so that nothing is left behind however the process ends. They
-/// serve all volumes of the process, since volumes share tiles. Files in use stay when another prefix is set. With an
-/// empty prefix, as at the start, edited tiles have no place but memory, and edits that do not fit into the budget are
-/// refused. `files` must live until another prefix is set.
-QUARN_VOXORA_API void setSpillPrefix(FileSystem& files, const std::string& prefix);
+/// serve all volumes of the process, since volumes share tiles. They are made on FileSystem::current(). Files in use stay
+/// when another prefix is set. With an empty prefix, as at the start, edited tiles have no place but memory, and edits
+/// that do not fit into the budget are refused.
+QUARN_VOXORA_API void setSpillPrefix(const std::string& prefix);
 
 /// What became of the budget since the start of the process, and what is where at this moment.
 struct CacheStatistics {

@@ -20,19 +20,6 @@ constexpr int sizeCount = 14;  // 256 bytes to 2 MiB
 /// Unused slabs are kept up to this amount, or up to what is in use when that is more and the memory budget has room.
 constexpr std::size_t keptBytes = std::size_t{64} << 20;
 
-struct FreeMemory {
-  void operator()(std::byte* memory) const { std::free(memory); }
-};
-
-using SlabMemory = std::unique_ptr<std::byte, FreeMemory>;
-
-SlabMemory allocateSlab() {
-  SlabMemory memory(static_cast<std::byte*>(std::aligned_alloc(slabBytes, slabBytes)));
-  if (!memory) throw std::bad_alloc();
-  ::madvise(memory.get(), slabBytes, MADV_HUGEPAGE);  // a wish; all is well without
-  return memory;
-}
-
 std::array<PayloadPool*, sizeCount> makePools() {
   std::array<PayloadPool*, sizeCount> pools{};
   for (int i = 0; i < sizeCount; ++i) pools[i] = new PayloadPool(smallestPayload << i);
@@ -47,13 +34,16 @@ const std::array<PayloadPool*, sizeCount>& allPools() {
 
 }  // namespace
 
-struct PayloadPool::Slab {
-  PayloadPool* pool = nullptr;
-  SlabMemory memory;
-  std::unique_ptr<TilePayload[]> payloads;
-  std::vector<TilePayload*> free;
-  std::size_t payloadCount = 0;
-};
+void PayloadPool::FreeMemory::operator()(std::byte* memory) const {
+  std::free(memory);
+}
+
+PayloadPool::SlabMemory PayloadPool::allocateSlab() {
+  SlabMemory memory(static_cast<std::byte*>(std::aligned_alloc(slabBytes, slabBytes)));
+  if (!memory) throw std::bad_alloc();
+  ::madvise(memory.get(), slabBytes, MADV_HUGEPAGE);  // a wish; all is well without
+  return memory;
+}
 
 PayloadPool::PayloadPool(std::size_t byteSize) : byteSize_(byteSize) {}
 
@@ -61,6 +51,10 @@ PayloadPool::~PayloadPool() = default;
 
 PayloadPool& PayloadPool::ofSize(std::size_t byteSize) {
   return *allPools().at(static_cast<std::size_t>(std::countr_zero(byteSize / smallestPayload)));
+}
+
+std::span<PayloadPool* const> PayloadPool::all() {
+  return allPools();
 }
 
 PayloadStatistics PayloadPool::totals() {

@@ -4,6 +4,8 @@
 #include <xxhash.h>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/files/detail/fileNames.h"
 
 namespace hxvoxora::detail {
 
@@ -12,7 +14,7 @@ namespace {
 /// A tile in a spill file.
 class SpilledTile final : public TileBacking {
 public:
-  SpilledTile(Ref<const SpillFile> file, std::uint64_t offset, const TilePayload& payload,
+  SpilledTile(std::shared_ptr<const SpillFile> file, std::uint64_t offset, const TilePayload& payload,
               std::atomic<std::size_t>& bytesNeeded)
       : file_(std::move(file)),
         offset_(offset),
@@ -30,7 +32,7 @@ public:
   }
 
 private:
-  const Ref<const SpillFile> file_;
+  const std::shared_ptr<const SpillFile> file_;
   const std::uint64_t offset_;
   const std::uint64_t checksum_;
   const std::size_t byteSize_;
@@ -39,17 +41,15 @@ private:
 
 }  // namespace
 
-void SpillStore::setPlace(FileSystem& files, const std::string& prefix) {
+void SpillStore::setPrefix(const std::string& prefix) {
   const std::lock_guard lock(mutex_);
-  if (files_ == &files && prefix_ == prefix) return;
-  files_ = &files;
+  if (prefix.empty() || folderOf(prefix_) != folderOf(prefix)) current_.reset();
   prefix_ = prefix;
-  current_ = nullptr;
 }
 
 std::vector<Ref<const TileBacking>> SpillStore::write(std::span<const Ref<const TilePayload>> payloads,
                                                       std::uint64_t fileBytes) {
-  const Ref<SpillFile> file = fileWithRoom(fileBytes);
+  const std::shared_ptr<SpillFile> file = fileWithRoom(fileBytes);
   std::vector<Ref<const TileBacking>> tiles;
   std::vector<std::byte> bytes;
   tiles.reserve(payloads.size());
@@ -61,24 +61,27 @@ std::vector<Ref<const TileBacking>> SpillStore::write(std::span<const Ref<const 
     file->append(bytes);
   } catch (...) {
     const std::lock_guard lock(mutex_);
-    if (current_ == file) current_ = nullptr;
+    if (current_.lock() == file) current_.reset();
     throw;
   }
   return tiles;
 }
 
-/// Holding the lock: whoever sets another place knows that the old one is not used any more when the call is over.
-Ref<SpillFile> SpillStore::fileWithRoom(std::uint64_t fileBytes) {
+std::shared_ptr<SpillFile> SpillStore::fileWithRoom(std::uint64_t fileBytes) {
   const std::lock_guard lock(mutex_);
-  if (current_ && current_->size() < fileBytes) return current_;
-  current_ = nullptr;
+  if (std::shared_ptr<SpillFile> file = current_.lock()) {
+    if (file->size() < fileBytes) return file;
+    file->finish();
+  }
   if (prefix_.empty()) throw McException("there is no folder for temporary files");
+  FileSystem& files = FileSystem::current();
   std::string path;
   do {
     path = prefix_ + ".spill" + std::to_string(++filesMade_);
-  } while (files_->kind(path) != FileKind::missing);
-  current_ = makeRef<SpillFile>(*files_, path);
-  return current_;
+  } while (files.kind(path) != FileKind::missing);
+  auto file = std::make_shared<SpillFile>(files, path);
+  current_ = file;
+  return file;
 }
 
 }  // namespace hxvoxora::detail

@@ -3,9 +3,10 @@
 #include <set>
 #include <utility>
 
+#include "quarn/voxora/tiles/detail/OwnerLock.h"
 #include "quarn/voxora/tiles/detail/TileCell.h"
 
-/// The list of cells, and what is counted.
+/// Who holds which bits, and what is counted.
 namespace hxvoxora::detail {
 
 namespace {
@@ -51,7 +52,8 @@ struct ThreadHits {
 };
 
 /// The counter of the thread; null before the first hit and after the thread's objects have ended.
-thread_local HitCounters::Counter* hitsOfThread = nullptr;
+/// This library is never loaded late, so that the counter can be found without a call.
+[[gnu::tls_model("initial-exec")]] thread_local HitCounters::Counter* hitsOfThread = nullptr;
 thread_local bool hasEnded = false;
 
 ThreadHits::~ThreadHits() {
@@ -88,53 +90,44 @@ void TileCache::countBuffer(std::size_t bytes) noexcept {
   bufferBytes_.fetch_add(bytes, std::memory_order_relaxed);
 }
 
-/// Cells that lie side by side in memory share a shard, so that linking one touches the same memory again.
-TileCache::Shard& TileCache::shardOf(const TileCell& cell) {
-  constexpr std::uint64_t spread = 0x9e3779b97f4a7c15;
-  return shards_[(reinterpret_cast<std::uintptr_t>(&cell) >> 12) * spread >> 58];
+void TileCache::attach(const TileCell& cell, const TilePayload& payload) noexcept {
+  const std::uint32_t now = clock_.load(std::memory_order_relaxed) + 1;
+  clock_.store(now, std::memory_order_relaxed);  // a tick that gets lost between threads does no harm
+  OwnerLock owners(payload);
+  const bool areOthersBacked = !owners.first() || payload.isBacked_.load(std::memory_order_relaxed);
+  payload.isBacked_.store(areOthersBacked && cell.hasBacking(), std::memory_order_relaxed);
+  payload.lastUse_.store(now, std::memory_order_relaxed);
+  owners.add(cell);
 }
 
-void TileCache::link(Shard& shard, const TileCell& cell) noexcept {
-  cell.lastUse_.store(clock_.fetch_add(1, std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-  cell.previous_ = nullptr;
-  cell.next_ = shard.first;
-  if (shard.first) shard.first->previous_ = &cell;
-  shard.first = &cell;
-  cell.isListed_.store(true, std::memory_order_relaxed);
-}
-
-/// The last access to a cell that may be about to end.
-void TileCache::unlink(Shard& shard, const TileCell& cell) noexcept {
-  (cell.previous_ ? cell.previous_->next_ : shard.first) = cell.next_;
-  if (cell.next_) cell.next_->previous_ = cell.previous_;
-  cell.isListed_.store(false, std::memory_order_release);
+void TileCache::detach(const TileCell& cell, const TilePayload& payload) noexcept {
+  OwnerLock owners(payload);
+  if (owners.remove(cell) && owners.first()) payload.isBacked_.store(owners.areBacked(), std::memory_order_relaxed);
 }
 
 void TileCache::add(const TileCell& cell) noexcept {
-  Shard& shard = shardOf(cell);
-  const std::lock_guard lock(shard.mutex);
-  link(shard, cell);
+  attach(cell, *cell.payload_.peek());
 }
 
+/// The reference keeps the bits from going back to the pool before the lock is released.
 void TileCache::remove(const TileCell& cell) noexcept {
-  if (!cell.isListed_.load(std::memory_order_acquire)) return;
-  Shard& shard = shardOf(cell);
-  const std::lock_guard lock(shard.mutex);
-  if (cell.isListed_.load(std::memory_order_relaxed)) unlink(shard, cell);
+  if (const Ref<const TilePayload> payload = cell.payload_.exchange(nullptr)) detach(cell, *payload);
 }
 
+/// The payload gets its cell first, so that it is never in a cell without being known.
 Ref<const TilePayload> TileCache::keep(const TileCell& cell, Ref<const TilePayload> loaded) noexcept {
   loads_.fetch_add(1, std::memory_order_relaxed);
-  Shard& shard = shardOf(cell);
-  const std::lock_guard lock(shard.mutex);
-  if (Ref<const TilePayload> present = cell.payload_.load()) return present;
-  cell.payload_.store(loaded);
-  link(shard, cell);
-  return loaded;
+  attach(cell, *loaded);
+  if (cell.payload_.storeIfEmpty(loaded)) return loaded;
+  detach(cell, *loaded);
+  Ref<const TilePayload> present = cell.payload_.load();
+  return present ? present : loaded;
 }
 
-void TileCache::countHit(const TileCell& cell) noexcept {
-  cell.lastUse_.store(clock_.load(std::memory_order_relaxed), std::memory_order_relaxed);
+void TileCache::countHit(const TilePayload& payload) noexcept {
+  // Many may read one payload: it is written only when that says something new.
+  const std::uint32_t now = clock_.load(std::memory_order_relaxed);
+  if (payload.lastUse_.load(std::memory_order_relaxed) != now) payload.lastUse_.store(now, std::memory_order_relaxed);
   HitCounters::Counter* hits = hitsOfThread ? hitsOfThread : startCounting();
   if (hits) hits->store(hits->load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }

@@ -2,6 +2,8 @@
 #include <utility>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/tiles/detail/OwnerLock.h"
+#include "quarn/voxora/tiles/detail/PayloadPool.h"
 #include "quarn/voxora/tiles/detail/TileCache.h"
 #include "quarn/voxora/tiles/detail/TileCell.h"
 
@@ -14,10 +16,10 @@ namespace {
 constexpr std::size_t spillBytesAtOnce = std::size_t{1} << 20;
 
 /// A spill file is as large as the budget, but not larger than this.
-constexpr std::uint64_t largestSpillFile = std::uint64_t{64} << 20;
+constexpr std::uint64_t largestSpillFile = std::uint64_t{256} << 20;
 
-/// After a try in vain one allocation in so many listed cells goes by without another.
-constexpr std::size_t cellsPerPause = 64;
+/// After a try in vain, one allocation for so many payloads goes by without another.
+constexpr std::size_t payloadsPerPause = 64;
 
 }  // namespace
 
@@ -28,9 +30,9 @@ void TileCache::setBudget(std::size_t bytes) {
   if (bytesInUse() > bytes) evictDownTo(bytes);
 }
 
-void TileCache::Census::add(std::uint32_t age, std::size_t cellBytes) {
+void TileCache::Census::add(std::uint32_t age, std::size_t payloadBytes) {
   ages.push_back(age);
-  bytes += cellBytes;
+  bytes += payloadBytes;
 }
 
 std::uint32_t TileCache::Census::ageHolding(std::size_t wantedBytes) {
@@ -42,8 +44,8 @@ std::uint32_t TileCache::Census::ageHolding(std::size_t wantedBytes) {
 }
 
 /// Ticks since the last use; the clock may have turned over meanwhile.
-std::uint32_t TileCache::age(const TileCell& cell) const {
-  return clock_.load(std::memory_order_relaxed) - cell.lastUse_.load(std::memory_order_relaxed);
+std::uint32_t TileCache::age(const TilePayload& payload) const {
+  return clock_.load(std::memory_order_relaxed) - payload.lastUse_.load(std::memory_order_relaxed);
 }
 
 /// The bytes are counted already.
@@ -68,7 +70,7 @@ void TileCache::makeRoomFor(std::size_t bytes, TilePayload::Purpose purpose) {
 void TileCache::evictDownTo(std::size_t target) {
   Censuses censuses = takeCensus();
   Census &backed = censuses.backed, &edited = censuses.edited;
-  const std::size_t cells = backed.ages.size() + edited.ages.size();
+  const std::size_t payloads = backed.ages.size() + edited.ages.size();
   const auto missing = [&] { return std::max(bytesInUse(), target) - target; };
   const std::size_t kept = std::min({backed.bytes, edited.bytes, budget() / 8});
   const std::size_t spare = backed.bytes - kept;
@@ -77,7 +79,7 @@ void TileCache::evictDownTo(std::size_t target) {
   spillFailure_.clear();
   if (missing() > 0) editedBytesLeft_ -= spillEdited(edited, missing());
   if (missing() > 0) dropBacked(takeCensus().backed, missing());
-  pause_ = bytesInUse() > budget() ? cells / cellsPerPause : 0;
+  pause_ = bytesInUse() > budget() ? payloads / payloadsPerPause : 0;
 }
 
 /// An edit may exceed the budget by what is pinned at the moment, but not when edited tiles pile up.
@@ -91,10 +93,13 @@ void TileCache::requireRoomForEdit(std::size_t bytes) {
 
 TileCache::Censuses TileCache::takeCensus() {
   Censuses censuses;
-  for (Shard& shard : shards_) {
-    const std::lock_guard lock(shard.mutex);
-    for (const TileCell* cell = shard.first; cell; cell = cell->next_)
-      (cell->hasBacking() ? censuses.backed : censuses.edited).add(age(*cell), cell->payload_.peek()->byteSize());
+  for (PayloadPool* pool : PayloadPool::all()) {
+    pool->forEachPayload([&](const TilePayload& payload) {
+      if (payload.owners_.load(std::memory_order_relaxed) == 0) return true;
+      const bool isBacked = payload.isBacked_.load(std::memory_order_relaxed);
+      (isBacked ? censuses.backed : censuses.edited).add(age(payload), payload.byteSize());
+      return true;
+    });
   }
   return censuses;
 }
@@ -107,48 +112,55 @@ void TileCache::dropBacked(Census census, std::size_t wantedBytes) {
 }
 
 std::size_t TileCache::dropBackedOlderThan(std::uint32_t oldest, std::size_t wantedBytes) {
-  std::size_t dropped = 0;
-  for (Shard& shard : shards_) {
-    const std::lock_guard lock(shard.mutex);
-    for (const TileCell* cell = shard.first; cell && dropped < wantedBytes;) {
-      const TileCell* next = cell->next_;
-      if (cell->hasBacking() && age(*cell) >= oldest) dropped += drop(*cell);
-      cell = next;
-    }
+  std::size_t bytes = 0;
+  for (PayloadPool* pool : PayloadPool::all()) {
+    Payloads dropped;  // they go back to the pool when its lock is released
+    pool->forEachPayload([&](const TilePayload& payload) {
+      if (bytes >= wantedBytes) return false;
+      if (age(payload) < oldest) return true;
+      OwnerLock owners(payload, std::try_to_lock);
+      if (!owners.isLocked() || !payload.isBacked_ || isPinned(payload, owners, 0)) return true;
+      dropped.emplace_back(&payload);
+      bytes += payload.byteSize();
+      drop(owners);
+      return true;
+    });
   }
-  return dropped;
+  return bytes;
 }
 
-/// Under the lock of the cell's shard. Bits that somebody uses would stay in memory, and might be loaded beside.
-bool TileCache::isPinned(const TileCell& cell) noexcept {
-  return cell.payload_.otherHolders() == AtomicRef<const TilePayload>::Holders::References;
+/// Bits that somebody uses would stay in memory all the same, and might be loaded beside. While cells are being made or
+/// end the numbers do not agree, and the bits count as pinned.
+bool TileCache::isPinned(const TilePayload& payload, const OwnerLock& owners,
+                         std::int64_t referencesOfCaller) noexcept {
+  std::int64_t held = referencesOfCaller;
+  for (const TileCell* cell = owners.first(); cell; cell = cell->nextOwner_) {
+    if (cell->payload_.peek() != &payload) return true;
+    held += cell->payload_.referencesHeld();
+  }
+  return payload.referenceCount() != held;
 }
 
-/// Under the lock of the cell's shard. Returns the bytes that come free: none as long as another cell has the same
-/// bits.
-std::size_t TileCache::drop(const TileCell& cell) noexcept {
-  if (isPinned(cell)) return 0;
-  const bool isShared = cell.payload_.otherHolders() != AtomicRef<const TilePayload>::Holders::None;
-  const std::size_t bytes = cell.payload_.peek()->byteSize();
-  cell.payload_.store(nullptr);
-  unlink(shardOf(cell), cell);
+/// Takes the bits from all cells that hold them. The caller has a reference.
+void TileCache::drop(OwnerLock& owners) noexcept {
+  while (const TileCell* cell = owners.first()) {
+    owners.remove(*cell);
+    cell->payload_.store(nullptr);
+  }
   evictions_.fetch_add(1, std::memory_order_relaxed);
-  return isShared ? 0 : bytes;
 }
 
-/// Returns the bytes that need no place in memory any more.
+/// Returns the bytes that can be had again from now on.
 std::size_t TileCache::spillEdited(Census& census, std::size_t wantedBytes) {
   if (census.ages.empty()) return 0;
-  const std::vector<Ref<const TileCell>> cells = editedOlderThan(census.ageHolding(wantedBytes), wantedBytes);
-  std::size_t spilled = 0;
-  std::vector<Ref<const TileCell>> piece;
-  std::size_t pieceBytes = 0;
+  Payloads edited = editedOlderThan(census.ageHolding(wantedBytes), wantedBytes), piece;
+  std::size_t spilled = 0, pieceBytes = 0;
   try {
-    for (const Ref<const TileCell>& cell : cells) {
-      piece.push_back(cell);
-      pieceBytes += cell->inMemory()->byteSize();
-      if (pieceBytes < spillBytesAtOnce && &cell != &cells.back()) continue;
-      spilled += spill(piece);
+    for (Ref<const TilePayload>& payload : edited) {
+      pieceBytes += payload->byteSize();
+      piece.push_back(std::move(payload));
+      if (pieceBytes < spillBytesAtOnce && &payload != &edited.back()) continue;
+      spilled += spill(std::move(piece));
       piece.clear();
       pieceBytes = 0;
     }
@@ -158,35 +170,40 @@ std::size_t TileCache::spillEdited(Census& census, std::size_t wantedBytes) {
   return spilled;
 }
 
-std::vector<Ref<const TileCell>> TileCache::editedOlderThan(std::uint32_t oldest, std::size_t wantedBytes) {
-  std::vector<Ref<const TileCell>> cells;
+TileCache::Payloads TileCache::editedOlderThan(std::uint32_t oldest, std::size_t wantedBytes) {
+  Payloads edited;
   std::size_t bytes = 0;
-  for (Shard& shard : shards_) {
-    const std::lock_guard lock(shard.mutex);
-    for (const TileCell* cell = shard.first; cell && bytes < wantedBytes; cell = cell->next_) {
-      if (cell->hasBacking() || age(*cell) < oldest || isPinned(*cell) || !cell->tryRef()) continue;
-      bytes += cell->payload_.peek()->byteSize();
-      cells.push_back(Ref<const TileCell>::adopt(cell));
-    }
+  for (PayloadPool* pool : PayloadPool::all()) {
+    pool->forEachPayload([&](const TilePayload& payload) {
+      if (bytes >= wantedBytes) return false;
+      if (age(payload) < oldest) return true;
+      const OwnerLock owners(payload, std::try_to_lock);
+      if (!owners.isLocked() || payload.isBacked_ || isPinned(payload, owners, 0)) return true;
+      edited.emplace_back(&payload);
+      bytes += payload.byteSize();
+      return true;
+    });
   }
-  return cells;
+  return edited;
 }
 
-/// No lock of a list is held meanwhile. Only the eviction gives bits in memory up, so they are there.
-std::size_t TileCache::spill(const std::vector<Ref<const TileCell>>& cells) {
-  std::vector<Ref<const TilePayload>> payloads;
-  for (const Ref<const TileCell>& cell : cells) payloads.push_back(cell->inMemory());
+/// The cells may have gone meanwhile, and others come.
+std::size_t TileCache::spill(Payloads payloads) {
   const auto fileBytes = std::min<std::uint64_t>(budget(), largestSpillFile);
   const std::vector<Ref<const TileBacking>> backings = spillStore_.write(payloads, fileBytes);
-  spills_.fetch_add(cells.size(), std::memory_order_relaxed);
+  spills_.fetch_add(payloads.size(), std::memory_order_relaxed);
   std::size_t bytes = 0;
-  for (std::size_t i = 0; i < cells.size(); ++i) {
-    bytes += payloads[i]->byteSize();
-    payloads[i] = nullptr;
-    const TileCell& cell = *cells[i];
-    const std::lock_guard lock(shardOf(cell).mutex);
-    cell.backing_.store(Ref<const TileBacking>(backings[i]).release(), std::memory_order_release);
-    drop(cell);
+  for (std::size_t i = 0; i < payloads.size(); ++i) {
+    const TilePayload& payload = *payloads[i];
+    bytes += payload.byteSize();
+    OwnerLock owners(payload);
+    if (!owners.first()) continue;
+    for (const TileCell* cell = owners.first(); cell; cell = cell->nextOwner_) {
+      if (!cell->hasBacking())
+        cell->backing_.store(Ref<const TileBacking>(backings[i]).release(), std::memory_order_release);
+    }
+    payload.isBacked_ = true;
+    if (!isPinned(payload, owners, 1)) drop(owners);
   }
   return bytes;
 }

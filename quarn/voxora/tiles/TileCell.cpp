@@ -12,7 +12,7 @@ TileCell::TileCell(Ref<const TilePayload> payload) : payload_(std::move(payload)
 
 TileCell::TileCell(Ref<const TileBacking> backing, std::uint64_t key, Ref<const TilePayload> payload)
     : payload_(std::move(payload)), backing_(backing.release()), key_(key) {
-  if (inMemory()) TileCache::instance().add(*this);
+  if (payload_.peek()) TileCache::instance().add(*this);
 }
 
 TileCell::~TileCell() {
@@ -22,7 +22,7 @@ TileCell::~TileCell() {
 
 Ref<const TilePayload> TileCell::pin() const {
   if (Ref<const TilePayload> payload = payload_.load()) {
-    TileCache::instance().countHit(*this);
+    TileCache::instance().countHit(*payload);
     return payload;
   }
   return TileCache::instance().keep(*this, backing()->load(key_));

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 
 #include "quarn/voxora/export.h"
 #include "quarn/voxora/tiles/Counted.h"
@@ -9,6 +11,10 @@
 namespace hxvoxora {
 
 class PayloadPool;
+
+namespace detail {
+class TileCache;
+}
 
 /// The bits of one tile: most significant bit first, x fastest, then y, then z, rows of the full tile. Once other code
 /// can see a payload it never changes. It stays in memory as long as a reference is held.
@@ -34,12 +40,19 @@ public:
 
 private:
   friend class PayloadPool;
+  friend class detail::TileCache;
   TilePayload() = default;
   void dispose() const noexcept override;
 
   std::byte* bits_ = nullptr;
   std::size_t byteSize_ = 0;
   void* slab_ = nullptr;
+
+  // The cache's: the first of the cells that hold the bits, with a mark when it is locked; when the bits were last
+  // used; and whether they can be had again.
+  mutable std::atomic<std::uintptr_t> owners_ = 0;
+  mutable std::atomic<std::uint32_t> lastUse_ = 0;
+  mutable std::atomic<bool> isBacked_ = false;
 };
 
 /// What the pools of payloads hold at this moment, and have handed out since the start of the process.

@@ -6,6 +6,7 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "quarn/voxora/tiles/MemoryBudget.h"
 
 namespace hxvoxora::utilities {
 
@@ -33,6 +34,20 @@ void outputTiles(const TileSnapshot& content, std::ostream& out) {
   outputNumber(out, "tiles with all voxels set", set);
   outputNumber(out, "tiles with voxels of both values", mixed);
   outputNumber(out, "bytes of a tile", content.grid().tileByteSize());
+}
+
+/// All volumes of the process.
+void outputMemory(std::ostream& out) {
+  const CacheStatistics cache = cacheStatistics();
+  outputNumber(out, "memory budget in bytes, all volumes", memoryBudget());
+  outputNumber(out, "bytes of tiles in memory, all volumes", cache.bytesInMemory);
+  outputNumber(out, "bytes reserved for tiles, all volumes", payloadStatistics().bytesReserved);
+  outputNumber(out, "bytes of box buffers, all volumes", cache.bytesInBuffers);
+  outputNumber(out, "bytes of tiles in spill files, all volumes", cache.bytesSpilled);
+  outputNumber(out, "tile hits, all volumes", cache.hits);
+  outputNumber(out, "tile loads, all volumes", cache.loads);
+  outputNumber(out, "tile evictions, all volumes", cache.evictions);
+  outputNumber(out, "tile spills, all volumes", cache.spills);
 }
 
 }  // namespace
@@ -68,9 +83,7 @@ void outputLDMResourceParameters(const SoVolumeData* volume, std::ostream& out) 
     out << "default value: " << (mask->defaultValue() ? "1" : "0") << "\n";
     out << "unsaved edits: " << (mask->hasUnsavedEdits() ? "yes" : "no") << "\n";
   }
-  const PayloadStatistics memory = payloadStatistics();
-  outputNumber(out, "bytes of tiles in memory, all volumes", memory.bytesInUse);
-  outputNumber(out, "bytes reserved for tiles, all volumes", memory.bytesReserved);
+  outputMemory(out);
 }
 
 }  // namespace hxvoxora::utilities

@@ -20,7 +20,8 @@ QUARN_VOXORA_API void setDefaultTileSize(int voxels);
 /// volumes of one grid agree.
 QUARN_VOXORA_API SbVec3i32 computeLDMTileSize(const McDim3l& dimensions);
 
-/// Writes what a volume is made of and takes, one "name: value" a line. `volume` may be null.
+/// Writes what a volume is made of, and what became of the memory budget of all volumes, one "name: value" a line.
+/// `volume` may be null.
 QUARN_VOXORA_API void outputLDMResourceParameters(const SoVolumeData* volume, std::ostream& out);
 
 }  // namespace hxvoxora::utilities

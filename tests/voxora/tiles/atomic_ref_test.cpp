@@ -50,6 +50,59 @@ TEST(AtomicRef, MoreReadsThanItsStockLoseNoReference) {
   EXPECT_EQ(Value::alive, 0);
 }
 
+TEST(AtomicRef, ExchangeHandsTheFormerObjectOver) {
+  AtomicRef<Value> place(makeRef<Value>(1));
+  const Ref<Value> read = place.load();
+  const Ref<Value> former = place.exchange(makeRef<Value>(2));
+  EXPECT_EQ(former, read);
+  EXPECT_EQ(former->referenceCount(), 2);
+  EXPECT_EQ(place.exchange(nullptr)->number, 2);
+  EXPECT_FALSE(place.exchange(nullptr));
+  EXPECT_EQ(Value::alive, 1);
+}
+
+TEST(AtomicRef, StoresOnlyWhereThereIsNothing) {
+  {
+    AtomicRef<Value> place;
+    EXPECT_TRUE(place.storeIfEmpty(makeRef<Value>(1)));
+    EXPECT_FALSE(place.storeIfEmpty(makeRef<Value>(2)));
+    EXPECT_EQ(Value::alive, 1);
+    EXPECT_EQ(place.peek()->number, 1);
+  }
+  EXPECT_EQ(Value::alive, 0);
+}
+
+TEST(AtomicRef, TellsItsReferencesFromThoseOfOthers) {
+  AtomicRef<Value> place(makeRef<Value>(1));
+  const auto others = [&] { return place.peek()->referenceCount() - place.referencesHeld(); };
+  EXPECT_EQ(others(), 0);
+  std::vector<Ref<Value>> kept;
+  for (int i = 0; i < 40000; ++i) kept.push_back(place.load());
+  EXPECT_EQ(others(), 40000);
+  kept.resize(3);
+  EXPECT_EQ(others(), 3);
+  place.store(nullptr);
+  EXPECT_EQ(place.referencesHeld(), 0);
+}
+
+TEST(AtomicRef, OneOfManyWritersStoresWhereThereIsNothing) {
+  for (int round = 0; round < 500; ++round) {
+    AtomicRef<Value> place;
+    std::atomic<int> stored = 0;
+    std::vector<std::thread> writers;
+    for (int t = 0; t < 3; ++t) {
+      writers.emplace_back([&] {
+        place.load();
+        stored += place.storeIfEmpty(makeRef<Value>(1));
+      });
+    }
+    for (std::thread& writer : writers) writer.join();
+    ASSERT_EQ(stored, 1);
+    ASSERT_EQ(place.peek()->referenceCount(), place.referencesHeld());
+  }
+  EXPECT_EQ(Value::alive, 0);
+}
+
 TEST(AtomicRef, ReadersAndWritersAtOnce) {
   {
     AtomicRef<Value> place(makeRef<Value>(0));

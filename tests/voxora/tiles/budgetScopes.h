@@ -15,13 +15,16 @@ public:
   BudgetScope& operator=(const BudgetScope&) = delete;
 };
 
-/// A place for spill files as long as it lives; none afterwards.
+/// A place for spill files as long as it lives, none afterwards; all other new files go to its file system, too.
 class SpillScope {
 public:
-  explicit SpillScope(hxvoxora::FileSystem& files, const std::string& prefix = "spilled") {
-    hxvoxora::setSpillPrefix(files, prefix);
+  explicit SpillScope(hxvoxora::FileSystem& files, const std::string& prefix = "spilled") : current_(files) {
+    hxvoxora::setSpillPrefix(prefix);
   }
-  ~SpillScope() { hxvoxora::setSpillPrefix(hxvoxora::FileSystem::posix(), std::string()); }
+  ~SpillScope() { hxvoxora::setSpillPrefix(std::string()); }
   SpillScope(const SpillScope&) = delete;
   SpillScope& operator=(const SpillScope&) = delete;
+
+private:
+  hxvoxora::FileSystemOverride current_;
 };

@@ -5,7 +5,9 @@
 #include <sstream>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/MemoryFileSystem.h"
 #include "tests/voxora/nodes/maskSupport.h"
+#include "tests/voxora/tiles/budgetScopes.h"
 
 namespace {
 
@@ -38,6 +40,30 @@ TEST(LdmUtilities, ResourceParametersTellTheNode) {
   EXPECT_THAT(out.str(), HasSubstr("tiles with all voxels set: 1\n"));
   EXPECT_THAT(out.str(), HasSubstr("tiles with voxels of both values: 1\n"));
   EXPECT_THAT(out.str(), HasSubstr("unsaved edits: yes\n"));
+}
+
+TEST(LdmUtilities, ResourceParametersTellTheCache) {
+  hxvoxora::MemoryFileSystem files;
+  const SpillScope place(files);
+  const BudgetScope budget(std::size_t{3} << 12);
+  const auto mask = makeMask({320, 32, 32}, {32, 32, 32});
+  for (int tile = 0; tile < 10; ++tile) fill(*mask, {{32 * tile, 0, 0}, {32 * tile, 0, 0}}, true);
+  mask->countSetVoxels(wholeBox(*mask));
+  std::ostringstream out;
+  utilities::outputLDMResourceParameters(mask.get(), out);
+  const hxvoxora::CacheStatistics cache = hxvoxora::cacheStatistics();
+  ASSERT_GT(cache.spills, 0u);
+  const auto line = [](const std::string& name, std::uint64_t value) {
+    return "\n" + name + ", all volumes: " + std::to_string(value) + "\n";
+  };
+  EXPECT_THAT(out.str(), HasSubstr(line("memory budget in bytes", 12288)));
+  EXPECT_THAT(out.str(), HasSubstr(line("bytes of tiles in memory", cache.bytesInMemory)));
+  EXPECT_THAT(out.str(), HasSubstr(line("bytes of box buffers", cache.bytesInBuffers)));
+  EXPECT_THAT(out.str(), HasSubstr(line("bytes of tiles in spill files", cache.bytesSpilled)));
+  EXPECT_THAT(out.str(), HasSubstr(line("tile hits", cache.hits)));
+  EXPECT_THAT(out.str(), HasSubstr(line("tile loads", cache.loads)));
+  EXPECT_THAT(out.str(), HasSubstr(line("tile evictions", cache.evictions)));
+  EXPECT_THAT(out.str(), HasSubstr(line("tile spills", cache.spills)));
 }
 
 TEST(LdmUtilities, ResourceParametersOfNoVolume) {

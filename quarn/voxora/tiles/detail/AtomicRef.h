@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <utility>
 
 #include "quarn/voxora/tiles/Ref.h"
 
@@ -30,33 +31,53 @@ public:
   }
 
   void store(Ref<T> next) noexcept {
-    T* object = next.release();
-    if (object) object->addReferences(stock - 1);
-    const std::uint64_t old = word_.exchange(reinterpret_cast<std::uintptr_t>(object), std::memory_order_acq_rel);
+    const std::uint64_t old = word_.exchange(filled(next), std::memory_order_acq_rel);
     if (T* former = address(old)) former->dropReferences(stock - taken(old));
   }
 
-  /// Who holds the object beside this place, as far as can be told while others take and drop references.
-  enum class Holders {
-    None,         ///< nobody
-    References,   ///< references, taken from here or elsewhere
-    OtherPlaces,  ///< other places of this kind; whether references as well cannot be told
-  };
-
-  /// Not to be called beside store(), nor for an empty place.
-  Holders otherHolders() const noexcept {
-    const std::uint64_t word = word_.load(std::memory_order_acquire);
-    const std::int64_t others = address(word)->referenceCount() - (stock - taken(word));
-    return others == 0 ? Holders::None : others < stock / 2 ? Holders::References : Holders::OtherPlaces;
+  /// Puts `next` in the place of the object and returns that.
+  Ref<T> exchange(Ref<T> next) noexcept {
+    const std::uint64_t old = word_.exchange(filled(next), std::memory_order_acq_rel);
+    T* former = address(old);
+    // One reference of the stock goes to the caller.
+    if (former) former->dropReferences(stock - taken(old) - 1);
+    return Ref<T>::adopt(former);
   }
 
-  /// The object itself, which stays as long as nobody calls store().
+  /// Stores an object where there is none; false, and nothing stored, where there is one.
+  bool storeIfEmpty(Ref<T> next) noexcept {
+    std::uint64_t present = word_.load(std::memory_order_acquire);
+    if (address(present)) return false;
+    T* object = next.get();
+    const std::uint64_t word = filled(next);
+    while (!word_.compare_exchange_weak(present, word, std::memory_order_acq_rel)) {
+      if (!address(present)) continue;
+      object->dropReferences(stock);
+      return false;
+    }
+    return true;
+  }
+
+  /// The references to its object that this place holds at this moment.
+  std::int64_t referencesHeld() const noexcept {
+    const std::uint64_t word = word_.load(std::memory_order_acquire);
+    return address(word) ? stock - taken(word) : 0;
+  }
+
+  /// The object, which is there as long as nobody replaces it.
   T* peek() const noexcept { return address(word_.load(std::memory_order_acquire)); }
 
 private:
   static constexpr std::uint64_t oneTaken = std::uint64_t{1} << 48;
   static constexpr std::int64_t stock = 1 << 16;
   static constexpr std::int64_t refillAt = 1 << 14;
+
+  /// The word for an object and a full stock, one of which was the reference given.
+  static std::uint64_t filled(Ref<T>& next) noexcept {
+    T* object = next.release();
+    if (object) object->addReferences(stock - 1);
+    return reinterpret_cast<std::uintptr_t>(object);
+  }
 
   static T* address(std::uint64_t word) { return reinterpret_cast<T*>(word & (oneTaken - 1)); }
   static std::int64_t taken(std::uint64_t word) { return static_cast<std::int64_t>(word >> 48); }

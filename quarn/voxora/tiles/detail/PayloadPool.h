@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <vector>
 
 #include "quarn/voxora/tiles/TilePayload.h"
@@ -21,6 +22,20 @@ public:
   explicit PayloadPool(std::size_t byteSize);
   ~PayloadPool();
 
+  /// The pools of all sizes.
+  static std::span<PayloadPool* const> all();
+
+  /// Calls visit(payload) for every payload, handed out or not, until it returns false. It must not give any back.
+  template <typename Visit>
+  void forEachPayload(Visit visit) {
+    const std::lock_guard lock(mutex_);
+    for (const std::unique_ptr<Slab>& slab : slabs_) {
+      for (std::size_t i = 0; i < slab->payloadCount; ++i) {
+        if (!visit(slab->payloads[i])) return;
+      }
+    }
+  }
+
   /// A payload without references.
   TilePayload* take();
 
@@ -28,8 +43,20 @@ public:
   static void giveBack(TilePayload* payload) noexcept;
 
 private:
-  struct Slab;
+  struct FreeMemory {
+    void operator()(std::byte* memory) const;
+  };
+  using SlabMemory = std::unique_ptr<std::byte, FreeMemory>;
 
+  struct Slab {
+    PayloadPool* pool = nullptr;
+    SlabMemory memory;
+    std::unique_ptr<TilePayload[]> payloads;
+    std::vector<TilePayload*> free;
+    std::size_t payloadCount = 0;
+  };
+
+  static SlabMemory allocateSlab();
   Slab& slabWithRoom();
   void putBack(TilePayload* payload, Slab& slab) noexcept;
   void releaseSpareSlab() noexcept;

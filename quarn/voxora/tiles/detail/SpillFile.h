@@ -7,13 +7,12 @@
 #include <string>
 
 #include "quarn/voxora/files/FileSystem.h"
-#include "quarn/voxora/tiles/Counted.h"
 
 namespace hxvoxora::detail {
 
-/// A file without a name: it is gone when the last reference or the process is. Never synced. One thread at a time may
+/// A file without a name: it is gone when the object or the process is. Never synced. One thread at a time may
 /// append, any number may read.
-class SpillFile final : public Counted {
+class SpillFile {
 public:
   /// Makes the file and takes its name away. Throws McException, and leaves no file then unless it cannot be removed.
   SpillFile(FileSystem& files, const std::string& path);
@@ -23,6 +22,9 @@ public:
 
   /// Throws McException; nothing may be appended after that.
   void append(std::span<const std::byte> bytes);
+
+  /// Nothing will be appended any more, which saves a descriptor.
+  void finish() { output_.reset(); }
 
   /// Reads what was appended; McException naming the file when it does not have this XXH3 checksum.
   void read(std::uint64_t offset, std::uint64_t checksum, std::span<std::byte> out) const;

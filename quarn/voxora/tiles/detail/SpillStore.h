@@ -3,12 +3,12 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/tiles/Ref.h"
 #include "quarn/voxora/tiles/TilePayload.h"
 #include "quarn/voxora/tiles/detail/SpillFile.h"
@@ -16,12 +16,12 @@
 
 namespace hxvoxora::detail {
 
-/// Writes edited tiles into spill files, one after the other. setPlace() is safe from any thread, write() is for one
+/// Writes edited tiles into spill files, one after the other. setPrefix() is safe from any thread, write() is for one
 /// thread at a time.
 class SpillStore {
 public:
-  /// Where files are made from now on; nowhere for an empty prefix.
-  void setPlace(FileSystem& files, const std::string& prefix);
+  /// What the names of files begin with from now on; an empty one stands for no files.
+  void setPrefix(const std::string& prefix);
 
   /// Where tiles can be had that were written; as many as payloads. `fileBytes` is about how large a file may become:
   /// the space of a file comes back when none of its tiles is needed any more. Throws McException when the tiles cannot
@@ -32,13 +32,12 @@ public:
   std::size_t bytesNeeded() const { return bytesNeeded_.load(std::memory_order_relaxed); }
 
 private:
-  Ref<SpillFile> fileWithRoom(std::uint64_t fileBytes);
+  std::shared_ptr<SpillFile> fileWithRoom(std::uint64_t fileBytes);
 
   std::mutex mutex_;
-  FileSystem* files_ = nullptr;
   std::string prefix_;
   std::uint64_t filesMade_ = 0;
-  Ref<SpillFile> current_;
+  std::weak_ptr<SpillFile> current_;  // goes with its last tile
   std::atomic<std::size_t> bytesNeeded_ = 0;
 };
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -18,13 +17,14 @@ namespace hxvoxora::detail {
 
 class TileCell;
 
-/// Keeps the bits of all tiles of the process within the memory budget. It knows every cell that has bits in memory.
-/// When the budget is exceeded, the bits of cells that have a backing leave, those used longest ago first; when few of
-/// these are left, edited cells get a backing in a spill file and leave as well. Bits that somebody has pinned stay.
+/// Keeps the bits of all tiles of the process within the memory budget. Payloads know the cells that hold them, and the
+/// pools know all payloads. When the budget is exceeded, payloads whose cells have a backing leave, those used longest
+/// ago first; when few of these are left, edited ones get a backing in a spill file and leave as well. Payloads that
+/// somebody has pinned stay.
 ///
-/// All operations are safe from any thread. Locks are taken in this order: eviction, list of cells, pool of payloads.
-/// Under the lock of the eviction no payload is made and no task is started, so that whoever allocates may wait for it
-/// with any lock of its own held.
+/// All operations are safe from any thread. Locks are taken in this order: eviction, pool of payloads, cells of a
+/// payload; those of the latter are held for a few instructions only. Under the lock of the eviction no payload is made
+/// and no task is started, so that whoever allocates may wait for it with any lock of its own held.
 class TileCache {
 public:
   static TileCache& instance();
@@ -63,26 +63,23 @@ public:
   Ref<const TilePayload> keep(const TileCell& cell, Ref<const TilePayload> loaded) noexcept;
 
   /// Notes that bits in memory were used.
-  void countHit(const TileCell& cell) noexcept;
+  void countHit(const TilePayload& payload) noexcept;
   /// @}
 
   SpillStore& spillStore() { return spillStore_; }
   CacheStatistics statistics();
 
 private:
-  /// A part of the cells, so that threads seldom wait for each other.
-  struct alignas(64) Shard {
-    std::mutex mutex;
-    const TileCell* first = nullptr;
-  };
+  class OwnerLock;
+  using Payloads = std::vector<Ref<const TilePayload>>;
 
-  /// How long ago the cells of one kind were used, in ticks of the clock, and what they hold.
+  /// How long ago the payloads of one kind were used, in ticks of the clock, and what they hold.
   struct Census {
     std::vector<std::uint32_t> ages;
     std::size_t bytes = 0;
 
-    void add(std::uint32_t age, std::size_t cellBytes);
-    /// The age from which on cells hold about so many bytes.
+    void add(std::uint32_t age, std::size_t payloadBytes);
+    /// The age from which on they hold about so many bytes.
     std::uint32_t ageHolding(std::size_t wantedBytes);
   };
 
@@ -91,10 +88,9 @@ private:
   };
 
   TileCache();
-  Shard& shardOf(const TileCell& cell);
-  void link(Shard& shard, const TileCell& cell) noexcept;
-  static void unlink(Shard& shard, const TileCell& cell) noexcept;
-  std::uint32_t age(const TileCell& cell) const;
+  void attach(const TileCell& cell, const TilePayload& payload) noexcept;
+  static void detach(const TileCell& cell, const TilePayload& payload) noexcept;
+  std::uint32_t age(const TilePayload& payload) const;
 
   std::size_t bytesInUse() const { return payloadBytes_.load(std::memory_order_relaxed) + bufferBytes(); }
   void makeRoomFor(std::size_t bytes, TilePayload::Purpose purpose);
@@ -103,20 +99,17 @@ private:
   Censuses takeCensus();
   void dropBacked(Census census, std::size_t wantedBytes);
   std::size_t dropBackedOlderThan(std::uint32_t age, std::size_t wantedBytes);
-  std::size_t drop(const TileCell& cell) noexcept;
   std::size_t spillEdited(Census& census, std::size_t wantedBytes);
-  std::vector<Ref<const TileCell>> editedOlderThan(std::uint32_t age, std::size_t wantedBytes);
-  std::size_t spill(const std::vector<Ref<const TileCell>>& cells);
-  static bool isPinned(const TileCell& cell) noexcept;
-
-  static constexpr std::size_t shardCount = 64;
+  Payloads editedOlderThan(std::uint32_t age, std::size_t wantedBytes);
+  std::size_t spill(Payloads payloads);
+  void drop(OwnerLock& owners) noexcept;
+  static bool isPinned(const TilePayload& payload, const OwnerLock& owners, std::int64_t referencesOfCaller) noexcept;
 
   std::atomic<std::size_t> budget_;
   alignas(64) std::atomic<std::size_t> payloadBytes_ = 0;
   std::atomic<std::size_t> bufferBytes_ = 0;
   alignas(64) std::atomic<std::uint32_t> clock_ = 0;
   std::atomic<std::uint64_t> loads_ = 0, evictions_ = 0, spills_ = 0;
-  std::array<Shard, shardCount> shards_;
 
   std::mutex eviction_;
   // Under the lock of the eviction:

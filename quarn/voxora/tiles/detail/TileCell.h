@@ -48,15 +48,12 @@ private:
   /// Once there is a backing it stays.
   const TileBacking* backing() const { return backing_.load(std::memory_order_acquire); }
 
-  mutable AtomicRef<const TilePayload> payload_;  // stored under the cache's lock
+  mutable AtomicRef<const TilePayload> payload_;
   mutable std::atomic<const TileBacking*> backing_ = nullptr;
   const std::uint64_t key_ = 0;
 
-  // The cache's: the list of cells with bits in memory, and the moment of the last use.
-  mutable const TileCell* next_ = nullptr;
-  mutable const TileCell* previous_ = nullptr;
-  mutable std::atomic<std::uint32_t> lastUse_ = 0;
-  mutable std::atomic<bool> isListed_ = false;
+  /// The next of the cells that hold the same bits; null without bits. Under the cache's lock of the bits.
+  mutable const TileCell* nextOwner_ = nullptr;
 };
 
 }  // namespace hxvoxora::detail
