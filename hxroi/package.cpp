@@ -1,9 +1,12 @@
 #include "hxroi/package.h"
 
 #include <iterator>
+#include <memory>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/HxUniformLabelField3ToHxRois.h"
+#include "hxroi/detail/MaskRecovery.h"
+#include "hxroi/details/TemporaryFolder.h"
 #include "quarn/base/mcinterface_cast.h"
 
 namespace {
@@ -20,6 +23,11 @@ constexpr ClassEntry kClasses[] = {
 };
 
 constinit bool registered = false;
+
+std::unique_ptr<hxroi::MaskRecovery>& recovery() {
+  static std::unique_ptr<hxroi::MaskRecovery> instance;
+  return instance;
+}
 
 /// The hooks of the library. As an object it ends before the tables of the libraries below.
 struct LibraryHooks {
@@ -40,12 +48,15 @@ void quarnpackage_hxroi_init() {
   if (registered) return;
   registered = true;
   for (const ClassEntry& entry : kClasses) entry.init();
+  recovery() = std::make_unique<hxroi::MaskRecovery>();
 }
 
 void quarnpackage_hxroi_finish() {
   if (!registered) return;
   registered = false;
+  recovery().reset();
   for (auto entry = std::rbegin(kClasses); entry != std::rend(kClasses); ++entry) entry->exit();
+  hxroi::details::TemporaryFolder::leave();
 }
 
 int hxroi_readRois(QuarnMesh* mesh, const char* filename) {

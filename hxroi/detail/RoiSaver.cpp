@@ -39,7 +39,7 @@ std::unique_ptr<HxParamBundle> describe(const Roi& roi) {
 /// Whether files are there from which this mask can be loaded, if only in a former state.
 bool hasGoodFiles(const boost::filesystem::path& prefix, const Mask& mask) {
   try {
-    const auto file = hxvoxora::TiledFileReader::open(hxvoxora::FileSystem::posix(), prefix.string() + ".ldm");
+    const auto file = hxvoxora::TiledFileReader::open(hxvoxora::FileSystem::current(), prefix.string() + ".ldm");
     return file->header().dimensions == mask.dimensions();
   } catch (const McException&) {
     return false;

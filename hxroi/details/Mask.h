@@ -184,6 +184,7 @@ public:
 
 private:
   using Access = hxvoxora::FileSystem::Access;
+  using Durability = hxvoxora::FileSystem::Durability;
 
   Mask(const std::string& name, const McColor& color, const HxColormap* colormap, const McVec3i& dimensions);
   Mask(const std::string& name, const Roi& properties, const McVec3i& dimensions);
@@ -203,7 +204,7 @@ private:
   void bindTo(const std::string& ldmFile);
   void writeEveryTile() const;
   void countAsEdited() const;
-  void copyContent(const std::string& prefix, Access access) const;
+  void copyContent(const std::string& prefix, Access access, Durability durability) const;
   bool hasContent() const;
 
   McBox3i wholeMaskBox() const { return wholeBox(m_dimensions); }

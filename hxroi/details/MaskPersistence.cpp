@@ -9,15 +9,19 @@
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/files/PassingFileSystem.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "quarn/voxora/readers/SoLDMReader.h"
 
 namespace hxroi::details {
 
+using hxvoxora::FileSystem;
+using hxvoxora::PassingFileSystem;
+
 namespace {
 
 /// The header with these boxes; nothing when it cannot be read or edited. The boxes only spare a scan.
-std::optional<std::string> headerWithBoxes(hxvoxora::FileSystem& files, const std::string& ldmFile,
+std::optional<std::string> headerWithBoxes(FileSystem& files, const std::string& ldmFile,
                                            const std::optional<McBox3i>& exact,
                                            const std::optional<McBox3i>& approximated) {
   try {
@@ -34,12 +38,13 @@ void Mask::writeToFile(const path& prefix) {
   flush(Force | AllLevels);
   const bool isPrivate = prefix.string() == m_temporaryPrefix;
   const auto access = isPrivate ? Access::ownerOnly : Access::byMask;
-  copyContent(prefix.string(), access);
+  copyContent(prefix.string(), access, isPrivate ? Durability::passing : Durability::lasting);
   const auto exact = cachedBoundingBox();
   const auto approximated = cachedApproximatedBoundingBox();
   if (!exact && !approximated) return;
 
-  auto& files = hxvoxora::FileSystem::posix();
+  PassingFileSystem passing(FileSystem::current());
+  FileSystem& files = isPrivate ? passing : FileSystem::current();
   const std::string ldmFile = prefix.string() + ".ldm";
   if (const auto text = headerWithBoxes(files, ldmFile, exact, approximated)) {
     MaskFiles::writeHeader(files, ldmFile, *text, access);
@@ -47,12 +52,14 @@ void Mask::writeToFile(const path& prefix) {
 }
 
 /// Files are copied only while they are those that the node reads and hold all that it shows.
-void Mask::copyContent(const std::string& prefix, Access access) const {
+void Mask::copyContent(const std::string& prefix, Access access, Durability durability) const {
   if (prefix.empty()) throw McException("The files of mask " + name() + " cannot be written: they have no path");
   if (m_volumeMask->hasUnsavedEdits() || !NodeFiles::areCurrent(*m_volumeMask)) {
-    NodeFiles::write(*m_volumeMask, prefix, s_saveParameters, access);
+    NodeFiles::write(*m_volumeMask, prefix, s_saveParameters, access, durability);
   } else {
-    MaskFiles::copy(hxvoxora::FileSystem::posix(), MaskFiles::prefixOf(m_volumeMask->fileName()), prefix, access);
+    PassingFileSystem passing(FileSystem::current());
+    FileSystem& files = durability == Durability::passing ? passing : FileSystem::current();
+    MaskFiles::copy(files, MaskFiles::prefixOf(m_volumeMask->fileName()), prefix, access);
   }
 }
 

@@ -1,4 +1,3 @@
-#include <boost/filesystem/operations.hpp>
 #include <iterator>
 #include <mutex>
 
@@ -18,11 +17,6 @@ namespace {
 
 constexpr const char* g_saveParametersList[] = {"-q", "-noHistogramForceTileMinMax", "-c", "gzip", "-B"};
 
-bool exists(const std::string& file) {
-  boost::system::error_code ignored;
-  return !file.empty() && boost::filesystem::exists(file, ignored);
-}
-
 }  // namespace
 
 int Mask::m_temporaryStorageCount = 0;
@@ -32,10 +26,8 @@ const std::vector<std::string> Mask::s_saveParameters(std::begin(g_saveParameter
 std::string Mask::getTemporaryPrefix() {
   try {
     const std::lock_guard lock(s_temporaryPrefixMutex);
-    const std::string folder = TemporaryFolder::prepare();
     for (;;) {
-      const std::string prefix = folder + "/" + TemporaryFolder::stem(m_temporaryStorageCount++);
-      if (!exists(prefix + ".ldm")) return prefix;
+      if (const auto prefix = TemporaryFolder::prefix(m_temporaryStorageCount++)) return *prefix;
     }
   } catch (const TemporaryFolder::Refused& refused) {
     // Shown without the mutex: the message may run events.
@@ -97,7 +89,10 @@ void Mask::flush(int flags) const {
   // Forced, the levels of a saved mask are completed too.
   const bool allLevels = (flags & AllLevels) != 0;
   const std::lock_guard lock(m_editMutex);
-  m_volumeMask->saveEditing(m_ldmFilename, allLevels, s_saveParameters, nullptr);
+  // Should the process die, the name tells the user what was left.
+  m_volumeMask->setName(SbName(name()));
+  m_volumeMask->saveEditing(m_ldmFilename, allLevels, s_saveParameters, nullptr, Access::ownerOnly,
+                            Durability::passing);
 }
 
 /// A mask that was never written becomes all zeros in the file, whatever its initial value.
@@ -122,11 +117,11 @@ bool Mask::hasContent() const {
 }
 
 void Mask::removeTemporaryFiles(const path& prefix) {
-  MaskFiles::remove(hxvoxora::FileSystem::posix(), prefix.string());
+  MaskFiles::remove(hxvoxora::FileSystem::current(), prefix.string());
 }
 
 void Mask::copyMask(const path& sourcePrefix, const path& targetPrefix) {
-  MaskFiles::copy(hxvoxora::FileSystem::posix(), sourcePrefix.string(), targetPrefix.string());
+  MaskFiles::copy(hxvoxora::FileSystem::current(), sourcePrefix.string(), targetPrefix.string());
 }
 
 }  // namespace hxroi::details

@@ -3,6 +3,7 @@
 #include "hxroi/details/MaskFiles.h"
 #include "hxroi/details/NodeFiles.h"
 #include "hxroi/details/toolkitBoxes.h"
+#include "quarn/voxora/files/PassingFileSystem.h"
 
 namespace hxroi::details {
 
@@ -33,8 +34,8 @@ bool Mask::storeFiles(const Mask& other) {
   const std::string prefix = getTemporaryPrefix();
   if (prefix.empty()) return false;
   try {
-    MaskFiles::copy(hxvoxora::FileSystem::posix(), MaskFiles::prefixOf(other.m_volumeMask->fileName()), prefix,
-                    Access::ownerOnly);
+    hxvoxora::PassingFileSystem files(hxvoxora::FileSystem::current());
+    MaskFiles::copy(files, MaskFiles::prefixOf(other.m_volumeMask->fileName()), prefix, Access::ownerOnly);
     bindTo(prefix + ".ldm");
   } catch (...) {
     removeFiles(prefix);

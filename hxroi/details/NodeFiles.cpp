@@ -28,7 +28,7 @@ bool areCurrent(const SoVolumeMask& node) {
   const auto* reader = dynamic_cast<const SoLDMReader*>(node.reader());
   if (!reader || !reader->header()) return false;
   try {
-    const auto present = hxvoxora::VolumeHeader::read(hxvoxora::FileSystem::posix(), node.fileName());
+    const auto present = hxvoxora::VolumeHeader::read(hxvoxora::FileSystem::current(), node.fileName());
     return present.generation == reader->header()->generation;
   } catch (const McException&) {
     return false;
@@ -41,8 +41,10 @@ NodeHolder copyInMemory(const SoVolumeMask& node) {
 }
 
 void write(const SoVolumeMask& node, const std::string& prefix, const std::vector<std::string>& parameters,
-           Access access) {
-  copyWithTiles(node, node.getTileDimension())->saveEditing(prefix + ".ldm", false, parameters, nullptr, access);
+           Access access, Durability durability) {
+  const NodeHolder copy = copyWithTiles(node, node.getTileDimension());
+  copy->setName(node.getName());
+  copy->saveEditing(prefix + ".ldm", false, parameters, nullptr, access, durability);
 }
 
 }  // namespace hxroi::details::NodeFiles

@@ -13,6 +13,7 @@ namespace hxroi::details {
 namespace NodeFiles {
 
 using Access = hxvoxora::FileSystem::Access;
+using Durability = hxvoxora::FileSystem::Durability;
 
 /// Whether the set under the node's file name is the one that the node reads: neither removed nor replaced by another
 /// save. False for a node without a file.
@@ -25,7 +26,7 @@ HXROI_API NodeHolder copyInMemory(const SoVolumeMask& node);
 /// Writes the voxels that the node shows now to the set of `prefix`, whatever is under its file name; the node stays
 /// bound as it is. `parameters` are those of SoVolumeMask::saveEditing. The prefix is not empty.
 HXROI_API void write(const SoVolumeMask& node, const std::string& prefix, const std::vector<std::string>& parameters,
-                     Access access);
+                     Access access, Durability durability);
 
 }  // namespace NodeFiles
 

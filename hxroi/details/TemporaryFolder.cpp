@@ -4,20 +4,26 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
-#include <array>
-#include <cstdio>
-#include <ctime>
-#include <sys/stat.h>
-#include <sys/time.h>
+#include <algorithm>
+#include <exception>
+#include <memory>
 #include <unistd.h>
+#include <vector>
 
+#include "hxroi/details/OwnerMark.h"
+#include "hxroi/details/TemporaryNames.h"
+#include "hxroi/details/logFailure.h"
+#include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxApplication.h"
-#include "quarn/kernel/app/HxFileHelpers.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/voxora/files/FileSystem.h"
 
 namespace hxroi::details::TemporaryFolder {
 
 namespace {
+
+using hxvoxora::FileKind;
+using hxvoxora::FileSystem;
 
 QString translated(const char* text) {
   return QCoreApplication::translate("Mask", text);
@@ -28,40 +34,81 @@ std::string baseDirectory() {
   return QFile::encodeName(directory).toStdString();
 }
 
-bool isWritable(const std::string& path) {
-  return HxFileHelpers::isWritable(QFile::decodeName(path.c_str()));
+/// The time in the file names of this process. It never goes below the first one, also when the clock is set back.
+class Clock {
+public:
+  const std::string& first() const { return first_; }
+  std::string now() const { return std::max(first_, TemporaryNames::timeNow()); }
+
+private:
+  const std::string first_ = TemporaryNames::timeNow();
+};
+
+const Clock& processClock() {
+  static const Clock clock;
+  return clock;
 }
 
-/// Makes the folder, or takes one that is there; a link, a folder of somebody else or one that others may write to is
-/// not ours.
-bool makePrivate(const std::string& path) {
-  ::mkdir(path.c_str(), S_IRWXU);
-  struct stat info {};
-  if (::lstat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode) || info.st_uid != ::geteuid()) return false;
-  if (info.st_mode & (S_IWGRP | S_IWOTH)) return false;
-  return (info.st_mode & (S_IRWXG | S_IRWXO)) == 0 || ::chmod(path.c_str(), S_IRWXU) == 0;
+/// One for each folder in use; the preference may change while masks have files in the former folder.
+std::vector<std::unique_ptr<OwnerMark>>& marks() {
+  static std::vector<std::unique_ptr<OwnerMark>> instance;
+  return instance;
+}
+
+const OwnerMark& markIn(FileSystem& files, const std::string& folder) {
+  auto& all = marks();
+  const auto found = std::find_if(all.begin(), all.end(), [&](const auto& mark) { return mark->folder() == folder; });
+  if (found != all.end() && (*found)->holds()) return **found;
+  if (found != all.end()) all.erase(found);
+  return *all.emplace_back(std::make_unique<OwnerMark>(files, folder, processClock().first()));
+}
+
+/// Cheap when nothing changed, as each new mask asks. That files can be made was tried out with the mark.
+const OwnerMark& prepare(FileSystem& files) {
+  const std::string base = baseDirectory();
+  if (!files.isWritable(base)) throw Refused(base);
+  const std::string folder = base + "/tmp-masks";
+  try {
+    files.makePrivateDirectory(folder);
+    if (files.isWritable(folder)) return markIn(files, folder);
+  } catch (const McException&) {
+    // The reason does not matter to the user, who is told the folder.
+  }
+  throw Refused(folder);
+}
+
+bool isFree(FileSystem& files, const std::string& prefix) {
+  try {
+    return files.kind(prefix + ".ldm") == FileKind::missing;
+  } catch (const McException&) {
+    return true;  // It will show when the file is made.
+  }
 }
 
 }  // namespace
 
-std::string prepare() {
-  const std::string base = baseDirectory();
-  if (!isWritable(base)) throw Refused(base);
-  const std::string folder = base + "/tmp-masks";
-  if (!makePrivate(folder) || !isWritable(folder)) throw Refused(folder);
-  return folder;
+std::string path() {
+  return baseDirectory() + "/tmp-masks";
 }
 
-std::string stem(int counter) {
-  timeval now{};
-  ::gettimeofday(&now, nullptr);
-  std::tm utc{};
-  ::gmtime_r(&now.tv_sec, &utc);
-  std::array<char, 80> text{};
-  std::snprintf(text.data(), text.size(), "%04d%02d%02dT%02d%02d%02d.%06ld-%d-%ld", utc.tm_year + 1900, utc.tm_mon + 1,
-                utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec, static_cast<long>(now.tv_usec), counter,
-                static_cast<long>(::getpid()));
-  return text.data();
+std::optional<std::string> prefix(int counter) {
+  FileSystem& files = FileSystem::current();
+  const OwnerMark& mark = prepare(files);
+  const int ownCounter = mark.number() * TemporaryNames::kCountersPerProcess + counter;
+  const std::string stem = TemporaryNames::stem(processClock().now(), ownCounter, ::getpid());
+  const std::string prefix = mark.folder() + "/" + stem;
+  return isFree(files, prefix) ? std::optional(prefix) : std::nullopt;
+}
+
+void leave() noexcept {
+  for (const auto& mark : marks()) {
+    try {
+      if (mark->holds()) mark->removeOwnFiles();
+    } catch (const std::exception& failure) {
+      logFailure("Temporary files were left", failure.what());
+    }
+  }
+  marks().clear();
 }
 
 void showAccessErrorAndQuit(const std::string& path) {

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
+
+#include "hxroi/export.h"
 
 namespace hxroi::details {
 
@@ -18,12 +21,18 @@ public:
   std::string folder() const { return what(); }
 };
 
-/// Makes the folder when it is missing, and returns its path. It is a real folder of the user of the process that
-/// nobody else can write to. Throws Refused.
-std::string prepare();
+/// Where it is or would be. Nothing is looked at.
+HXROI_API std::string path();
 
-/// File stem of a mask: UTC time to the microsecond, "-", `counter`, "-", process id.
-std::string stem(int counter);
+/// A prefix in the folder for the files of a mask; nothing when there is a file of this prefix already, so that the
+/// next counter has to be tried. Makes the folder when it is missing, and a mark of this process in it, which is for
+/// others the sign that its files are in use. It is a real folder of the user of the process that nobody else can write
+/// to. Throws Refused. One thread at a time.
+std::optional<std::string> prefix(int counter);
+
+/// Removes what this process still has in its folders, and its marks; to be called when no mask has files any more. The
+/// next prefix makes a new mark. Marks on a file system that was current must have gone before it ends.
+HXROI_API void leave() noexcept;
 
 /// Shows the critical message that the folder containing `path` cannot be accessed, and asks the application to end.
 void showAccessErrorAndQuit(const std::string& path);

@@ -13,7 +13,7 @@ std::string excerpt(const QString& text) {
 
 void setMode(CommandLine& line, Mode mode, const QString& option) {
   if (line.mode != Mode::None)
-    throw McException(excerpt(option) + ": only one of --script, --command and --interactive");
+    throw McException(excerpt(option) + ": only one of --script, --command, --interactive and --recover");
   line.mode = mode;
 }
 
@@ -44,6 +44,12 @@ constexpr Option options[] = {
      }},
     {"--interactive", nullptr, "read commands from the terminal or a pipe",
      [](CommandLine& line, const QString&) { setMode(line, Mode::Interactive, "--interactive"); }},
+    {"--recover", nullptr,
+     "show the work that runs which were cut off have left; with a FOLDER behind it,\n"
+     "                             save that work in this new or empty folder",
+     [](CommandLine& line, const QString&) { setMode(line, Mode::Recover, "--recover"); }},
+    {"--discard", nullptr, "with --recover: remove that work",
+     [](CommandLine& line, const QString&) { line.discard = true; }},
     {"--set", "KEY=VALUE", "a preference for this run", addPreference},
     {"--temp", "DIR", "base folder of the temporary storage",
      [](CommandLine& line, const QString& value) { line.temporaryDirectory = value; }},
@@ -68,11 +74,21 @@ public:
   explicit Reader(const QStringList& words) : words_(words) {}
 
   CommandLine read() {
-    while (next_ < words_.size() && line_.mode != Mode::Help && line_.mode != Mode::Version) readWord();
+    while (next_ < words_.size() && !isDone()) readWord();
+    if (!isDone()) checkRecovery();
     return line_;
   }
 
 private:
+  bool isDone() const { return line_.mode == Mode::Help || line_.mode == Mode::Version; }
+
+  void checkRecovery() const {
+    const bool recovers = line_.mode == Mode::Recover;
+    if (line_.discard && !recovers) throw McException("--discard: only with --recover");
+    if (recovers && line_.files.size() > (line_.discard ? 0 : 1))
+      throw McException(line_.discard ? "--discard: takes no folder" : "--recover: only one folder");
+  }
+
   void readWord() {
     const QString word = words_[next_++];
     if (onlyFiles_ || !word.startsWith(QLatin1Char('-')) || word == QLatin1String("-")) {

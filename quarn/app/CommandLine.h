@@ -10,17 +10,18 @@ namespace quarn::app {
 
 /// What the user asked for on the command line.
 struct CommandLine {
-  enum class Mode { None, Script, Command, Interactive, Help, Version };
+  enum class Mode { None, Script, Command, Interactive, Recover, Help, Version };
 
   Mode mode = Mode::None;
   QString script;                                        ///< file of Mode::Script
   QStringList scriptArguments;                           ///< all words after it
   QString command;                                       ///< text of Mode::Command
-  QStringList files;                                     ///< to be loaded first
+  QStringList files;                                     ///< to be loaded first; the folder of Mode::Recover
   std::vector<std::pair<QString, QString>> preferences;  ///< key, value
   std::optional<QString> temporaryDirectory;
   QStringList packagePaths;
   bool quiet = false;
+  bool discard = false;  ///< with Mode::Recover: remove what there is
 
   /// Reads the words after the program's name. Throws McException naming the option and what is wrong.
   static CommandLine parse(const QStringList& words);

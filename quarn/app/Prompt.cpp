@@ -63,7 +63,7 @@ void Prompt::takeLinesOf(QByteArray& input) {
 
 int Prompt::runOnTerminal() {
   LineEditor editor;
-  while (!exitStatus_) {
+  while (!exitStatus_ && HxInterrupt::endSignal() == 0) {
     const LineEditor::Answer answer = editor.readLine(isInsideCommand() ? "> " : "quarn> ", waitForInput);
     forgetWishes();
     if (answer.ended) break;

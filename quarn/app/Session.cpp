@@ -1,10 +1,10 @@
 #include "quarn/app/Session.h"
 
 #include <QFileInfo>
-#include <cstdio>
 #include <unistd.h>
 
 #include "quarn/app/Prompt.h"
+#include "quarn/app/recovery.h"
 #include "quarn/app/report.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxApplication.h"
@@ -30,10 +30,6 @@ void requireTemporaryFolder(const char* source, const QString& folder) {
   if (!info.exists()) refuse("there is no such folder");
   if (!info.isDir()) refuse("is not a folder");
   if (!HxFileHelpers::isWritable(folder)) refuse("nothing can be written into this folder");
-}
-
-void printOut(const QString& text) {
-  std::printf("%s\n", text.toUtf8().constData());
 }
 
 void showResult() {
@@ -89,6 +85,9 @@ void Session::loadFiles() {
 }
 
 int Session::run() {
+  if (line_.mode == Mode::Recover) return recoverWork(line_.files.value(0), line_.discard);
+  const bool takesCommands = line_.mode != Mode::Command && (line_.mode != Mode::None || isatty(STDIN_FILENO));
+  if (takesCommands && !line_.quiet) tellOfLostWork();
   loadFiles();
   const int status = runMode();
   HxMessage::flushStream();
@@ -110,6 +109,7 @@ int Session::runMode() {
       return Prompt(terminal_).run();
     case Mode::None:
       return isatty(STDIN_FILENO) ? Prompt(terminal_).run() : 0;
+    case Mode::Recover:
     case Mode::Help:
     case Mode::Version:
       break;
@@ -138,7 +138,9 @@ int Session::statusOf(const std::optional<HxScriptError>& error) const {
   return error->interrupted ? INTERRUPTED : FAILURE;
 }
 
-int runProgram(const QStringList& words) {
+namespace {
+
+int runChecked(const QStringList& words) {
   try {
     const CommandLine line = CommandLine::parse(words.mid(1));
     const bool nothingAsked = line.mode == Mode::None && line.files.isEmpty();
@@ -157,6 +159,13 @@ int runProgram(const QStringList& words) {
     printError(QStringLiteral("quarn: ") + QString::fromUtf8(error.what()));
     return Session::FAILURE;
   }
+}
+
+}  // namespace
+
+int runProgram(const QStringList& words) {
+  const int status = runChecked(words);
+  return HxInterrupt::endSignal() ? Session::SIGNALLED + HxInterrupt::endSignal() : status;
 }
 
 }  // namespace quarn::app

@@ -12,7 +12,8 @@ namespace quarn::app {
 /// One run of the program without a window, from the preferences to the last object.
 ///
 /// Exit status: 0; 1 after an error, or after a critical message of a script or command; 130 when the user stopped it
-/// with Ctrl-C; or the status that the command `exit` was given.
+/// with Ctrl-C; 128 and the number of another signal that asked it to end; or the status that the command `exit` was
+/// given.
 class Session {
 public:
   explicit Session(const CommandLine& line);
@@ -28,6 +29,7 @@ public:
 
   static constexpr int FAILURE = 1;
   static constexpr int INTERRUPTED = 130;
+  static constexpr int SIGNALLED = 128;  ///< plus the number of the signal that asked the program to end
 
 private:
   void loadPackages();

@@ -6,6 +6,10 @@
 
 namespace quarn::app {
 
+void printOut(const QString& text) {
+  std::printf("%s\n", text.toUtf8().constData());
+}
+
 void printError(const QString& text) {
   HxProgress::eraseShown();
   std::fprintf(stderr, "%s\n", text.toUtf8().constData());

@@ -7,6 +7,9 @@
 
 namespace quarn::app {
 
+/// Writes a line to standard output.
+void printOut(const QString& text);
+
 /// Writes a line to standard error.
 void printError(const QString& text);
 

@@ -159,12 +159,14 @@ protected:
 
   static bool exists(const std::string& file) { return boost::filesystem::exists(file); }
 
+  /// Names of the files of masks in the temporary storage; the mark of this process is not among them.
   std::vector<std::string> temporaryFiles() const {
     std::vector<std::string> names;
     const path directory = folder / "temporary" / "tmp-masks";
     if (!boost::filesystem::exists(directory)) return names;
     for (const auto& entry : boost::filesystem::directory_iterator(directory)) {
-      names.push_back(entry.path().filename().string());
+      const std::string name = entry.path().filename().string();
+      if (!name.starts_with("owner-")) names.push_back(name);
     }
     return names;
   }

@@ -15,6 +15,8 @@ constexpr int wishesThatKill = 3;
 
 std::atomic<bool> requested{false};
 std::atomic<int> wishes{0};
+std::atomic<int> firstEndSignal{0};
+std::atomic<int> endSignals{0};
 
 /// Pipes that the signal handler writes to: one wakes the listener's thread, the other loops that wait for input.
 struct Pipe {
@@ -36,17 +38,35 @@ void wake(const Pipe& pipe, char number) {
   [[maybe_unused]] const ssize_t written = write(fd, &number, 1);
 }
 
-/// Does only what a signal handler may do.
-void onSignal(int signal) {
-  const int savedErrno = errno;
+void killBy(int signal) {
+  ::signal(signal, SIG_DFL);
+  raise(signal);
+}
+
+void wakeAll(int number) {
   requested.store(true);
-  const int number = ++wishes;
-  if (number >= wishesThatKill) {
-    ::signal(signal, SIG_DFL);
-    raise(signal);
-  }
   wake(listenerPipe, static_cast<char>(number));
   wake(loopPipe, static_cast<char>(number));
+}
+
+/// Signal handlers do only what they may.
+void onInterrupt(int signal) {
+  const int savedErrno = errno;
+  const int number = ++wishes;
+  if (number >= wishesThatKill) killBy(signal);
+  wakeAll(number);
+  errno = savedErrno;
+}
+
+void onEnd(int signal) {
+  const int savedErrno = errno;
+  // Each further write to a broken pipe would come here again.
+  if (signal == SIGPIPE) ::signal(SIGPIPE, SIG_IGN);
+  int none = 0;
+  firstEndSignal.compare_exchange_strong(none, signal);
+  if (++endSignals >= wishesThatKill) killBy(signal);
+  wishes.store(2);
+  wakeAll(2);
   errno = savedErrno;
 }
 
@@ -68,16 +88,28 @@ void forwardWishes() {
   }
 }
 
+void handle(int signal, void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = SA_RESTART;
+  sigemptyset(&action.sa_mask);
+  sigaction(signal, &action, nullptr);
+}
+
+bool isIgnored(int signal) {
+  struct sigaction action {};
+  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 void installOnce() {
   openPipe(listenerPipe);
   openPipe(loopPipe);
   fcntl(loopPipe.readEnd, F_SETFL, O_NONBLOCK);
   std::thread(forwardWishes).detach();
-  struct sigaction action {};
-  action.sa_handler = onSignal;
-  action.sa_flags = SA_RESTART;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, nullptr);
+  handle(SIGINT, onInterrupt);
+  for (const int signal : {SIGTERM, SIGHUP, SIGPIPE}) {
+    if (!isIgnored(signal)) handle(signal, onEnd);
+  }
 }
 
 }  // namespace
@@ -99,6 +131,10 @@ void HxInterrupt::request() {
 
 bool HxInterrupt::isRequested() {
   return requested.load();
+}
+
+int HxInterrupt::endSignal() {
+  return firstEndSignal.load();
 }
 
 void HxInterrupt::answer() {

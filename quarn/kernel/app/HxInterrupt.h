@@ -9,15 +9,21 @@
 /// The first wish sets a flag, which progress displays show to long operations, and makes the running script fail with
 /// the error "interrupted" at its next command; a script may catch that and go on. The second one during the same
 /// script ends it in a way that it cannot catch. The third ends the process as the signal would have.
+///
+/// A signal that asks the process to end (SIGTERM, SIGHUP, SIGPIPE) counts as two wishes: the script ends at its next
+/// command, and the program tidies up and ends.
 class QUARN_KERNEL_API HxInterrupt {
 public:
-  /// Takes over SIGINT for the rest of the process. Does it once.
+  /// Takes over SIGINT, SIGTERM, SIGHUP and SIGPIPE for the rest of the process; the latter three stay ignored when
+  /// they are. Does it once.
   static void install();
 
   /// A wish, as from the keyboard. Any thread.
   static void request();
   /// True from a wish until it is answered. Any thread.
   static bool isRequested();
+  /// The number of the first signal that asked the process to end; 0 when there was none. Any thread. Never forgotten.
+  static int endSignal();
   /// The wish has been heard; the number of wishes goes on counting.
   static void answer();
   /// Nothing runs any more that a wish could be meant for: forgets all of them.

@@ -7,6 +7,7 @@
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxFileHelpers.h"
 #include "quarn/kernel/io/HxFileTypes.h"
+#include "quarn/kernel/io/HxRecovery.h"
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/HxConnection.h"
@@ -121,6 +122,29 @@ void preferences(HxCommandCall& call) {
   }
 }
 
+// --- recover
+
+QStringList leftOverTexts() {
+  QStringList texts;
+  for (const HxLeftOver& leftOver : HxRecovery::instance().list()) texts.append(leftOver.toText());
+  return texts;
+}
+
+QStringList loadLeftOvers() {
+  HxRecovery& recovery = HxRecovery::instance();
+  const QStringList names = recovery.load();
+  recovery.discardLoaded();
+  return names;
+}
+
+void recover(HxCommandCall& call) {
+  const QString& word = call.words().front();
+  if (word == QLatin1String("list")) return call.setResult(leftOverTexts());
+  if (word == QLatin1String("load")) return call.setResult(loadLeftOvers());
+  if (word == QLatin1String("discard")) return call.setResult(QString::number(HxRecovery::instance().discardAll()));
+  throw McException("usage: recover list|load|discard");
+}
+
 // --- help, exit
 
 void help(HxCommandCall& call) {
@@ -168,6 +192,11 @@ std::vector<HxCommandRow> hostCommands() {
           classes),
       row("preferences", "get ?KEY? | set KEY VALUE", 1, 3,
           "Returns or sets a preference, for this run; get without a key returns the keys.", preferences),
+      row("recover", "list|load|discard", 1, 1,
+          "Work that earlier runs left in the temporary storage when they were cut off: list returns a line for each "
+          "piece, load makes objects of it and returns their names, discard removes it and returns the number of "
+          "pieces. What running programs have there is not touched.",
+          recover),
       row("help", "?COMMAND?", 0, 1, "Shows the commands, or one of them.", help),
       row("exit", "?STATUS?", 0, 1, "Ends the program with a status from 0 to 255, 0 unless given.", exit),
   };

@@ -1,0 +1,171 @@
+#include "hxroi/detail/RecoveredMasks.h"
+
+#include <algorithm>
+#include <exception>
+#include <map>
+#include <tuple>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/details/Mask.h"
+#include "hxroi/details/TemporaryFolder.h"
+#include "hxroi/details/VolumeNode.h"
+#include "hxroi/details/toolkitBoxes.h"
+#include "quarn/base/McException.h"
+#include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/files/TiledFileReader.h"
+#include "quarn/voxora/nodes/SoVolumeMask.h"
+
+namespace hxroi {
+
+namespace LeftOvers = details::LeftOvers;
+namespace TemporaryFolder = details::TemporaryFolder;
+using details::Mask;
+using hxvoxora::FileSystem;
+using hxvoxora::StoredTileKind;
+using hxvoxora::TiledFileReader;
+using Entry = RecoveredMasks::Entry;
+
+namespace {
+
+constexpr const char* kUnknownName = "recovered";
+
+/// The stored tiles of all levels are those that the index tells of.
+void checkTiles(const TiledFileReader& file) {
+  for (const auto& run : file.runs()) {
+    if (run.kind != StoredTileKind::stored) continue;
+    for (std::uint64_t tile = run.firstTile; tile < run.firstTile + run.tileCount; ++tile) file.readCompressed(tile);
+  }
+}
+
+std::uint64_t countVoxels(const std::string& ldmPath) {
+  const details::NodeHolder node(details::createVolumeNode());
+  node->bindTo(ldmPath);
+  const SbVec3i32 n = node->dataDimension();
+  return node->countSetVoxels(SbBox3i32(SbVec3i32(0, 0, 0), SbVec3i32(n[0] - 1, n[1] - 1, n[2] - 1)));
+}
+
+void noteSizes(FileSystem& files, const std::string& folder, Entry& entry) {
+  for (const std::string& name : entry.files.names) {
+    try {
+      const auto identity = files.openForReading(folder + "/" + name, FileSystem::Links::refuse)->identity();
+      entry.bytes += identity.size;
+      entry.lastWriteNanos = std::max(entry.lastWriteNanos, identity.changedNanos);
+    } catch (const McException&) {
+      // What cannot be opened cannot be recovered either, which is said elsewhere.
+    }
+  }
+}
+
+void noteContent(FileSystem& files, const std::string& ldmPath, Entry& entry) {
+  const auto file = TiledFileReader::open(files, ldmPath);
+  entry.name = file->header().contentName;
+  entry.dimensions = file->header().dimensions;
+  checkTiles(*file);
+  entry.setVoxels = countVoxels(ldmPath);
+}
+
+Entry examineOne(FileSystem& files, const std::string& folder, const LeftOvers::FileSet& leftOver) {
+  Entry entry;
+  entry.files = leftOver;
+  noteSizes(files, folder, entry);
+  try {
+    const std::string header = leftOver.stem + ".ldm";
+    const bool hasHeader = std::find(leftOver.names.begin(), leftOver.names.end(), header) != leftOver.names.end();
+    if (!hasHeader) throw McException("it was never written to its end");
+    noteContent(files, folder + "/" + header, entry);
+  } catch (const std::exception& failure) {
+    entry.problem = failure.what();
+  }
+  return entry;
+}
+
+std::vector<Entry> examineAll(FileSystem& files, const std::string& folder) {
+  std::vector<Entry> entries;
+  for (const LeftOvers::FileSet& leftOver : LeftOvers::find(files, folder)) {
+    entries.push_back(examineOne(files, folder, leftOver));
+  }
+  return entries;
+}
+
+std::unique_ptr<LeftOvers::Claim> claimIfPresent(FileSystem& files, const std::string& folder) {
+  if (files.kind(folder) != hxvoxora::FileKind::directory) return nullptr;
+  return std::make_unique<LeftOvers::Claim>(files, folder);
+}
+
+/// A set for one more mask of a grid; the last one is full at a hundred.
+HxRois& setFor(std::vector<McHandle<HxRois>>& sets) {
+  if (sets.empty() || sets.back()->getNumberOfMasks() == HxRois::kMaximumNumberOfMasks) {
+    sets.push_back(McHandle<HxRois>(new HxRois));
+  }
+  return *sets.back();
+}
+
+}  // namespace
+
+bool RecoveredMasks::any() {
+  return !LeftOvers::find(FileSystem::current(), TemporaryFolder::path()).empty();
+}
+
+std::vector<Entry> RecoveredMasks::examine() {
+  return examineAll(FileSystem::current(), TemporaryFolder::path());
+}
+
+RecoveredMasks::RecoveredMasks()
+    : folder_(TemporaryFolder::path()),
+      claim_(claimIfPresent(FileSystem::current(), folder_)),
+      entries_(examineAll(FileSystem::current(), folder_)) {}
+
+RecoveredMasks::~RecoveredMasks() = default;
+
+std::vector<McHandle<HxRois>> RecoveredMasks::load() {
+  using Grid = std::tuple<int, int, int>;
+  std::map<Grid, std::vector<McHandle<HxRois>>> setsOfGrid;
+  for (Entry& entry : entries_) {
+    if (!entry.problem.empty()) continue;
+    HxRois& rois = setFor(setsOfGrid[{entry.dimensions.x, entry.dimensions.y, entry.dimensions.z}]);
+    rois.addRoi(loadMask(entry, rois.getUniqueName(entry.name.empty() ? kUnknownName : entry.name)));
+    entry.isLoaded = true;
+  }
+  std::vector<McHandle<HxRois>> all;
+  for (auto& [grid, sets] : setsOfGrid) all.insert(all.end(), sets.begin(), sets.end());
+  return all;
+}
+
+McHandle<Mask> RecoveredMasks::loadMask(const Entry& entry, const std::string& name) const {
+  McHandle<Mask> mask(Mask::loadFromFile(name, folder_ + "/" + entry.files.stem));
+  mask->saveMaskToTemporary();
+  // Without a place of its own the mask would end with the left-over.
+  if (mask->temporaryPrefix().empty()) throw McException("Mask " + name + " cannot be copied: no temporary folder");
+  return mask;
+}
+
+template <class Condition>
+int RecoveredMasks::removeIf(Condition condition) {
+  FileSystem& files = FileSystem::current();
+  int count = 0;
+  std::exception_ptr failure;
+  std::erase_if(entries_, [&](const Entry& entry) {
+    if (!condition(entry)) return false;
+    try {
+      LeftOvers::remove(files, folder_, entry.files);
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+      return false;
+    }
+    ++count;
+    return true;
+  });
+  LeftOvers::removeDeadMarks(files, folder_);
+  if (failure) std::rethrow_exception(failure);
+  return count;
+}
+
+int RecoveredMasks::removeLoaded() {
+  return removeIf([](const Entry& entry) { return entry.isLoaded; });
+}
+
+int RecoveredMasks::removeAll() {
+  return removeIf([](const Entry&) { return true; });
+}
+
+}  // namespace hxroi

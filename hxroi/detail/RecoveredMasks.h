@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hxroi/details/LeftOvers.h"
+#include "hxroi/export.h"
+#include "quarn/base/McHandle.h"
+#include "quarn/base/McVec3i.h"
+
+class HxRois;
+
+namespace hxroi {
+
+namespace details {
+class Mask;
+}
+
+/// The masks that processes which ended early left in the temporary storage. While the object lives no other process
+/// recovers any. Failures are McException.
+class HXROI_API RecoveredMasks {
+public:
+  /// One left-over.
+  struct Entry {
+    details::LeftOvers::FileSet files;
+    std::string name;                 ///< of the mask; empty when it is not known
+    McVec3i dimensions{0, 0, 0};      ///< voxels along x, y, z
+    std::uint64_t setVoxels = 0;      ///< number of set voxels
+    std::uint64_t bytes = 0;          ///< of all files
+    std::int64_t lastWriteNanos = 0;  ///< since the epoch
+    std::string problem;              ///< why it cannot be recovered; empty when it can
+    bool isLoaded = false;
+  };
+
+  /// Whether there are any. Reads none.
+  static bool any();
+
+  /// All of them, the oldest first. Each is read to its end: header, index and voxels have to be of one save, whole and
+  /// sound; others have a problem.
+  static std::vector<Entry> examine();
+
+  /// McException when another process is recovering.
+  RecoveredMasks();
+  ~RecoveredMasks();
+
+  /// New ROI sets with copies of all sound masks in the temporary storage of this process: masks of one grid in one
+  /// set, as many as a set can hold.
+  std::vector<McHandle<HxRois>> load();
+
+  /// Removes the files of the masks that were loaded, or of all. Returns the number of masks that went. All are tried
+  /// before a failure is thrown.
+  int removeLoaded();
+  int removeAll();
+
+private:
+  template <class Condition>
+  int removeIf(Condition condition);
+  McHandle<details::Mask> loadMask(const Entry& entry, const std::string& name) const;
+
+  const std::string folder_;
+  std::unique_ptr<details::LeftOvers::Claim> claim_;
+  std::vector<Entry> entries_;
+};
+
+}  // namespace hxroi

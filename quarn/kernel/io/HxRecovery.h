@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+#include <vector>
+
+#include "quarn/base/McHandle.h"
+#include "quarn/kernel/export.h"
+#include "quarn/kernel/objects/HxData.h"
+
+/// A piece of work that a process which ended early left in the temporary storage.
+struct QUARN_KERNEL_API HxLeftOver {
+  QString name;         ///< as the user knows it; may be empty
+  QString description;  ///< kind and size, for a line of a list; empty when it cannot be read
+  quint64 bytes = 0;    ///< of its files
+  QDateTime lastWrite;  ///< UTC
+  QString problem;      ///< why it cannot be recovered; empty when it can
+
+  /// Everything in one line.
+  QString toText() const;
+};
+
+/// What a package tells of left-overs of its own kind. Nothing of processes that live is ever touched. Failures are
+/// McException.
+class QUARN_KERNEL_API HxRecoveryProvider {
+public:
+  virtual ~HxRecoveryProvider();
+
+  /// Whether there are any, without reading them.
+  virtual bool hasAny() = 0;
+  /// All, the oldest first; each is read to its end.
+  virtual std::vector<HxLeftOver> list() = 0;
+  /// New objects, not in the pool, that hold everything that can be recovered; the left-overs stay.
+  virtual std::vector<McHandle<HxData>> load() = 0;
+  /// Removes what the last load() made objects of.
+  virtual void discardLoaded() = 0;
+  /// Removes all left-overs, those that cannot be recovered too, and returns their number.
+  virtual int discardAll() = 0;
+};
+
+/// Left-overs of all packages. For the user-interface thread.
+class QUARN_KERNEL_API HxRecovery {
+public:
+  static HxRecovery& instance();
+
+  /// Providers are asked in the order of their coming. Not owned.
+  void addProvider(HxRecoveryProvider* provider);
+  /// Harmless for a provider that is not there.
+  void removeProvider(HxRecoveryProvider* provider);
+
+  /// Whether there are left-overs; false also when that cannot be told. Cheap.
+  bool hasAny();
+  std::vector<HxLeftOver> list();
+  /// Makes objects of all that can be recovered, in the pool, and returns their names. The left-overs stay until
+  /// discardLoaded().
+  QStringList load();
+  void discardLoaded();
+  int discardAll();
+
+  HxRecovery(const HxRecovery&) = delete;
+  HxRecovery& operator=(const HxRecovery&) = delete;
+
+private:
+  HxRecovery() = default;
+
+  std::vector<HxRecoveryProvider*> providers_;
+};
