@@ -87,6 +87,13 @@ std::vector<Entry> examineAll(FileSystem& files, const std::string& folder) {
   return entries;
 }
 
+/// The folder of the temporary files. One that others can write to, or have made, may hold anything and is refused.
+std::string ownFolder(FileSystem& files) {
+  const std::string folder = TemporaryFolder::path();
+  if (files.kind(folder) == hxvoxora::FileKind::directory) files.makePrivateDirectory(folder);
+  return folder;
+}
+
 std::unique_ptr<LeftOvers::Claim> claimIfPresent(FileSystem& files, const std::string& folder) {
   if (files.kind(folder) != hxvoxora::FileKind::directory) return nullptr;
   return std::make_unique<LeftOvers::Claim>(files, folder);
@@ -103,15 +110,15 @@ HxRois& setFor(std::vector<McHandle<HxRois>>& sets) {
 }  // namespace
 
 bool RecoveredMasks::any() {
-  return !LeftOvers::find(FileSystem::current(), TemporaryFolder::path()).empty();
+  return !LeftOvers::find(FileSystem::current(), ownFolder(FileSystem::current())).empty();
 }
 
 std::vector<Entry> RecoveredMasks::examine() {
-  return examineAll(FileSystem::current(), TemporaryFolder::path());
+  return examineAll(FileSystem::current(), ownFolder(FileSystem::current()));
 }
 
 RecoveredMasks::RecoveredMasks()
-    : folder_(TemporaryFolder::path()),
+    : folder_(ownFolder(FileSystem::current())),
       claim_(claimIfPresent(FileSystem::current(), folder_)),
       entries_(examineAll(FileSystem::current(), folder_)) {}
 

@@ -35,7 +35,8 @@ public:
     bool isLoaded = false;
   };
 
-  /// Whether there are any. Reads none.
+  /// Whether there are any. Reads none. McException for a folder that belongs to somebody else or that others may
+  /// write to, here and below.
   static bool any();
 
   /// All of them, the oldest first. Each is read to its end: header, index and voxels have to be of one save, whole and

@@ -30,10 +30,14 @@ std::unique_ptr<hxvoxora::FileLock> lockIfPresent(FileSystem& files, const std::
   }
 }
 
-void writeNew(FileSystem& files, const std::string& path, const std::string& text) {
-  const auto file = files.createExclusively(path, FileSystem::Access::ownerOnly);
-  file->append(std::as_bytes(std::span(text)));
-  file->close();
+/// Null when somebody else has made it.
+std::unique_ptr<hxvoxora::OutputFile> createIfMissing(FileSystem& files, const std::string& path) {
+  try {
+    return files.createExclusively(path, FileSystem::Access::ownerOnly);
+  } catch (const McException&) {
+    if (files.kind(path) == FileKind::missing) throw;
+    return nullptr;
+  }
 }
 
 }  // namespace
@@ -52,14 +56,17 @@ bool OwnerMark::tryNumber(int number) {
     if (!dead) return false;
     files_.remove(path);
   }
+  const auto file = createIfMissing(files_, path);
+  if (!file) return false;
   try {
-    writeNew(files_, path, since_);
+    file->append(std::as_bytes(std::span(since_)));
+    file->close();
+    // Nobody else keeps a lock on it; who looks whether it is locked just now takes it for dead.
+    lock_ = lockIfPresent(files_, path);
   } catch (const McException&) {
-    if (files_.kind(path) == FileKind::missing) throw;
-    return false;
+    files_.remove(path);
+    throw;
   }
-  // Nobody else keeps a lock on it; who looks whether it is locked just now takes it for dead.
-  lock_ = lockIfPresent(files_, path);
   return lock_ != nullptr;
 }
 

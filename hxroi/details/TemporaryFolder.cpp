@@ -49,9 +49,10 @@ const Clock& processClock() {
   return clock;
 }
 
-/// One for each folder in use; the preference may change while masks have files in the former folder.
+/// One for each folder in use; the preference may change while masks have files in the former folder. The list itself
+/// stays to the end of the process, so that leave() may come late.
 std::vector<std::unique_ptr<OwnerMark>>& marks() {
-  static std::vector<std::unique_ptr<OwnerMark>> instance;
+  static auto& instance = *new std::vector<std::unique_ptr<OwnerMark>>;
   return instance;
 }
 

@@ -1,5 +1,6 @@
 #include "tests/app/Program.h"
 
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <gtest/gtest.h>
@@ -15,6 +16,9 @@ Program::Program()
       folder_(QString::fromStdString(::testing::TempDir()) + QStringLiteral("/app-XXXXXX")) {
   EXPECT_TRUE(folder_.isValid());
   environment.insert("XDG_STATE_HOME", folder_.filePath("state"));
+  // What killed programs left elsewhere is no concern of a test.
+  EXPECT_TRUE(QDir(folder_.path()).mkdir(QStringLiteral("tmp")));
+  environment.insert("TMPDIR", folder_.filePath("tmp"));
 }
 
 QString Program::write(const QString& name, const QByteArray& content) const {

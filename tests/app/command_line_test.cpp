@@ -64,11 +64,25 @@ TEST(CommandLine, RefusalsNameTheOption) {
   EXPECT_EQ("--set: KEY=VALUE is expected, got \"=x\"", errorOf({"--set", "=x"}));
   EXPECT_EQ("--quiet: takes no value", errorOf({"--quiet=yes"}));
   EXPECT_THAT(errorOf({"--interactive", "--command", "x"}),
-              HasSubstr("only one of --script, --command and --interactive"));
+              HasSubstr("only one of --script, --command, --interactive and --recover"));
 }
 
 TEST(CommandLine, HelpNamesEveryOption) {
   for (const char* option : {"--script", "--command", "--interactive", "--set", "--temp", "--package-path", "--quiet",
                              "--version", "--help"})
     EXPECT_TRUE(CommandLine::help().contains(option)) << option;
+}
+
+TEST(CommandLine, RecoveryTakesAFolderOrDiscards) {
+  CommandLine line = CommandLine::parse({"--recover"});
+  EXPECT_EQ(CommandLine::Mode::Recover, line.mode);
+  EXPECT_FALSE(line.discard);
+  EXPECT_TRUE(line.files.isEmpty());
+  EXPECT_EQ(QStringList("folder"), CommandLine::parse({"--recover", "folder"}).files);
+  EXPECT_TRUE(CommandLine::parse({"--recover", "--discard"}).discard);
+  EXPECT_EQ("--discard: only with --recover", errorOf({"--discard"}));
+  EXPECT_EQ("--discard: takes no folder", errorOf({"--recover", "folder", "--discard"}));
+  EXPECT_EQ("--recover: only one folder", errorOf({"--recover", "a", "b"}));
+  EXPECT_EQ("--recover: only one of --script, --command, --interactive and --recover",
+            errorOf({"--interactive", "--recover"}));
 }

@@ -2,6 +2,7 @@
 #include <csignal>
 #include <memory>
 #include <set>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "hxroi/detail/RecoveredMasks.h"
@@ -188,6 +189,14 @@ TEST_F(Recovery, DamagedMasksAreToldAndNeverLoaded) {
   EXPECT_EQ(RecoveredMasks::examine().size(), 3U);
   EXPECT_EQ(recovered.removeAll(), 3);
   EXPECT_FALSE(RecoveredMasks::any());
+}
+
+TEST_F(Recovery, FolderThatOthersMayWriteToIsRefused) {
+  leaveMasks(1, 1);
+  ASSERT_EQ(::chmod((temporary() / "tmp-masks").c_str(), 0777), 0);
+  EXPECT_NE(refusal([] { RecoveredMasks::examine(); }).find("tmp-masks: others may write"), std::string::npos);
+  EXPECT_THROW(RecoveredMasks(), McException);
+  EXPECT_FALSE(HxRecovery::instance().hasAny());
 }
 
 TEST_F(Recovery, FilesOfTwoSavesAreNeverMixed) {
