@@ -1,7 +1,11 @@
 #include "hxroi/detail/MaskRecovery.h"
 
+#include <exception>
+
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/RecoveredMasks.h"
+#include "hxroi/details/Mask.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
 
 namespace hxroi {
 
@@ -59,6 +63,23 @@ void MaskRecovery::discardLoaded() {
 int MaskRecovery::discardAll() {
   loaded_.reset();
   return RecoveredMasks().removeAll();
+}
+
+/// A mask that fails does not keep the others from being written.
+void MaskRecovery::checkpoint() {
+  std::exception_ptr failure;
+  for (const McHandle<HxObject>& object : HxObjectPool::instance().objects()) {
+    const auto* rois = dynamic_cast<const HxRois*>(object.get());
+    if (!rois) continue;
+    for (const details::Mask* mask : rois->masks()) {
+      try {
+        mask->flush(0);
+      } catch (...) {
+        if (!failure) failure = std::current_exception();
+      }
+    }
+  }
+  if (failure) std::rethrow_exception(failure);
 }
 
 }  // namespace hxroi

@@ -19,6 +19,7 @@ public:
   std::vector<McHandle<HxData>> load() override;
   void discardLoaded() override;
   int discardAll() override;
+  void checkpoint() override;
 
 private:
   std::unique_ptr<RecoveredMasks> loaded_;

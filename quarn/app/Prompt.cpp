@@ -11,6 +11,7 @@
 #include "quarn/app/report.h"
 #include "quarn/kernel/app/HxInterrupt.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/io/HxRecovery.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 
 namespace quarn::app {
@@ -19,7 +20,12 @@ namespace {
 /// Waits for input; false when a wish to stop came first.
 bool waitForInput() {
   std::array<pollfd, 2> sources{pollfd{STDIN_FILENO, POLLIN, 0}, pollfd{HxInterrupt::descriptor(), POLLIN, 0}};
-  while (poll(sources.data(), sources.size(), -1) < 0 && errno == EINTR) continue;
+  for (;;) {
+    HxRecovery& recovery = HxRecovery::instance();
+    const int ready = poll(sources.data(), sources.size(), recovery.untilCheckpoint());
+    if (ready > 0 || (ready < 0 && errno != EINTR)) break;
+    recovery.checkpointIfDue();
+  }
   return (sources[1].revents & POLLIN) == 0;
 }
 

@@ -1,4 +1,5 @@
 #include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -6,6 +7,7 @@
 #include "tests/app/Program.h"
 #include "tests/app/Terminal.h"
 
+using ::testing::AllOf;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -38,6 +40,16 @@ protected:
     }
     ASSERT_EQ(0, kill(static_cast<pid_t>(worker.processId()), SIGKILL));
     worker.waitForFinished();
+  }
+
+  /// Whether the header of a mask of this name is in the storage.
+  bool isStored(const QByteArray& name) const {
+    for (const QString& file : left()) {
+      QFile header(storage() + "/tmp-masks/" + file);
+      if (file.endsWith(".ldm") && header.open(QIODevice::ReadOnly) && header.readAll().contains("<Name>" + name + "<"))
+        return true;
+    }
+    return false;
   }
 
   Outcome run(const QStringList& arguments) const { return program.run(QStringList{"--temp", storage()} + arguments); }
@@ -134,6 +146,24 @@ TEST_F(Recover, ScriptsLoadIt) {
               EndsWith("2\nmask0 mask1\n"));
   EXPECT_THAT(left(), IsEmpty());
   EXPECT_EQ(1, run({"--command", "recover nonsense"}).status);
+}
+
+TEST_F(Recover, WorkIsWrittenAtIntervals) {
+  const QByteArray work = "set r [recover load]\n$r mergeMasks mask0 mask1\n";
+  const QString script = program.write("work.tcl", work + "after 1100\n$r allMasks\nafter 60000\n");
+  for (const bool isScript : {true, false}) {
+    cutOff(2);
+    QProcess process;
+    process.setProcessEnvironment(program.environment);
+    const QStringList mode = isScript ? QStringList{"--script", script} : QStringList{"--interactive"};
+    process.start(QUARN_PROGRAM, QStringList{"--quiet", "--temp", storage(), "--set", "Recovery Interval=1"} + mode);
+    if (!isScript) process.write(work);
+    for (int i = 0; i < 3000 && !isStored("mask0-merged"); ++i) process.waitForFinished(10);
+    ASSERT_EQ(0, kill(static_cast<pid_t>(process.processId()), SIGKILL));
+    process.waitForFinished();
+    EXPECT_THAT(outputOf({"--recover"}), AllOf(StartsWith("3 left"), HasSubstr("mask0-merged: mask, 40 x")));
+    outputOf({"--recover", "--discard"});
+  }
 }
 
 TEST_F(Recover, SignalsToEndLeaveNothingBehind) {

@@ -142,7 +142,7 @@ TEST(Preferences, UnknownKeysAreNamed) {
   HxPreferences preferences;
   EXPECT_THAT(textOfException([&] { preferences.get("LDA > Colour"); }),
               HasSubstr("there is no preference \"LDA > Colour\"; there are: LDA > Main Memory, LDA > Tile Size, "
-                        "Temporary Directory"));
+                        "Recovery Interval, Temporary Directory"));
   EXPECT_THROW(preferences.set("", "x"), McException);
 }
 

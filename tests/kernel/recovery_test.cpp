@@ -1,6 +1,11 @@
+#include <chrono>
 #include <gmock/gmock.h>
+#include <thread>
 
 #include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/app/HxPreferences.h"
+#include "quarn/kernel/app/HxRecordingSink.h"
 #include "quarn/kernel/fields/HxTable.h"
 #include "quarn/kernel/io/HxRecovery.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
@@ -31,8 +36,13 @@ public:
   }
   void discardLoaded() override { left = 0; }
   int discardAll() override { return std::exchange(left, 0); }
+  void checkpoint() override {
+    ++checkpoints;
+    if (left < 0) throw McException("the disk is full");
+  }
 
   int left;
+  int checkpoints = 0;
 };
 
 }  // namespace
@@ -61,6 +71,33 @@ TEST(Recovery, LoadsIntoThePoolAndDiscardsWhenTold) {
 TEST(Recovery, ProviderThatFailsHasNothing) {
   const Tables tables(-1);
   EXPECT_FALSE(HxRecovery::instance().hasAny());
+}
+
+TEST(Recovery, CheckpointsAreMadeAtIntervals) {
+  HxRecovery& recovery = HxRecovery::instance();
+  HxPreferences& preferences = *HxApplication::instance()->settings()->getPreferences();
+  EXPECT_EQ("60", preferences.get("Recovery Interval"));
+  Tables tables(0);
+  preferences.set("recovery interval", "1");
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  EXPECT_EQ(0, recovery.untilCheckpoint());
+  recovery.checkpointIfDue();
+  recovery.checkpointIfDue();
+  EXPECT_EQ(1, tables.checkpoints);
+  EXPECT_GT(recovery.untilCheckpoint(), 0);
+  EXPECT_LE(recovery.untilCheckpoint(), 1000);
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+  HxRecordingSink console;
+  tables.left = -1;
+  recovery.checkpointIfDue();
+  EXPECT_EQ(2, tables.checkpoints);
+  EXPECT_THAT(console.consoleText(), ::testing::HasSubstr("the disk is full"));
+  preferences.set("Recovery Interval", "0");
+  EXPECT_EQ(-1, recovery.untilCheckpoint());
+  EXPECT_THROW(preferences.set("Recovery Interval", "-1"), McException);
+  EXPECT_THROW(preferences.set("Recovery Interval", "3601"), McException);
+  EXPECT_THROW(preferences.set("Recovery Interval", "often"), McException);
+  preferences.set("Recovery Interval", "60");
 }
 
 TEST(Recovery, TextHasEverythingInOneLine) {

@@ -8,6 +8,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/detail/privateFolder.h"
 #include "quarn/voxora/tiles/MemoryBudget.h"
+#include "quarn/kernel/io/HxRecovery.h"
 #include "quarn/voxora/utilities/utilities.h"
 
 namespace {
@@ -56,6 +57,14 @@ QString mainMemoryText(std::size_t bytes) {
                            : QString::number((bytes + kibi - 1) / kibi) + QLatin1Char('K');
 }
 
+int parseRecoveryInterval(const QString& key, const QString& value) {
+  bool isNumber = false;
+  const int seconds = value.trimmed().toInt(&isNumber);
+  if (!isNumber || seconds < 0 || seconds > HxRecovery::MAXIMUM_INTERVAL)
+    refuse(key, value, QStringLiteral("a number of seconds from 0 to %1").arg(HxRecovery::MAXIMUM_INTERVAL));
+  return seconds;
+}
+
 /// One preference as a row: how it is called, read and set.
 struct Preference {
   QString key;
@@ -63,8 +72,8 @@ struct Preference {
   void (*set)(HxPreferences&, const QString& key, const QString& value);
 };
 
-const std::array<Preference, 3>& table() {
-  static const std::array<Preference, 3> rows{
+const std::array<Preference, 4>& table() {
+  static const std::array<Preference, 4> rows{
       Preference{QStringLiteral("LDA > Main Memory"),
                  [](const HxPreferences& p) { return mainMemoryText(p.getMainMemory()); },
                  [](HxPreferences& p, const QString& key, const QString& value) {
@@ -73,6 +82,11 @@ const std::array<Preference, 3>& table() {
       Preference{
           QStringLiteral("LDA > Tile Size"), [](const HxPreferences& p) { return QString::number(p.getTileSize()); },
           [](HxPreferences& p, const QString& key, const QString& value) { p.setTileSize(parseTileSize(key, value)); }},
+      Preference{QStringLiteral("Recovery Interval"),
+                 [](const HxPreferences&) { return QString::number(HxRecovery::instance().interval()); },
+                 [](HxPreferences&, const QString& key, const QString& value) {
+                   HxRecovery::instance().setInterval(parseRecoveryInterval(key, value));
+                 }},
       Preference{QStringLiteral("Temporary Directory"),
                  [](const HxPreferences& p) { return p.getTemporaryDirectory(); },
                  [](HxPreferences& p, const QString&, const QString& value) { p.setTemporaryDirectory(value); }}};

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 
+#include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 
 QString HxLeftOver::toText() const {
@@ -70,4 +71,21 @@ int HxRecovery::discardAll() {
   int count = 0;
   for (HxRecoveryProvider* provider : providers_) count += provider->discardAll();
   return count;
+}
+
+void HxRecovery::checkpointIfDue() {
+  if (untilCheckpoint() != 0) return;
+  for (HxRecoveryProvider* provider : providers_) {
+    try {
+      provider->checkpoint();
+    } catch (const std::exception& failure) {
+      HxMessage::printf("The temporary storage does not hold the newest state: %s", failure.what());
+    }
+  }
+  sinceCheckpoint_.start();
+}
+
+int HxRecovery::untilCheckpoint() const {
+  if (interval_ <= 0) return -1;
+  return static_cast<int>(std::max<qint64>(0, interval_ * qint64{1000} - sinceCheckpoint_.elapsed()));
 }

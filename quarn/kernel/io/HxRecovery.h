@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QString>
 #include <QStringList>
 #include <vector>
@@ -37,6 +38,8 @@ public:
   virtual void discardLoaded() = 0;
   /// Removes all left-overs, those that cannot be recovered too, and returns their number.
   virtual int discardAll() = 0;
+  /// Writes what changed in the objects of the pool into the temporary storage, so that it could be recovered.
+  virtual void checkpoint() = 0;
 };
 
 /// Left-overs of all packages. For the user-interface thread.
@@ -58,11 +61,24 @@ public:
   void discardLoaded();
   int discardAll();
 
+  /// Seconds between checkpoints, 0 for none; 60 unless it was set. The preference "Recovery Interval".
+  int interval() const { return interval_; }
+  void setInterval(int seconds) { interval_ = seconds; }
+  static constexpr int MAXIMUM_INTERVAL = 3600;
+
+  /// Makes a checkpoint when the last one, or the start, is at least the interval ago. Called when no work is under
+  /// way: after a command, and while the program waits for one. Failures are shown on the console.
+  void checkpointIfDue();
+  /// Milliseconds until the next checkpoint is due; -1 when there are none.
+  int untilCheckpoint() const;
+
   HxRecovery(const HxRecovery&) = delete;
   HxRecovery& operator=(const HxRecovery&) = delete;
 
 private:
-  HxRecovery() = default;
+  HxRecovery() { sinceCheckpoint_.start(); }
 
   std::vector<HxRecoveryProvider*> providers_;
+  int interval_ = 60;
+  QElapsedTimer sinceCheckpoint_;
 };

@@ -8,6 +8,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxInterrupt.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/io/HxRecovery.h"
 #include "quarn/kernel/script/HxCommandTable.h"
 #include "quarn/kernel/script/detail/CmdInfoScope.h"
 #include "quarn/kernel/script/detail/ScriptLocation.h"
@@ -39,6 +40,19 @@ public:
 private:
   std::vector<std::string> texts_;
   std::vector<char*> pointers_;
+};
+
+/// Counts the object commands that run inside each other.
+class CommandDepth {
+public:
+  CommandDepth() { ++depth; }
+  ~CommandDepth() { --depth; }
+  CommandDepth(const CommandDepth&) = delete;
+  CommandDepth& operator=(const CommandDepth&) = delete;
+  bool isOutermost() const { return depth == 1; }
+
+private:
+  inline static int depth = 0;
 };
 
 void setErrorText(Tcl_Interp* interp, const std::string& text) {
@@ -183,10 +197,12 @@ int HxInterpreter::runObjectCommand(ClientData data, Tcl_Interp* interp, int obj
   // A command may end its own object, and with it `data`.
   const std::shared_ptr<const HxObjectCommand> function = static_cast<ObjectCommand*>(data)->function;
   const quarn::detail::CmdInfoScope listOfItsOwn;
+  const CommandDepth depth;
   const HxMessage::Mark before = HxMessage::mark();
   Tcl_ResetResult(interp);
   const int code = callGuarded(*function, interp, objc, objv);
   HxMessage::flushStream();
+  if (depth.isOutermost()) HxRecovery::instance().checkpointIfDue();
   if (code != TCL_ERROR || hasResult(interp)) return code;
   const std::optional<std::string> said = HxMessage::newestSince(before);
   setErrorText(interp, said ? *said : std::string(Tcl_GetString(objv[0])) + ": the command failed");
