@@ -4,6 +4,7 @@
 #include "hxroi/details/LeftOvers.h"
 #include "hxroi/details/TemporaryFolder.h"
 #include "quarn/voxora/files/FaultFileSystem.h"
+#include "quarn/voxora/files/PassingFileSystem.h"
 #include "tests/hxroi/MaskTest.h"
 
 /// Work on masks during which the n-th call to the file system fails, for every n: what was there before is there
@@ -30,9 +31,11 @@ protected:
 
   /// Makes a step, runs it with one more call failing each time, checks it, and ends it, until no call fails any more.
   void walk(Extent extent, const std::function<Step()>& makeStep) {
+    canRemove = extent == Extent::once;
     for (std::uint64_t call = 1;; ++call) {
       SCOPED_TRACE("failing call " + std::to_string(call));
-      FaultFileSystem files(FileSystem::posix());
+      hxvoxora::PassingFileSystem disk(FileSystem::posix());
+      FaultFileSystem files(disk);
       const FileSystemOverride current(files);
       const bool hasFailed = runStep(files, {.call = call, .extent = extent}, makeStep);
       hxroi::details::TemporaryFolder::leave();
@@ -71,6 +74,8 @@ protected:
     step.check(failure.has_value());
     return hasFailed;
   }
+
+  bool canRemove = true;  ///< whether what the failing work leaves can be removed at once
 
   path userFolder() const { return folder / "user"; }
   path userPrefix() const { return userFolder() / "mask"; }
@@ -197,7 +202,8 @@ TEST_F(MaskFaultWalk, FailedFirstWriteLeavesTheMaskBorrowed) {
                 [this, mask](bool hasThrown) {
                   expectContent(*mask, oldBox());
                   EXPECT_EQ(mask->ownsTemporaryFiles(), !hasThrown);
-                  EXPECT_TRUE(!hasThrown || temporaryFiles().empty());
+                  // While nothing can be removed, files stay until the end of the process.
+                  EXPECT_TRUE(!hasThrown || !canRemove || temporaryFiles().empty());
                   fill(*mask, oldBox(), false);
                   fill(*mask, newBox());
                   expectContent(*mask, newBox());
