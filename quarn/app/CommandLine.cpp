@@ -46,7 +46,7 @@ constexpr Option options[] = {
      [](CommandLine& line, const QString&) { setMode(line, Mode::Interactive, "--interactive"); }},
     {"--recover", nullptr,
      "show the work that runs which were cut off have left; with a FOLDER behind it,\n"
-     "                             save that work in this new or empty folder",
+     "                           save that work in this new or empty folder",
      [](CommandLine& line, const QString&) { setMode(line, Mode::Recover, "--recover"); }},
     {"--discard", nullptr, "with --recover: remove that work",
      [](CommandLine& line, const QString&) { line.discard = true; }},
@@ -138,7 +138,8 @@ QString CommandLine::help() {
             QLatin1Char('\n');
   }
   text += QStringLiteral(
-      "\nThe exit status is 0, 1 after an error, 130 after Ctrl-C, or what the command exit was given.\n"
+      "\nThe exit status is 0, 1 after an error, 130 after Ctrl-C, 128 and its number after another\n"
+      "signal to end, or what the command exit was given.\n"
       "The command help shows the commands.");
   return text;
 }

@@ -166,6 +166,20 @@ TEST_F(Recover, WorkIsWrittenAtIntervals) {
   }
 }
 
+TEST_F(Recover, NothingIsLostWhenItCannotBeSaved) {
+  cutOff(5);
+  QProcess process;
+  process.setProcessEnvironment(program.environment);
+  process.start("/bin/sh", {"-c", "ulimit -f 1; exec \"$@\"", "sh", QUARN_PROGRAM, "--temp", storage(), "--recover",
+                            program.file("out")});
+  ASSERT_TRUE(process.waitForFinished(30000));
+  EXPECT_EQ(QProcess::NormalExit, process.exitStatus());
+  EXPECT_EQ(1, process.exitCode());
+  EXPECT_THAT(process.readAllStandardError().toStdString(), HasSubstr("File too large"));
+  EXPECT_FALSE(QDir(program.file("out")).exists());
+  EXPECT_THAT(outputOf({"--recover"}), StartsWith("5 left"));
+}
+
 TEST_F(Recover, SignalsToEndLeaveNothingBehind) {
   for (const int signal : {SIGTERM, SIGHUP}) {
     cutOff(1);
@@ -196,12 +210,12 @@ TEST_F(Recover, SignalsToEndReachAWaitForInput) {
   }
 }
 
-TEST_F(Recover, ReaderThatLeavesEndsTheProgramTidily) {
+TEST_F(Recover, ReaderOfTheOutputThatLeavesDoesNotKill) {
   QProcess process;
   process.setProcessEnvironment(program.environment);
   const QString loop = program.write("loop.tcl", "while 1 {puts line}\n");
   process.start("/bin/sh", {"-c", QStringLiteral("{ \"$0\" --script \"$1\"; echo status $? >&2; } | head -n 1"),
                             QUARN_PROGRAM, loop});
   ASSERT_TRUE(process.waitForFinished(30000));
-  EXPECT_THAT(process.readAllStandardError().toStdString(), HasSubstr("status 141\n"));
+  EXPECT_THAT(process.readAllStandardError().toStdString(), HasSubstr("status 1\n"));
 }

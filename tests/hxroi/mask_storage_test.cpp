@@ -9,7 +9,9 @@
 #include <thread>
 #include <unistd.h>
 
+#include "hxroi/details/TemporaryFolder.h"
 #include "quarn/kernel/app/HxSkin.h"
+#include "quarn/voxora/files/FaultFileSystem.h"
 #include "tests/hxroi/MaskTest.h"
 
 namespace {
@@ -17,6 +19,8 @@ namespace {
 class MaskStorage : public MaskTest {
 protected:
   path tmpMasks() const { return folder / "temporary" / "tmp-masks"; }
+
+  static std::string mark() { return "owner-" + std::to_string(::getpid()) + "-0.lock"; }
 
   static int modeOf(const path& file) {
     struct stat info {};
@@ -118,6 +122,36 @@ TEST_F(MaskStorage, PrefixMakesNoFileButAPrivateFolder) {
   Mask::getTemporaryPrefix();
   EXPECT_TRUE(temporaryFiles().empty());
   EXPECT_EQ(modeOf(tmpMasks()), 0700);
+}
+
+TEST_F(MaskStorage, ProcessIsMarkedOncePrivately) {
+  hxvoxora::FaultFileSystem files(hxvoxora::FileSystem::posix());
+  {
+    const hxvoxora::FileSystemOverride current(files);
+    for (int i = 0; i < 100; ++i) Mask::getTemporaryPrefix();
+    EXPECT_EQ(files.callCount(hxvoxora::FileCall::create), 1U);
+    EXPECT_EQ(files.callCount(hxvoxora::FileCall::lock), 1U);
+    EXPECT_LT(files.callCount(), 500U);
+    EXPECT_EQ(modeOf(tmpMasks() / mark()), 0600);
+    hxroi::details::TemporaryFolder::leave();
+  }
+  EXPECT_FALSE(exists((tmpMasks() / mark()).string()));
+}
+
+TEST_F(MaskStorage, MarkThatWasCleanedAwayIsMadeAgain) {
+  Mask::getTemporaryPrefix();
+  boost::filesystem::remove(tmpMasks() / mark());
+  Mask::getTemporaryPrefix();
+  EXPECT_TRUE(exists((tmpMasks() / mark()).string()));
+}
+
+TEST_F(MaskStorage, FolderThatGoesBadLaterIsReported) {
+  const auto mask = makeMask();
+  boost::filesystem::remove_all(tmpMasks());
+  writeText(tmpMasks(), "in the way");
+  expectRefused((folder / "temporary").string());
+  boost::filesystem::remove(tmpMasks());
+  EXPECT_NE(Mask::getTemporaryPrefix(), "");
 }
 
 TEST_F(MaskStorage, EveryMaskTakesAPrefixABorrowedOneToo) {

@@ -60,8 +60,6 @@ void onInterrupt(int signal) {
 
 void onEnd(int signal) {
   const int savedErrno = errno;
-  // Each further write to a broken pipe would come here again.
-  if (signal == SIGPIPE) ::signal(SIGPIPE, SIG_IGN);
   int none = 0;
   firstEndSignal.compare_exchange_strong(none, signal);
   if (++endSignals >= wishesThatKill) killBy(signal);
@@ -107,9 +105,11 @@ void installOnce() {
   fcntl(loopPipe.readEnd, F_SETFL, O_NONBLOCK);
   std::thread(forwardWishes).detach();
   handle(SIGINT, onInterrupt);
-  for (const int signal : {SIGTERM, SIGHUP, SIGPIPE}) {
+  for (const int signal : {SIGTERM, SIGHUP}) {
     if (!isIgnored(signal)) handle(signal, onEnd);
   }
+  // A file that may not grow is an error of the write.
+  ::signal(SIGXFSZ, SIG_IGN);
 }
 
 }  // namespace

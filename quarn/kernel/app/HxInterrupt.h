@@ -10,12 +10,12 @@
 /// the error "interrupted" at its next command; a script may catch that and go on. The second one during the same
 /// script ends it in a way that it cannot catch. The third ends the process as the signal would have.
 ///
-/// A signal that asks the process to end (SIGTERM, SIGHUP, SIGPIPE) counts as two wishes: the script ends at its next
-/// command, and the program tidies up and ends.
+/// A signal that asks the process to end (SIGTERM, SIGHUP) counts as two wishes: the script ends at its next command, and the
+/// program tidies up and ends.
 class QUARN_KERNEL_API HxInterrupt {
 public:
-  /// Takes over SIGINT, SIGTERM, SIGHUP and SIGPIPE for the rest of the process; the latter three stay ignored when
-  /// they are. Does it once.
+  /// Takes over SIGINT, SIGTERM and SIGHUP for the rest of the process; the latter two stay ignored when
+  /// they are. SIGXFSZ is ignored, so that a file that may not grow is an error of the write. Does it once.
   static void install();
 
   /// A wish, as from the keyboard. Any thread.
