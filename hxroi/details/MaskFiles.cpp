@@ -124,13 +124,16 @@ private:
     bool isMoved = false;
   };
 
+  /// Nothing when there is no set that anybody could read. A header that only cannot be read now is an error: its set
+  /// would lose its files.
   std::optional<VolumeHeader> readFormer(const std::string& ldmPath) const {
+    if (files_.kind(ldmPath) != FileKind::regular) return std::nullopt;
+    const std::string text = VolumeHeader::readText(files_, ldmPath);
     try {
-      if (files_.kind(ldmPath) == FileKind::regular) return VolumeHeader::read(files_, ldmPath);
+      return VolumeHeader::parse(text, ldmPath);
     } catch (const McException&) {
-      // There is no good set to be kept.
+      return std::nullopt;
     }
-    return std::nullopt;
   }
 
   FileSystem& files_;
