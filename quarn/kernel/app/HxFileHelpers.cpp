@@ -78,10 +78,12 @@ void HxFileHelpers::replaceFile(const QString& path, const QByteArray& content) 
   requireReplaceable(path);
   QSaveFile file(path);
   if (!file.open(QIODevice::WriteOnly)) fail(path, "cannot be written", file.errorString().toStdString());
+  errno = 0;
   const bool written = file.write(content) == content.size() && file.flush() && fsync(file.handle()) == 0;
   if (!written) {
-    const std::string why =
-        file.error() == QFileDevice::NoError ? std::strerror(errno) : file.errorString().toStdString();
+    // The file has no text for some errors of the system.
+    const int reason = errno;
+    const std::string why = reason != 0 ? std::strerror(reason) : file.errorString().toStdString();
     file.cancelWriting();
     fail(path, "cannot be written", why);
   }
