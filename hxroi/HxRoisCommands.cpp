@@ -15,6 +15,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/script/HxCommands.h"
+#include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "quarn/voxora/utilities/utilities.h"
 
 using hxroi::details::Group;

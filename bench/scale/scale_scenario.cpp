@@ -110,11 +110,11 @@ class Scenario {
 public:
   explicit Scenario(const Options& options) : options_(options), brain_(options.image) {
     hxvoxora::setMemoryBudget(options.budgetMebibytes << 20);
-    hxvoxora::setSpillPrefix(hxvoxora::FileSystem::posix(), folder_.file("tiles"));
+    hxvoxora::setSpillPrefix(folder_.file("tiles"));
   }
   ~Scenario() {
     masks_.clear();
-    hxvoxora::setSpillPrefix(hxvoxora::FileSystem::posix(), std::string());
+    hxvoxora::setSpillPrefix(std::string());
   }
 
   void run() {
