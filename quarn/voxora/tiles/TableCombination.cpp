@@ -38,11 +38,6 @@ std::int64_t tilesBelow(int levels) {
   return std::int64_t{1} << (TileNode::fanoutBits * levels);
 }
 
-/// Whether a page of tiles means the same in every table: what was never written reads as the table's default value.
-bool hasNoGap(const TileNode& page) {
-  return std::none_of(page.slots.begin(), page.slots.end(), [](const TileSlot& slot) { return slot.isUnwritten(); });
-}
-
 }  // namespace
 
 TableCombination::TableCombination(TileTableEditor& table, const TileTable& other, TruthTable f)
@@ -101,10 +96,7 @@ void TableCombination::visit(TileSlot& a, const TileSlot& b, int levels, std::in
                              std::int64_t end) {
   const std::int64_t below = tilesBelow(levels - 1), behind = base + tilesBelow(levels);
   if (isSettled(a, b, levels, first <= base && end >= std::min(behind, table_.grid().tileCount()))) return;
-  if (levels == 1) {
-    leaves_.push_back({&a, &b, base, std::max(first, base), std::min(end, behind), nullptr});
-    return;
-  }
+  if (levels == 1) return addLeaf(a, b, base, std::max(first, base) - base, std::min(end, behind) - base);
   TileNode& page = table_.ownPage(a);
   const std::int64_t firstChild = std::max<std::int64_t>(0, (first - base) / below);
   const std::int64_t endChild = std::min(TileNode::fanout, (end - base + below - 1) / below);
@@ -113,11 +105,31 @@ void TableCombination::visit(TileSlot& a, const TileSlot& b, int levels, std::in
   inner_.push_back({&a, levels, base});
 }
 
+/// The places first <= i < end of a page. Ranges that were added one after the other may meet in one page.
+void TableCombination::addLeaf(TileSlot& a, const TileSlot& b, std::int64_t base, std::int64_t first,
+                               std::int64_t end) {
+  const std::uint64_t wanted = (~std::uint64_t{0} >> (TileNode::fanout - (end - first))) << first;
+  if (!leaves_.empty() && leaves_.back().place == &a) {
+    leaves_.back().wanted |= wanted;
+  } else {
+    leaves_.push_back({&a, &b, base, wanted, nullptr});
+  }
+}
+
+/// Whether a page of the other table can stand in place of a mark as it is: what was never written reads as the table's
+/// default value, and tiles that come out as they were keep their mark.
+bool TableCombination::canTakePage(const TileSlot& a, const TileNode& page) const {
+  const Known known = knownOf(a, table_.defaultValue_);
+  return std::none_of(page.slots.begin(), page.slots.end(), [&](const TileSlot& slot) {
+    return slot.isUnwritten() || (slot.isConstant() && slot != a && knownOf(slot, false) == known);
+  });
+}
+
 /// Whether nothing below the place must be looked at; `whole` tells whether all of its tiles take part.
 bool TableCombination::isSettled(TileSlot& a, const TileSlot& b, int levels, bool whole) {
   const Choice choice = choiceOf(a, b);
   if (choice == Choice::KeepA) return true;
-  if (choice == Choice::TakeB && levels == 1 && whole && !a.isReference() && hasNoGap(b.node())) {
+  if (choice == Choice::TakeB && levels == 1 && whole && !a.isReference() && canTakePage(a, b.node())) {
     settled_.push_back({&a, b});
     return true;
   }
@@ -136,7 +148,8 @@ bool TableCombination::makesMoreThanCachesHold() const {
   std::size_t bytes = 0;
   for (const Leaf& leaf : leaves_) {
     const TileSlot *a = leaf.place, *b = leaf.other;
-    for (std::int64_t i = leaf.first - leaf.base; i < leaf.end - leaf.base; ++i) {
+    for (std::int64_t i = 0; i < TileNode::fanout; ++i) {
+      if (!leaf.wants(i)) continue;
       const Choice choice =
           choiceOf(a->isReference() ? a->node().slots[i] : *a, b->isReference() ? b->node().slots[i] : *b);
       if (choice == Choice::Combine || choice == Choice::InvertA || choice == Choice::InvertB) bytes += tileBytes;
@@ -160,14 +173,13 @@ void TableCombination::work(Leaf& leaf) const {
   if (!oneB) b = b->node().slots.data();
   leaf.result = Ref<TileNode>(new TileNode(table_.editor_, TileSlot()));
   TileSlot* out = leaf.result->slots.data();
-  const std::int64_t begin = leaf.first - leaf.base, end = leaf.end - leaf.base;
   CellCombiner combiner(table_.grid(), pass_);
   for (std::int64_t i = 0; i < TileNode::fanout; ++i) {
     const TileSlot& old = oneA ? *a : a[i];
-    if (i < begin || i >= end) {
-      out[i] = old;
-    } else {
+    if (leaf.wants(i)) {
       place(out[i], old, oneB ? *b : b[i], leaf.base + i, combiner);
+    } else {
+      out[i] = old;
     }
   }
   combiner.run();
@@ -210,6 +222,7 @@ void TableCombination::install() {
   }
   for (Settled& settled : settled_) *settled.place = std::move(settled.slot);
   for (const Inner& inner : inner_) {
+    if (!inner.place->isReference()) continue;  // stood in the list twice
     const TileNode& page = inner.place->node();
     if (!table_.isUniform(page, inner.levels, inner.base)) continue;
     const TileSlot mark = page.slots.front();

@@ -40,14 +40,18 @@ private:
   /// What is known of a place: a constant, or bits (or a page) about which nothing is known.
   enum Known : std::uint8_t { Clear, Set, Bits };
 
-  /// The places of one page of the lowest level: of the tiles first <= tile < end. A mark in place of a page stands for
-  /// all of them.
+  /// The places of one page of the lowest level, which begins with the tile `base`. A mark in place of a page stands
+  /// for all of them. Bit i of `wanted`: place i takes part.
   struct Leaf {
+    bool wants(std::int64_t i) const { return (wanted >> i & 1) != 0; }
+
     TileSlot* place;
     const TileSlot* other;
-    std::int64_t base, first, end;
+    std::int64_t base;
+    std::uint64_t wanted;
     Ref<TileNode> result;
   };
+  static_assert(TileNode::fanout == 64, "a page has as many places as a word has bits");
 
   struct Settled {
     TileSlot* place;
@@ -65,9 +69,11 @@ private:
 
   static Known knownOf(const TileSlot& slot, bool defaultValue);
   Choice choiceOf(const TileSlot& a, const TileSlot& b) const;
+  bool canTakePage(const TileSlot& a, const TileNode& page) const;
   TileSlot constantOver(const TileSlot& a, bool value) const;
 
   void visit(TileSlot& a, const TileSlot& b, int levels, std::int64_t base, std::int64_t first, std::int64_t end);
+  void addLeaf(TileSlot& a, const TileSlot& b, std::int64_t base, std::int64_t first, std::int64_t end);
   bool isSettled(TileSlot& a, const TileSlot& b, int levels, bool whole);
   void work(Leaf& leaf) const;
   void place(TileSlot& result, const TileSlot& a, const TileSlot& b, std::int64_t tile, CellCombiner& combiner) const;
