@@ -11,8 +11,12 @@ BoxProxy::BoxProxy(Mask* mask, SoVolumeMask* volumeMask, McMutex* editMutex, con
                    AccessMode mode)
     : mask_(mask), bufferDimensions_(size), size_(size), isConst_(mode == AccessMode::ReadOnly) {
   handler_ = isConst_ ? std::make_shared<BufferHandler>(volumeMask, origin, size, BufferHandler::const_tag())
-                      : std::make_shared<BufferHandler>(volumeMask, editMutex, origin, size);
-  if (mode != AccessMode::WriteOnly) handler_->fetch();
+                      : std::make_shared<BufferHandler>(mask, volumeMask, editMutex, origin, size);
+  if (mode == AccessMode::WriteOnly) {
+    handler_->clear();
+  } else {
+    handler_->fetch();
+  }
   handler_->start();
   buffer_ = handler_->getBuffer();
 }

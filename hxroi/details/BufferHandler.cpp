@@ -1,10 +1,12 @@
 #include "hxroi/details/BufferHandler.h"
 
+#include <cstring>
 #include <exception>
 #include <omp.h>
 #include <string>
 
 #include "hxroi/details/EditTransaction.h"
+#include "hxroi/details/Mask.h"
 #include "hxroi/details/logFailure.h"
 #include "hxroi/details/toolkitBoxes.h"
 #include "quarn/base/McException.h"
@@ -50,9 +52,10 @@ void allocate(SoCpuBufferBitSet& bits, const McVec3i& origin, const McVec3i& siz
 
 }  // namespace
 
-BoxProxy::BufferHandler::BufferHandler(SoVolumeMask* volumeMask, McMutex* editMutex, const McVec3i& origin,
+BoxProxy::BufferHandler::BufferHandler(Mask* mask, SoVolumeMask* volumeMask, McMutex* editMutex, const McVec3i& origin,
                                        const McVec3i& size, bool isConst)
-    : volumeMask_(volumeMask),
+    : mask_(mask),
+      volumeMask_(volumeMask),
       bitSet_(hxvoxora::makeRef<SoCpuBufferBitSet>()),
       box_(toToolkit(boxAt(origin, size))),
       editMutex_(editMutex),
@@ -62,12 +65,12 @@ BoxProxy::BufferHandler::BufferHandler(SoVolumeMask* volumeMask, McMutex* editMu
       static_cast<std::uint8_t*>(bitSet_->map(isConst ? SoCpuBufferObject::READ_ONLY : SoCpuBufferObject::READ_WRITE));
 }
 
-BoxProxy::BufferHandler::BufferHandler(SoVolumeMask* volumeMask, McMutex* editMutex, const McVec3i& origin,
+BoxProxy::BufferHandler::BufferHandler(Mask* mask, SoVolumeMask* volumeMask, McMutex* editMutex, const McVec3i& origin,
                                        const McVec3i& size)
-    : BufferHandler(volumeMask, editMutex, origin, size, false) {}
+    : BufferHandler(mask, volumeMask, editMutex, origin, size, false) {}
 
 BoxProxy::BufferHandler::BufferHandler(SoVolumeMask* volumeMask, const McVec3i& origin, const McVec3i& size, const_tag)
-    : BufferHandler(volumeMask, nullptr, origin, size, true) {}
+    : BufferHandler(nullptr, volumeMask, nullptr, origin, size, true) {}
 
 BoxProxy::BufferHandler::~BufferHandler() {
   bitSet_->unmap();
@@ -84,9 +87,15 @@ void BoxProxy::BufferHandler::fetch() {
   volumeMask_->getLdmDataAccess().getData(0, box_, bitSet_.get());
 }
 
+void BoxProxy::BufferHandler::clear() {
+  std::memset(rawBits_, 0, bitSet_->getByteSize());
+}
+
 void BoxProxy::BufferHandler::finish() {
   if (isConst_ || !isStarted_ || box_.isEmpty()) return;
   inTransaction(*volumeMask_, *editMutex_, [this] { volumeMask_->replaceBox(box_, bitSet_.get()); });
+  // A box may have been found since the view told of its end, when a sub-view outlived it.
+  mask_->forgetBoxes();
 }
 
 void BoxProxy::BufferHandler::flush() {

@@ -20,9 +20,9 @@ public:
   /// Chooses the constructor for reading only.
   struct const_tag {};
 
-  /// For editing; `editMutex` is taken around each write-back. Nothing is written back before `start`.
-  /// Throws McException telling box and sizes when the memory budget does not hold the buffer.
-  BufferHandler(SoVolumeMask* volumeMask, McMutex* editMutex, const McVec3i& origin, const McVec3i& size);
+  /// For editing; `editMutex` is taken around each write-back, after which `mask` forgets its boxes. Nothing is written
+  /// back before `start`. Throws McException telling box and sizes when the memory budget does not hold the buffer.
+  BufferHandler(Mask* mask, SoVolumeMask* volumeMask, McMutex* editMutex, const McVec3i& origin, const McVec3i& size);
   BufferHandler(SoVolumeMask* volumeMask, const McVec3i& origin, const McVec3i& size, const_tag);
 
   BufferHandler(const BufferHandler&) = delete;
@@ -33,6 +33,9 @@ public:
 
   /// Fetches the box from the node. Throws McException.
   void fetch();
+
+  /// Clears the buffer, so that a view that is left half written gives nothing away.
+  void clear();
 
   /// The buffer is good to be edited and written back.
   void start() { isStarted_ = true; }
@@ -47,8 +50,10 @@ public:
   SoCpuBufferBitSet* getBufferBitSet() const { return bitSet_.get(); }
 
 private:
-  BufferHandler(SoVolumeMask* volumeMask, McMutex* editMutex, const McVec3i& origin, const McVec3i& size, bool isConst);
+  BufferHandler(Mask* mask, SoVolumeMask* volumeMask, McMutex* editMutex, const McVec3i& origin, const McVec3i& size,
+                bool isConst);
 
+  Mask* mask_;
   SoVolumeMask* volumeMask_;
   hxvoxora::Ref<SoCpuBufferBitSet> bitSet_;
   SbBox3i32 box_;

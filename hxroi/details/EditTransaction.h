@@ -15,11 +15,11 @@ void inTransaction(SoVolumeMask& node, McMutex& editMutex, Edit edit) {
   const int id = node.beginTransaction();
   try {
     edit();
+    node.endTransaction(id);
   } catch (...) {
     node.abortTransaction(id);
     throw;
   }
-  node.endTransaction(id);
 }
 
 }  // namespace hxroi::details

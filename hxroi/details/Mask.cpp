@@ -188,10 +188,7 @@ void Mask::touch(int flags) {
 }
 
 void Mask::touch(int flags, bool contentChanged) {
-  if (contentChanged) {
-    m_boundingBox.clear();
-    m_approximatedBoundingBox.clear();
-  }
+  if (contentChanged) forgetBoxes();
   Roi::touch(flags);
 }
 

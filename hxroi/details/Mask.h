@@ -209,6 +209,7 @@ private:
 
   McBox3i wholeMaskBox() const { return wholeBox(m_dimensions); }
   McBox3i knownBox() const;
+  void forgetBoxes();
   void combine(const McBox3i& region, const Mask& other, hxvoxora::TruthTable f);
   void storeVoxels(const Mask& other, const McBox3i& box, bool clearFirst);
   bool storeFiles(const Mask& other);

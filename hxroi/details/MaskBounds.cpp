@@ -42,4 +42,9 @@ void Mask::setApproximatedBoundingBox(const McBox3i& box) {
   m_boundingBox.clear();
 }
 
+void Mask::forgetBoxes() {
+  m_boundingBox.clear();
+  m_approximatedBoundingBox.clear();
+}
+
 }  // namespace hxroi::details

@@ -118,6 +118,21 @@ TEST_F(BoxProxyTest, EditsShowWhenTheLastSharerEnds) {
   EXPECT_TRUE(voxel(*mask, 12, 10, 6));
 }
 
+TEST_F(BoxProxyTest, BoxFoundBeforeALateWriteBackIsForgotten) {
+  View outer = writable(*mask);
+  View part = View(new BoxProxy(std::as_const(*outer).getBox({0, 0, 0}, {1, 1, 1})));
+  *outer = true;
+  outer.reset();
+  EXPECT_NE(mask->getBoundingBox(), McBox3i(0, 12, 0, 10, 0, 6));
+  part.reset();
+  EXPECT_EQ(mask->getBoundingBox(), McBox3i(0, 12, 0, 10, 0, 6));
+}
+
+TEST_F(BoxProxyTest, WriteOnlyViewLeftAloneWritesZeros) {
+  { const BoxProxy view = mask->getBox({2, 3, 1}, {3, 3, 2}, AccessMode::WriteOnly); }
+  EXPECT_EQ(count(*mask), 0U);
+}
+
 TEST_F(BoxProxyTest, ContentIsTouchedBeforeTheBufferIsWrittenBack) {
   class VoxelReader : public ListeningRois {
   public:

@@ -32,7 +32,9 @@ void DerivedTile::addChild(int place, std::byte* bits) const {
     fillRows(bits, layout, eighth.intersection({{0, 0, 0}, {extent_[0] - 1, extent_[1] - 1, extent_[2] - 1}}), true);
     return;
   }
-  const Ref<const TilePayload> fine = child.cell().pin();
+  // What stands in a file is not brought into memory for this alone; what had to be worked out stays for the next.
+  const TileCell& cell = child.cell();
+  const Ref<const TilePayload> fine = cell.source() ? cell.pinForOnce() : cell.pin();
   const auto rowBytes = static_cast<std::size_t>(tileDimensions_[0] / 8);
   const std::size_t sliceBytes = rowBytes * static_cast<std::size_t>(tileDimensions_[1]);
   for (std::int32_t z = 0; z < half[2]; ++z) {

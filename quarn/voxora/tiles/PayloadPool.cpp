@@ -17,7 +17,8 @@ constexpr std::size_t slabBytes = std::size_t{1} << 21;
 constexpr std::size_t smallestPayload = 256;
 constexpr int sizeCount = 14;  // 256 bytes to 2 MiB
 
-/// Unused slabs are kept up to this amount, or up to what is in use when that is more and the memory budget has room.
+/// Unused slabs are kept up to this amount, or a sixteenth of the memory budget when that is less; or up to what is in
+/// use when that is more and the budget has room.
 constexpr std::size_t keptBytes = std::size_t{64} << 20;
 
 std::array<PayloadPool*, sizeCount> makePools() {
@@ -123,7 +124,8 @@ void PayloadPool::putBack(TilePayload* payload, Slab& slab) noexcept {
   std::erase(partlyUsed_, &slab);
   unused_.push_back(&slab);
   const std::size_t used = inUse_ * byteSize_, budget = memoryBudget();
-  const std::size_t kept = std::max(keptBytes, std::min(used, std::max(budget, used) - used));
+  const std::size_t few = std::min(keptBytes, budget / 16);
+  const std::size_t kept = std::max(few, std::min(used, std::max(budget, used) - used));
   while (unused_.size() * slabBytes > kept) releaseSpareSlab();
 }
 

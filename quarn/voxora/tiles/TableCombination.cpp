@@ -221,8 +221,10 @@ void TableCombination::install() {
     }
   }
   for (Settled& settled : settled_) *settled.place = std::move(settled.slot);
+  // A page may stand in the list several times; those below it come first, as it may take them along.
+  std::sort(inner_.begin(), inner_.end(), [](const Inner& a, const Inner& b) { return a.levels < b.levels; });
   for (const Inner& inner : inner_) {
-    if (!inner.place->isReference()) continue;  // stood in the list twice
+    if (!inner.place->isReference()) continue;
     const TileNode& page = inner.place->node();
     if (!table_.isUniform(page, inner.levels, inner.base)) continue;
     const TileSlot mark = page.slots.front();

@@ -1,5 +1,6 @@
 #include "quarn/voxora/tiles/detail/TileCache.h"
 
+#include <new>
 #include <set>
 #include <utility>
 
@@ -62,10 +63,14 @@ ThreadHits::~ThreadHits() {
   HitCounters::instance().leave(count);
 }
 
-HitCounters::Counter* startCounting() {
+HitCounters::Counter* startCounting() noexcept {
   if (hasEnded) return nullptr;
-  thread_local ThreadHits hits;
-  return hitsOfThread = &hits.count;
+  try {
+    thread_local ThreadHits hits;
+    return hitsOfThread = &hits.count;
+  } catch (const std::bad_alloc&) {
+    return nullptr;  // a hit that is not counted
+  }
 }
 
 }  // namespace
@@ -82,7 +87,12 @@ bool TileCache::reserveBuffer(std::size_t bytes) {
   do {
     if (present > budget() || bytes > budget() - present) return false;
   } while (!bufferBytes_.compare_exchange_weak(present, present + bytes, std::memory_order_relaxed));
-  if (bytesInUse() > budget()) makeRoomFor(0, TilePayload::Purpose::Load);
+  try {
+    if (bytesInUse() > budget()) makeRoomFor(0, TilePayload::Purpose::Load);
+  } catch (...) {
+    releaseBuffer(bytes);
+    throw;
+  }
   return true;
 }
 

@@ -15,8 +15,11 @@ namespace {
 /// Edited tiles are written in pieces of about so many bytes.
 constexpr std::size_t spillBytesAtOnce = std::size_t{1} << 20;
 
-/// A spill file is as large as the budget, but not larger than this.
+/// A spill file is as large as the budget, but not larger than this as long as there are few.
 constexpr std::uint64_t largestSpillFile = std::uint64_t{256} << 20;
+
+/// Each file that is needed costs a descriptor, of which a process has a thousand or so.
+constexpr std::uint64_t manySpillFiles = 128;
 
 /// After a try in vain, one allocation for so many payloads goes by without another.
 constexpr std::size_t payloadsPerPause = 64;
@@ -43,9 +46,10 @@ std::uint32_t TileCache::Census::ageHolding(std::size_t wantedBytes) {
   return *limit;
 }
 
-/// Ticks since the last use; the clock may have turned over meanwhile.
+/// Ticks since the last use; the clock may have turned over meanwhile, or lost some that others saw.
 std::uint32_t TileCache::age(const TilePayload& payload) const {
-  return clock_.load(std::memory_order_relaxed) - payload.lastUse_.load(std::memory_order_relaxed);
+  const std::uint32_t ticks = clock_.load(std::memory_order_relaxed) - payload.lastUse_.load(std::memory_order_relaxed);
+  return static_cast<std::int32_t>(ticks) < 0 ? 0 : ticks;
 }
 
 /// The bytes are counted already.
@@ -77,7 +81,7 @@ void TileCache::evictDownTo(std::size_t target) {
   dropBacked(std::move(backed), std::min(missing(), spare));
   editedBytesLeft_ = edited.bytes;
   spillFailure_.clear();
-  if (missing() > 0) editedBytesLeft_ -= spillEdited(edited, missing());
+  if (missing() > 0) editedBytesLeft_ -= std::min(editedBytesLeft_, spillEdited(edited, missing()));
   if (missing() > 0) dropBacked(takeCensus().backed, missing());
   pause_ = bytesInUse() > budget() ? payloads / payloadsPerPause : 0;
 }
@@ -189,7 +193,8 @@ TileCache::Payloads TileCache::editedOlderThan(std::uint32_t oldest, std::size_t
 
 /// The cells may have gone meanwhile, and others come.
 std::size_t TileCache::spill(Payloads payloads) {
-  const auto fileBytes = std::min<std::uint64_t>(budget(), largestSpillFile);
+  const auto fileBytes = std::max(std::min<std::uint64_t>(budget(), largestSpillFile),
+                                  std::uint64_t{spillStore_.bytesNeeded()} / manySpillFiles);
   const std::vector<Ref<const TileBacking>> backings = spillStore_.write(payloads, fileBytes);
   spills_.fetch_add(payloads.size(), std::memory_order_relaxed);
   std::size_t bytes = 0;

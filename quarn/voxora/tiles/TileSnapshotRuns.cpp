@@ -76,25 +76,32 @@ void addRunsOfRow(const Pinned& tile, std::int32_t y, std::int32_t z, Runs& runs
   }
 }
 
+/// The runs of one slice of a row of tiles.
+template <typename Visit>
+void visitRow(const std::vector<Pinned>& row, std::int32_t z, Visit visit) {
+  if (std::none_of(row.begin(), row.end(), [](const Pinned& tile) { return tile.set || tile.payload; })) return;
+  const SbBox3i32& part = row.front().part;
+  for (std::int32_t y = part.getMin()[1]; y <= part.getMax()[1]; ++y) {
+    RunJoiner runs([&](int x0, int x1) { visit(y, x0, x1); });
+    for (const Pinned& tile : row) addRunsOfRow(tile, y, z, runs);
+    runs.finish();
+  }
+}
+
 }  // namespace
 
 void TileSnapshot::visitRuns(const SbBox3i32& box, void* visitor, RunFunction call) const {
   const TileGrid::Range tiles = grid().tilesOf(box);
   const std::int64_t perRow = tiles.count(0), perLayer = perRow * tiles.count(1);
-  std::vector<Pinned> layer;
+  // One row of tiles is pinned at a time: a layer of them may be larger than memory.
+  std::vector<Pinned> row;
   for (std::int64_t firstOfLayer = 0; firstOfLayer < tiles.size(); firstOfLayer += perLayer) {
-    layer.clear();
-    for (std::int64_t i = 0; i < perLayer; ++i) layer.push_back(pin(*table_, tiles[firstOfLayer + i], box));
-    const bool empty = std::none_of(layer.begin(), layer.end(), [](const Pinned& t) { return t.set || t.payload; });
-    if (empty) continue;
-    for (std::int32_t z = layer[0].part.getMin()[2]; z <= layer[0].part.getMax()[2]; ++z) {
-      for (std::int64_t row = 0; row < perLayer; row += perRow) {
-        const SbBox3i32& rowBox = layer[row].part;
-        for (std::int32_t y = rowBox.getMin()[1]; y <= rowBox.getMax()[1]; ++y) {
-          RunJoiner runs([&](int x0, int x1) { call(visitor, y, z, x0, x1); });
-          for (std::int64_t i = row; i < row + perRow; ++i) addRunsOfRow(layer[i], y, z, runs);
-          runs.finish();
-        }
+    const SbBox3i32 depth = grid().tileBox(tiles[firstOfLayer]).intersection(box);
+    for (std::int32_t z = depth.getMin()[2]; z <= depth.getMax()[2]; ++z) {
+      for (std::int64_t first = firstOfLayer; first < firstOfLayer + perLayer; first += perRow) {
+        row.clear();
+        for (std::int64_t i = first; i < first + perRow; ++i) row.push_back(pin(*table_, tiles[i], box));
+        visitRow(row, z, [&](int y, int x0, int x1) { call(visitor, y, z, x0, x1); });
       }
     }
   }

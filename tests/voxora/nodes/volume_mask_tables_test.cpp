@@ -148,6 +148,26 @@ TEST(SoVolumeMaskTables, BoxesThatCutTilesAndSeveralEditsInOneTransaction) {
   }
 }
 
+/// Boxes whose tiles lie in many pieces of the same pages, which become one value all over.
+TEST(SoVolumeMaskTables, PagesBecomeUniformPieceByPiece) {
+  const SbVec3i32 size(32 * 9, 8 * 9, 8 * 9);
+  const SbBox3i32 left({0, 0, 0}, {32 * 5 - 1, size[1] - 1, size[2] - 1}), right({32 * 5, 0, 0}, allOf(size).getMax());
+  const auto a = makeMask(size, tileSize), ones = makeMask(size, tileSize);
+  fill(*ones, allOf(size), true);
+  RandomSource random;
+  inTransaction(*a, [&] { replaceByNoise(*a, allOf(size), random); });
+  inTransaction(*a, [&] {
+    a->combineBox(right, *ones, TruthTable::Or);
+    a->combineBox(left, *ones, TruthTable::Or);
+  });
+  EXPECT_EQ(a->countSetVoxels(allOf(size)), static_cast<std::uint64_t>(size[0]) * 72 * 72);
+  inTransaction(*a, [&] { a->invertBox(left); });
+  EXPECT_EQ(a->computeBoundingBox(allOf(size)), right);
+  inTransaction(*a, [&] { a->invertBox(right); });
+  for (std::int64_t tile = 0; tile < a->snapshot().tileCount(); ++tile)
+    ASSERT_TRUE(a->snapshot().kind(tile) == Kind::Zero) << tile;
+}
+
 /// 2^36 tiles: a look at each of them would take minutes.
 TEST(SoVolumeMaskTables, ConstantsOfHugeVolumesAreSettledAtOnce) {
   const SbVec3i32 size(1 << 17, 1 << 17, 1 << 17);

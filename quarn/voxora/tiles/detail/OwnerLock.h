@@ -16,12 +16,13 @@ class TileCache::OwnerLock {
 public:
   /// Waits for the lock.
   explicit OwnerLock(const TilePayload& payload) : payload_(payload) {
-    while (!tryLock()) std::this_thread::yield();
+    while (!tryLock(word())) std::this_thread::yield();
   }
 
-  /// Takes the lock when the payload has cells and nobody else holds it; isLocked() tells.
+  /// Takes the lock when the payload has cells, whose references keep it alive, and nobody else holds it; isLocked()
+  /// tells. The payload may be on its way back to the pool.
   OwnerLock(const TilePayload& payload, std::try_to_lock_t) : payload_(payload) {
-    if (payload.owners_.load(std::memory_order_relaxed) != 0) tryLock();
+    if (const std::uintptr_t cells = word()) tryLock(cells);
   }
 
   ~OwnerLock() {
@@ -61,11 +62,13 @@ public:
 private:
   static constexpr std::uintptr_t lockMark = 1;
 
-  bool tryLock() {
-    std::uintptr_t word = payload_.owners_.load(std::memory_order_relaxed) & ~lockMark;
-    isLocked_ = payload_.owners_.compare_exchange_strong(word, word | lockMark, std::memory_order_acquire,
+  std::uintptr_t word() const { return payload_.owners_.load(std::memory_order_relaxed) & ~lockMark; }
+
+  /// Fails when the cells are not these any more.
+  bool tryLock(std::uintptr_t cells) {
+    isLocked_ = payload_.owners_.compare_exchange_strong(cells, cells | lockMark, std::memory_order_acquire,
                                                          std::memory_order_relaxed);
-    if (isLocked_) first_ = reinterpret_cast<const TileCell*>(word);
+    if (isLocked_) first_ = reinterpret_cast<const TileCell*>(cells);
     return isLocked_;
   }
 
