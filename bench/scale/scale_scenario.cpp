@@ -33,8 +33,9 @@ struct Options {
 
 Options parse(int argc, char** argv) {
   Options options;
-  for (int i = 1; i + 1 < argc; i += 2) {
+  for (int i = 1; i < argc; i += 2) {
     const std::string name = argv[i];
+    if (i + 1 == argc) throw std::runtime_error("unknown option " + name + ", or its value is missing");
     if (name == "--edge") {
       options.edge = std::atoi(argv[i + 1]);
     } else if (name == "--masks") {
