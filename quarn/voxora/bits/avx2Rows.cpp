@@ -39,10 +39,10 @@ QUARN_AVX2 inline __m256i loadColumn(const UnitColumn& column, std::size_t offse
 QUARN_AVX2 inline void storeColumn(const FourPlaces& rows, std::size_t byte, __m256i words) {
   const __m256i bytes = orderedWords(words);
   const __m128i low = _mm256_castsi256_si128(bytes), high = _mm256_extracti128_si256(bytes, 1);
-  _mm_storel_pd(reinterpret_cast<double*>(rows[0] + byte), _mm_castsi128_pd(low));
-  _mm_storeh_pd(reinterpret_cast<double*>(rows[1] + byte), _mm_castsi128_pd(low));
-  _mm_storel_pd(reinterpret_cast<double*>(rows[2] + byte), _mm_castsi128_pd(high));
-  _mm_storeh_pd(reinterpret_cast<double*>(rows[3] + byte), _mm_castsi128_pd(high));
+  storeNative(rows[0] + byte, _mm_cvtsi128_si64(low));
+  storeNative(rows[1] + byte, _mm_extract_epi64(low, 1));
+  storeNative(rows[2] + byte, _mm_cvtsi128_si64(high));
+  storeNative(rows[3] + byte, _mm_extract_epi64(high, 1));
 }
 
 /// Appends rows of 64 bits or more. The last word that is stored of a row may hold first bits of the next row, which
@@ -192,7 +192,7 @@ private:
   }
   QUARN_AVX2 static __m128i loadTwo(const std::uint8_t* a, const std::uint8_t* b) {
     const __m128i low = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(a));
-    return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(low), reinterpret_cast<const double*>(b)));
+    return _mm_insert_epi64(low, loadNative<long long>(b), 1);
   }
 
   const std::uint8_t* const src_;

@@ -16,7 +16,7 @@ FileSystem::~FileSystem() = default;
 FileLock::~FileLock() = default;
 
 FileSystem& FileSystem::posix() {
-  static PosixFileSystem instance;
+  static PosixFileSystem& instance = *new PosixFileSystem;  // wanted until the last library has ended
   return instance;
 }
 

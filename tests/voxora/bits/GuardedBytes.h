@@ -27,7 +27,7 @@ public:
   /// Puts an array at an end of the memory, in place of the one before.
   std::uint8_t* place(const std::vector<std::uint8_t>& bytes, End end) {
     if (bytes.size() > size) throw std::length_error("the array is too long");
-    std::memset(array_, pattern, count_);
+    if (count_ != 0) std::memset(array_, pattern, count_);
     count_ = bytes.size();
     array_ = end == End::Front ? begin() : begin() + size - count_;
     if (count_ != 0) std::memcpy(array_, bytes.data(), count_);
