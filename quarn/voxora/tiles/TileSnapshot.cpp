@@ -30,6 +30,17 @@ bool TileSnapshot::isWritten(std::int64_t tile) const {
   return !table_->slot(tile).isUnwritten();
 }
 
+TileSnapshot::TileCounts TileSnapshot::countTiles() const {
+  TileCounts counts;
+  table_->forEachRun([&](std::int64_t, std::int64_t count, const detail::TileSlot& slot) {
+    const auto tiles = static_cast<std::uint64_t>(count);
+    if (!slot.isUnwritten()) counts.written += tiles;
+    const detail::TileSlot content = detail::TileTable::resolved(slot, table_->defaultValue());
+    (content.isReference() ? counts.mixed : content.value() ? counts.one : counts.zero) += tiles;
+  });
+  return counts;
+}
+
 Ref<const TilePayload> TileSnapshot::payload(std::int64_t tile) const {
   const detail::TileSlot& slot = table_->slot(tile);
   return slot.isReference() ? slot.cell().pin() : nullptr;

@@ -28,6 +28,14 @@ public:
     Mixed,  ///< the tile has bits
   };
 
+  /// Numbers of tiles.
+  struct TileCounts {
+    std::uint64_t written = 0;  ///< see isWritten()
+    std::uint64_t zero = 0;     ///< these three by kind()
+    std::uint64_t one = 0;
+    std::uint64_t mixed = 0;
+  };
+
   /// The content of a volume without voxels.
   TileSnapshot();
   explicit TileSnapshot(Ref<const detail::TileTable> table);
@@ -49,6 +57,9 @@ public:
 
   /// True when a tile was filled, replaced or changed, or stands in the file as such.
   bool isWritten(std::int64_t tile) const;
+
+  /// How many tiles are what. Takes time for what was edited, not for every tile of the grid.
+  TileCounts countTiles() const;
 
   /// The bits of a mixed tile, laid out as grid().tileLayout(tile) tells; null for the other kinds.
   Ref<const TilePayload> payload(std::int64_t tile) const;

@@ -23,16 +23,11 @@ void outputNumber(std::ostream& out, const char* name, std::uint64_t value) {
 }
 
 void outputTiles(const TileSnapshot& content, std::ostream& out) {
-  std::uint64_t written = 0, set = 0, mixed = 0;
-  for (std::int64_t tile = 0; tile < content.tileCount(); ++tile) {
-    written += content.isWritten(tile);
-    set += content.kind(tile) == TileSnapshot::Kind::One;
-    mixed += content.kind(tile) == TileSnapshot::Kind::Mixed;
-  }
+  const TileSnapshot::TileCounts counts = content.countTiles();
   outputNumber(out, "tiles", static_cast<std::uint64_t>(content.tileCount()));
-  outputNumber(out, "written tiles", written);
-  outputNumber(out, "tiles with all voxels set", set);
-  outputNumber(out, "tiles with voxels of both values", mixed);
+  outputNumber(out, "written tiles", counts.written);
+  outputNumber(out, "tiles with all voxels set", counts.one);
+  outputNumber(out, "tiles with voxels of both values", counts.mixed);
   outputNumber(out, "bytes of a tile", content.grid().tileByteSize());
 }
 

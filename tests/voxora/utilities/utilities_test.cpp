@@ -42,6 +42,18 @@ TEST(LdmUtilities, ResourceParametersTellTheNode) {
   EXPECT_THAT(out.str(), HasSubstr("unsaved edits: yes\n"));
 }
 
+TEST(LdmUtilities, TilesOfAVastVolumeAreCountedInRuns) {
+  const auto mask = makeMask({2147483647, 1024, 1024}, {32, 8, 8});
+  fill(*mask, {{0, 0, 0}, {2147483646, 7, 7}}, true);
+  fill(*mask, {{64, 0, 0}, {64, 0, 0}}, false);
+  std::ostringstream out;
+  utilities::outputLDMResourceParameters(mask.get(), out);
+  EXPECT_THAT(out.str(), HasSubstr("\ntiles: 1099511627776\n"));
+  EXPECT_THAT(out.str(), HasSubstr("\nwritten tiles: 67108864\n"));
+  EXPECT_THAT(out.str(), HasSubstr("all voxels set: 67108863\n"));
+  EXPECT_THAT(out.str(), HasSubstr("both values: 1\n"));
+}
+
 TEST(LdmUtilities, ResourceParametersTellTheCache) {
   hxvoxora::MemoryFileSystem files;
   const SpillScope place(files);
