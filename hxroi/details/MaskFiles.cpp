@@ -4,15 +4,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <optional>
 #include <span>
-#include <vector>
 
 #include "hxroi/details/MaskHeader.h"
 #include "hxroi/details/StagedFile.h"
-#include "hxroi/details/logFailure.h"
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/files/TiledFileReader.h"
 #include "quarn/voxora/files/VolumeHeader.h"
 #include "quarn/voxora/files/fileSetParts.h"
 
@@ -71,75 +71,27 @@ std::string renamedHeader(const std::string& text, const std::string& sourcePref
   throw McException(McException::excerpt(sourcePrefix) + ".ldm: the names of its files cannot be exchanged");
 }
 
-/// The files of the set that is replaced, kept under other names until the new header stands.
-class FormerSet {
-public:
-  FormerSet(FileSystem& files, const std::string& prefix, const VolumeHeader& newHeader) : files_(files) {
-    const std::optional<VolumeHeader> former = readFormer(prefix + ".ldm");
-    if (!former) return;
-    hasSameData_ = former->generation == newHeader.generation;
-    if (hasSameData_) return;
-    const std::string folder = folderOf(prefix);
-    for (const std::string& name : {former->dataFile, former->indexFile}) {
-      entries_.push_back({folder + name, hxvoxora::asideName(folder + name, former->generation)});
-    }
+/// Refuses a copy, still under its aside names, that would not read back: what the source holds may be damaged.
+void checkCopy(FileSystem& files, const std::string& ldmPath, VolumeHeader header, std::uint64_t mark,
+               const std::string& sourceData) {
+  header.dataFile = hxvoxora::asideName(header.dataFile, mark);
+  header.indexFile = hxvoxora::asideName(header.indexFile, mark);
+  try {
+    hxvoxora::TiledFileReader::open(files, ldmPath, header)->checkStoredTiles();
+  } catch (const McException& failure) {
+    throw McException(McException::excerpt(sourceData) + ": is not copied: " + failure.what());
   }
+}
 
-  /// Both sets are copies of one save; only their headers may differ.
-  bool hasSameData() const { return hasSameData_; }
-
-  /// A file that is aside already is the right one: an earlier replacement was cut off.
-  void moveAside() {
-    for (Entry& entry : entries_) {
-      if (files_.kind(entry.aside) != FileKind::missing || files_.kind(entry.path) != FileKind::regular) continue;
-      files_.rename(entry.path, entry.aside);
-      entry.isMoved = true;
-    }
+/// Keeps saves that begin now from taking the new header for one that was left behind. As a precaution only: the file
+/// may be missing, or locked by somebody else.
+std::unique_ptr<hxvoxora::FileLock> tryLockData(FileSystem& files, const std::string& ldmPath) {
+  try {
+    return files.tryLock(prefixOf(ldmPath) + ".dat");
+  } catch (const McException&) {
+    return nullptr;
   }
-
-  void moveBack() noexcept {
-    for (const Entry& entry : entries_) {
-      try {
-        if (entry.isMoved) files_.rename(entry.aside, entry.path);
-      } catch (const std::exception& failure) {
-        logFailure("A file of a mask was left under another name", failure.what());
-      }
-    }
-  }
-
-  void remove() noexcept {
-    for (const Entry& entry : entries_) {
-      try {
-        files_.remove(entry.aside);
-      } catch (const std::exception& failure) {
-        logFailure("A file of a replaced mask was left", failure.what());
-      }
-    }
-  }
-
-private:
-  struct Entry {
-    std::string path;
-    std::string aside;
-    bool isMoved = false;
-  };
-
-  /// Nothing when there is no set that anybody could read. A header that only cannot be read now is an error: its set
-  /// would lose its files.
-  std::optional<VolumeHeader> readFormer(const std::string& ldmPath) const {
-    if (files_.kind(ldmPath) != FileKind::regular) return std::nullopt;
-    const std::string text = VolumeHeader::readText(files_, ldmPath);
-    try {
-      return VolumeHeader::parse(text, ldmPath);
-    } catch (const McException&) {
-      return std::nullopt;
-    }
-  }
-
-  FileSystem& files_;
-  std::vector<Entry> entries_;
-  bool hasSameData_ = false;
-};
+}
 
 }  // namespace
 
@@ -152,32 +104,28 @@ void copy(FileSystem& files, const std::string& sourcePrefix, const std::string&
   const std::string text = readHeader(files, sourceHeader);
   const VolumeHeader header = VolumeHeader::parse(text, sourceHeader);
 
-  StagedFile data(files, targetPrefix + ".dat", access);
-  data.copyFrom(*hxvoxora::openDataFile(files, sourceHeader, header));
+  const std::string targetHeader = targetPrefix + ".ldm";
+  const std::string newText = renamedHeader(text, sourcePrefix, targetPrefix);
+  const VolumeHeader newHeader = VolumeHeader::parse(newText, targetHeader);
+  hxvoxora::removeAbandonedFiles(files, targetHeader, newHeader);
+
+  // Not the generation, which the set in place may have too, as another copy of the same save.
+  const std::uint64_t mark = hxvoxora::drawGeneration();
+  StagedFile data(files, targetPrefix + ".dat", mark, access);
+  const auto lock = data.lock();
+  const auto sourceData = hxvoxora::openDataFile(files, sourceHeader, header);
+  data.copyFrom(*sourceData);
   data.complete();
-  StagedFile index(files, targetPrefix + ".fcp", access);
+  StagedFile index(files, targetPrefix + ".fcp", mark, access);
   index.copyFrom(*hxvoxora::openIndexFile(files, sourceHeader, header));
   index.complete();
-  StagedFile newHeader(files, targetPrefix + ".ldm", access);
-  newHeader.write(renamedHeader(text, sourcePrefix, targetPrefix));
-  newHeader.complete();
+  StagedFile headerFile(files, targetHeader, mark, access);
+  headerFile.write(newText);
+  headerFile.complete();
 
-  FormerSet former(files, targetPrefix, header);
-  try {
-    former.moveAside();
-    data.moveIntoPlace();
-    index.moveIntoPlace();
-    newHeader.moveIntoPlace();
-  } catch (...) {
-    if (!former.hasSameData()) {
-      data.takeBack();
-      index.takeBack();
-    }
-    former.moveBack();
-    throw;
-  }
-  files.syncDirectory(folderOf(targetPrefix));
-  former.remove();
+  checkCopy(files, targetHeader, newHeader, mark, sourceData->path());
+  hxvoxora::putInPlace(files, targetHeader, newHeader, mark);
+  for (StagedFile* file : {&data, &index, &headerFile}) file->setInPlace();
 }
 
 void remove(FileSystem& files, const std::string& prefix) {
@@ -210,7 +158,8 @@ std::string readHeader(FileSystem& files, const std::string& ldmPath) {
 }
 
 void writeHeader(FileSystem& files, const std::string& ldmPath, const std::string& text, Access access) {
-  StagedFile file(files, ldmPath, access);
+  const auto lock = tryLockData(files, ldmPath);
+  StagedFile file(files, ldmPath, hxvoxora::drawGeneration(), access);
   file.write(text);
   file.complete();
   file.moveIntoPlace();

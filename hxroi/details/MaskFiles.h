@@ -14,11 +14,14 @@ namespace MaskFiles {
 using Access = hxvoxora::FileSystem::Access;
 
 /// Copies the set of the header source + ".ldm", with the voxels and the index that this header names, and makes the
-/// copied header name the copies; all else in it stays. Voxels or index of another save than the header are refused.
-/// Nothing happens when both prefixes name one header.
+/// copied header name the copies; all else in it stays. Voxels or index of another save than the header are refused,
+/// and so are damaged ones: every stored tile is compared with its checksum. Nothing happens when both prefixes name
+/// one header.
 ///
 /// All files are written beside the target, synced and renamed, the header last: a reader finds the old set or the new
-/// one. After a failure the old set is still there. A target that is a folder, link, pipe or device is refused.
+/// one. After a failure the old set is still there. Only files of the target's own names are replaced, whatever a
+/// header there names. A target that is a folder, link, pipe or device is refused. What copies and saves to the target
+/// left behind when their process ended is removed first.
 HXROI_API void copy(hxvoxora::FileSystem& files, const std::string& sourcePrefix, const std::string& targetPrefix,
                     Access access = Access::byMask);
 

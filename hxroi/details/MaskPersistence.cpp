@@ -55,7 +55,7 @@ void Mask::writeToFile(const path& prefix) {
 void Mask::copyContent(const std::string& prefix, Access access, Durability durability) const {
   if (prefix.empty()) throw McException("The files of mask " + name() + " cannot be written: they have no path");
   if (m_volumeMask->hasUnsavedEdits() || !NodeFiles::areCurrent(*m_volumeMask)) {
-    NodeFiles::write(*m_volumeMask, prefix, s_saveParameters, access, durability);
+    NodeFiles::write(*m_volumeMask, prefix, s_saveParameters, true, access, durability);
   } else {
     PassingFileSystem passing(FileSystem::current());
     FileSystem& files = durability == Durability::passing ? passing : FileSystem::current();

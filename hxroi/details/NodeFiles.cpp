@@ -5,6 +5,7 @@
 #include "quarn/base/McDim3l.h"
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/VolumeHeader.h"
+#include "quarn/voxora/files/fileSetParts.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "quarn/voxora/readers/SoLDMReader.h"
 #include "quarn/voxora/utilities/utilities.h"
@@ -26,10 +27,13 @@ NodeHolder copyWithTiles(const SoVolumeMask& node, const SbVec3i32& tileSize) {
 
 bool areCurrent(const SoVolumeMask& node) {
   const auto* reader = dynamic_cast<const SoLDMReader*>(node.reader());
-  if (!reader || !reader->header()) return false;
+  if (!reader || !reader->file()) return false;
   try {
-    const auto present = hxvoxora::VolumeHeader::read(hxvoxora::FileSystem::current(), node.fileName());
-    return present.generation == reader->header()->generation;
+    hxvoxora::FileSystem& files = hxvoxora::FileSystem::current();
+    const auto present = hxvoxora::VolumeHeader::read(files, node.fileName());
+    if (present.generation != reader->file()->header().generation) return false;
+    const auto data = hxvoxora::openDataFile(files, node.fileName(), present);
+    return data->identity() == reader->file()->dataIdentity();
   } catch (const McException&) {
     return false;
   }
@@ -41,10 +45,10 @@ NodeHolder copyInMemory(const SoVolumeMask& node) {
 }
 
 void write(const SoVolumeMask& node, const std::string& prefix, const std::vector<std::string>& parameters,
-           Access access, Durability durability) {
+           bool allLevels, Access access, Durability durability) {
   const NodeHolder copy = copyWithTiles(node, node.getTileDimension());
   copy->setName(node.getName());
-  copy->saveEditing(prefix + ".ldm", false, parameters, nullptr, access, durability);
+  copy->saveEditing(prefix + ".ldm", allLevels, parameters, nullptr, access, durability);
 }
 
 }  // namespace hxroi::details::NodeFiles

@@ -16,7 +16,7 @@ using Access = hxvoxora::FileSystem::Access;
 using Durability = hxvoxora::FileSystem::Durability;
 
 /// Whether the set under the node's file name is the one that the node reads: neither removed nor replaced by another
-/// save. False for a node without a file.
+/// save, and the data file neither changed nor exchanged since it was opened. False for a node without a file.
 HXROI_API bool areCurrent(const SoVolumeMask& node);
 
 /// A node in memory that holds the voxels of `node`, those of its files as well as its edits; tiles are shared. Its
@@ -24,9 +24,9 @@ HXROI_API bool areCurrent(const SoVolumeMask& node);
 HXROI_API NodeHolder copyInMemory(const SoVolumeMask& node);
 
 /// Writes the voxels that the node shows now to the set of `prefix`, whatever is under its file name; the node stays
-/// bound as it is. `parameters` are those of SoVolumeMask::saveEditing. The prefix is not empty.
+/// bound as it is. `allLevels` and `parameters` are those of SoVolumeMask::saveEditing. The prefix is not empty.
 HXROI_API void write(const SoVolumeMask& node, const std::string& prefix, const std::vector<std::string>& parameters,
-                     Access access, Durability durability);
+                     bool allLevels, Access access, Durability durability);
 
 }  // namespace NodeFiles
 

@@ -1,28 +1,21 @@
 #include "hxroi/details/StagedFile.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <span>
-#include <unistd.h>
 #include <vector>
 
 #include "hxroi/details/logFailure.h"
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/fileSetParts.h"
 
 namespace hxroi::details {
 
 namespace {
 
 constexpr std::size_t kPieceBytes = std::size_t{4} << 20;
-
-/// A name that no other process or thread uses for its new file.
-std::string besideName(const std::string& target) {
-  static std::atomic<unsigned> count{0};
-  return target + "~new-" + std::to_string(::getpid()) + "-" + std::to_string(count++);
-}
 
 void requirePlainFile(hxvoxora::FileSystem& files, const std::string& path) {
   const hxvoxora::FileKind kind = files.kind(path);
@@ -32,8 +25,9 @@ void requirePlainFile(hxvoxora::FileSystem& files, const std::string& path) {
 
 }  // namespace
 
-StagedFile::StagedFile(hxvoxora::FileSystem& files, const std::string& target, hxvoxora::FileSystem::Access access)
-    : files_(files), target_(target), path_(besideName(target)) {
+StagedFile::StagedFile(hxvoxora::FileSystem& files, const std::string& target, std::uint64_t mark,
+                       hxvoxora::FileSystem::Access access)
+    : files_(files), target_(target), path_(hxvoxora::asideName(target, mark)) {
   requirePlainFile(files, target);
   file_ = files.createExclusively(path_, access);
 }
@@ -41,7 +35,22 @@ StagedFile::StagedFile(hxvoxora::FileSystem& files, const std::string& target, h
 StagedFile::~StagedFile() {
   if (isInPlace_) return;
   file_.reset();
-  remove(path_);
+  try {
+    files_.remove(path_);
+  } catch (const std::exception& failure) {
+    logFailure("A temporary file was left", failure.what());
+  }
+}
+
+std::unique_ptr<hxvoxora::FileLock> StagedFile::lock() const {
+  std::unique_ptr<hxvoxora::FileLock> lock;
+  try {
+    lock = files_.tryLock(path_);
+  } catch (const McException&) {
+    return nullptr;
+  }
+  if (lock) return lock;
+  throw McException(McException::excerpt(path_) + ": another save has just locked this file; save again");
 }
 
 void StagedFile::write(std::string_view text) {
@@ -66,18 +75,6 @@ void StagedFile::complete() {
 void StagedFile::moveIntoPlace() {
   files_.rename(path_, target_);
   isInPlace_ = true;
-}
-
-void StagedFile::takeBack() noexcept {
-  if (isInPlace_) remove(target_);
-}
-
-void StagedFile::remove(const std::string& path) noexcept {
-  try {
-    files_.remove(path);
-  } catch (const std::exception& failure) {
-    logFailure("A temporary file was left", failure.what());
-  }
 }
 
 }  // namespace hxroi::details

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -8,14 +9,19 @@
 
 namespace hxroi::details {
 
-/// A new file that is written beside its target and put in the target's place when it is complete. Unless that happens
-/// it is removed. Failures are McException; the target is then as before.
+/// A new file that is written beside its target, under hxvoxora::asideName(target, mark), and put in the target's place
+/// when it is complete. Unless that happens it is removed. Failures are McException; the target is then as before.
 class StagedFile {
 public:
-  StagedFile(hxvoxora::FileSystem& files, const std::string& target, hxvoxora::FileSystem::Access access);
+  StagedFile(hxvoxora::FileSystem& files, const std::string& target, std::uint64_t mark,
+             hxvoxora::FileSystem::Access access);
   ~StagedFile();
   StagedFile(const StagedFile&) = delete;
   StagedFile& operator=(const StagedFile&) = delete;
+
+  /// Locks the file, so that other saves leave the new files of this one alone: for the data file of a set, to be held
+  /// until the set is in place. Null where files cannot be locked; nobody removes any there either.
+  std::unique_ptr<hxvoxora::FileLock> lock() const;
 
   void write(std::string_view text);
 
@@ -28,12 +34,10 @@ public:
   /// Renames the completed file over the target.
   void moveIntoPlace();
 
-  /// Removes the target again after a later step of the same change failed; does nothing before moveIntoPlace().
-  void takeBack() noexcept;
+  /// Says that somebody else renamed it.
+  void setInPlace() { isInPlace_ = true; }
 
 private:
-  void remove(const std::string& path) noexcept;
-
   hxvoxora::FileSystem& files_;
   std::string target_;
   std::string path_;

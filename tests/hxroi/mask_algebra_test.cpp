@@ -308,7 +308,7 @@ TEST_F(MaskAlgebra, FailedCopyOfFilesLeavesTheMask) {
   const auto source = saved(kLeft);
   const auto a = exact(kFar);
   const std::string prefix = a->temporaryPrefix();
-  boost::filesystem::remove(source->temporaryPrefix() + ".dat");
+  boost::filesystem::remove(source->temporaryPrefix() + ".fcp");
   EXPECT_THROW(a->store(*source), McException);
   EXPECT_EQ(a->temporaryPrefix(), prefix);
   EXPECT_EQ(count(*a), volume(kFar));

@@ -172,6 +172,76 @@ TEST_F(MaskFilesTest, FailedCopyKeepsTheOldTarget) {
   EXPECT_EQ(after, before);
 }
 
+TEST_F(MaskFilesTest, FilesOfAnotherMaskThatTheTargetHeaderNamesStay) {
+  userFile("b", {0, 12, 0, 10, 0, 6});
+  const auto before = hashesOf(folder);
+  writeText(folder / "target.ldm", textOf(folder / "b.ldm"));
+  Mask::copyMask(folder / "a", folder / "target");
+  EXPECT_EQ(countIn("target"), 18U);
+  EXPECT_EQ(countIn("b"), 13U * 11 * 7);
+  for (const auto& [name, hash] : before) EXPECT_EQ(hashesOf(folder)[name], hash) << name;
+  EXPECT_THAT(filesOf("target"), ::testing::ElementsAre("target.dat", "target.fcp", "target.ldm"));
+}
+
+TEST_F(MaskFilesTest, TargetHeaderThatNamesTheSourceIsReplaced) {
+  writeText(folder / "target.ldm", textOf(folder / "a.ldm"));
+  writeText(folder / "target.dat", "something else");
+  Mask::copyMask(folder / "a", folder / "target");
+  EXPECT_EQ(header("target").dataFile, "target.dat");
+  EXPECT_EQ(countIn("target"), 18U);
+  EXPECT_EQ(countIn("a"), 18U);
+  EXPECT_THAT(filesOf("target"), ::testing::ElementsAre("target.dat", "target.fcp", "target.ldm"));
+}
+
+TEST_F(MaskFilesTest, DamagedVoxelsAreRefusedAndTheTargetStays) {
+  userFile("target", {0, 0, 0, 0, 0, 0});
+  const std::string whole = textOf(folder / "a.dat");
+  std::string flipped = whole;
+  flipped.back() = static_cast<char>(flipped.back() ^ 1);
+  const auto refused = [&](const std::string& data) {
+    writeText(folder / "a.dat", data);
+    const auto before = hashesOf(folder);
+    const std::string text = refusal([&] { Mask::copyMask(folder / "a", folder / "target"); });
+    EXPECT_EQ(hashesOf(folder), before);
+    EXPECT_EQ(countIn("target"), 1U);
+    EXPECT_THAT(text, ::testing::HasSubstr((folder / "a.dat").string()));
+    return text;
+  };
+  EXPECT_THAT(refused(flipped), ::testing::HasSubstr("tile 0: the checksum is wrong"));
+  EXPECT_THAT(refused(whole.substr(0, whole.size() - 1)), ::testing::HasSubstr("data length"));
+  writeText(folder / "a.dat", whole);
+  Mask::copyMask(folder / "a", folder / "target");
+  EXPECT_EQ(countIn("target"), 18U);
+}
+
+TEST_F(MaskFilesTest, DamagedIndexIsRefused) {
+  std::string index = textOf(folder / "a.fcp");
+  index[index.size() / 2] = static_cast<char>(index[index.size() / 2] ^ 1);
+  writeText(folder / "a.fcp", index);
+  EXPECT_THROW(Mask::copyMask(folder / "a", folder / "b"), McException);
+  EXPECT_TRUE(filesOf("b").empty());
+}
+
+TEST_F(MaskFilesTest, FilesOfKilledCopiesGo) {
+  Mask::copyMask(folder / "a", folder / "b");
+  for (const char* name : {"b.ldm", "b.dat", "b.fcp"}) {
+    writeText(folder / (std::string(name) + "~0123456789abcdef"), "left");
+  }
+  Mask::copyMask(folder / "a", folder / "b");
+  EXPECT_THAT(filesOf("b"), ::testing::ElementsAre("b.dat", "b.fcp", "b.ldm"));
+}
+
+TEST_F(MaskFilesTest, FilesOfARunningCopyStay) {
+  const std::string running = "b.dat~0123456789abcdef";
+  writeText(folder / running, "being written");
+  writeText(folder / "b.fcp~0123456789abcdef", "being written");
+  const auto lock = hxvoxora::FileSystem::posix().tryLock((folder / running).string());
+  ASSERT_TRUE(lock);
+  Mask::copyMask(folder / "a", folder / "b");
+  EXPECT_EQ(countIn("b"), 18U);
+  EXPECT_THAT(filesOf("b"), ::testing::ElementsAre("b.dat", running, "b.fcp", "b.fcp~0123456789abcdef", "b.ldm"));
+}
+
 TEST_F(MaskFilesTest, TargetsThatAreNoFilesAreRefused) {
   writeText(folder / "canary", "canary");
   boost::filesystem::create_directory(folder / "d.dat");

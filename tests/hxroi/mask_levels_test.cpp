@@ -43,6 +43,17 @@ TEST_F(MaskLevels, ForcedFlushOfASavedMaskAddsThem) {
   EXPECT_EQ(countOfLevel(*mask, 2), 100U * 2 * 4);
 }
 
+TEST_F(MaskLevels, AreInTheFileOfAMaskWhoseOwnFileWasTaken) {
+  const auto user = borrowed(*makeMask({600, 20, 20}, {100, 499, 4, 11, 3, 12}));
+  makeMask({600, 20, 20}, {0, 0, 0, 0, 0, 0})->writeToFile(folder / "user");
+  user->writeToFile(folder / "copy");
+  const McHandle<Mask> copy = Mask::loadFromFile("copy", folder / "copy");
+  const auto file = hxvoxora::TiledFileReader::open(hxvoxora::FileSystem::current(), (folder / "copy.ldm").string());
+  EXPECT_GT(copy->volumeMask()->levelCount(), 1);
+  EXPECT_EQ(file->header().levels, copy->volumeMask()->levelCount());
+  EXPECT_EQ(countOfLevel(*copy, 1), 200U * 4 * 6);
+}
+
 TEST_F(MaskLevels, AreThoseOfTheEditedMask) {
   const auto mask = makeMask({600, 20, 20}, {100, 499, 4, 11, 3, 12});
   mask->flush(3);

@@ -62,6 +62,19 @@ TEST_F(MaskReplacedFiles, WritingOntoTheTakenNameBringsTheVoxelsBack) {
   EXPECT_EQ(load("user")->cachedBoundingBox(), kOwn);
 }
 
+TEST_F(MaskReplacedFiles, VoxelsDamagedSinceTheLoadDoNotReplaceASavedSet) {
+  for (const bool isCut : {false, true}) {
+    const auto user = userMask();
+    makeMask(kGrid, kOther)->writeToFile(folder / "saved");
+    const auto saved = bitsOf(*load("saved"));
+    std::string data = textOf(folder / "user.dat");
+    isCut ? data.pop_back() : void(data.back() = static_cast<char>(data.back() ^ 1));
+    writeText(folder / "user.dat", data);
+    EXPECT_THAT(refusal([&] { user->writeToFile(folder / "saved"); }), ::testing::HasSubstr("user.dat"));
+    EXPECT_EQ(bitsOf(*load("saved")), saved);
+  }
+}
+
 TEST_F(MaskReplacedFiles, FirstEditStartsFromWhatTheMaskShows) {
   for (const bool isRemoved : {false, true}) {
     const auto user = userMask();
@@ -178,10 +191,18 @@ TEST_F(MaskReplacedFiles, AssignmentOfAnotherSizeIntoABorrowedMaskLeavesTheUsers
   EXPECT_NE(user->volumeMask()->fileName(), (folder / "user.ldm").string());
 }
 
+TEST_F(MaskReplacedFiles, StoringTakesVoxelsWhoseDataFileWasRemoved) {
+  const auto user = userMask();
+  boost::filesystem::remove(folder / "user.dat");
+  const auto target = makeMask(kGrid, false);
+  target->store(*user);
+  EXPECT_EQ(bitsOf(*target), bitsOf(*user));
+}
+
 TEST_F(MaskReplacedFiles, RefusedStoringGivesBackPrefixAndFileNames) {
   const auto source = makeMask(kGrid, kOwn, "source");
   source->flush(0);
-  boost::filesystem::remove(source->temporaryPrefix() + ".dat");
+  boost::filesystem::remove(source->temporaryPrefix() + ".fcp");
   const auto files = temporaryFiles();
   useUnusableDirectory();
   const auto mask = makeMask(kGrid, kOther);

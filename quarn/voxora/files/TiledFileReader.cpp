@@ -29,6 +29,8 @@ std::string checksumObjection(std::span<const std::byte> bytes, std::uint64_t ex
   return XXH3_64bits(bytes.data(), bytes.size()) == expected ? std::string() : "the checksum is wrong";
 }
 
+constexpr std::size_t checkedPieceBytes = std::size_t{4} << 20;
+
 /// A save that replaces the set while it is being opened shows as parts of different generations.
 constexpr int maxAttempts = 10;
 
@@ -38,7 +40,7 @@ std::shared_ptr<TiledFileReader> TiledFileReader::open(FileSystem& fileSystem, c
   VolumeHeader header = VolumeHeader::read(fileSystem, ldmPath);
   for (int attempt = 1;; ++attempt) {
     try {
-      return openParts(fileSystem, ldmPath, header);
+      return open(fileSystem, ldmPath, header);
     } catch (const McException&) {
       VolumeHeader current = VolumeHeader::read(fileSystem, ldmPath);
       if (attempt == maxAttempts || current.generation == header.generation) throw;
@@ -47,8 +49,8 @@ std::shared_ptr<TiledFileReader> TiledFileReader::open(FileSystem& fileSystem, c
   }
 }
 
-std::shared_ptr<TiledFileReader> TiledFileReader::openParts(FileSystem& fileSystem, const std::string& ldmPath,
-                                                            const VolumeHeader& header) {
+std::shared_ptr<TiledFileReader> TiledFileReader::open(FileSystem& fileSystem, const std::string& ldmPath,
+                                                       const VolumeHeader& header) {
   if (header.border != 0) {
     throw McException(McException::excerpt(ldmPath) + ": element TileBorder \"" + std::to_string(header.border) +
                       "\": a file of the older layout, whose tiles cannot be read");
@@ -145,6 +147,26 @@ void TiledFileReader::checkBytes(const CompressedTiles& packed) const {
                    [&] { return checksumObjection(rest.first(tile.length), tile.checksum); });
     rest = rest.subspan(tile.length);
   }
+}
+
+void TiledFileReader::checkStoredTiles() const {
+  CompressedTiles packed;
+  std::vector<std::uint64_t> tiles;
+  std::size_t bytes = 0;
+  const auto check = [&] {
+    readCompressed(tiles, packed);
+    tiles.clear();
+    bytes = 0;
+  };
+  for (const StoredTileRun& run : runs()) {
+    if (run.kind != StoredTileKind::stored) continue;
+    for (std::uint64_t tile = run.firstTile; tile < run.firstTile + run.tileCount; ++tile) {
+      tiles.push_back(tile);
+      bytes += storedBytes(tile);
+      if (bytes >= checkedPieceBytes) check();
+    }
+  }
+  check();
 }
 
 std::uint32_t TiledFileReader::storedBytes(std::uint64_t tile) const {

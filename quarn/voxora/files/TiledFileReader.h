@@ -33,6 +33,11 @@ public:
   /// Throws McException naming the file, the element or field, and the value.
   static std::shared_ptr<TiledFileReader> open(FileSystem& fileSystem, const std::string& ldmPath);
 
+  /// The same for a header that was read before, or that names files other than the one at `ldmPath` does: the files
+  /// are looked for in the folder of `ldmPath`.
+  static std::shared_ptr<TiledFileReader> open(FileSystem& fileSystem, const std::string& ldmPath,
+                                               const VolumeHeader& header);
+
   ~TiledFileReader();
 
   TiledFileReader(const TiledFileReader&) = delete;
@@ -68,6 +73,13 @@ public:
   /// The same into `packed`, whose memory is used again. After an exception its content is of no use.
   void readCompressed(std::span<const std::uint64_t> tiles, CompressedTiles& packed) const;
 
+  /// Reads all stored tiles, in large pieces, and compares them with their checksums. Errors as of read(), for the
+  /// first tile that is missing or damaged.
+  void checkStoredTiles() const;
+
+  /// The data file as it was opened.
+  const FileIdentity& dataIdentity() const { return opened_; }
+
   /// Bytes that a stored tile takes in the data file.
   std::uint32_t storedBytes(std::uint64_t tile) const;
 
@@ -78,8 +90,6 @@ private:
   TiledFileReader(std::string path, VolumeHeader header, std::unique_ptr<const TileIndex> index,
                   std::unique_ptr<const InputFile> data);
 
-  static std::shared_ptr<TiledFileReader> openParts(FileSystem& fileSystem, const std::string& ldmPath,
-                                                    const VolumeHeader& header);
   const StoredTile& stored(std::uint64_t tile) const;
   void checkNumber(std::uint64_t tile) const;
   void readBytes(std::uint64_t offset, std::span<std::byte> out) const;

@@ -38,7 +38,7 @@ VolumeHeader completed(const std::string& ldmPath, const VolumeHeader& header) {
   result.contentName = header.contentName;
   result.dataFile = stem + ".dat";
   result.indexFile = stem + ".fcp";
-  result.generation = detail::drawGeneration();
+  result.generation = drawGeneration();
   result.validate(ldmPath);
   if (asideName(result.dataFile, result.generation).size() > detail::maxNameBytes) {
     throw McException(McException::excerpt(ldmPath) + ": the name is too long");
@@ -244,7 +244,7 @@ void TiledFileWriter::commit() {
   state.write(state.header.indexFile, index.toBytes(state.header, state.dataBytes));
   const std::string headerText = state.header.toXml();
   state.write(detail::bareName(state.path), std::as_bytes(std::span(headerText)));
-  detail::FileSetSwap(state.fileSystem, state.path, state.header).run();
+  detail::FileSetSwap(state.fileSystem, state.path, state.header, state.header.generation).run();
   state.created.clear();
 }
 

@@ -1,6 +1,10 @@
 #include "quarn/voxora/files/fileSetParts.h"
 
+#include <random>
+
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/detail/FileSetSwap.h"
+#include "quarn/voxora/files/detail/abandonedFiles.h"
 #include "quarn/voxora/files/detail/fileNames.h"
 #include "quarn/voxora/files/detail/filePrelude.h"
 
@@ -40,6 +44,22 @@ std::unique_ptr<InputFile> openDataFile(FileSystem& fileSystem, const std::strin
 std::unique_ptr<InputFile> openIndexFile(FileSystem& fileSystem, const std::string& ldmPath,
                                          const VolumeHeader& header) {
   return openPart(fileSystem, detail::folderPrefix(ldmPath) + header.indexFile, detail::indexMagic, header.generation);
+}
+
+std::uint64_t drawGeneration() {
+  std::random_device random;
+  for (;;) {
+    const std::uint64_t high = random();
+    if (const std::uint64_t generation = high << 32 | random()) return generation;
+  }
+}
+
+void putInPlace(FileSystem& fileSystem, const std::string& ldmPath, const VolumeHeader& header, std::uint64_t mark) {
+  detail::FileSetSwap(fileSystem, ldmPath, header, mark).run();
+}
+
+void removeAbandonedFiles(FileSystem& fileSystem, const std::string& ldmPath, const VolumeHeader& header) noexcept {
+  detail::removeAbandoned(fileSystem, ldmPath, header);
 }
 
 }  // namespace hxvoxora

@@ -25,4 +25,19 @@ QUARN_VOXORA_API std::unique_ptr<InputFile> openDataFile(FileSystem& fileSystem,
 QUARN_VOXORA_API std::unique_ptr<InputFile> openIndexFile(FileSystem& fileSystem, const std::string& ldmPath,
                                                           const VolumeHeader& header);
 
+/// A number to mark a save or its new files with: random, never 0.
+QUARN_VOXORA_API std::uint64_t drawGeneration();
+
+/// Puts new files in the place of the set at `ldmPath`. They stand beside it under asideName(name, mark): the header,
+/// and the two files that `header`, the new one, names. At every moment the old or the new set can be read. Throws
+/// McException when a step fails; everything then has its former name again, as far as possible. Files under other
+/// names are never touched.
+QUARN_VOXORA_API void putInPlace(FileSystem& fileSystem, const std::string& ldmPath, const VolumeHeader& header,
+                                 std::uint64_t mark);
+
+/// Removes what saves of the set at `ldmPath` left under aside names when their process ended, but does nothing while
+/// somebody has locked a data file of the set, be it one under an aside name. `header` tells the names.
+QUARN_VOXORA_API void removeAbandonedFiles(FileSystem& fileSystem, const std::string& ldmPath,
+                                           const VolumeHeader& header) noexcept;
+
 }  // namespace hxvoxora

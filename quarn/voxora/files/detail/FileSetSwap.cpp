@@ -1,7 +1,5 @@
 #include "quarn/voxora/files/detail/FileSetSwap.h"
 
-#include <random>
-
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/detail/fileNames.h"
 #include "quarn/voxora/files/detail/filePrelude.h"
@@ -25,20 +23,13 @@ std::uint64_t generationAt(FileSystem& fileSystem, const std::string& ldmPath) {
 
 }  // namespace
 
-std::uint64_t drawGeneration() {
-  std::random_device random;
-  for (;;) {
-    const std::uint64_t high = random();
-    if (const std::uint64_t generation = high << 32 | random()) return generation;
-  }
-}
-
-FileSetSwap::FileSetSwap(FileSystem& fileSystem, const std::string& ldmPath, const VolumeHeader& header)
+FileSetSwap::FileSetSwap(FileSystem& fileSystem, const std::string& ldmPath, const VolumeHeader& header,
+                         std::uint64_t mark)
     : fileSystem_(fileSystem),
       headerPath_(ldmPath),
       dataPath_(folderPrefix(ldmPath) + header.dataFile),
       indexPath_(folderPrefix(ldmPath) + header.indexFile),
-      newGeneration_(header.generation),
+      mark_(mark),
       oldGeneration_(generationAt(fileSystem, ldmPath)) {}
 
 void FileSetSwap::run() {
@@ -71,7 +62,7 @@ void FileSetSwap::moveAside(const std::string& path) {
 }
 
 void FileSetSwap::install(const std::string& path) {
-  rename(asideName(path, newGeneration_), path);
+  rename(asideName(path, mark_), path);
 }
 
 void FileSetSwap::rename(const std::string& from, const std::string& to) {

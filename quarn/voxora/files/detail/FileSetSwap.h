@@ -14,8 +14,8 @@ namespace hxvoxora::detail {
 /// moment the set can be read: the old one until the new header has its name, the new one from then on.
 class FileSetSwap {
 public:
-  /// `header` is the new one; its files, and the header itself, stand beside the target under their aside names.
-  FileSetSwap(FileSystem& fileSystem, const std::string& ldmPath, const VolumeHeader& header);
+  /// `header` is the new one; its files, and the header itself, stand beside the target under asideName(name, mark).
+  FileSetSwap(FileSystem& fileSystem, const std::string& ldmPath, const VolumeHeader& header, std::uint64_t mark);
 
   /// Renames everything into place. When that fails, throws McException after renaming everything back.
   void run();
@@ -31,12 +31,9 @@ private:
   const std::string headerPath_;
   const std::string dataPath_;
   const std::string indexPath_;
-  const std::uint64_t newGeneration_;
+  const std::uint64_t mark_;
   const std::uint64_t oldGeneration_;
   std::vector<std::pair<std::string, std::string>> renames_;
 };
-
-/// A number to mark a save with: random, never 0.
-std::uint64_t drawGeneration();
 
 }  // namespace hxvoxora::detail
