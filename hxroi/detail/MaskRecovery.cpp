@@ -27,6 +27,34 @@ HxLeftOver describe(const RecoveredMasks::Entry& entry) {
   return leftOver;
 }
 
+/// A mask that fails does not keep the others from being written.
+class Checkpoint {
+public:
+  void write(const HxRois& rois) {
+    for (const details::Mask* mask : rois.masks()) {
+      try {
+        rois.getMask(mask->name())->checkpoint();
+      } catch (...) {
+        if (!failure_) failure_ = std::current_exception();
+      }
+    }
+  }
+  void finish() const {
+    if (failure_) std::rethrow_exception(failure_);
+  }
+
+private:
+  std::exception_ptr failure_;
+};
+
+std::vector<McHandle<HxRois>> setsOfPool() {
+  std::vector<McHandle<HxRois>> sets;
+  for (const McHandle<HxObject>& object : HxObjectPool::instance().objects()) {
+    if (auto* rois = dynamic_cast<HxRois*>(object.get())) sets.emplace_back(rois);
+  }
+  return sets;
+}
+
 }  // namespace
 
 MaskRecovery::MaskRecovery() {
@@ -43,7 +71,11 @@ bool MaskRecovery::hasAny() {
 
 std::vector<HxLeftOver> MaskRecovery::list() {
   std::vector<HxLeftOver> all;
-  for (const RecoveredMasks::Entry& entry : RecoveredMasks::examine()) all.push_back(describe(entry));
+  for (RecoveredMasks::Entry& entry : RecoveredMasks::examine()) {
+    const auto problem = problems_.find(entry.files.stem);
+    if (entry.problem.empty() && problem != problems_.end()) entry.problem = problem->second;
+    all.push_back(describe(entry));
+  }
   return all;
 }
 
@@ -51,13 +83,27 @@ std::vector<McHandle<HxData>> MaskRecovery::load() {
   loaded_.reset();
   auto recovered = std::make_unique<RecoveredMasks>();
   std::vector<McHandle<HxData>> objects;
-  for (const McHandle<HxRois>& rois : recovered->load()) objects.emplace_back(rois.get());
+  for (const McHandle<HxRois>& rois : recovered->load(known_)) objects.emplace_back(rois.get());
+  remember(*recovered);
   loaded_ = std::move(recovered);
   return objects;
 }
 
-void MaskRecovery::discardLoaded() {
-  if (const auto loaded = std::move(loaded_)) loaded->removeLoaded();
+void MaskRecovery::remember(const RecoveredMasks& recovered) {
+  problems_.clear();
+  for (const RecoveredMasks::Entry& entry : recovered.entries()) {
+    if (entry.isLoaded) known_.insert(entry.files.stem);
+    if (!entry.problem.empty()) problems_[entry.files.stem] = entry.problem;
+  }
+}
+
+int MaskRecovery::discardLoaded() {
+  const auto loaded = std::move(loaded_);
+  return loaded ? loaded->removeLoaded() : 0;
+}
+
+void MaskRecovery::keepLoaded() {
+  loaded_.reset();
 }
 
 int MaskRecovery::discardAll() {
@@ -65,21 +111,21 @@ int MaskRecovery::discardAll() {
   return RecoveredMasks().removeAll();
 }
 
-/// A mask that fails does not keep the others from being written.
 void MaskRecovery::checkpoint() {
-  std::exception_ptr failure;
-  for (const McHandle<HxObject>& object : HxObjectPool::instance().objects()) {
-    const auto* rois = dynamic_cast<const HxRois*>(object.get());
-    if (!rois) continue;
-    for (const details::Mask* mask : rois->masks()) {
-      try {
-        mask->flush(0);
-      } catch (...) {
-        if (!failure) failure = std::current_exception();
-      }
-    }
+  Checkpoint checkpoint;
+  for (const McHandle<HxRois>& rois : setsOfPool()) checkpoint.write(*rois);
+  checkpoint.finish();
+}
+
+/// Of a mask that cannot be written the last checkpoint stays.
+void MaskRecovery::keepUnsaved() {
+  Checkpoint checkpoint;
+  for (const McHandle<HxRois>& rois : setsOfPool()) {
+    if (!rois->isModified()) continue;
+    checkpoint.write(*rois);
+    for (const details::Mask* mask : rois->masks()) rois->getMask(mask->name())->keepFiles();
   }
-  if (failure) std::rethrow_exception(failure);
+  checkpoint.finish();
 }
 
 }  // namespace hxroi

@@ -1,9 +1,10 @@
 #include "hxroi/detail/RecoveredMasks.h"
 
 #include <algorithm>
+#include <array>
 #include <exception>
+#include <iterator>
 #include <map>
-#include <tuple>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/details/Mask.h"
@@ -60,6 +61,7 @@ void noteContent(FileSystem& files, const std::string& ldmPath, Entry& entry) {
   const auto file = TiledFileReader::open(files, ldmPath);
   entry.name = file->header().contentName;
   entry.dimensions = file->header().dimensions;
+  entry.tileDimensions = file->header().tileDimensions;
   checkTiles(*file);
   entry.setVoxels = countVoxels(ldmPath);
 }
@@ -99,6 +101,15 @@ std::unique_ptr<LeftOvers::Claim> claimIfPresent(FileSystem& files, const std::s
   return std::make_unique<LeftOvers::Claim>(files, folder);
 }
 
+using Grid = std::array<int, 6>;
+
+/// Masks of one set agree in it.
+Grid gridOf(const Entry& entry) {
+  const McVec3i& n = entry.dimensions;
+  const McVec3i& tile = entry.tileDimensions;
+  return {n.x, n.y, n.z, tile.x, tile.y, tile.z};
+}
+
 /// A set for one more mask of a grid; the last one is full at a hundred.
 HxRois& setFor(std::vector<McHandle<HxRois>>& sets) {
   if (sets.empty() || sets.back()->getNumberOfMasks() == HxRois::kMaximumNumberOfMasks) {
@@ -124,18 +135,26 @@ RecoveredMasks::RecoveredMasks()
 
 RecoveredMasks::~RecoveredMasks() = default;
 
-std::vector<McHandle<HxRois>> RecoveredMasks::load() {
-  using Grid = std::tuple<int, int, int>;
+std::vector<McHandle<HxRois>> RecoveredMasks::load(const std::set<std::string>& known) {
   std::map<Grid, std::vector<McHandle<HxRois>>> setsOfGrid;
   for (Entry& entry : entries_) {
-    if (!entry.problem.empty()) continue;
-    HxRois& rois = setFor(setsOfGrid[{entry.dimensions.x, entry.dimensions.y, entry.dimensions.z}]);
-    rois.addRoi(loadMask(entry, rois.getUniqueName(entry.name.empty() ? kUnknownName : entry.name)));
-    entry.isLoaded = true;
+    if (entry.problem.empty() && !known.contains(entry.files.stem)) loadInto(setFor(setsOfGrid[gridOf(entry)]), entry);
   }
   std::vector<McHandle<HxRois>> all;
-  for (auto& [grid, sets] : setsOfGrid) all.insert(all.end(), sets.begin(), sets.end());
+  for (auto& [grid, sets] : setsOfGrid) {
+    std::copy_if(sets.begin(), sets.end(), std::back_inserter(all),
+                 [](const McHandle<HxRois>& rois) { return rois->getNumberOfMasks() > 0; });
+  }
   return all;
+}
+
+void RecoveredMasks::loadInto(HxRois& rois, Entry& entry) const {
+  try {
+    rois.addRoi(loadMask(entry, rois.getUniqueName(entry.name.empty() ? kUnknownName : entry.name)));
+    entry.isLoaded = true;
+  } catch (const std::exception& failure) {
+    entry.problem = failure.what();
+  }
 }
 
 McHandle<Mask> RecoveredMasks::loadMask(const Entry& entry, const std::string& name) const {
@@ -162,7 +181,7 @@ int RecoveredMasks::removeIf(Condition condition) {
     ++count;
     return true;
   });
-  LeftOvers::removeDeadMarks(files, folder_);
+  LeftOvers::removeRemains(files, folder_);
   if (failure) std::rethrow_exception(failure);
   return count;
 }

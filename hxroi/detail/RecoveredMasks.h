@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,7 @@ public:
     details::LeftOvers::FileSet files;
     std::string name;                 ///< of the mask; empty when it is not known
     McVec3i dimensions{0, 0, 0};      ///< voxels along x, y, z
+    McVec3i tileDimensions{0, 0, 0};  ///< those of a tile
     std::uint64_t setVoxels = 0;      ///< number of set voxels
     std::uint64_t bytes = 0;          ///< of all files
     std::int64_t lastWriteNanos = 0;  ///< since the epoch
@@ -47,9 +49,12 @@ public:
   RecoveredMasks();
   ~RecoveredMasks();
 
-  /// New ROI sets with copies of all sound masks in the temporary storage of this process: masks of one grid in one
-  /// set, as many as a set can hold.
-  std::vector<McHandle<HxRois>> load();
+  /// New ROI sets with copies of all sound masks in the temporary storage of this process: masks of one grid and tile
+  /// size in one set, as many as a set can hold. Masks of the stems `known` are left out. One that cannot be loaded
+  /// gets a problem and does not keep the others from it.
+  std::vector<McHandle<HxRois>> load(const std::set<std::string>& known = {});
+
+  const std::vector<Entry>& entries() const { return entries_; }
 
   /// Removes the files of the masks that were loaded, or of all. Returns the number of masks that went. All are tried
   /// before a failure is thrown.
@@ -59,6 +64,7 @@ public:
 private:
   template <class Condition>
   int removeIf(Condition condition);
+  void loadInto(HxRois& rois, Entry& entry) const;
   McHandle<details::Mask> loadMask(const Entry& entry, const std::string& name) const;
 
   const std::string folder_;

@@ -74,6 +74,24 @@ void removeAll(FileSystem& files, const std::string& folder, const std::vector<s
   if (failure) std::rethrow_exception(failure);
 }
 
+struct NamedFile {
+  Stem stem;
+  std::string name;
+};
+
+/// The files of masks whose owners are dead.
+std::vector<NamedFile> ownerless(FileSystem& files, const std::string& folder) {
+  if (files.kind(folder) != FileKind::directory) return {};
+  std::vector<NamedFile> found;
+  for (const std::string& name : files.list(folder)) {
+    if (const std::optional<Stem> stem = TemporaryNames::stemOf(name)) found.push_back({*stem, name});
+  }
+  // Looked at after the files: a process has its mark before its first file.
+  const Living living(files, folder);
+  std::erase_if(found, [&](const NamedFile& file) { return living.owns(file.stem); });
+  return found;
+}
+
 std::unique_ptr<FileLock> claim(FileSystem& files, const std::string& path) {
   // A process that gives its claim up takes the file away, maybe just before it would be locked here.
   for (int attempt = 0; attempt < 10; ++attempt) {
@@ -90,20 +108,12 @@ std::unique_ptr<FileLock> claim(FileSystem& files, const std::string& path) {
 }  // namespace
 
 std::vector<FileSet> find(FileSystem& files, const std::string& folder) {
-  if (files.kind(folder) != FileKind::directory) return {};
   std::map<std::string, FileSet> sets;
-  std::map<std::string, Stem> stems;
-  for (const std::string& name : files.list(folder)) {
-    const std::optional<Stem> stem = TemporaryNames::stemOf(name);
-    if (!stem) continue;
-    sets[stem->text].names.push_back(name);
-    stems.emplace(stem->text, *stem);
+  for (const NamedFile& file : ownerless(files, folder)) {
+    if (!file.stem.isSpill) sets[file.stem.text].names.push_back(file.name);
   }
-  // Looked at after the files: a process has its mark before its first file.
-  const Living living(files, folder);
   std::vector<FileSet> found;
   for (auto& [stem, set] : sets) {
-    if (living.owns(stems.at(stem))) continue;
     set.stem = stem;
     found.push_back(std::move(set));
   }
@@ -114,8 +124,13 @@ void remove(FileSystem& files, const std::string& folder, const FileSet& leftOve
   removeAll(files, folder, leftOver.names);
 }
 
-void removeDeadMarks(FileSystem& files, const std::string& folder) {
+void removeRemains(FileSystem& files, const std::string& folder) {
   if (files.kind(folder) != FileKind::directory) return;
+  std::vector<std::string> spills;
+  for (const NamedFile& file : ownerless(files, folder)) {
+    if (file.stem.isSpill) spills.push_back(file.name);
+  }
+  removeAll(files, folder, spills);
   for (const std::string& name : files.list(folder)) {
     const std::string path = folder + "/" + name;
     if (!TemporaryNames::processOfMark(name)) continue;
@@ -124,14 +139,15 @@ void removeDeadMarks(FileSystem& files, const std::string& folder) {
   }
 }
 
-void removeOwn(FileSystem& files, const std::string& folder, const std::string& since, int number) {
+void removeOwn(FileSystem& files, const std::string& folder, const std::string& since, int number,
+               const std::set<std::string>& kept) {
   if (files.kind(folder) != FileKind::directory) return;
   std::vector<std::string> names;
   for (const std::string& name : files.list(folder)) {
     const std::optional<Stem> stem = TemporaryNames::stemOf(name);
     const bool isOwn = stem && stem->process == ::getpid() && stem->time >= since &&
                        stem->counter / TemporaryNames::kCountersPerProcess == number;
-    if (isOwn) names.push_back(name);
+    if (isOwn && !kept.contains(stem->text)) names.push_back(name);
   }
   removeAll(files, folder, names);
 }

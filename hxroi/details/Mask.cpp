@@ -79,7 +79,7 @@ Mask::Mask(const Mask& other)
 Mask::~Mask() {
   if (!m_holdsNode || !m_volumeMask) return;
   const bool isLastHolder = releaseVolumeNode(m_volumeMask);
-  if (isLastHolder && hasOwnFiles()) removeOwnFiles();
+  if (isLastHolder && hasOwnFiles() && !m_keepsFiles) removeOwnFiles();
 }
 
 void Mask::removeFiles(const std::string& prefix) noexcept {

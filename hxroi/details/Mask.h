@@ -155,6 +155,13 @@ public:
   /// replaced by somebody else.
   void flush(int flags) const;
 
+  /// Brings the temporary files to the present state and name, so that the mask could be recovered from them alone. A
+  /// mask that reads a file of the user has none and needs none; nor does one that was created empty and never written.
+  void checkpoint();
+
+  /// The temporary files outlive the mask and the process, which leaves them to be recovered.
+  void keepFiles();
+
   /// Writes voxels and remembered boxes to prefix + ".ldm", ".dat" and ".fcp", each written beside and renamed, the
   /// header last. The voxels are those that the mask shows, also when somebody gave its files' names to others or when
   /// there is no temporary folder.
@@ -204,6 +211,10 @@ private:
   void bindTo(const std::string& ldmFile);
   void writeEveryTile() const;
   void countAsEdited() const;
+  std::string contentName() const;
+  bool isUnwrittenFull() const;
+  bool hasFileOfFormerName() const;
+  void writeUnwrittenFull() const;
   void copyContent(const std::string& prefix, Access access, Durability durability) const;
   bool hasContent() const;
 
@@ -225,6 +236,7 @@ private:
   mutable BoxCache m_boundingBox;
   mutable BoxCache m_approximatedBoundingBox;
   bool m_holdsNode = true;          ///< false in a member-wise copy
+  bool m_keepsFiles = false;        ///< they outlive the mask
   bool m_filesUnderPrefix = false;  ///< a borrowed mask reads files under its own prefix, which go with it
 
   static int m_temporaryStorageCount;

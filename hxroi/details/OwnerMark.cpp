@@ -82,8 +82,8 @@ bool OwnerMark::holds() const {
   return process_ == ::getpid() && lock_ && lock_->isInPlace();
 }
 
-void OwnerMark::removeOwnFiles() {
-  LeftOvers::removeOwn(files_, folder_, since_, number_);
+void OwnerMark::removeOwnFiles(const std::set<std::string>& kept) {
+  LeftOvers::removeOwn(files_, folder_, since_, number_, kept);
 }
 
 std::string OwnerMark::sinceOf(FileSystem& files, const std::string& path) {

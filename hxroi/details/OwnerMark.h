@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 
 #include "hxroi/export.h"
@@ -27,8 +28,9 @@ public:
   /// Tells this process apart from others that live under the same process id; mostly 0.
   int number() const { return number_; }
 
-  /// Removes all files of masks of this process from the folder. McException when some cannot be removed.
-  void removeOwnFiles();
+  /// Removes the files of masks of this process from the folder, except those of the stems `kept`. McException when
+  /// some cannot be removed.
+  void removeOwnFiles(const std::set<std::string>& kept = {});
 
   /// Since when the holder of a mark has been there; the empty text, before all times, when that is not known.
   static std::string sinceOf(hxvoxora::FileSystem& files, const std::string& path);

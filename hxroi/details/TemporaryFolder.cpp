@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <set>
 #include <unistd.h>
 #include <vector>
 
@@ -56,6 +57,11 @@ std::vector<std::unique_ptr<OwnerMark>>& marks() {
   return instance;
 }
 
+std::set<std::string>& keptStems() {
+  static auto& instance = *new std::set<std::string>;
+  return instance;
+}
+
 const OwnerMark& markIn(FileSystem& files, const std::string& folder) {
   auto& all = marks();
   const auto found = std::find_if(all.begin(), all.end(), [&](const auto& mark) { return mark->folder() == folder; });
@@ -101,10 +107,14 @@ std::optional<std::string> prefix(int counter) {
   return isFree(files, prefix) ? std::optional(prefix) : std::nullopt;
 }
 
+void keep(const std::string& prefix) {
+  if (!prefix.empty()) keptStems().insert(prefix.substr(prefix.rfind('/') + 1));
+}
+
 void leave() noexcept {
   for (const auto& mark : marks()) {
     try {
-      if (mark->holds()) mark->removeOwnFiles();
+      if (mark->holds()) mark->removeOwnFiles(keptStems());
     } catch (const std::exception& failure) {
       logFailure("Temporary files were left", failure.what());
     }

@@ -30,6 +30,9 @@ HXROI_API std::string path();
 /// to. Throws Refused. One thread at a time.
 std::optional<std::string> prefix(int counter);
 
+/// The files of this prefix stay when the process leaves, as left-overs for others.
+HXROI_API void keep(const std::string& prefix);
+
 /// Removes what this process still has in its folders, and its marks; to be called when no mask has files any more. The
 /// next prefix makes a new mark. Marks on a file system that was current must have gone before it ends.
 HXROI_API void leave() noexcept;

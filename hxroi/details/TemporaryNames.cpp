@@ -72,7 +72,7 @@ std::optional<Stem> stemOf(std::string_view fileName) {
   const std::optional<long> process = takeNumber(rest);
   if (!process || !rest.starts_with('.')) return std::nullopt;
   return Stem{std::string(fileName.substr(0, fileName.size() - rest.size())),
-              std::string(fileName.substr(0, kTimePattern.size())), *counter, *process};
+              std::string(fileName.substr(0, kTimePattern.size())), *counter, *process, rest.starts_with(".spill")};
 }
 
 std::string ownerMark(long process, int number) {

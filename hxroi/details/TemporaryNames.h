@@ -27,6 +27,7 @@ struct Stem {
   std::string time;
   long counter = 0;
   long process = 0;
+  bool isSpill = false;  ///< a file for tiles that were moved out of memory; it means nothing to anybody else
 };
 
 /// The stem that a file name starts with; nothing for a file that is not one of a mask.

@@ -11,6 +11,7 @@
 #include "quarn/kernel/app/HxFileHelpers.h"
 #include "quarn/kernel/app/HxInterrupt.h"
 #include "quarn/kernel/io/HxFileTypes.h"
+#include "quarn/kernel/io/HxRecovery.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/packages/HxPackageLoader.h"
 #ifdef QUARN_WITH_FORMATS
@@ -46,6 +47,7 @@ Session::Session(const CommandLine& line) : line_(line), terminal_(isUnattended(
 
 Session::~Session() {
   try {
+    if (HxInterrupt::endSignal() != 0) HxRecovery::instance().keepUnsaved();
     HxObjectPool::instance().clear();
     HxPackageLoader::instance().unloadAll();
   } catch (const std::exception& error) {

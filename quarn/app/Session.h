@@ -17,7 +17,8 @@ namespace quarn::app {
 class Session {
 public:
   explicit Session(const CommandLine& line);
-  /// Empties the pool, so that temporary files go, and closes the packages.
+  /// Empties the pool, so that temporary files go, and closes the packages. After a signal to end, files of objects
+  /// that are not saved stay to be recovered.
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;

@@ -55,18 +55,32 @@ void show(const std::vector<HxLeftOver>& leftOvers) {
   printOut(QStringLiteral("To save them: quarn --recover FOLDER\nTo remove them: quarn --recover --discard"));
 }
 
-void saveAll(const QString& folder) {
+/// Returns the number of pieces.
+int saveAll(const QString& folder) {
   TargetFolder target(folder);
   int number = 0;
   for (const QString& name : HxRecovery::instance().load())
     saveInto(folder, dynamic_cast<HxData&>(*HxObjectPool::instance().find(name)), ++number);
   if (number > 0) target.keep();
-  HxRecovery::instance().discardLoaded();
+  return HxRecovery::instance().discardLoaded();
 }
 
-void tellOfDamaged(const std::vector<HxLeftOver>& leftOvers) {
-  for (const HxLeftOver& leftOver : leftOvers)
-    if (!leftOver.problem.isEmpty()) printError(leftOver.toText());
+/// Returns their number.
+int tellOfDamaged(const std::vector<HxLeftOver>& leftOvers) {
+  int count = 0;
+  for (const HxLeftOver& leftOver : leftOvers) {
+    if (leftOver.problem.isEmpty()) continue;
+    printError(leftOver.toText());
+    ++count;
+  }
+  return count;
+}
+
+int saveAndTell(const QString& folder) {
+  const int saved = saveAll(folder);
+  const int lost = tellOfDamaged(HxRecovery::instance().list());
+  printOut(QStringLiteral("%1 of %2 saved").arg(saved).arg(saved + lost));
+  return lost == 0 ? 0 : 1;
 }
 
 }  // namespace
@@ -83,8 +97,7 @@ int recoverWork(const QString& folder, bool discard) {
   } else if (folder.isEmpty()) {
     show(leftOvers);
   } else {
-    saveAll(folder);
-    tellOfDamaged(leftOvers);
+    return saveAndTell(folder);
   }
   return 0;
 }

@@ -8,6 +8,7 @@
 #include "tests/app/Terminal.h"
 
 using ::testing::AllOf;
+using ::testing::ContainsRegex;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -50,6 +51,19 @@ protected:
         return true;
     }
     return false;
+  }
+
+  /// Runs a script and sends it the signal as soon as it writes something.
+  void endBy(int signal, const QByteArray& script) const {
+    QProcess process;
+    process.setProcessEnvironment(program.environment);
+    process.start(QUARN_PROGRAM, {"--quiet", "--temp", storage(), "--script", program.write("loop.tcl", script)});
+    ASSERT_TRUE(process.waitForReadyRead(30000)) << process.readAllStandardError().toStdString();
+    EXPECT_FALSE(left().isEmpty());
+    ASSERT_EQ(0, kill(static_cast<pid_t>(process.processId()), signal));
+    ASSERT_TRUE(process.waitForFinished(10000));
+    EXPECT_EQ(QProcess::NormalExit, process.exitStatus());
+    EXPECT_EQ(128 + signal, process.exitCode());
   }
 
   Outcome run(const QStringList& arguments) const { return program.run(QStringList{"--temp", storage()} + arguments); }
@@ -99,7 +113,7 @@ TEST_F(Recover, ScriptsAndPromptsTellOfIt) {
 TEST_F(Recover, SavesIntoANewFolder) {
   cutOff(3);
   const QString folder = program.file("out");
-  EXPECT_THAT(outputOf({"--recover", folder}), EndsWith((folder + "/recovered.ROIs.qm\n").toStdString()));
+  EXPECT_THAT(outputOf({"--recover", folder}), EndsWith((folder + "/recovered.ROIs.qm\n3 of 3 saved\n").toStdString()));
   EXPECT_THAT(left(), IsEmpty());
   EXPECT_EQ("nothing to recover\n", outputOf({"--recover"}));
   const Outcome loaded = program.run({folder + "/recovered.ROIs.qm", "--command", "puts [[objects] allMasks]"});
@@ -127,7 +141,8 @@ TEST_F(Recover, DamagedWorkIsToldAndStaysUntilItIsDiscarded) {
   ASSERT_TRUE(header.resize(20));
   EXPECT_THAT(outputOf({"--recover"}), HasSubstr("cannot be recovered: "));
   const Outcome outcome = run({"--recover", program.file("out")});
-  EXPECT_EQ(0, outcome.status);
+  EXPECT_EQ(1, outcome.status);
+  EXPECT_THAT(outcome.output, EndsWith("\n1 of 2 saved\n"));
   EXPECT_THAT(outcome.errors, HasSubstr("cannot be recovered: "));
   EXPECT_EQ(3, left().size());
   EXPECT_EQ("1 removed\n", outputOf({"--recover", "--discard"}));
@@ -143,15 +158,26 @@ TEST_F(Recover, DiscardRemovesEverything) {
 TEST_F(Recover, ScriptsLoadIt) {
   cutOff(2);
   EXPECT_THAT(outputOf({"--command", "puts [llength [recover list]]; puts [[recover load] allMasks]; recover list"}),
-              EndsWith("2\nmask0 mask1\n"));
-  EXPECT_THAT(left(), IsEmpty());
+              ContainsRegex("^2\nmask0 mask1\n.*mask0: .*mask1: "));
   EXPECT_EQ(1, run({"--command", "recover nonsense"}).status);
 }
 
+TEST_F(Recover, WhatScriptsLoadStaysUntilItIsDiscarded) {
+  cutOff(2);
+  EXPECT_EQ("1 0\n", outputOf({"--command", "puts [list [llength [recover load]] [llength [recover load]]]"}));
+  EXPECT_EQ(6, left().size()) << "header, data and index of two masks";
+  EXPECT_THAT(outputOf({"--recover"}), StartsWith("2 left"));
+  const QByteArray target = program.file("kept.ROIs.qm").toUtf8();
+  EXPECT_EQ("2\n", outputOf({"--command", "[recover load] save QuarnMesh {" + target + "}; puts [recover discard]"}));
+  EXPECT_THAT(left(), IsEmpty());
+}
+
 TEST_F(Recover, WorkIsWrittenAtIntervals) {
-  const QByteArray work = "set r [recover load]\n$r mergeMasks mask0 mask1\n";
-  const QString script = program.write("work.tcl", work + "after 1100\n$r allMasks\nafter 60000\n");
-  for (const bool isScript : {true, false}) {
+  const QByteArray work = "set r [recover load]\nrecover discard\n$r mergeMasks mask0 mask1\n";
+  // After a command of an object, after one of the host, and while the program waits.
+  for (const char* next : {"$r allMasks", "objects", ""}) {
+    const bool isScript = *next != '\0';
+    const QString script = program.write("work.tcl", work + "after 1100\n" + next + "\nafter 60000\n");
     cutOff(2);
     QProcess process;
     process.setProcessEnvironment(program.environment);
@@ -180,20 +206,24 @@ TEST_F(Recover, NothingIsLostWhenItCannotBeSaved) {
   EXPECT_THAT(outputOf({"--recover"}), StartsWith("5 left"));
 }
 
-TEST_F(Recover, SignalsToEndLeaveNothingBehind) {
+TEST_F(Recover, SignalsToEndLeaveUnsavedWorkToBeRecovered) {
   for (const int signal : {SIGTERM, SIGHUP}) {
-    cutOff(1);
-    QProcess process;
-    process.setProcessEnvironment(program.environment);
-    const QByteArray text = "set r [recover load]\nputs ready\nwhile 1 {catch {expr {1 + 1}}}\n";
-    process.start(QUARN_PROGRAM, {"--quiet", "--temp", storage(), "--script", program.write("loop.tcl", text)});
-    ASSERT_TRUE(process.waitForReadyRead(30000)) << process.readAllStandardError().toStdString();
-    EXPECT_FALSE(left().isEmpty());
-    ASSERT_EQ(0, kill(static_cast<pid_t>(process.processId()), signal));
-    ASSERT_TRUE(process.waitForFinished(10000));
-    EXPECT_EQ(QProcess::NormalExit, process.exitStatus());
-    EXPECT_EQ(128 + signal, process.exitCode());
-    EXPECT_THAT(left(), IsEmpty()) << left().value(0).toStdString();
+    for (const bool isSaved : {false, true}) {
+      cutOff(2);
+      const QString target = program.file(QStringLiteral("saved-%1.ROIs.qm").arg(signal));
+      QByteArray text = "set r [recover load]\nrecover discard\n$r mergeMasks mask0 mask1\n";
+      if (isSaved) text += "$r save QuarnMesh {" + target.toUtf8() + "}\n";
+      endBy(signal, text + "puts ready\nwhile 1 {catch {expr {1 + 1}}}\n");
+      if (isSaved) {
+        EXPECT_THAT(left(), IsEmpty()) << left().value(0).toStdString();
+        continue;
+      }
+      EXPECT_EQ(9, left().size()) << "the mark stayed";
+      EXPECT_EQ(kNotice, run({"--interactive"}).errors);
+      EXPECT_THAT(outputOf({"--recover"}), AllOf(StartsWith("3 left"), HasSubstr("mask0-merged: mask, 40 x")));
+      EXPECT_EQ("3 removed\n", outputOf({"--recover", "--discard"}));
+      EXPECT_THAT(left(), IsEmpty());
+    }
   }
 }
 

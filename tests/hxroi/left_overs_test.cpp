@@ -118,7 +118,7 @@ TEST_F(TemporaryOwners, MarkThatCannotBeRemovedIsLoggedOnly) {
     faults.arm({.only = FileCall::remove, .extent = FaultFileSystem::Extent::forever});
   }
   EXPECT_THAT(files.list("/tmp"), ElementsAre(ownMark(0)));
-  LeftOvers::removeDeadMarks(files, "/tmp");
+  LeftOvers::removeRemains(files, "/tmp");
   EXPECT_THAT(files.list("/tmp"), IsEmpty());
 }
 
@@ -182,14 +182,14 @@ TEST_F(TemporaryOwners, MarkThatCannotBeLockedKeepsTheFiles) {
 
 TEST_F(TemporaryOwners, MissingFolderHasNoLeftOvers) {
   EXPECT_THAT(LeftOvers::find(files, "/none"), IsEmpty());
-  LeftOvers::removeDeadMarks(files, "/none");
+  LeftOvers::removeRemains(files, "/none");
   LeftOvers::removeOwn(files, "/none", kEarly, 0);
 }
 
 TEST_F(TemporaryOwners, MarksOfTheLivingStay) {
   make(names::ownerMark(17, 0), kEarly);
   const auto living = foreignMark(kEarly);
-  LeftOvers::removeDeadMarks(files, "/tmp");
+  LeftOvers::removeRemains(files, "/tmp");
   EXPECT_THAT(files.list("/tmp"), ElementsAre(names::ownerMark(kOther, 0)));
 }
 
@@ -199,6 +199,33 @@ TEST_F(TemporaryOwners, AllFilesAreTriedBeforeAFailedRemovalIsTold) {
   faults.arm({.only = FileCall::remove, .reason = "Device or resource busy"});
   EXPECT_THROW(LeftOvers::remove(faults, "/tmp", LeftOvers::find(files, "/tmp").front()), McException);
   EXPECT_EQ(files.list("/tmp").size(), 1U);
+}
+
+TEST_F(TemporaryOwners, SpillFilesAreNoLeftOversAndGoWithTheMarksOfTheDead) {
+  const auto living = foreignMark(kEarly);
+  make(names::ownerMark(17, 0), kEarly);
+  makeMask(kNoon, 17);
+  const auto masks = files.list("/tmp");
+  make(names::stem(kNoon, 0, 17) + ".spill3");
+  make(names::stem(kLate, 1, 17) + ".spill4");
+  make(names::stem(kLate, 1, kOther) + ".spill1");
+  const auto all = LeftOvers::find(files, "/tmp");
+  ASSERT_EQ(all.size(), 1U);
+  EXPECT_EQ(all[0].names.size(), 3U);
+  LeftOvers::removeRemains(files, "/tmp");
+  auto expected = masks;
+  std::erase(expected, names::ownerMark(17, 0));
+  expected.push_back(names::stem(kLate, 1, kOther) + ".spill1");
+  EXPECT_THAT(files.list("/tmp"), ::testing::UnorderedElementsAreArray(expected));
+}
+
+TEST_F(TemporaryOwners, OwnFilesOfKeptStemsStay) {
+  OwnerMark mark(files, "/tmp", kEarly);
+  makeMask(kNoon, ::getpid(), 1);
+  makeMask(kNoon, ::getpid(), 2);
+  mark.removeOwnFiles({names::stem(kNoon, 2, ::getpid())});
+  EXPECT_EQ(files.list("/tmp").size(), 4U);
+  EXPECT_EQ(files.kind("/tmp/" + names::stem(kNoon, 2, ::getpid()) + ".ldm"), FileKind::regular);
 }
 
 TEST_F(TemporaryOwners, OwnFilesAreToldFromThoseOfOthers) {

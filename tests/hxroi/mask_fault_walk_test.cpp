@@ -40,7 +40,7 @@ protected:
       const bool hasFailed = runStep(files, {.call = call, .extent = extent}, makeStep);
       hxroi::details::TemporaryFolder::leave();
       // A mark that could be neither finished nor removed is that of a dead process.
-      hxroi::details::LeftOvers::removeDeadMarks(files, hxroi::details::TemporaryFolder::path());
+      hxroi::details::LeftOvers::removeRemains(files, hxroi::details::TemporaryFolder::path());
       EXPECT_TRUE(allTemporaryFiles().empty()) << allTemporaryFiles().front();
       boost::filesystem::remove_all(userFolder());
       if (!hasFailed || HasFailure()) {

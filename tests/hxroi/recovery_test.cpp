@@ -9,6 +9,7 @@
 #include "hxroi/details/LeftOvers.h"
 #include "hxroi/details/TemporaryFolder.h"
 #include "quarn/kernel/io/HxRecovery.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
 #include "tests/hxroi/MaskTest.h"
 #include "tests/hxroi_worker/randomMask.h"
 
@@ -231,6 +232,83 @@ TEST_F(Recovery, MasksOfDifferentGridsGoToDifferentSets) {
   EXPECT_EQ(sets[0]->dimensions(), McVec3i(5, 6, 7));
   EXPECT_EQ(count(*sets[0]->getMask("small")), 8U);
   EXPECT_EQ(sets[1]->dimensions(), randommask::kGrid);
+}
+
+TEST_F(Recovery, MasksOfDifferentTileSizesGoToDifferentSets) {
+  leaveMasks(1, 1);
+  for (const int size : {32, 64}) {
+    const auto node = hxvoxora::makeRef<SoVolumeMask>();
+    node->initializeInMemory({100, 100, 100}, {size, size, size});
+    const McHandle<Mask> mask(new Mask("tiles" + std::to_string(size), node.get(), McColor(), nullptr));
+    mask->writeToFile(temporary() / "tmp-masks" / ("20200101T000000.000000-" + std::to_string(size) + "-1"));
+  }
+  RecoveredMasks recovered;
+  const auto sets = recovered.load();
+  ASSERT_EQ(sets.size(), 3U);
+  for (const auto& rois : sets) EXPECT_EQ(rois->getNumberOfMasks(), 1U);
+  EXPECT_EQ(recovered.removeLoaded(), 3);
+}
+
+TEST_F(Recovery, LeftOverThatCannotBeLoadedDoesNotBlockTheOthers) {
+  leaveMasks(3, 1);
+  RecoveredMasks recovered;
+  ASSERT_EQ(recovered.entries().size(), 3U);
+  const auto header = fileOf(recovered.entries()[1], ".ldm");
+  writeText(header, "damaged since it was examined");
+  const auto sets = recovered.load();
+  ASSERT_EQ(sets.size(), 1U);
+  EXPECT_EQ(sets[0]->getNumberOfMasks(), 2U);
+  EXPECT_NE(recovered.entries()[1].problem, "");
+  EXPECT_FALSE(recovered.entries()[1].isLoaded);
+  EXPECT_EQ(recovered.removeLoaded(), 2);
+  EXPECT_TRUE(exists(header.string()));
+}
+
+TEST_F(Recovery, WhatWasLoadedAndKeptIsNotLoadedAgain) {
+  HxRecovery& host = HxRecovery::instance();
+  leaveMasks(2, 1);
+  const QStringList names = host.load();
+  EXPECT_EQ(names.size(), 1);
+  EXPECT_THROW(RecoveredMasks(), McException) << "while it is open whether the left-overs go";
+  host.keepLoaded();
+  EXPECT_EQ(host.discardLoaded(), 0);
+  EXPECT_TRUE(host.load().isEmpty());
+  host.keepLoaded();
+  EXPECT_EQ(host.list().size(), 2U);
+  EXPECT_EQ(RecoveredMasks().load().size(), 1U) << "others load them";
+  leaveMasks(1, 2);
+  const QStringList more = host.load();
+  EXPECT_EQ(more.size(), 1);
+  EXPECT_EQ(host.discardLoaded(), 1);
+  EXPECT_EQ(host.discardAll(), 2);
+  for (const QString& name : names + more) HxObjectPool::instance().remove(HxObjectPool::instance().find(name));
+}
+
+TEST_F(Recovery, UnsavedWorkIsLeftWhenTheProcessHasToEnd) {
+  const McHandle<HxRois> rois(new HxRois);
+  rois->addRoi(makeMask({40, 30, 20}, McBox3i(1, 5, 1, 5, 1, 5), "edited"));
+  rois->addRoi(makeMask({40, 30, 20}, true, "full"));
+  HxObjectPool::instance().add(rois, "rois");
+  HxRecovery::instance().keepUnsaved();
+  HxObjectPool::instance().remove(rois);
+  rois->removeAllRois();
+  hxroi::details::TemporaryFolder::leave();
+  EXPECT_EQ(allFiles().size(), 6U) << "the mark stayed";
+  RecoveredMasks recovered;
+  const auto sets = recovered.load();
+  ASSERT_EQ(sets.size(), 1U);
+  EXPECT_EQ(count(*sets[0]->getMask("edited")), 125U);
+  EXPECT_EQ(count(*sets[0]->getMask("full")), 40U * 30 * 20);
+  EXPECT_EQ(recovered.removeAll(), 2);
+}
+
+TEST_F(Recovery, SpillFilesOfTheDeadGoSilently) {
+  leaveMasks(1, 1);
+  const std::string spill = (temporary() / "tmp-masks" / "20200101T000000.000000-0-1.spill1").string();
+  writeText(spill, "");
+  EXPECT_EQ(RecoveredMasks::examine().size(), 1U);
+  EXPECT_EQ(RecoveredMasks().removeAll(), 1);
+  EXPECT_TRUE(allFiles().empty());
 }
 
 TEST_F(Recovery, HostIsTold) {

@@ -34,7 +34,8 @@ public:
     for (int i = 0; i < left; ++i) objects.emplace_back(new HxTable);
     return objects;
   }
-  void discardLoaded() override { left = 0; }
+  int discardLoaded() override { return std::exchange(left, 0); }
+  void keepLoaded() override { ++kept; }
   int discardAll() override { return std::exchange(left, 0); }
   void checkpoint() override {
     ++checkpoints;
@@ -42,7 +43,11 @@ public:
   }
 
   int left;
+  void keepUnsaved() override { ++unsavedKept; }
+
   int checkpoints = 0;
+  int kept = 0;
+  int unsavedKept = 0;
 };
 
 }  // namespace
@@ -66,6 +71,19 @@ TEST(Recovery, LoadsIntoThePoolAndDiscardsWhenTold) {
   HxRecovery::instance().discardLoaded();
   EXPECT_EQ(0, tables.left);
   for (const QString& name : names) HxObjectPool::instance().remove(HxObjectPool::instance().find(name));
+}
+
+TEST(Recovery, WhatIsKeptStays) {
+  Tables first(1), second(2);
+  HxRecovery& recovery = HxRecovery::instance();
+  recovery.keepLoaded();
+  recovery.keepUnsaved();
+  for (const Tables* tables : {&first, &second}) {
+    EXPECT_EQ(1, tables->kept);
+    EXPECT_EQ(1, tables->unsavedKept);
+  }
+  EXPECT_EQ(3U, recovery.list().size());
+  EXPECT_EQ(3, recovery.discardLoaded());
 }
 
 TEST(Recovery, ProviderThatFailsHasNothing) {

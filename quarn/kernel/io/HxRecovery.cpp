@@ -63,8 +63,14 @@ QStringList HxRecovery::load() {
   return names;
 }
 
-void HxRecovery::discardLoaded() {
-  for (HxRecoveryProvider* provider : providers_) provider->discardLoaded();
+int HxRecovery::discardLoaded() {
+  int count = 0;
+  for (HxRecoveryProvider* provider : providers_) count += provider->discardLoaded();
+  return count;
+}
+
+void HxRecovery::keepLoaded() {
+  for (HxRecoveryProvider* provider : providers_) provider->keepLoaded();
 }
 
 int HxRecovery::discardAll() {
@@ -75,14 +81,22 @@ int HxRecovery::discardAll() {
 
 void HxRecovery::checkpointIfDue() {
   if (untilCheckpoint() != 0) return;
+  tellEach(&HxRecoveryProvider::checkpoint);
+  sinceCheckpoint_.start();
+}
+
+void HxRecovery::keepUnsaved() {
+  tellEach(&HxRecoveryProvider::keepUnsaved);
+}
+
+void HxRecovery::tellEach(void (HxRecoveryProvider::*write)()) {
   for (HxRecoveryProvider* provider : providers_) {
     try {
-      provider->checkpoint();
+      (provider->*write)();
     } catch (const std::exception& failure) {
       HxMessage::printf("The temporary storage does not hold the newest state: %s", failure.what());
     }
   }
-  sinceCheckpoint_.start();
 }
 
 int HxRecovery::untilCheckpoint() const {

@@ -34,12 +34,16 @@ public:
   virtual std::vector<HxLeftOver> list() = 0;
   /// New objects, not in the pool, that hold everything that can be recovered; the left-overs stay.
   virtual std::vector<McHandle<HxData>> load() = 0;
-  /// Removes what the last load() made objects of.
-  virtual void discardLoaded() = 0;
+  /// Removes what the last load() made objects of. Returns the number of pieces.
+  virtual int discardLoaded() = 0;
+  /// What the last load() made objects of stays, and this process does not load it again.
+  virtual void keepLoaded() = 0;
   /// Removes all left-overs, those that cannot be recovered too, and returns their number.
   virtual int discardAll() = 0;
   /// Writes what changed in the objects of the pool into the temporary storage, so that it could be recovered.
   virtual void checkpoint() = 0;
+  /// The same for objects that are not saved, when the process is about to end: their files stay to be recovered.
+  virtual void keepUnsaved() = 0;
 };
 
 /// Left-overs of all packages. For the user-interface thread.
@@ -55,10 +59,13 @@ public:
   /// Whether there are left-overs; false also when that cannot be told. Cheap.
   bool hasAny();
   std::vector<HxLeftOver> list();
-  /// Makes objects of all that can be recovered, in the pool, and returns their names. The left-overs stay until
-  /// discardLoaded().
+  /// Makes objects of all that can be recovered and was not loaded before, in the pool, and returns their names. No
+  /// other process can do so until discardLoaded() or keepLoaded().
   QStringList load();
-  void discardLoaded();
+  /// Removes the left-overs of the objects of load(), which are saved now. Returns their number.
+  int discardLoaded();
+  /// Leaves them, since the objects are not saved yet.
+  void keepLoaded();
   int discardAll();
 
   /// Seconds between checkpoints, 0 for none; 60 unless it was set. The preference "Recovery Interval".
@@ -69,6 +76,9 @@ public:
   /// Makes a checkpoint when the last one, or the start, is at least the interval ago. Called when no work is under
   /// way: after a command, and while the program waits for one. Failures are shown on the console.
   void checkpointIfDue();
+  /// Keeps objects that are not saved as left-overs for a later process. To be called when this one is to end before
+  /// the user could save, with the pool still filled. Failures are shown on the console.
+  void keepUnsaved();
   /// Milliseconds until the next checkpoint is due; -1 when there are none.
   int untilCheckpoint() const;
 
@@ -76,6 +86,8 @@ public:
   HxRecovery& operator=(const HxRecovery&) = delete;
 
 private:
+  void tellEach(void (HxRecoveryProvider::*write)());
+
   HxRecovery() { sinceCheckpoint_.start(); }
 
   std::vector<HxRecoveryProvider*> providers_;

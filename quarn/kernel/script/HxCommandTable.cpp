@@ -2,11 +2,14 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/io/HxRecovery.h"
+#include "quarn/kernel/script/detail/CommandDepth.h"
 #include "quarn/kernel/script/detail/TclText.h"
 #include "quarn/kernel/script/detail/hostCommands.h"
 
 namespace {
 
+using quarn::detail::CommandDepth;
 using quarn::detail::fromTcl;
 using quarn::detail::newTclList;
 using quarn::detail::newTclText;
@@ -21,22 +24,27 @@ bool fits(const HxCommandRow& row, qsizetype count) {
   return count >= row.minWords && (row.maxWords < 0 || count <= row.maxWords);
 }
 
-int runRow(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
-  const HxCommandRow& row = *static_cast<const HxCommandRow*>(data);
+int callRow(const HxCommandRow& row, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
   Tcl_ResetResult(interp);
   try {
     HxCommandCall call(interp, wordsAfterName(objc, objv));
     if (!fits(row, call.words().size())) throw McException("usage: " + row.synopsis().toStdString());
     row.handler(call);
-    HxMessage::flushStream();
     return TCL_OK;
   } catch (const std::exception& error) {
     Tcl_SetObjResult(interp, newTclText(QString::fromUtf8(error.what())));
   } catch (...) {
     Tcl_SetObjResult(interp, newTclText(QStringLiteral("unknown failure")));
   }
-  HxMessage::flushStream();
   return TCL_ERROR;
+}
+
+int runRow(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
+  const CommandDepth depth;
+  const int code = callRow(*static_cast<const HxCommandRow*>(data), interp, objc, objv);
+  HxMessage::flushStream();
+  if (depth.isOutermost()) HxRecovery::instance().checkpointIfDue();
+  return code;
 }
 
 void makeCommand(Tcl_Interp* interp, const HxCommandRow& row) {

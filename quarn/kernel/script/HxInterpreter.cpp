@@ -11,6 +11,7 @@
 #include "quarn/kernel/io/HxRecovery.h"
 #include "quarn/kernel/script/HxCommandTable.h"
 #include "quarn/kernel/script/detail/CmdInfoScope.h"
+#include "quarn/kernel/script/detail/CommandDepth.h"
 #include "quarn/kernel/script/detail/ScriptLocation.h"
 #include "quarn/kernel/script/detail/TclText.h"
 
@@ -40,19 +41,6 @@ public:
 private:
   std::vector<std::string> texts_;
   std::vector<char*> pointers_;
-};
-
-/// Counts the object commands that run inside each other.
-class CommandDepth {
-public:
-  CommandDepth() { ++depth; }
-  ~CommandDepth() { --depth; }
-  CommandDepth(const CommandDepth&) = delete;
-  CommandDepth& operator=(const CommandDepth&) = delete;
-  bool isOutermost() const { return depth == 1; }
-
-private:
-  inline static int depth = 0;
 };
 
 void setErrorText(Tcl_Interp* interp, const std::string& text) {
@@ -197,7 +185,7 @@ int HxInterpreter::runObjectCommand(ClientData data, Tcl_Interp* interp, int obj
   // A command may end its own object, and with it `data`.
   const std::shared_ptr<const HxObjectCommand> function = static_cast<ObjectCommand*>(data)->function;
   const quarn::detail::CmdInfoScope listOfItsOwn;
-  const CommandDepth depth;
+  const quarn::detail::CommandDepth depth;
   const HxMessage::Mark before = HxMessage::mark();
   Tcl_ResetResult(interp);
   const int code = callGuarded(*function, interp, objc, objv);

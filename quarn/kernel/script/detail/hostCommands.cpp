@@ -133,7 +133,7 @@ QStringList leftOverTexts() {
 QStringList loadLeftOvers() {
   HxRecovery& recovery = HxRecovery::instance();
   const QStringList names = recovery.load();
-  recovery.discardLoaded();
+  recovery.keepLoaded();
   return names;
 }
 
@@ -194,8 +194,9 @@ std::vector<HxCommandRow> hostCommands() {
           "Returns or sets a preference, for this run; get without a key returns the keys.", preferences),
       row("recover", "list|load|discard", 1, 1,
           "Work that earlier runs left in the temporary storage when they were cut off: list returns a line for each "
-          "piece, load makes objects of it and returns their names, discard removes it and returns the number of "
-          "pieces. What running programs have there is not touched.",
+          "piece, load makes objects of what it has not loaded yet and returns their names, discard removes all of it "
+          "and returns the number of pieces. What was loaded stays in the storage, too: discard it once it is saved. "
+          "What running programs have there is not touched.",
           recover),
       row("help", "?COMMAND?", 0, 1, "Shows the commands, or one of them.", help),
       row("exit", "?STATUS?", 0, 1, "Ends the program with a status from 0 to 255, 0 unless given.", exit),
