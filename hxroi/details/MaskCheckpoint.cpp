@@ -52,7 +52,9 @@ void Mask::writeUnwrittenFull() const {
   }
   const std::lock_guard lock(m_editMutex);
   m_volumeMask->setName(SbName(name()));
-  NodeFiles::write(*m_volumeMask, m_temporaryPrefix, s_saveParameters, Access::ownerOnly, Durability::passing);
+  constexpr bool allLevels = false;
+  NodeFiles::write(*m_volumeMask, m_temporaryPrefix, s_saveParameters, allLevels, Access::ownerOnly,
+                   Durability::passing);
 }
 
 }  // namespace hxroi::details
