@@ -3,10 +3,8 @@
 #if defined(__x86_64__)
 
 #include <array>
-#include <immintrin.h>
 
-/// At every function for the reason told beside the kernels on whole words.
-#define QUARN_AVX2 __attribute__((target("avx2")))
+#include "quarn/voxora/bits/detail/avx2Words.h"
 
 /// Rows four at a time, one in each word of a vector.
 namespace hxvoxora::detail {
@@ -15,17 +13,6 @@ namespace {
 
 constexpr int rowsAtOnce = 4;
 using FourPlaces = std::array<std::uint8_t*, rowsAtOnce>;
-
-/// Words between memory order and numbers.
-QUARN_AVX2 inline __m256i orderedWords(__m256i words) {
-  const __m256i reversed =
-      _mm256_broadcastsi128_si256(_mm_setr_epi8(7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8));
-  return _mm256_shuffle_epi8(words, reversed);
-}
-
-QUARN_AVX2 inline __m256i allWords(Word word) {
-  return _mm256_set1_epi64x(static_cast<long long>(word));
-}
 
 /// The words of a column in four rows.
 QUARN_AVX2 inline __m256i loadColumn(const UnitColumn& column, std::size_t offset, std::size_t rowStride) {
@@ -153,6 +140,12 @@ private:
 }  // namespace
 
 QUARN_AVX2 void appendRowsAvx2(BitWriter& target, const CutRows& rows, std::size_t offset, std::int64_t rowCount) {
+  if (rows.width >= 64 && (static_cast<std::uint64_t>(rows.width) | target.held()) % 8 == 0) {
+    target.finish();
+    appendByteRowsAvx2(target.place(), rows, offset, rowCount);
+    target = BitWriter(target.place() + rows.width / 8 * rowCount, 0, 0);
+    return;
+  }
   if (rows.width >= 64 && rowCount >= rowsAtOnce) {
     RowAppender out(target, rows);
     for (; rowCount >= rowsAtOnce; rowCount -= rowsAtOnce, offset += rowsAtOnce * rows.rowStride)

@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdlib>
-#include <new>
-#include <sys/mman.h>
 
 #include "quarn/voxora/tiles/MemoryBudget.h"
 
@@ -13,7 +10,7 @@ namespace hxvoxora {
 
 namespace {
 
-constexpr std::size_t slabBytes = std::size_t{1} << 21;
+constexpr std::size_t slabBytes = detail::SlabMemory::byteSize;
 constexpr std::size_t smallestPayload = 256;
 constexpr int sizeCount = 14;  // 256 bytes to 2 MiB
 
@@ -34,17 +31,6 @@ const std::array<PayloadPool*, sizeCount>& allPools() {
 }
 
 }  // namespace
-
-void PayloadPool::FreeMemory::operator()(std::byte* memory) const {
-  std::free(memory);
-}
-
-PayloadPool::SlabMemory PayloadPool::allocateSlab() {
-  SlabMemory memory(static_cast<std::byte*>(std::aligned_alloc(slabBytes, slabBytes)));
-  if (!memory) throw std::bad_alloc();
-  ::madvise(memory.get(), slabBytes, MADV_HUGEPAGE);  // a wish; all is well without
-  return memory;
-}
 
 PayloadPool::PayloadPool(std::size_t byteSize) : byteSize_(byteSize) {}
 
@@ -91,13 +77,12 @@ PayloadPool::Slab& PayloadPool::slabWithRoom() {
   }
   auto slab = std::make_unique<Slab>();
   slab->pool = this;
-  slab->memory = allocateSlab();
   slab->payloadCount = slabBytes / byteSize_;
   slab->payloads.reset(new TilePayload[slab->payloadCount]);
   slab->free.reserve(slab->payloadCount);
   for (std::size_t i = slab->payloadCount; i-- > 0;) {
     TilePayload& payload = slab->payloads[i];
-    payload.bits_ = slab->memory.get() + i * byteSize_;
+    payload.bits_ = slab->memory.bytes() + i * byteSize_;
     payload.byteSize_ = byteSize_;
     payload.slab_ = slab.get();
     slab->free.push_back(&payload);

@@ -1,7 +1,9 @@
 #include <atomic>
 #include <cstring>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include "quarn/voxora/tiles/TilePayload.h"
@@ -11,6 +13,14 @@ namespace {
 using hxvoxora::payloadStatistics;
 using hxvoxora::Ref;
 using hxvoxora::TilePayload;
+
+/// The address space of this process.
+std::size_t addressSpace() {
+  std::ifstream statistics("/proc/self/statm");
+  std::size_t pages = 0;
+  statistics >> pages;
+  return pages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
 
 TEST(TilePayload, EverySizeIsAlignedAndItsOwn) {
   for (std::size_t size = 256; size <= (std::size_t{1} << 21); size *= 2) {
@@ -45,6 +55,17 @@ TEST(TilePayload, MemoryBeyondTheReserveGoesBackToTheSystem) {
   EXPECT_GE(payloadStatistics().bytesReserved, 300 * size);
   payloads.clear();
   EXPECT_LE(payloadStatistics().bytesReserved, before + (std::size_t{66} << 20));
+}
+
+TEST(TilePayload, TakesNoAddressSpaceBesideItself) {
+  constexpr std::size_t size = std::size_t{1} << 21, count = 100;
+  const std::size_t slack = std::size_t{8} << 20;
+  const std::size_t reserved = payloadStatistics().bytesReserved, before = addressSpace();
+  std::vector<Ref<TilePayload>> payloads;
+  for (std::size_t i = 0; i < count; ++i) payloads.push_back(TilePayload::make(size));
+  const std::size_t added = payloadStatistics().bytesReserved - reserved;
+  ASSERT_GT(added, count / 2 * size);
+  EXPECT_LE(addressSpace() - before, added + slack);
 }
 
 TEST(TilePayload, StatisticsCountWhatIsInUse) {

@@ -51,6 +51,8 @@ extern const KernelTable scalarKernels;
 const KernelTable* avx2Kernels();
 const KernelTable* avx512Kernels();
 void appendRowsAvx2(BitWriter& target, const CutRows& rows, std::size_t offset, std::int64_t rowCount);
+/// appendRowsAvx2() for rows of whole bytes that begin with a byte.
+void appendByteRowsAvx2(std::uint8_t* target, const CutRows& rows, std::size_t offset, std::int64_t rowCount);
 void copyColumnAvx2(WordColumn column, std::uint64_t count, SeenBits& seen);
 
 extern std::atomic<const KernelTable*> activeKernels;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "quarn/voxora/tiles/TilePayload.h"
+#include "quarn/voxora/tiles/detail/SlabMemory.h"
 
 namespace hxvoxora {
 
@@ -43,20 +44,14 @@ public:
   static void giveBack(TilePayload* payload) noexcept;
 
 private:
-  struct FreeMemory {
-    void operator()(std::byte* memory) const;
-  };
-  using SlabMemory = std::unique_ptr<std::byte, FreeMemory>;
-
   struct Slab {
     PayloadPool* pool = nullptr;
-    SlabMemory memory;
+    detail::SlabMemory memory;
     std::unique_ptr<TilePayload[]> payloads;
     std::vector<TilePayload*> free;
     std::size_t payloadCount = 0;
   };
 
-  static SlabMemory allocateSlab();
   Slab& slabWithRoom();
   void putBack(TilePayload* payload, Slab& slab) noexcept;
   void releaseSpareSlab() noexcept;
