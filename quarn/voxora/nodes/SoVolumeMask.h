@@ -66,6 +66,9 @@ public:
   /// may differ.
   void combineBox(const SbBox3i32& box, const SoVolumeMask& other, hxvoxora::TruthTable f);
 
+  /// The same with a content that no node has. A snapshot of the node itself is what it was when that was taken.
+  void combineBox(const SbBox3i32& box, const hxvoxora::TileSnapshot& other, hxvoxora::TruthTable f);
+
   /// Inverts a box.
   void invertBox(const SbBox3i32& box);
 

@@ -144,20 +144,27 @@ void SoVolumeMask::replaceBox(const SbBox3i32& box, const SoCpuBufferBitSet* bit
 }
 
 void SoVolumeMask::combineBox(const SbBox3i32& box, const SoVolumeMask& other, TruthTable f) {
+  if (&other != this) return combineBox(box, other.snapshot(), f);
   State::Transaction& transaction = state_->openTransaction();
   TileTableEditor& table = transaction.table;
   hxvoxora::detail::requireInside(box, table.grid());
-  const bool withItself = &other == this;
-  const Ref<const TileTable> content = other.state_->table();
-  hxvoxora::detail::requireInside(box, content->grid());
   std::vector<TileRun> runs = runsOf(table.grid(), box);
-  if (withItself) {
-    combineRuns(TableCombination(table, f), takeWhole(runs));
-  } else if (content->grid() == table.grid()) {
-    combineRuns(TableCombination(table, *content, f), takeWhole(runs));
-  }
+  combineRuns(TableCombination(table, f), takeWhole(runs));
+  editRuns(table, box, runs, Unchanged::StaysAsItIs,
+           [f](const TileEdit& edit, const TileSlot& old) { return combineTile(edit, old, old, f); });
+  transaction.edited = true;
+}
+
+void SoVolumeMask::combineBox(const SbBox3i32& box, const hxvoxora::TileSnapshot& other, TruthTable f) {
+  State::Transaction& transaction = state_->openTransaction();
+  TileTableEditor& table = transaction.table;
+  const TileTable& content = other.table();
+  hxvoxora::detail::requireInside(box, table.grid());
+  hxvoxora::detail::requireInside(box, content.grid());
+  std::vector<TileRun> runs = runsOf(table.grid(), box);
+  if (content.grid() == table.grid()) combineRuns(TableCombination(table, content, f), takeWhole(runs));
   editRuns(table, box, runs, Unchanged::StaysAsItIs, [&](const TileEdit& edit, const TileSlot& old) {
-    return combineTile(edit, old, withItself ? old : contentFrom(*content, edit), f);
+    return combineTile(edit, old, contentFrom(content, edit), f);
   });
   transaction.edited = true;
 }

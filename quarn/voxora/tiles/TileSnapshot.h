@@ -44,6 +44,9 @@ public:
   TileSnapshot& operator=(TileSnapshot) noexcept;
   ~TileSnapshot();
 
+  /// What the tiles are; for the library itself.
+  const detail::TileTable& table() const { return *table_; }
+
   const TileGrid& grid() const;
   const SbVec3i32& dimensions() const { return grid().dimensions(); }
   const SbVec3i32& tileDimensions() const { return grid().tileDimensions(); }
