@@ -111,6 +111,10 @@ std::optional<TileSnapshot> componentAt(const TileSnapshot& volume, Neighbours n
     const SbBox3i32 box({run.x0, run.y, run.z}, {run.x1 - 1, run.y, run.z});
     const TileGrid::Range tiles = grid.tilesOf(box);
     for (std::int64_t k = 0; k < tiles.size(); ++k) {
+      if (volume.kind(tiles[k]) == TileSnapshot::Kind::One) {
+        table.set(tiles[k], volume.table().content(tiles[k]));
+        continue;
+      }
       Ref<TilePayload>& draft = drafts[tiles[k]];
       if (!draft) {
         draft = TilePayload::make(grid.tileByteSize());
