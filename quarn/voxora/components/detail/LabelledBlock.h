@@ -1,0 +1,65 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <tbb/enumerable_thread_specific.h>
+#include <vector>
+
+#include "quarn/voxora/components/detail/BlockFace.h"
+#include "quarn/voxora/components/detail/BlockGrid.h"
+#include "quarn/voxora/components/detail/BlockRuns.h"
+#include "quarn/voxora/components/detail/TilePin.h"
+
+namespace hxvoxora::detail {
+
+/// What is needed to find the components of a block; used again and again by one thread.
+struct BlockScratch {
+  explicit BlockScratch(const SbVec3i32& blockSize) : rows(blockSize) {}
+
+  BlockRows rows;
+  BlockRuns runs;
+  std::vector<std::uint32_t> openNumbers;
+};
+
+using BlockScratches = tbb::enumerable_thread_specific<BlockScratch>;
+
+/// The components of one block: those that may go on in other blocks, and those that cannot.
+class LabelledBlock {
+public:
+  /// A block that was given work to do.
+  struct Task {
+    std::int64_t block = 0;
+    BlockPlace place{};
+    std::shared_ptr<TilePin> tile;  ///< null when all voxels are set
+    std::uint32_t stepsTaken = 0;   ///< bit i: there are set voxels where the i-th of blockSteps() leads to
+    std::uint32_t openSides = 0;    ///< BlockSide::bit(): some of these steps meet others on that side
+    const BlockGrid* blocks = nullptr;
+    BlockScratches* scratches = nullptr;
+    Neighbours neighbours = Neighbours::Faces;
+  };
+
+  Task task;
+
+  /// Does the work. McException when the tile is damaged.
+  void run();
+
+  const std::vector<LocalComponent>& closed() const { return closed_; }
+  const std::vector<LocalComponent>& open() const { return open_; }
+
+  /// The face on an open side, whose labels are places in open(); null elsewhere and where it has no set voxel.
+  std::array<std::unique_ptr<BlockFace>, sideCount>& faces() { return faces_; }
+
+  /// A component of the block as one of the volume.
+  Component inVolume(const LocalComponent& component) const;
+
+private:
+  void labelFull();
+  void labelRows(BlockScratch& scratch);
+  void addFace(const BlockSide& side, BlockFace face);
+
+  std::vector<LocalComponent> closed_, open_;
+  std::array<std::unique_ptr<BlockFace>, sideCount> faces_;
+};
+
+}  // namespace hxvoxora::detail

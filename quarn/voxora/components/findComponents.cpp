@@ -1,0 +1,60 @@
+#include "quarn/voxora/components/findComponents.h"
+
+#include <algorithm>
+#include <tbb/task_arena.h>
+
+#include "quarn/voxora/components/detail/BlockSequence.h"
+#include "quarn/voxora/components/detail/ComponentSweep.h"
+#include "quarn/voxora/components/detail/LookAhead.h"
+
+namespace hxvoxora {
+
+namespace {
+
+using detail::LabelledBlock;
+
+/// Blocks between two calls of the callback; each takes a few milliseconds at most.
+constexpr std::int64_t blocksPerCall = 8;
+
+/// So many blocks are labelled ahead for each thread.
+constexpr int blocksAhead = 2;
+
+bool sweep(const detail::BlockGrid& blocks, Neighbours neighbours, const ComponentSink& sink,
+           const WorkCallback& callback) {
+  detail::BlockSequence sequence(blocks, neighbours);
+  detail::ComponentSweep components(neighbours, sink);
+  detail::BlockScratches scratches(blocks.blockSize());
+  const int threads = tbb::this_task_arena::max_concurrency();
+  detail::LookAhead<LabelledBlock> labelled(static_cast<std::size_t>(threads > 1 ? blocksAhead * threads : 1));
+  const auto start = [&] {
+    LabelledBlock::Task& task = labelled.next().task;
+    task.blocks = &blocks;
+    task.scratches = &scratches;
+    task.neighbours = neighbours;
+    if (!sequence.next(task)) return false;
+    labelled.start();
+    return true;
+  };
+  std::int64_t done = 0;
+  while (true) {
+    while (!labelled.isFull() && start()) {
+    }
+    if (labelled.isEmpty()) return true;
+    if (callback && done % blocksPerCall == 0 &&
+        !callback(static_cast<double>(done) / static_cast<double>(sequence.count())))
+      return false;
+    components.add(labelled.front());
+    labelled.pop();
+    ++done;
+  }
+}
+
+}  // namespace
+
+bool findComponents(const TileSnapshot& volume, Neighbours neighbours, const ComponentSink& sink,
+                    const WorkCallback& callback) {
+  const detail::BlockGrid blocks(volume.table());
+  return tbb::this_task_arena::isolate([&] { return sweep(blocks, neighbours, sink, callback); });
+}
+
+}  // namespace hxvoxora
