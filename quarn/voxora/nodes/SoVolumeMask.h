@@ -11,6 +11,7 @@
 #include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/nodes/SoVolumeData.h"
 #include "quarn/voxora/tiles/TileSnapshot.h"
+#include "quarn/voxora/tiles/WorkCallback.h"
 
 class SoCpuBufferBitSet;
 
@@ -71,6 +72,14 @@ public:
 
   /// Inverts a box.
   void invertBox(const SbBox3i32& box);
+
+  /// Grows the set voxels by their six face neighbours, so many times; nothing grows over the end of the volume. Tiles
+  /// that do not change are not touched. False when `progress` gave up: the transaction is then as before.
+  bool dilate(std::uint64_t iterations, const hxvoxora::WorkCallback& progress = {});
+
+  /// Clears the set voxels that have a clear one among their six face neighbours, so many times; what lies outside of
+  /// the volume counts as clear. Otherwise as dilate().
+  bool erode(std::uint64_t iterations, const hxvoxora::WorkCallback& progress = {});
 
   /// Makes the edits visible; with at least one edit the node has unsaved edits. McException for a number that is not
   /// that of the open transaction.

@@ -9,24 +9,20 @@ namespace hxvoxora::detail {
 
 namespace {
 
-using RunVisitor = std::function<void(std::int64_t, std::int64_t, const TileSlot&)>;
-
 /// Tiles below one place of a page that stands `levels` levels above the tiles.
 std::int64_t tilesBelow(int levels) {
   return std::int64_t{1} << (TileNode::fanoutBits * levels);
 }
 
-void visitRuns(const TileSlot& slot, int levels, std::int64_t first, std::int64_t end, const RunVisitor& visit) {
-  if (levels == 0 || !slot.isReference()) {
-    visit(first, end - first, slot);
-    return;
-  }
+/// The runs of the tiles first <= tile < end below one place, which stands `levels` levels above the tiles and begins
+/// with the tile `base`.
+void visitRuns(const TileSlot& slot, int levels, std::int64_t base, std::int64_t first, std::int64_t end,
+               const TileTable::RunVisitor& visit) {
+  const std::int64_t from = std::max(first, base), to = std::min(end, base + tilesBelow(levels));
+  if (levels == 0 || !slot.isReference()) return visit(from, to - from, slot);
   const std::int64_t below = tilesBelow(levels - 1);
-  for (const TileSlot& child : slot.node().slots) {
-    if (first >= end) return;
-    visitRuns(child, levels - 1, first, std::min(first + below, end), visit);
-    first += below;
-  }
+  for (std::int64_t i = (from - base) / below; base + i * below < to; ++i)
+    visitRuns(slot.node().slots[static_cast<std::size_t>(i)], levels - 1, base + i * below, first, end, visit);
 }
 
 }  // namespace
@@ -47,8 +43,8 @@ const TileSlot& TileTable::find(const TileSlot& root, int levels, std::int64_t t
   return *slot;
 }
 
-void TileTable::forEachRun(const RunVisitor& visit) const {
-  if (!grid_.isEmpty()) visitRuns(root_, levels_, 0, grid_.tileCount(), visit);
+void TileTable::forEachRunIn(std::int64_t first, std::int64_t count, const RunVisitor& visit) const {
+  if (count > 0) visitRuns(root_, levels_, 0, first, first + count, visit);
 }
 
 }  // namespace hxvoxora::detail

@@ -6,61 +6,13 @@
 #include <utility>
 
 #include "quarn/voxora/tiles/detail/DerivedTile.h"
-#include "quarn/voxora/tiles/detail/TileNode.h"
+#include "quarn/voxora/tiles/detail/TileNumbers.h"
 #include "quarn/voxora/tiles/detail/TileTableEditor.h"
+#include "quarn/voxora/tiles/detail/rangeValue.h"
 
 namespace hxvoxora::detail {
 
 namespace {
-
-/// Looks whether all tiles of a range are one constant.
-class RangeValue {
-public:
-  RangeValue(const TileTable& table, std::int64_t first, std::int64_t count)
-      : table_(table), first_(first), end_(first + count) {
-    isShared_ = look(table.root(), table.levels(), 0);
-  }
-
-  std::optional<bool> get() const { return isShared_ ? value_ : std::nullopt; }
-
-private:
-  bool look(const TileSlot& slot, int levels, std::int64_t base) {
-    if (!slot.isReference()) {
-      const bool value = TileTable::resolved(slot, table_.defaultValue()).value();
-      if (!value_) value_ = value;
-      return *value_ == value;
-    }
-    if (levels == 0) return false;
-    const std::int64_t below = std::int64_t{1} << (TileNode::fanoutBits * (levels - 1));
-    const std::int64_t firstChild = std::max<std::int64_t>(0, (first_ - base) / below);
-    const std::int64_t endChild = std::min(TileNode::fanout, (end_ - base + below - 1) / below);
-    for (std::int64_t i = firstChild; i < endChild; ++i) {
-      if (!look(slot.node().slots[static_cast<std::size_t>(i)], levels - 1, base + i * below)) return false;
-    }
-    return true;
-  }
-
-  const TileTable& table_;
-  const std::int64_t first_, end_;
-  std::optional<bool> value_;
-  bool isShared_ = false;
-};
-
-/// Numbers of tiles from their places along the axes.
-struct TileNumbers {
-  explicit TileNumbers(const TileGrid& grid) {
-    for (int axis = 0; axis < 3; ++axis)
-      count[static_cast<std::size_t>(axis)] =
-          (std::int64_t{grid.dimensions()[axis]} + grid.tileDimensions()[axis] - 1) / grid.tileDimensions()[axis];
-  }
-
-  std::int64_t perSlice() const { return count[0] * count[1]; }
-  std::int64_t number(std::int64_t x, std::int64_t y, std::int64_t z) const {
-    return (z * count[1] + y) * count[0] + x;
-  }
-
-  std::array<std::int64_t, 3> count{};
-};
 
 class LevelBuilder {
 public:
@@ -87,7 +39,7 @@ private:
     std::optional<bool> shared;
     for (const auto& [begin, size] : ranges) {
       if (size == 0) continue;
-      const std::optional<bool> value = RangeValue(fine_, begin, size).get();
+      const std::optional<bool> value = rangeValue(fine_, begin, size);
       if (!value || (shared && *shared != *value)) return false;
       shared = value;
     }

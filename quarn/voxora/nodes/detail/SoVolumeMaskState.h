@@ -32,6 +32,9 @@ struct SoVolumeMask::State {
   /// The open transaction when it has this number, else McException.
   Transaction& openTransaction(int id);
 
+  /// Dilates or erodes the content of the open transaction; false when `progress` gave up.
+  bool grow(std::uint64_t iterations, bool isErosion, const hxvoxora::WorkCallback& progress);
+
   /// Starts anew with this content: no transaction, no unsaved edits.
   void reset(hxvoxora::Ref<const hxvoxora::detail::TileTable> table, const std::string& path,
              hxvoxora::Ref<SoLDMReader> newReader);

@@ -42,7 +42,11 @@ public:
   static const TileSlot& find(const TileSlot& root, int levels, std::int64_t tile);
 
   /// Calls visit(first, count, slot) for all tiles in ascending order; tiles without bits come in runs, cells alone.
-  void forEachRun(const std::function<void(std::int64_t first, std::int64_t count, const TileSlot&)>& visit) const;
+  using RunVisitor = std::function<void(std::int64_t first, std::int64_t count, const TileSlot&)>;
+  void forEachRun(const RunVisitor& visit) const { forEachRunIn(0, grid_.tileCount(), visit); }
+
+  /// The same for the tiles first <= tile < first + count; runs end with them.
+  void forEachRunIn(std::int64_t first, std::int64_t count, const RunVisitor& visit) const;
 
 private:
   TileGrid grid_;

@@ -1,0 +1,96 @@
+#include "quarn/voxora/morphology/detail/ChangingTiles.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "quarn/voxora/tiles/detail/rangeValue.h"
+
+namespace hxvoxora::detail {
+
+ChangingTiles::ChangingTiles(const TileTable& table, const Growth& growth)
+    : table_(table), growth_(growth), numbers_(table.grid()) {}
+
+bool ChangingTiles::forEach(const std::function<bool(std::int64_t tile)>& visit) {
+  for (std::int64_t z = 0; z < numbers_.count[2]; ++z) {
+    if (restsAsSlice(z)) continue;
+    for (std::int64_t y = 0; y < numbers_.count[1]; ++y)
+      if (!visitRow(y, z, visit)) return false;
+  }
+  return true;
+}
+
+/// What the tiles of a range have in common.
+std::optional<bool> ChangingTiles::isFront(std::int64_t first, std::int64_t count) const {
+  const std::optional<bool> value = rangeValue(table_, first, count);
+  return value ? std::optional(growth_.isFront(*value)) : std::nullopt;
+}
+
+/// Whether no tile of a slice can change: all of them are front, or there is none nearby.
+bool ChangingTiles::restsAsSlice(std::int64_t z) const {
+  const std::optional<bool> slice = isFront(numbers_.number(0, 0, z), numbers_.perSlice());
+  if (!slice || *slice) return slice.has_value();
+  if (growth_.isErosion) return false;  // there is front around the volume
+  const std::int64_t first = std::max<std::int64_t>(0, z - 1), end = std::min(z + 2, numbers_.count[2]);
+  return isFront(numbers_.number(0, 0, first), (end - first) * numbers_.perSlice()) == false;
+}
+
+/// Whether there is no front in a row and in the eight around it.
+bool ChangingTiles::isRestAround(std::int64_t y, std::int64_t z) const {
+  for (std::int64_t nz = z - 1; nz <= z + 1; ++nz) {
+    for (std::int64_t ny = y - 1; ny <= y + 1; ++ny) {
+      const bool isRow = numbers_.isInside(0, ny, nz);
+      if (isRow ? isFront(numbers_.number(0, ny, nz), numbers_.count[0]) != false : growth_.isErosion) return false;
+    }
+  }
+  return true;
+}
+
+bool ChangingTiles::visitRow(std::int64_t y, std::int64_t z, const std::function<bool(std::int64_t)>& visit) {
+  const std::int64_t first = numbers_.number(0, y, z), count = numbers_.count[0];
+  const std::optional<bool> row = isFront(first, count);
+  if (row == true) return true;
+  if (row == false && isRestAround(y, z)) {
+    if (!growth_.isErosion) return true;
+    return visit(first) && (count == 1 || visit(first + count - 1));
+  }
+  lookAt(y, z);
+  for (std::int64_t x = 0; x < count; ++x) {
+    const auto i = static_cast<std::size_t>(x);
+    const bool mayChange = kinds_[i] == Kind::Mixed ||
+                           (kinds_[i] == Kind::Rest && (hasFront_[i] | hasFront_[i + 1] | hasFront_[i + 2]) != 0);
+    if (mayChange && !visit(first + x)) return false;
+  }
+  return true;
+}
+
+/// Fills in what is told of the row at hand.
+void ChangingTiles::lookAt(std::int64_t y, std::int64_t z) {
+  kinds_.resize(static_cast<std::size_t>(numbers_.count[0]));
+  hasFront_.assign(kinds_.size() + 2, 0);
+  if (growth_.isErosion) hasFront_.front() = hasFront_.back() = 1;
+  const std::int64_t first = numbers_.number(0, y, z);
+  table_.forEachRunIn(first, numbers_.count[0], [&](std::int64_t tile, std::int64_t count, const TileSlot& slot) {
+    const bool isFront = growth_.isFront(TileTable::resolved(slot, table_.defaultValue()).value());
+    std::fill_n(kinds_.begin() + (tile - first), count,
+                slot.isReference() ? Kind::Mixed
+                : isFront          ? Kind::Front
+                                   : Kind::Rest);
+  });
+  for (std::int64_t nz = z - 1; nz <= z + 1; ++nz)
+    for (std::int64_t ny = y - 1; ny <= y + 1; ++ny) noteFront(ny, nz);
+}
+
+void ChangingTiles::noteFront(std::int64_t y, std::int64_t z) {
+  if (!numbers_.isInside(0, y, z)) {
+    if (growth_.isErosion) std::fill(hasFront_.begin(), hasFront_.end(), 1);
+    return;
+  }
+  const std::int64_t first = numbers_.number(0, y, z);
+  table_.forEachRunIn(first, numbers_.count[0], [&](std::int64_t tile, std::int64_t count, const TileSlot& slot) {
+    const bool isRest =
+        !slot.isReference() && !growth_.isFront(TileTable::resolved(slot, table_.defaultValue()).value());
+    if (!isRest) std::fill_n(hasFront_.begin() + 1 + (tile - first), count, 1);
+  });
+}
+
+}  // namespace hxvoxora::detail

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "quarn/voxora/morphology/detail/Growth.h"
+#include "quarn/voxora/tiles/detail/TileNumbers.h"
+#include "quarn/voxora/tiles/detail/TileTable.h"
+
+namespace hxvoxora::detail {
+
+/// Finds the tiles that a growth may change: those with bits, and constant ones beside others that are not all front or
+/// not of their value. Slices and rows of tiles that are alike are passed over as a whole.
+class ChangingTiles {
+public:
+  /// The table must outlive this object.
+  ChangingTiles(const TileTable& table, const Growth& growth);
+
+  /// Calls visit(tile) in ascending order until it returns false; the result is false then.
+  bool forEach(const std::function<bool(std::int64_t tile)>& visit);
+
+private:
+  bool restsAsSlice(std::int64_t z) const;
+  std::optional<bool> isFront(std::int64_t first, std::int64_t count) const;
+  bool visitRow(std::int64_t y, std::int64_t z, const std::function<bool(std::int64_t)>& visit);
+  bool isRestAround(std::int64_t y, std::int64_t z) const;
+  void lookAt(std::int64_t y, std::int64_t z);
+  void noteFront(std::int64_t y, std::int64_t z);
+
+  const TileTable& table_;
+  const Growth growth_;
+  const TileNumbers numbers_;
+
+  // Of the row at hand: what each of its tiles is, and where there is a front in it or in the rows around it, with a
+  // place more at both ends.
+  enum class Kind : std::uint8_t { Rest, Front, Mixed };
+  std::vector<Kind> kinds_;
+  std::vector<std::uint8_t> hasFront_;
+};
+
+}  // namespace hxvoxora::detail
