@@ -7,8 +7,10 @@
 #include "quarn/kernel/objects/hxconnection_cast.h"
 #include "quarn/kernel/ports/HxConnectionChecker.h"
 #include "quarn/kernel/ports/HxPortDoIt.h"
+#include "quarn/kernel/ports/HxPortInteger.h"
 #include "quarn/kernel/ports/HxPortRadioBox.h"
 #include "quarn/kernel/ports/HxPortSeparator.h"
+#include "quarn/kernel/ports/HxPortText.h"
 #include "tests/kernel/TestObjects.h"
 
 namespace {
@@ -192,6 +194,44 @@ TEST_F(Ports, ChooseOneOfSeveralButtons) {
   EXPECT_EQ(style.getValue(), 1);
   EXPECT_FALSE(style.setState("many"));
   EXPECT_EQ(style.getValue(), 1);
+}
+
+TEST_F(Ports, HoldANumberInsideBounds) {
+  HxPortInteger count(owner, "count", "Count", 2, 99);
+  EXPECT_EQ(count.getValue(), 2);
+  count.untouch();
+  count.setValue(2);
+  count.setValue(-5);
+  EXPECT_FALSE(count.isNew());
+  count.setValue(1000);
+  EXPECT_TRUE(count.isNew());
+  EXPECT_EQ(count.getValue(), 99);
+  EXPECT_EQ(evaluate("owner count setValue 7; owner count getValue"), "7");
+  EXPECT_EQ(evaluate("owner count getMinMax"), "2 99");
+  for (const char* wrong : {"1", "100", "x", "7.5", "99999999999999999999"})
+    EXPECT_THAT(evaluate(QString("owner count setValue ") + wrong), HasSubstr(wrong));
+  EXPECT_EQ(count.getValue(), 7);
+  QString state;
+  count.getState(state);
+  EXPECT_EQ(state, "7");
+  EXPECT_TRUE(count.setState(" 8 "));
+  EXPECT_EQ(count.getValue(), 8);
+  EXPECT_FALSE(count.setState("many"));
+  EXPECT_EQ(count.getValue(), 8);
+}
+
+TEST_F(Ports, HoldALineOfText) {
+  HxPortText text(owner, "mask", "Mask");
+  text.untouch();
+  text.setValue("");
+  EXPECT_FALSE(text.isNew());
+  EXPECT_EQ(evaluate("owner mask setValue {a [b] \u00e9}; owner mask getValue"), QString::fromUtf8("a [b] \\u00e9"));
+  EXPECT_TRUE(text.isNew());
+  QString state;
+  text.getState(state);
+  EXPECT_EQ(state, text.getValue());
+  EXPECT_TRUE(text.setState("b"));
+  EXPECT_EQ(text.getValue(), "b");
 }
 
 TEST_F(Ports, HaveNoStateUnlessTheyNeedOne) {

@@ -8,8 +8,10 @@
 #include "quarn/kernel/objects/HxInterfaceFactory.h"
 #include "quarn/kernel/ports/HxConnection.h"
 #include "quarn/kernel/ports/HxPortDoIt.h"
+#include "quarn/kernel/ports/HxPortInteger.h"
 #include "quarn/kernel/ports/HxPortRadioBox.h"
 #include "quarn/kernel/ports/HxPortSeparator.h"
+#include "quarn/kernel/ports/HxPortText.h"
 
 /// \file
 /// Registers the classes of this library when it is loaded, so that they are known before anything else runs. Classes
@@ -32,8 +34,10 @@ int saveTable(HxData* data, const char* filename) {
   HxInterfaceFactory::initClass();
   HxConnection::initClass();
   HxPortDoIt::initClass();
+  HxPortInteger::initClass();
   HxPortRadioBox::initClass();
   HxPortSeparator::initClass();
+  HxPortText::initClass();
   HxFileTypes::instance().registerSaver("HxTable", "CSV", ".csv", &saveTable);
   return true;
 }();
