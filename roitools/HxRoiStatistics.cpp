@@ -4,9 +4,7 @@
 
 #include "hxroi/HxRois.h"
 #include "hxroi/details/Mask.h"
-#include "quarn/base/McProgressInterface.h"
 #include "quarn/kernel/HxException.h"
-#include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxTable.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
@@ -14,6 +12,7 @@
 #include "quarn/kernel/objects/hxconnection_cast.h"
 #include "quarn/kernel/script/HxCommands.h"
 #include "roitools/RoiTable.h"
+#include "roitools/ShownProgress.h"
 
 MC_CLASS_IMPL(HxRoiStatistics, HxCompModule)
 
@@ -22,20 +21,6 @@ namespace {
 QString tr(const char* text) {
   return QCoreApplication::translate("HxRoiStatistics", text);
 }
-
-/// Shows the progress of a measurement while it lives.
-class ShownProgress {
-public:
-  ShownProgress() { display_.start(tr("Measuring ROIs").toStdString()); }
-  ~ShownProgress() { display_.stop(); }
-  ShownProgress(const ShownProgress&) = delete;
-  ShownProgress& operator=(const ShownProgress&) = delete;
-
-  McProgressInterface& display() const { return display_; }
-
-private:
-  McProgressInterface& display_ = *HxApplication::progress();
-};
 
 McHandle<HxTable> resultTable(const HxRoiStatistics& module) {
   if (auto* table = dynamic_cast<HxTable*>(module.resultObject(0))) return table;
@@ -71,7 +56,7 @@ void HxRoiStatistics::compute() {
   }
   const McHandle<HxTable> table = resultTable(*this);
   {
-    const ShownProgress progress;
+    const roitools::ShownProgress progress(tr("Measuring ROIs"));
     roitools::fillRoiTable(*table, *rois, image, place, progress.display());
   }
   HxMessage::printf("%s", table->toText().c_str());

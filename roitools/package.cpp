@@ -1,11 +1,14 @@
+#include "roitools/HxRoiSplit.h"
 #include "roitools/HxRoiStatistics.h"
 
 /// Entry points that the host calls after opening and before closing the package.
 extern "C" {
 ROITOOLS_API void quarnpackage_roitools_init() {
+  HxRoiSplit::initClass();
   HxRoiStatistics::initClass();
 }
 ROITOOLS_API void quarnpackage_roitools_finish() {
   HxRoiStatistics::exitClass();
+  HxRoiSplit::exitClass();
 }
 }

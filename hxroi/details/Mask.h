@@ -21,6 +21,10 @@
 class HxUniformScalarField3;
 class SoVolumeMask;
 
+namespace hxvoxora {
+class TileSnapshot;
+}
+
 namespace hxroi::details {
 
 class BoxProxy;
@@ -120,6 +124,9 @@ public:
   /// edits and they are still there, else voxel by voxel. From an empty mask, or one that was never written, only the
   /// box is taken; the voxels here stay.
   void store(const Mask& other);
+
+  /// Takes over the voxels of a volume of the same size; tiles are shared. No box is known afterwards.
+  void setContent(const hxvoxora::TileSnapshot& content);
 
   /// Adds copies of the parameters that this mask does not have; with `recursive` inside bundles of equal name too.
   void mergeParameters(const Mask& other, bool recursive);

@@ -3,7 +3,9 @@
 #include "hxroi/details/MaskFiles.h"
 #include "hxroi/details/NodeFiles.h"
 #include "hxroi/details/toolkitBoxes.h"
+#include "quarn/base/McException.h"
 #include "quarn/voxora/files/PassingFileSystem.h"
+#include "quarn/voxora/nodes/SoVolumeMask.h"
 
 namespace hxroi::details {
 
@@ -25,6 +27,16 @@ void Mask::storeVoxels(const Mask& other, const McBox3i& box, bool clearFirst) {
     if (clearFirst) m_volumeMask->fillBox(whole, 0.0);
     m_volumeMask->combineBox(part, *other.m_volumeMask, hxvoxora::TruthTable::CopyB);
   });
+  touch(8);
+}
+
+void Mask::setContent(const hxvoxora::TileSnapshot& content) {
+  if (content.dimensions() != m_volumeMask->dataDimension())
+    throw McException("The voxels of another grid cannot become those of the mask \"" + name() + "\".");
+  saveMaskToTemporary();
+  const SbBox3i32 whole = toToolkit(wholeMaskBox());
+  inTransaction(*m_volumeMask, m_editMutex,
+                [&] { m_volumeMask->combineBox(whole, content, hxvoxora::TruthTable::CopyB); });
   touch(8);
 }
 
