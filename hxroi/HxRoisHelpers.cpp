@@ -2,13 +2,12 @@
 
 #include <QCoreApplication>
 #include <algorithm>
-#include <bit>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_for.h>
 
+#include "hxroi/detail/packLabel.h"
 #include "hxroi/details/BoxProxy.h"
 #include "hxroi/details/Mask.h"
 #include "quarn/base/McColor.h"
@@ -24,52 +23,14 @@ using hxroi::details::Mask;
 
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "the byte order of a word decides the order of its bits");
-
-constexpr std::uint64_t kLowBits = 0x0101010101010101;
-constexpr std::uint64_t kHighBits = 0x8080808080808080;
-
-/// One byte for eight labels: the first label is the most significant bit, set where the label is the wanted one.
-/// `wanted` holds that label in each of its bytes.
-std::uint8_t equalBits(const std::uint8_t* labels, std::uint64_t wanted) {
-  std::uint64_t word;
-  std::memcpy(&word, labels, sizeof word);
-  word ^= wanted;
-  const std::uint64_t different = (((word & ~kHighBits) + ~kHighBits) | word) & kHighBits;
-  const std::uint64_t equal = (different ^ kHighBits) >> 7;
-  // Each factor bit moves the answer of one byte to its place in the top byte; no two of them ever meet.
-  return static_cast<std::uint8_t>((equal * 0x8040201008040201) >> 56);
-}
-
-/// Bits of whole groups of eight labels; `count` is a multiple of eight.
-void packEqual(const std::uint8_t* labels, std::size_t count, std::uint8_t label, std::uint8_t* bits) {
-  const std::uint64_t wanted = kLowBits * label;
-  std::size_t i = 0;
-  for (; i + 64 <= count; i += 64) {
-    std::uint8_t word[8];
-    for (std::size_t k = 0; k < 8; ++k) word[k] = equalBits(labels + i + 8 * k, wanted);
-    std::memcpy(bits + i / 8, word, sizeof word);
-  }
-  for (; i < count; i += 8) bits[i / 8] = equalBits(labels + i, wanted);
-}
-
-/// The last, incomplete byte: `count` is below eight, the bits behind the last label are clear.
-std::uint8_t packTail(const std::uint8_t* labels, std::size_t count, std::uint8_t label) {
-  std::uint8_t bits = 0;
-  for (std::size_t i = 0; i < count; ++i) bits |= labels[i] == label ? 0x80 >> i : 0;
-  return bits;
-}
-
 /// Packs labels one bit to a label, in parallel; the parts begin on whole bytes. A view over whole slices lies in its
 /// buffer as the labels lie in the field, so the bits run on across rows and slices whatever their length.
 void packLabels(const std::uint8_t* labels, std::size_t count, std::uint8_t label, std::uint8_t* bits) {
   constexpr std::size_t partSize = std::size_t{1} << 16;
-  const std::size_t whole = count & ~std::size_t{7};
-  tbb::parallel_for(tbb::blocked_range<std::size_t>(0, (whole + partSize - 1) / partSize), [&](const auto& parts) {
+  tbb::parallel_for(tbb::blocked_range<std::size_t>(0, (count + partSize - 1) / partSize), [&](const auto& parts) {
     const std::size_t first = parts.begin() * partSize;
-    packEqual(labels + first, std::min(parts.end() * partSize, whole) - first, label, bits + first / 8);
+    hxroi::packLabel(labels + first, std::min(parts.end() * partSize, count) - first, label, bits + first / 8);
   });
-  if (whole < count) bits[whole / 8] = packTail(labels + whole, count - whole, label);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "hxroi/export.h"
+#include "quarn/base/McBox3i.h"
 #include "quarn/base/McVec3i.h"
 
 class HxParamBundle;
@@ -26,6 +27,14 @@ inline const std::string DEFAULT_ROI_NAME = "Undescribed-label";
 /// `progress`, which may be null, is z / nz.
 HXROI_API void store(const HxUniformLabelField3* field, int label, hxroi::details::Mask* mask,
                      McProgressInterface* progress);
+
+/// Sets every voxel of `maskBox` to (label of `field` at the same place in `fieldBox` == `label`), and no voxel beside
+/// it; a label outside 0..255 clears the box. Throws McException when the boxes differ in size or do not lie inside.
+///
+/// The box is written in slabs of tile depth. After its slice z of nz the fraction of `progress`, which may be null, is
+/// z / nz.
+HXROI_API void store(const HxUniformLabelField3* field, int label, const McBox3i& fieldBox, hxroi::details::Mask* mask,
+                     const McBox3i& maskBox, McProgressInterface* progress);
 
 /// Numbers of voxels of a label field. Throws McException when they are too many for a mask.
 HXROI_API McVec3i gridOf(const HxUniformLabelField3& field);

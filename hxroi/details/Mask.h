@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <boost/filesystem/path.hpp>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,7 +20,9 @@
 #include "quarn/voxora/bits/TruthTable.h"
 #include "quarn/voxora/files/FileSystem.h"
 
+class HxUniformLabelField3;
 class HxUniformScalarField3;
+class McProgressInterface;
 class SoVolumeMask;
 
 namespace hxvoxora {
@@ -117,6 +121,12 @@ public:
   Mask& operator|=(const Mask& other);
   Mask& operator&=(const Mask& other);
 
+  /// The same as a new mask, named after both: this name, "-minus-", "-xor-", "-or-" or "-and-", the other name.
+  Mask operator-(const Mask& other) const;
+  Mask operator^(const Mask& other) const;
+  Mask operator|(const Mask& other) const;
+  Mask operator&(const Mask& other) const;
+
   /// Inverts every voxel; no box is known afterwards.
   Mask& negate();
 
@@ -149,6 +159,35 @@ public:
   /// What is remembered now.
   std::optional<McBox3i> cachedBoundingBox() const { return m_boundingBox.get(); }
   std::optional<McBox3i> cachedApproximatedBoundingBox() const { return m_approximatedBoundingBox.get(); }
+
+  // --- Connected components -------------------------------------------------------------------------------------
+
+  /// New masks, one for each component of set voxels that hang together through faces, in the order of their first
+  /// voxels (x fastest). The caller owns them. Each has the size, colormap range and parameters of this mask, a colour
+  /// of its own, the name of this mask with "-splitted-component0" behind it, its box, and files of its own.
+  ///
+  /// At most `maxComponents` are made, and never more than 253; 0 stands for 253. A warning tells when there are more:
+  /// all further voxels become one mask, which comes first and remembers the box of this mask as one that holds them.
+  ///
+  /// `progress`, which may be null, tells "Computing split" with the number of components, then "Saving splits". It is
+  /// asked before, after each component, and now and then during long work. Interrupted before "Saving splits", the
+  /// result is empty; after that, all masks are returned, those not filled by then empty.
+  ///
+  /// The switch MULTI_THREADED_ROIS_CREATION of the environment fills several masks at once; the result is the same.
+  /// Memory follows the number of components and the tiles at work, not the size of the mask.
+  std::vector<Mask*> split(unsigned long maxComponents, McProgressInterface* progress) const;
+
+  /// The same components as 8-bit labels over the bounding box: 0 for clear voxels, 2, 3, ... for the components in
+  /// their order, 1 for the voxels of all further ones. `boxes` gets the box of each label, in voxels of the field;
+  /// that of 1 is empty as soon as there is a component. The field has no owner; null when `progress` was interrupted
+  /// and for a mask without voxels.
+  HxUniformLabelField3* splitToUniformLabelField3(std::map<int, McBox3i>& boxes, unsigned long maxComponents,
+                                                  McProgressInterface* progress) const;
+
+  /// A new mask with the component of `view` that holds `seed`; empty when that voxel is clear or outside. It has size
+  /// and name as one of `split` and a colour of its own. Its voxels have the coordinates that they have in the view,
+  /// which must fit into this mask, else McException. The caller owns it.
+  Mask* getFirstConnectedComponent(BoxProxy view, McVec3i seed) const;
 
   // --- Files ----------------------------------------------------------------------------------------------------
 
@@ -224,6 +263,7 @@ private:
   void writeUnwrittenFull() const;
   void copyContent(const std::string& prefix, Access access, Durability durability) const;
   bool hasContent() const;
+  bool saveEdits(int flags, const std::function<bool(double)>& callback) const;
 
   McBox3i wholeMaskBox() const { return wholeBox(m_dimensions); }
   McBox3i knownBox() const;
@@ -251,6 +291,7 @@ private:
   static const std::vector<std::string> s_saveParameters;
 
   friend class BoxProxy;
+  friend class FillMaskFromSplit;
 };
 
 }  // namespace hxroi::details

@@ -67,6 +67,31 @@ Mask& Mask::operator&=(const Mask& other) {
   return *this;
 }
 
+/// The result is a named local that is returned as it is: a copy of it would share a node that goes with it.
+Mask Mask::operator-(const Mask& other) const {
+  Mask result(name() + "-minus-" + other.name(), *this);
+  result -= other;
+  return result;
+}
+
+Mask Mask::operator^(const Mask& other) const {
+  Mask result(name() + "-xor-" + other.name(), *this);
+  result ^= other;
+  return result;
+}
+
+Mask Mask::operator|(const Mask& other) const {
+  Mask result(name() + "-or-" + other.name(), *this);
+  result |= other;
+  return result;
+}
+
+Mask Mask::operator&(const Mask& other) const {
+  Mask result(name() + "-and-" + other.name(), *this);
+  result &= other;
+  return result;
+}
+
 Mask& Mask::negate() {
   saveMaskToTemporary();
   const SbBox3i32 whole = toToolkit(wholeMaskBox());

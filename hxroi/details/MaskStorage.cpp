@@ -77,9 +77,14 @@ void Mask::bindTo(const std::string& ldmFile) {
 }
 
 void Mask::flush(int flags) const {
-  if (!ownsTemporaryFiles()) return;
+  saveEdits(flags, nullptr);
+}
+
+/// False when the callback, which may be empty, gave up; the edits are pending then.
+bool Mask::saveEdits(int flags, const std::function<bool(double)>& callback) const {
+  if (!ownsTemporaryFiles()) return true;
   if (!m_volumeMask->hasUnsavedEdits()) {
-    if (!(flags & Force)) return;
+    if (!(flags & Force)) return true;
     if (m_volumeMask->fileName().empty()) {
       writeEveryTile();
     } else if (!NodeFiles::areCurrent(*m_volumeMask)) {
@@ -91,8 +96,8 @@ void Mask::flush(int flags) const {
   const std::lock_guard lock(m_editMutex);
   // Should the process die, the name tells the user what was left.
   m_volumeMask->setName(SbName(name()));
-  m_volumeMask->saveEditing(m_ldmFilename, allLevels, s_saveParameters, nullptr, Access::ownerOnly,
-                            Durability::passing);
+  return m_volumeMask->saveEditing(m_ldmFilename, allLevels, s_saveParameters, callback, Access::ownerOnly,
+                                   Durability::passing);
 }
 
 /// A mask that was never written becomes all zeros in the file, whatever its initial value.

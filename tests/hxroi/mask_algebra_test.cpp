@@ -149,6 +149,45 @@ TEST_F(MaskAlgebra, OperatorsTouchTheContent) {
   }
 }
 
+TEST_F(MaskAlgebra, ValueOperatorsNameTheirResultAndLeaveTheOperands) {
+  const auto a = exact(kLeft, "A");
+  const auto b = exact(kRight, "B");
+  a->setProperty("side", "left");
+  a->setColormapRange({-3, 17});
+  const auto expect = [&](const Mask& result, const char* name, std::uint64_t voxels) {
+    EXPECT_EQ(result.name(), name);
+    EXPECT_EQ(count(result), voxels);
+    EXPECT_EQ(result.color(), a->color());
+    EXPECT_EQ(result.stringProperty("side", false), "left");
+    EXPECT_EQ(result.colormapRange(false), std::make_pair(-3.0F, 17.0F));
+    EXPECT_NE(result.id(), a->id());
+    EXPECT_NE(result.volumeMask(), a->volumeMask());
+  };
+  expect(*a - *b, "A-minus-B", volume(kLeft) - volume(kBoth));
+  expect(*a ^ *b, "A-xor-B", volume(kLeft) + volume(kRight) - 2 * volume(kBoth));
+  expect(*a | *b, "A-or-B", volume(kLeft) + volume(kRight) - volume(kBoth));
+  expect(*a & *b, "A-and-B", volume(kBoth));
+  EXPECT_EQ(count(*a), volume(kLeft));
+  EXPECT_EQ(count(*b), volume(kRight));
+}
+
+TEST_F(MaskAlgebra, ResultsOfValueOperatorsHoldTheirVoxelsAndLeaveTheBoxesOfTheOperators) {
+  const auto a = exact(kLeft, "A");
+  const auto b = exact(kRight, "B");
+  {
+    Mask both = *a | *b;
+    EXPECT_EQ(both.cachedBoundingBox(), kUnion);
+    EXPECT_EQ((*a - *b).cachedApproximatedBoundingBox(), kLeft);
+    EXPECT_EQ((*a ^ *b).cachedApproximatedBoundingBox(), kUnion);
+    EXPECT_EQ((*a & *b).cachedApproximatedBoundingBox(), kBoth);
+    fill(both, kFar);
+    both.flush(0);
+    EXPECT_EQ(count(both), volume(kLeft) + volume(kRight) - volume(kBoth) + volume(kFar));
+    EXPECT_EQ(temporaryFiles().size(), 3U);
+  }
+  EXPECT_TRUE(temporaryFiles().empty());
+}
+
 TEST_F(MaskAlgebra, OperatorsWithItself) {
   const auto a = exact(kLeft);
   *a |= *a;
