@@ -8,6 +8,7 @@
 #include <iterator>
 #include <list>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,6 +23,7 @@
 
 class HxParamBundle;
 class HxUniformLabelField3;
+class McProgressInterface;
 class QuarnMesh;
 struct Tcl_Interp;
 
@@ -67,6 +69,12 @@ public:
   };
 
   static constexpr std::size_t kMaximumNumberOfMasks = 100;
+
+  /// A mask that has no other owner.
+  struct HXROI_API MaskDeleter {
+    void operator()(hxroi::details::Mask* mask) const;
+  };
+  using MaskHolder = std::unique_ptr<hxroi::details::Mask, MaskDeleter>;
 
   HxRois();
 
@@ -150,6 +158,16 @@ public:
   }
   hxroi::details::Mask* substractMasks(const std::string& fromName, const std::vector<std::string>& names) const;
 
+  /// Writes a new mask for each component of the mask `name` to `out` (see Mask::split), as many as the set may still
+  /// get, and one more with the rest when there are more. They belong to the caller. Nothing is written when
+  /// `progress`, which may be null, was interrupted. Throws McException when the set is full or has no such mask.
+  template <class OutputIterator>
+  OutputIterator splitMask(const std::string& name, OutputIterator out, McProgressInterface* progress) const {
+    std::vector<MaskHolder> masks = splitNamedMask(name, progress);
+    for (MaskHolder& mask : masks) *out++ = mask.release();
+    return out;
+  }
+
   /// Inserts copies of all masks of `other`, groups flattened, with their material records. Names that the set has
   /// already are skipped silently.
   void copyAllMasksFrom(HxRois* other);
@@ -226,6 +244,7 @@ private:
   std::vector<const hxroi::details::Mask*> namedMasks(const std::vector<std::string>& names) const;
   hxroi::details::Mask* mergeNamedMasks(const std::vector<std::string>& names) const;
   hxroi::details::Mask* substractNamedMasks(const std::vector<std::string>& names) const;
+  std::vector<MaskHolder> splitNamedMask(const std::string& name, McProgressInterface* progress) const;
 
   bool saveTo(const char* filename, bool flagA, bool flagB);
   void load(const HxParamBundle& content, const boost::filesystem::path& file);

@@ -1,5 +1,6 @@
 #include <QCoreApplication>
 #include <QString>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -127,6 +128,24 @@ int mergeMasks(const Call& call) {
   return insertCombination(call, &HxRois::mergeMasks, "syntax: mergeMasks <toMask> <masks...>");
 }
 
+/// The mask stays. A piece that the set refuses ends the command, as any failure does for the interpreter; those before
+/// it stay in the set.
+int splitMask(const Call& call) {
+  const int form = cmdHelp(call.interp, call.argv[1], call.argc == 3, call.argc, call.argv);
+  if (form != HX_CMD_GO_ON) return form;
+  std::vector<McHandle<Mask>> pieces;
+  try {
+    call.rois.splitMask(call.name(2), std::back_inserter(pieces), HxApplication::progress());
+  } catch (const McException& refusal) {
+    return refused(refusal);
+  }
+  for (const McHandle<Mask>& piece : pieces) {
+    piece->setName(call.rois.getUniqueName(piece->name()));
+    call.rois.addRoi(piece);
+  }
+  return TCL_OK;
+}
+
 /// All or nothing, without a text of its own; what was removed comes back at the end of the list, in its colours.
 int removeRois(const Call& call) {
   if (call.argc < 3) {
@@ -178,6 +197,7 @@ constexpr Command kCommands[] = {
     {"firstLevelRois", &firstLevelRois},
     {"substractMasks", &substractMasks},
     {"mergeMasks", &mergeMasks},
+    {"splitMask", &splitMask},
     {"removeRois", &removeRois},
     {"getId", &getId},
 };

@@ -242,7 +242,7 @@ TEST_F(RoisCommands, HelpListsTheCommands) {
   std::vector<QString> names;
   for (int i = 0; i < getCmdInfo().size(); ++i) names.push_back(getCmdInfo()[i].name);
   for (const char* name : {"getDimensions", "getMaskBoundingBox", "allMasks", "firstLevelRois", "substractMasks",
-                           "mergeMasks", "removeRois", "getId"}) {
+                           "mergeMasks", "splitMask", "removeRois", "getId"}) {
     EXPECT_THAT(names, Contains(QString(name)));
   }
   EXPECT_THAT(names, Not(Contains(QString("getLDAResourceParameters"))));
