@@ -15,4 +15,7 @@ void addBoxBars();
 void addBoundingBoxBars();
 void addFileBars();
 
+/// Connected components beside ITK and the peer.
+void addComponentBars();
+
 }  // namespace bench

@@ -34,6 +34,7 @@ int main(int argc, char** argv) {
     bench::addBoundingBoxBars();
   }
   bench::addFileBars();
+  bench::addComponentBars();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

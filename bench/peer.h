@@ -34,6 +34,9 @@ public:
   SbBox3i32 boundingBox() const;
   std::uint64_t countSetVoxels() const;
 
+  /// Makes a mask of each face-connected piece, and counts these.
+  std::uint64_t countSegments() const;
+
   /// One grid per file, deflated.
   void write(const std::string& path) const;
   static PeerMask read(const std::string& path);

@@ -40,6 +40,9 @@ SbBox3i32 PeerMask::boundingBox() const {
 std::uint64_t PeerMask::countSetVoxels() const {
   refuse();
 }
+std::uint64_t PeerMask::countSegments() const {
+  refuse();
+}
 void PeerMask::write(const std::string&) const {
   refuse();
 }

@@ -1,9 +1,11 @@
 #include <cstddef>
 #include <openvdb/io/File.h>
 #include <openvdb/openvdb.h>
+#include <openvdb/tools/LevelSetUtil.h>
 #include <openvdb/tools/Prune.h>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 #include "bench/peer.h"
 
@@ -137,6 +139,12 @@ SbBox3i32 PeerMask::boundingBox() const {
 
 std::uint64_t PeerMask::countSetVoxels() const {
   return tree_->masks->activeVoxelCount();
+}
+
+std::uint64_t PeerMask::countSegments() const {
+  std::vector<MaskTree::Ptr> segments;
+  openvdb::tools::segmentActiveVoxels(*tree_->masks, segments);
+  return segments.size();
 }
 
 void PeerMask::write(const std::string& path) const {

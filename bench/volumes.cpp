@@ -104,6 +104,17 @@ PackedVolume noise(const SbVec3i32& size, std::uint64_t seed) {
   return volume;
 }
 
+PackedVolume sparseNoise(const SbVec3i32& size, std::uint64_t seed) {
+  PackedVolume volume(size);
+  Random random(seed);
+  for (std::uint8_t& byte : volume.bits) {
+    const std::uint64_t word = random.word();
+    for (int bit = 0; bit < 8; ++bit)
+      if ((word >> 8 * bit & 0xff) < 51) byte = static_cast<std::uint8_t>(byte | 0x80 >> bit);
+  }
+  return volume;
+}
+
 const std::vector<VolumeKind>& volumeKinds() {
   static const std::vector<VolumeKind> kinds{{"bodies 512^3", {512, 512, 512}, solidBodies},
                                              {"balls 512^3", {512, 512, 512}, balls},

@@ -29,6 +29,9 @@ PackedVolume balls(const SbVec3i32& size, std::uint64_t seed);
 /// Every voxel set with probability 1/2: no tile is constant and nothing compresses.
 PackedVolume noise(const SbVec3i32& size, std::uint64_t seed);
 
+/// Every voxel set with probability 51/256, a fifth: most pieces are single voxels.
+PackedVolume sparseNoise(const SbVec3i32& size, std::uint64_t seed);
+
 /// 200 balls with radii of 20 to 120 voxels.
 PackedVolume wideBalls(const SbVec3i32& size, std::uint64_t seed);
 

@@ -1,20 +1,10 @@
 #include "quarn/voxora/components/detail/BlockRuns.h"
 
-#include <algorithm>
 #include <bit>
 
 #include "quarn/voxora/components/detail/touchingRuns.h"
 
 namespace hxvoxora::detail {
-
-std::uint32_t LocalComponent::sides(const SbVec3i32& blockSize) const {
-  std::uint32_t touched = 0;
-  for (std::size_t axis = 0; axis < 3; ++axis) {
-    if (min[axis] == 0) touched |= BlockSide{axis, false}.bit();
-    if (max[axis] + 1 == blockSize[static_cast<int>(axis)]) touched |= BlockSide{axis, true}.bit();
-  }
-  return touched;
-}
 
 void BlockRuns::label(const BlockRows& rows, Neighbours neighbours) {
   findRuns(rows);
@@ -23,30 +13,45 @@ void BlockRuns::label(const BlockRows& rows, Neighbours neighbours) {
   } else {
     joinRuns<Neighbours::All>(rows);
   }
-  number(rows);
+  number();
+}
+
+std::size_t BlockRuns::countRuns(const BlockRows& rows) {
+  std::size_t count = 0;
+  for (std::size_t row = 0; row < rows.count(); ++row)
+    count += static_cast<std::size_t>(std::popcount(startsOfRuns(rows[row])));
+  return count;
 }
 
 std::uint32_t BlockRuns::componentAt(const BlockRows& rows, std::size_t row, unsigned x) const {
-  return labels_[firstRun_[row] + runAt(startsOfRuns(rows[row]), static_cast<int>(63 - x))];
+  return labels_[firstRun_[row] + runAt(startsOfRuns(rows[row]), Word{1} << (63 - x))];
 }
 
 void BlockRuns::findRuns(const BlockRows& rows) {
-  runs_.clear();
-  const std::size_t count = rows.count();
-  for (std::size_t row = 0; row < count; ++row) {
-    firstRun_[row] = static_cast<std::uint32_t>(runs_.size());
-    const Word word = rows[row];
-    Word starts = startsOfRuns(word), ends = word & ~(word << 1);
-    while (starts != 0) {
-      const int first = std::countl_zero(starts), last = std::countl_zero(ends);
-      runs_.push_back({static_cast<std::uint8_t>(first), static_cast<std::uint8_t>(last)});
-      starts &= ~(Word{1} << (63 - first));
-      ends &= ~(Word{1} << (63 - last));
+  runCount_ = countRuns(rows);
+  if (runs_.size() < runCount_) {
+    runs_.resize(runCount_);
+    labels_.resize(runCount_);
+    components_.resize(runCount_ + 1);
+  }
+  std::uint32_t run = 0;
+  for (std::size_t z = 0, row = 0; z < rows.depth(); ++z) {
+    for (std::size_t y = 0; y < rows.height(); ++y, ++row) {
+      firstRun_[row] = run;
+      const Word word = rows[row];
+      Word starts = startsOfRuns(word), ends = word & ~(word << 1);
+      const auto end = run + static_cast<std::uint32_t>(std::popcount(starts));
+      // From the last one to the first, since the lower bits are quicker to come by.
+      for (std::uint32_t i = end; i-- > run; starts &= starts - 1, ends &= ends - 1) {
+        runs_[i] = {static_cast<std::uint8_t>(63 - std::countr_zero(starts)),
+                    static_cast<std::uint8_t>(63 - std::countr_zero(ends)), static_cast<std::uint8_t>(y),
+                    static_cast<std::uint8_t>(z)};
+        labels_[i] = i;
+      }
+      run = end;
     }
   }
-  firstRun_[count] = static_cast<std::uint32_t>(runs_.size());
-  labels_.resize(runs_.size());
-  for (std::size_t run = 0; run < labels_.size(); ++run) labels_[run] = static_cast<std::uint32_t>(run);
+  firstRun_[rows.count()] = run;
 }
 
 template <Neighbours neighbours>
@@ -80,35 +85,31 @@ std::uint32_t BlockRuns::root(std::uint32_t run) {
 
 /// The earlier root stays one, so that the root of a component is its first run.
 void BlockRuns::join(std::uint32_t a, std::uint32_t b) {
+  if (labels_[a] == labels_[b]) return;
   a = root(a);
   b = root(b);
-  if (a < b) {
-    labels_[b] = a;
-  } else {
-    labels_[a] = b;
-  }
+  labels_[a < b ? b : a] = a < b ? a : b;
 }
 
-/// Roots become components. A run comes behind the one that it points to, which has its component by then.
-void BlockRuns::number(const BlockRows& rows) {
-  components_.clear();
-  const std::size_t height = rows.height();
-  for (std::size_t row = 0; row < rows.count(); ++row) {
-    const auto y = static_cast<std::uint8_t>(row % height), z = static_cast<std::uint8_t>(row / height);
-    for (std::size_t run = firstRun_[row]; run < firstRun_[row + 1]; ++run) {
-      const auto [first, last] = runs_[run];
-      if (labels_[run] == run) {
-        labels_[run] = static_cast<std::uint32_t>(components_.size());
-        components_.push_back({0, static_cast<std::uint16_t>(row), first, {first, y, z}, {last, y, z}});
-      } else {
-        labels_[run] = labels_[labels_[run]];
-      }
-      LocalComponent& component = components_[labels_[run]];
-      component.voxelCount += static_cast<std::uint32_t>(last - first) + 1;
-      component.min = {std::min(component.min[0], first), std::min(component.min[1], y), component.min[2]};
-      component.max = {std::max(component.max[0], last), std::max(component.max[1], y), z};
-    }
+/// Roots become components. A run comes behind the one that it points to, which has its component by then. There is no
+/// branch, since nobody can tell beforehand which runs are roots.
+void BlockRuns::number() {
+  std::uint32_t count = 0;
+  for (std::size_t run = 0; run < runCount_; ++run) {
+    const auto [first, last, y, z] = runs_[run];
+    const std::uint32_t earlier = labels_[run];
+    const bool isRoot = earlier == run;
+    components_[count] = LocalComponent();
+    const std::uint32_t number = isRoot ? count : labels_[earlier];
+    LocalComponent& component = components_[number];
+    component.box.extendBy({first, last, y, z});
+    component.voxelCount += static_cast<std::uint32_t>(last - first) + 1;
+    component.firstX = isRoot ? first : component.firstX;
+    component.firstY = isRoot ? y : component.firstY;
+    labels_[run] = number;
+    count += isRoot ? 1 : 0;
   }
+  componentCount_ = count;
 }
 
 }  // namespace hxvoxora::detail

@@ -6,7 +6,7 @@
 namespace hxvoxora::detail {
 
 void ComponentSweep::add(LabelledBlock& block) {
-  for (const LocalComponent& component : block.closed()) sink_(block.inVolume(component));
+  block.forEachClosed(sink_);
   number(block);
   Waiting mine;
   const std::span<const BlockStep> steps = blockSteps(neighbours_);
@@ -39,7 +39,9 @@ void ComponentSweep::add(LabelledBlock& block) {
 /// Gives the open components of a block their numbers, which become the labels of its faces.
 void ComponentSweep::number(LabelledBlock& block) {
   numbers_.clear();
-  for (const LocalComponent& component : block.open()) numbers_.push_back(open_.add(block.inVolume(component)));
+  const SbVec3i32 origin = block.task.blocks->origin(block.task.place);
+  for (const LocalComponent& component : block.open())
+    numbers_.push_back(open_.add(LabelledBlock::inVolume(component, origin)));
   for (const auto& face : block.faces()) {
     if (!face) continue;
     for (std::uint32_t& label : face->labels()) label = numbers_[label];

@@ -6,6 +6,9 @@ namespace hxvoxora::detail {
 
 namespace {
 
+/// Blocks with more runs a row than this are taken for noise.
+constexpr std::size_t noisyRow = 2;
+
 template <typename Visit>
 void forEachSide(std::uint32_t sides, Visit visit) {
   for (std::size_t axis = 0; axis < 3; ++axis)
@@ -16,6 +19,7 @@ void forEachSide(std::uint32_t sides, Visit visit) {
 }  // namespace
 
 void LabelledBlock::run() {
+  singles_.clear();
   closed_.clear();
   open_.clear();
   for (auto& face : faces_) face.reset();
@@ -30,8 +34,8 @@ void LabelledBlock::labelFull() {
   const SbVec3i32 extent = task.blocks->extent(task.place);
   LocalComponent all;
   all.voxelCount = static_cast<std::uint32_t>(extent[0] * extent[1] * extent[2]);
-  for (std::size_t axis = 0; axis < 3; ++axis)
-    all.max[axis] = static_cast<std::uint8_t>(extent[static_cast<int>(axis)] - 1);
+  all.box = {0, static_cast<unsigned>(extent[0] - 1), 0, 0};
+  all.box.extendBy({0, 0, static_cast<unsigned>(extent[1] - 1), static_cast<unsigned>(extent[2] - 1)});
   (task.openSides != 0 ? open_ : closed_).push_back(all);
   forEachSide(task.openSides, [&](const BlockSide& side) { addFace(side, BlockFace(extent, side, 0)); });
 }
@@ -40,6 +44,8 @@ void LabelledBlock::labelRows(BlockScratch& scratch) {
   auto& [rows, runs, openNumbers] = scratch;
   rows.read(*task.blocks, task.place, task.tile->bits());
   task.tile.reset();
+  // Where there is much noise, most components are single voxels.
+  if (BlockRuns::countRuns(rows) > noisyRow * rows.count()) takeSingleVoxels(rows, task.neighbours, singles_);
   runs.label(rows, task.neighbours);
   openNumbers.clear();
   for (const LocalComponent& component : runs.components()) {
@@ -57,16 +63,28 @@ void LabelledBlock::addFace(const BlockSide& side, BlockFace face) {
   if (!face.isEmpty()) faces_[side.index()] = std::make_unique<BlockFace>(std::move(face));
 }
 
-Component LabelledBlock::inVolume(const LocalComponent& component) const {
+void LabelledBlock::forEachClosed(const ComponentSink& sink) const {
   const SbVec3i32 origin = task.blocks->origin(task.place);
-  const auto height = static_cast<std::uint16_t>(task.blocks->blockSize()[1]);
-  const auto at = [&](const std::array<std::uint8_t, 3>& voxel) {
-    return SbVec3i32(origin[0] + voxel[0], origin[1] + voxel[1], origin[2] + voxel[2]);
+  const auto height = static_cast<VoxelPlace>(task.blocks->blockSize()[1]);
+  for (const VoxelPlace place : singles_) {
+    const VoxelPlace row = place / 64;
+    const SbVec3i32 voxel(origin[0] + static_cast<std::int32_t>(place % 64),
+                          origin[1] + static_cast<std::int32_t>(row % height),
+                          origin[2] + static_cast<std::int32_t>(row / height));
+    sink({voxel, 1, {voxel, voxel}});
+  }
+  for (const LocalComponent& component : closed_) sink(inVolume(component, origin));
+}
+
+Component LabelledBlock::inVolume(const LocalComponent& component, const SbVec3i32& origin) {
+  const auto at = [&](unsigned x, unsigned y, unsigned z) {
+    return SbVec3i32(origin[0] + static_cast<std::int32_t>(x), origin[1] + static_cast<std::int32_t>(y),
+                     origin[2] + static_cast<std::int32_t>(z));
   };
-  return {
-      {origin[0] + component.firstX, origin[1] + component.firstRow % height, origin[2] + component.firstRow / height},
-      component.voxelCount,
-      {at(component.min), at(component.max)}};
+  const LocalBox& box = component.box;
+  return {at(component.firstX, component.firstY, box.min(2)),
+          component.voxelCount,
+          {at(box.min(0), box.min(1), box.min(2)), at(box.max(0), box.max(1), box.max(2))}};
 }
 
 }  // namespace hxvoxora::detail

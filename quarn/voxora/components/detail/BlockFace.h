@@ -50,7 +50,7 @@ private:
   void matchRows(std::size_t row, const BlockFace& other, std::size_t otherRow, int across, Join& join) const;
 
   std::size_t rowCount_ = 0;
-  int lowestBit_ = 0;  // of the last voxel of a row
+  Word lastBit_ = 0;  // of the last voxel of a row
   std::array<Word, BlockRows::longestEdge> rows_;
   std::array<std::uint16_t, BlockRows::longestEdge> firstRun_;
   std::vector<std::uint32_t> labels_;
@@ -60,7 +60,7 @@ template <typename LabelOf>
 BlockFace::BlockFace(const BlockRows& rows, const BlockRuns& runs, const BlockSide& side, LabelOf labelOf) {
   const std::size_t height = rows.height(), depth = rows.depth();
   rowCount_ = side.axis == 2 ? height : depth;
-  lowestBit_ = static_cast<int>(64 - (side.axis == 0 ? height : rows.width()));
+  lastBit_ = Word{1} << (64 - (side.axis == 0 ? height : rows.width()));
   for (std::size_t row = 0; row < rowCount_; ++row) {
     if (side.axis == 0) {
       const unsigned shift = side.upper ? static_cast<unsigned>(64 - rows.width()) : 63;
@@ -112,8 +112,9 @@ void BlockFace::matchRows(std::size_t row, const BlockFace& other, std::size_t o
   const Word mine = rows_[row], theirs = other.rows_[otherRow];
   const auto joinRuns = [&](unsigned a, unsigned b) { join(label(row, a), other.label(otherRow, b)); };
   if (across == 0) return detail::forEachTouch<neighbours>(mine, theirs, joinRuns);
-  const int myBit = across > 0 ? lowestBit_ : 63, theirBit = across > 0 ? 63 : other.lowestBit_;
-  if ((mine >> myBit & theirs >> theirBit & 1) == 0) return;
+  const Word firstBit = Word{1} << 63;
+  const Word myBit = across > 0 ? lastBit_ : firstBit, theirBit = across > 0 ? firstBit : other.lastBit_;
+  if ((mine & myBit) == 0 || (theirs & theirBit) == 0) return;
   joinRuns(runAt(startsOfRuns(mine), myBit), runAt(startsOfRuns(theirs), theirBit));
 }
 

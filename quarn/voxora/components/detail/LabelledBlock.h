@@ -10,6 +10,8 @@
 #include "quarn/voxora/components/detail/BlockGrid.h"
 #include "quarn/voxora/components/detail/BlockRuns.h"
 #include "quarn/voxora/components/detail/TilePin.h"
+#include "quarn/voxora/components/detail/singleVoxels.h"
+#include "quarn/voxora/components/findComponents.h"
 
 namespace hxvoxora::detail {
 
@@ -44,20 +46,24 @@ public:
   /// Does the work. McException when the tile is damaged.
   void run();
 
-  const std::vector<LocalComponent>& closed() const { return closed_; }
+  /// Hands over the components that cannot go on in other blocks.
+  void forEachClosed(const ComponentSink& sink) const;
+
+  /// Those that may.
   const std::vector<LocalComponent>& open() const { return open_; }
+
+  /// A component of a block whose first voxel is `origin` as one of the volume.
+  static Component inVolume(const LocalComponent& component, const SbVec3i32& origin);
 
   /// The face on an open side, whose labels are places in open(); null elsewhere and where it has no set voxel.
   std::array<std::unique_ptr<BlockFace>, sideCount>& faces() { return faces_; }
-
-  /// A component of the block as one of the volume.
-  Component inVolume(const LocalComponent& component) const;
 
 private:
   void labelFull();
   void labelRows(BlockScratch& scratch);
   void addFace(const BlockSide& side, BlockFace face);
 
+  std::vector<VoxelPlace> singles_;  // closed ones
   std::vector<LocalComponent> closed_, open_;
   std::array<std::unique_ptr<BlockFace>, sideCount> faces_;
 };

@@ -45,7 +45,9 @@ public:
   Job& front() {
     Slot& slot = *slots_[first_ % slots_.size()];
     work(slot);
-    while (slot.state.load(std::memory_order_acquire) != State::Done) slot.state.wait(State::Working);
+    // While another thread has it there is time for later ones.
+    for (std::size_t i = first_ + 1; i < end_ && !isDone(slot); ++i) work(*slots_[i % slots_.size()]);
+    while (!isDone(slot)) slot.state.wait(State::Working);
     if (slot.failure) std::rethrow_exception(slot.failure);
     return slot.job;
   }
@@ -59,6 +61,8 @@ private:
     std::exception_ptr failure;
     Job job;
   };
+
+  static bool isDone(const Slot& slot) { return slot.state.load(std::memory_order_acquire) == State::Done; }
 
   void work(Slot& slot) {
     State expected = State::Waiting;

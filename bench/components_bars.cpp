@@ -1,0 +1,182 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <malloc.h>
+#include <map>
+#include <memory>
+#include <oneapi/tbb/global_control.h>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "bench/bars.h"
+#include "bench/contest.h"
+#include "bench/operands.h"
+#include "bench/peer_itk.h"
+#include "bench/scale/Brain.h"
+#include "quarn/voxora/components/componentAt.h"
+#include "quarn/voxora/components/findComponents.h"
+#include "quarn/voxora/nodes/SoCpuBufferBitSet.h"
+#include "quarn/voxora/tiles/TilePayload.h"
+
+/// Connected components: counting them, and making a mask of each.
+
+namespace bench {
+
+namespace {
+
+using hxvoxora::Component;
+using hxvoxora::componentAt;
+using hxvoxora::findComponents;
+using hxvoxora::Neighbours;
+using hxvoxora::TileSnapshot;
+
+/// A mask that is made when it is first asked for.
+struct Subject {
+  std::string name;
+  int runs;  ///< the peer takes seconds for some
+  std::function<MaskRef()> make;
+
+  const SoVolumeMask& mask() const {
+    static auto& made = *new std::map<std::string, MaskRef>;
+    MaskRef& mask = made[name];
+    if (!mask) mask = make();
+    return *mask;
+  }
+};
+
+MaskRef maskOf(const PackedVolume& volume) {
+  const auto buffer = hxvoxora::makeRef<SoCpuBufferBitSet>();
+  buffer->setSize(8 * volume.bits.size());
+  std::memcpy(buffer->bytes(), volume.bits.data(), volume.bits.size());
+  MaskRef mask = emptyMask(volume.size);
+  edited(*mask, [&] { mask->replaceBox(volume.box(), buffer.get()); });
+  return mask;
+}
+
+/// The head without its skull, each voxel a cube of four a side.
+MaskRef enlargedBrain() {
+  MaskRef mask = emptyMask({4 * 181, 4 * 217, 4 * 181});
+  Brain("/usr/share/mricron/templates/ch2bet.nii.gz").draw(*mask, 0);
+  return mask;
+}
+
+const Subject& bodies() {
+  static const Subject subject{"100 bodies 512^3", 5, [] { return maskOf(solidBodies({512, 512, 512}, 1)); }};
+  return subject;
+}
+const Subject& widerBalls() {
+  static const Subject subject{"200 balls 1024^3", 1, [] { return maskOf(wideBalls({1024, 1024, 1024}, 1)); }};
+  return subject;
+}
+const Subject& brain() {
+  static const Subject subject{"brain 724x868x724", 1, enlargedBrain};
+  return subject;
+}
+const Subject& fifthSet() {
+  static const Subject subject{"20 % noise 512^3", 1, [] { return maskOf(sparseNoise({512, 512, 512}, 1)); }};
+  return subject;
+}
+
+/// What is asked for: how many there are, of how many voxels, and the box of each.
+struct Findings {
+  std::uint64_t count = 0, voxels = 0, boxVoxels = 0;
+};
+
+Findings findAll(const TileSnapshot& content) {
+  Findings findings;
+  findComponents(content, Neighbours::Faces, [&](const Component& component) {
+    ++findings.count;
+    findings.voxels += component.voxelCount;
+    findings.boxVoxels +=
+        static_cast<std::uint64_t>(component.box.size(0) * component.box.size(1) * component.box.size(2));
+  });
+  return findings;
+}
+
+/// A mask for each component.
+std::vector<TileSnapshot> split(const TileSnapshot& content) {
+  std::vector<SbVec3i32> seeds;
+  findComponents(content, Neighbours::Faces, [&](const Component& component) { seeds.push_back(component.first); });
+  std::vector<TileSnapshot> parts;
+  for (const SbVec3i32& seed : seeds) parts.push_back(componentAt(content, Neighbours::Faces, seed).value());
+  return parts;
+}
+
+void requireSame(std::uint64_t ours, std::uint64_t theirs, const std::string& name) {
+  if (ours == theirs) return;
+  throw std::runtime_error(name + ": " + std::to_string(ours) + " components, " + std::to_string(theirs) +
+                           " of the peer");
+}
+
+void addCounting(const Subject& subject) {
+  addContest("components: count, boxes, sizes", subject.name, Against::Peer, subject.runs, [&subject] {
+    const TileSnapshot content = subject.mask().snapshot();
+    const std::uint64_t count = findAll(content).count;
+    const auto peer = std::make_shared<const ItkMask>(content);
+    return Entrants{{"ours", 0, nullptr, [=] { benchmark::DoNotOptimize(findAll(content)); }, 0},
+                    {"ITK", 0.1, nullptr, [=] { requireSame(count, peer->countComponents(), subject.name); }, 0}};
+  });
+}
+
+void addSplitting(const Subject& subject) {
+  addContest("split into masks", subject.name, Against::Peer, 5, [&subject] {
+    const TileSnapshot content = subject.mask().snapshot();
+    const std::uint64_t count = findAll(content).count;
+    const auto peer = std::make_shared<const PeerMask>(content);
+    return Entrants{{"ours", 0, nullptr, [=] { benchmark::DoNotOptimize(split(content)); }, 0},
+                    {"OpenVDB", 0.25, nullptr, [=] { requireSame(count, peer->countSegments(), subject.name); }, 0}};
+  });
+}
+
+/// Bytes that the process has allocated, tiles included.
+std::size_t allocatedBytes() {
+  const struct mallinfo2 heap = ::mallinfo2();
+  return heap.uordblks + heap.hblkhd + hxvoxora::payloadStatistics().bytesReserved;
+}
+
+/// What counting takes at most beside the volume, in parts of an image of bytes.
+double memoryOfCounting(const Subject& subject) {
+  const TileSnapshot content = subject.mask().snapshot();
+  const SbVec3i32 size = content.dimensions();
+  const std::size_t before = allocatedBytes();
+  std::size_t most = before;
+  std::uint64_t count = 0;
+  const auto look = [&] { most = std::max(most, allocatedBytes()); };
+  findComponents(
+      content, Neighbours::Faces,
+      [&](const Component&) {
+        if (count++ % 4096 == 0) look();
+      },
+      [&](double) {
+        look();
+        return true;
+      });
+  return static_cast<double>(most - before) / (static_cast<double>(size[0]) * size[1] * size[2]);
+}
+
+void addMemory(const Subject& subject) {
+  for (const unsigned threads : {1u, 2u}) {
+    addFigure("components: memory, threads " + std::to_string(threads), subject.name, "of a byte image", 0.1,
+              [&subject, threads] {
+                const oneapi::tbb::global_control control(oneapi::tbb::global_control::max_allowed_parallelism,
+                                                          threads);
+                return memoryOfCounting(subject);
+              });
+  }
+}
+
+}  // namespace
+
+void addComponentBars() {
+  for (const Subject* subject : {&bodies(), &widerBalls(), &brain(), &fifthSet()}) {
+    if (ItkMask::isAvailable()) addCounting(*subject);
+    addMemory(*subject);
+  }
+  if (!PeerMask::isAvailable()) return;
+  addSplitting(bodies());
+  addSplitting(brain());
+}
+
+}  // namespace bench

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "quarn/voxora/tiles/TileSnapshot.h"
+
+/// ITK's filters beside our masks: an image of one byte per voxel, the same voxels, the same threads. Optional: without
+/// the library at build time there is no peer.
+namespace bench {
+
+/// A mask as such an image.
+class ItkMask {
+public:
+  /// False when the library was not there; nothing else may be called then.
+  static bool isAvailable();
+
+  explicit ItkMask(const hxvoxora::TileSnapshot& content);
+  ~ItkMask();
+
+  /// Labels all face-connected pieces and counts them.
+  std::uint64_t countComponents() const;
+
+private:
+  struct Image;
+  std::unique_ptr<Image> image_;
+};
+
+}  // namespace bench
