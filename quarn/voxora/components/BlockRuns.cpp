@@ -2,11 +2,41 @@
 
 #include <bit>
 
+#include "quarn/voxora/bits/InstructionSet.h"
 #include "quarn/voxora/components/detail/touchingRuns.h"
 
 namespace hxvoxora::detail {
 
+namespace {
+
+#if defined(__x86_64__)
+#define QUARN_BIT_INSTRUCTIONS __attribute__((target("bmi,bmi2,popcnt"), flatten))
+const bool hasBitInstructions = [] {
+  __builtin_cpu_init();
+  return __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
+}();
+#else
+#define QUARN_BIT_INSTRUCTIONS
+constexpr bool hasBitInstructions = false;
+#endif
+
+}  // namespace
+
 void BlockRuns::label(const BlockRows& rows, Neighbours neighbours) {
+  makeRoom(countRuns(rows));
+  if (hasBitInstructions && instructionSet() != InstructionSet::Scalar) {
+    labelByBitInstructions(rows, neighbours);
+  } else {
+    labelPlainly(rows, neighbours);
+  }
+}
+
+/// The attributes have everything that is called compiled into this function, for processors with these instructions.
+QUARN_BIT_INSTRUCTIONS void BlockRuns::labelByBitInstructions(const BlockRows& rows, Neighbours neighbours) {
+  labelPlainly(rows, neighbours);
+}
+
+void BlockRuns::labelPlainly(const BlockRows& rows, Neighbours neighbours) {
   findRuns(rows);
   if (neighbours == Neighbours::Faces) {
     joinRuns<Neighbours::Faces>(rows);
@@ -27,13 +57,16 @@ std::uint32_t BlockRuns::componentAt(const BlockRows& rows, std::size_t row, uns
   return labels_[firstRun_[row] + runAt(startsOfRuns(rows[row]), Word{1} << (63 - x))];
 }
 
+[[gnu::noinline]] void BlockRuns::makeRoom(std::size_t runCount) {
+  runCount_ = runCount;
+  if (labels_.size() >= runCount) return;
+  runs_ = {};  // so that not both are there
+  labels_ = {};
+  runs_.resize(runCount);
+  labels_.resize(runCount);
+}
+
 void BlockRuns::findRuns(const BlockRows& rows) {
-  runCount_ = countRuns(rows);
-  if (runs_.size() < runCount_) {
-    runs_.resize(runCount_);
-    labels_.resize(runCount_);
-    components_.resize(runCount_ + 1);
-  }
   std::uint32_t run = 0;
   for (std::size_t z = 0, row = 0; z < rows.depth(); ++z) {
     for (std::size_t y = 0; y < rows.height(); ++y, ++row) {
@@ -91,9 +124,18 @@ void BlockRuns::join(std::uint32_t a, std::uint32_t b) {
   labels_[a < b ? b : a] = a < b ? a : b;
 }
 
+[[gnu::noinline]] void BlockRuns::makeRoomForComponents() {
+  std::size_t roots = 0;
+  for (std::size_t run = 0; run < runCount_; ++run) roots += labels_[run] == run ? 1 : 0;
+  if (components_.size() > roots) return;
+  components_ = {};
+  components_.resize(roots + 1);
+}
+
 /// Roots become components. A run comes behind the one that it points to, which has its component by then. There is no
 /// branch, since nobody can tell beforehand which runs are roots.
 void BlockRuns::number() {
+  makeRoomForComponents();
   std::uint32_t count = 0;
   for (std::size_t run = 0; run < runCount_; ++run) {
     const auto [first, last, y, z] = runs_[run];

@@ -9,6 +9,8 @@ namespace {
 /// Blocks with more runs a row than this are taken for noise.
 constexpr std::size_t noisyRow = 2;
 
+constexpr std::uint32_t closedMark = ~std::uint32_t{0};
+
 template <typename Visit>
 void forEachSide(std::uint32_t sides, Visit visit) {
   for (std::size_t axis = 0; axis < 3; ++axis)
@@ -48,11 +50,16 @@ void LabelledBlock::labelRows(BlockScratch& scratch) {
   if (BlockRuns::countRuns(rows) > noisyRow * rows.count()) takeSingleVoxels(rows, task.neighbours, singles_);
   runs.label(rows, task.neighbours);
   openNumbers.clear();
+  std::uint32_t openCount = 0;
   for (const LocalComponent& component : runs.components()) {
     const bool isOpen = (component.sides(task.blocks->blockSize()) & task.openSides) != 0;
-    openNumbers.push_back(static_cast<std::uint32_t>(open_.size()));
-    (isOpen ? open_ : closed_).push_back(component);
+    openNumbers.push_back(isOpen ? openCount++ : closedMark);
   }
+  // Room for exactly so many, since this is kept for a block of each thread and more.
+  open_.reserve(openCount);
+  closed_.reserve(openNumbers.size() - openCount);
+  for (std::size_t i = 0; i < openNumbers.size(); ++i)
+    (openNumbers[i] == closedMark ? closed_ : open_).push_back(runs.components()[i]);
   if (open_.empty()) return;
   forEachSide(task.openSides, [&](const BlockSide& side) {
     addFace(side, BlockFace(rows, runs, side, [&](std::uint32_t component) { return openNumbers[component]; }));

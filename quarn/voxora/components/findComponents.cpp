@@ -1,6 +1,7 @@
 #include "quarn/voxora/components/findComponents.h"
 
 #include <algorithm>
+#include <tbb/global_control.h>
 #include <tbb/task_arena.h>
 
 #include "quarn/voxora/components/detail/BlockSequence.h"
@@ -16,16 +17,20 @@ using detail::LabelledBlock;
 /// Blocks between two calls of the callback; each takes a few milliseconds at most.
 constexpr std::int64_t blocksPerCall = 8;
 
-/// So many blocks are labelled ahead for each thread.
-constexpr int blocksAhead = 2;
+int allowedThreads() {
+  const auto limit = tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism);
+  return static_cast<int>(
+      std::min<std::size_t>(limit, static_cast<std::size_t>(tbb::this_task_arena::max_concurrency())));
+}
 
 bool sweep(const detail::BlockGrid& blocks, Neighbours neighbours, const ComponentSink& sink,
            const WorkCallback& callback) {
   detail::BlockSequence sequence(blocks, neighbours);
   detail::ComponentSweep components(neighbours, sink);
   detail::BlockScratches scratches(blocks.blockSize());
-  const int threads = tbb::this_task_arena::max_concurrency();
-  detail::LookAhead<LabelledBlock> labelled(static_cast<std::size_t>(threads > 1 ? blocksAhead * threads : 1));
+  // One block for each thread, and one that is joined to the others meanwhile.
+  const int threads = allowedThreads();
+  detail::LookAhead<LabelledBlock> labelled(static_cast<std::size_t>(threads > 1 ? threads + 1 : 1));
   const auto start = [&] {
     LabelledBlock::Task& task = labelled.next().task;
     task.blocks = &blocks;

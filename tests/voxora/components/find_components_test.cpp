@@ -1,10 +1,12 @@
 #include <chrono>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <stdexcept>
 #include <tbb/global_control.h>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/bits/InstructionSet.h"
 #include "quarn/voxora/components/findComponents.h"
 #include "quarn/voxora/files/MemoryFileSystem.h"
 #include "tests/voxora/components/componentShapes.h"
@@ -14,6 +16,7 @@ namespace {
 
 using hxvoxora::Component;
 using hxvoxora::findComponents;
+using hxvoxora::InstructionSet;
 using hxvoxora::MemoryFileSystem;
 using hxvoxora::Neighbours;
 using hxvoxora::payloadStatistics;
@@ -213,6 +216,59 @@ TEST(FindComponents, WhatCallbacksThrowPassesThrough) {
             mask->snapshot(), Neighbours::Faces, [](const Component&) {}, callback);
       },
       ThrowsMessage<std::runtime_error>(HasSubstr("no more")));
+}
+
+TEST(FindComponents, AllInstructionSetsFindTheSame) {
+  RandomSource random;
+  const auto mask = maskOf(noiseOf(random, {150, 70, 70}, 0.3), {64, 64, 64});
+  const InstructionSet before = hxvoxora::instructionSet();
+  for (const Neighbours neighbours : bothKinds) {
+    std::vector<std::vector<Component>> results;
+    for (const InstructionSet set : {InstructionSet::Scalar, before}) {
+      hxvoxora::setInstructionSet(set);
+      results.push_back(handedOver(mask->snapshot(), neighbours));
+    }
+    EXPECT_EQ(results.front(), results.back());
+  }
+}
+
+/// Noise, drawn word by word: every voxel set with probability 3/16.
+Ref<SoVolumeMask> largeNoise(RandomSource& random, const SbVec3i32& size, const SbVec3i32& tile) {
+  const auto buffer = hxvoxora::makeRef<SoCpuBufferBitSet>();
+  const auto words = static_cast<std::size_t>(std::int64_t{size[0]} * size[1] * size[2] / 64);
+  buffer->setSize(64 * words);
+  auto* bits = static_cast<std::uint64_t*>(buffer->map(SoCpuBufferObject::READ_WRITE));
+  std::generate(bits, bits + words, [&] { return random.word() & random.word() & (random.word() | random.word()); });
+  buffer->unmap();
+  auto mask = makeMask(size, tile);
+  inTransaction(*mask, [&] { mask->replaceBox(wholeBox(*mask), buffer.get()); });
+  return mask;
+}
+
+/// Bytes that are allocated in the process now, those of the buffers of tiles aside.
+std::size_t allocatedBytes() {
+  const struct mallinfo2 heap = ::mallinfo2();
+  return heap.uordblks + heap.hblkhd;
+}
+
+/// With several threads each has a block at hand besides, which takes the same on volumes of any size.
+TEST(FindComponents, NoiseTakesATenthOfAByteImageAtMost) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the sanitizer has an allocator of its own";
+#endif
+  RandomSource random;
+  const tbb::global_control control(tbb::global_control::max_allowed_parallelism, 1);
+  const SbVec3i32 size(256, 256, 256);
+  for (const int edge : {32, 64}) {
+    const TileSnapshot volume = largeNoise(random, size, {edge, edge, edge})->snapshot();
+    const std::size_t before = allocatedBytes();
+    std::size_t most = before, count = 0;
+    EXPECT_TRUE(findComponents(volume, Neighbours::Faces, [&](const Component&) {
+      if (count++ % 1000 == 0) most = std::max(most, allocatedBytes());
+    }));
+    EXPECT_GT(count, std::size_t{1000000});
+    EXPECT_LT(most - before, std::size_t{256 * 256 * 256} / 10) << edge;
+  }
 }
 
 }  // namespace

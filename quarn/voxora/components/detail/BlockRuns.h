@@ -40,6 +40,10 @@ private:
     std::uint8_t first, last, y, z;
   };
 
+  void makeRoom(std::size_t runCount);
+  void makeRoomForComponents();
+  void labelPlainly(const BlockRows& rows, Neighbours neighbours);
+  void labelByBitInstructions(const BlockRows& rows, Neighbours neighbours);
   void findRuns(const BlockRows& rows);
   template <Neighbours neighbours>
   void joinRuns(const BlockRows& rows);
