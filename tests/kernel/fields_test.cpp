@@ -5,7 +5,6 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/base/mcinterface_cast.h"
-#include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/fields/HxVolumeData.h"
 #include "tests/kernel/TestObjects.h"
@@ -189,27 +188,6 @@ TEST(VolumeData, IsAnInterfaceOfAFieldOrStandsAlone) {
   EXPECT_EQ(mcinterface_cast<HxVolumeData>(field), attached);
   const McHandle<HxVolumeData> alone = new HxVolumeData(nullptr, QString("mask"));
   EXPECT_EQ(alone->getLabel(), "mask");
-}
-
-TEST(Colormap, RenewsItsTouchTimeWithItsContent) {
-  const McHandle<HxColormap> colormap = new HxColormap;
-  const auto time = colormap->getTouchTime();
-  colormap->setMinMax(0, 1);
-  EXPECT_EQ(colormap->getTouchTime(), time);
-  colormap->setMinMax(0, 10);
-  EXPECT_NE(colormap->getTouchTime(), time);
-  EXPECT_THROW(colormap->setEntries({}), McException);
-}
-
-TEST(Colormap, LooksUpTheNearestEntry) {
-  const McHandle<HxColormap> colormap = new HxColormap;
-  colormap->setEntries({{McColor(1, 0, 0), 1}, {McColor(0, 1, 0), 0.5f}, {McColor(0, 0, 1), 1}});
-  colormap->setMinMax(10, 20);
-  EXPECT_EQ(colormap->lookup(-5).color, McColor(1, 0, 0));
-  EXPECT_EQ(colormap->lookup(16).color, McColor(0, 1, 0));
-  EXPECT_EQ(colormap->lookup(16).alpha, 0.5f);
-  EXPECT_EQ(colormap->lookup(1e30f).color, McColor(0, 0, 1));
-  EXPECT_EQ(colormap->lookup(std::numeric_limits<float>::quiet_NaN()).color, McColor(1, 0, 0));
 }
 
 }  // namespace

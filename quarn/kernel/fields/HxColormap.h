@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QPixmap>
+#include <QString>
 #include <vector>
 
 #include "quarn/base/McColor.h"
@@ -33,6 +35,16 @@ public:
 
   /// The entry nearest to a value; values outside get the first or last one.
   const Entry& lookup(float value) const;
+
+  /// A picture of the colours from the first on the left to the last on the right. With `alpha`, transparent colours
+  /// show light and dark checks of `checkSize` pixels behind them, without it all are opaque. Null for sizes below 1.
+  QPixmap getPixmap(int width, int height, int checkSize, bool alpha) const;
+
+  /// A small text file: "quarn-colormap 1", "range MIN MAX", and one line "R G B ALPHA" for each entry, numbers from 0
+  /// to 1. Throws McException naming the file, and the line that cannot be read; the colormap is then as before, or the
+  /// file.
+  void saveText(const QString& file) const;
+  void loadText(const QString& file);
 
 protected:
   ~HxColormap() override;

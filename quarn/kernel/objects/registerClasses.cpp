@@ -7,6 +7,8 @@
 #include "quarn/kernel/objects/HxEditor.h"
 #include "quarn/kernel/objects/HxInterfaceFactory.h"
 #include "quarn/kernel/ports/HxConnection.h"
+#include "quarn/kernel/ports/HxPortColorList.h"
+#include "quarn/kernel/ports/HxPortColormap.h"
 #include "quarn/kernel/ports/HxPortDoIt.h"
 #include "quarn/kernel/ports/HxPortInteger.h"
 #include "quarn/kernel/ports/HxPortRadioBox.h"
@@ -24,6 +26,18 @@ int saveTable(HxData* data, const char* filename) {
   return 1;
 }
 
+int saveColormap(HxData* data, const char* filename) {
+  static_cast<HxColormap*>(data)->saveText(QString::fromUtf8(filename));
+  return 1;
+}
+
+int readColormap(const QString& file, const HxLoadOptions&) {
+  const McHandle<HxColormap> colormap(new HxColormap);
+  colormap->loadText(file);
+  HxData::registerData(colormap, file);
+  return 1;
+}
+
 [[maybe_unused]] const bool registered = [] {
   HxCompModule::initClass();
   HxEditor::initClass();
@@ -33,12 +47,16 @@ int saveTable(HxData* data, const char* filename) {
   HxVolumeData::initClass();
   HxInterfaceFactory::initClass();
   HxConnection::initClass();
+  HxPortColorList::initClass();
+  HxPortColormap::initClass();
   HxPortDoIt::initClass();
   HxPortInteger::initClass();
   HxPortRadioBox::initClass();
   HxPortSeparator::initClass();
   HxPortText::initClass();
   HxFileTypes::instance().registerSaver("HxTable", "CSV", ".csv", &saveTable);
+  HxFileTypes::instance().registerSaver("HxColormap", "Colormap", ".colormap", &saveColormap);
+  HxFileTypes::instance().registerReader("Colormap", {".colormap"}, &readColormap);
   return true;
 }();
 
