@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <algorithm>
 
+#include "hxroi/HxRoiToHxVolumeDataRegistry.h"
+#include "hxroi/HxRoisColorInformation.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/Roi.h"
 #include "quarn/base/McBox3f.h"
@@ -26,19 +28,39 @@ constexpr unsigned int kWorthSaving = 8 | 16 | 64 | 128;
 constexpr unsigned int kAllFlags = 0xFFFFFFFF;
 constexpr unsigned int kObjectFlag = 16;
 
+QString tr(const char* text) {
+  return QCoreApplication::translate("HxRois", text);
+}
+
 }  // namespace
 
 MC_CLASS_IMPL(HxRois, HxData)
 
 HxRois::HxRois()
-    : portData(this, "data", QCoreApplication::translate("HxRois", "Data"), HxUniformScalarField3::getClassTypeId()),
+    : portData(this, "data", tr("Data"), HxUniformScalarField3::getClassTypeId()),
+      portOverlappingProperties(this, "overlappingProperties", tr("Overlapping Properties")),
+      portOverlappingRenderingStyle(this, "overlappingRenderingStyle", tr("Rendering Style"), 2),
+      portOverlappingBoundaryColor(this, "overlappingBoundaryColor", tr("Color"), 1),
+      portOverlappingVoltexColormap(this, "overlappingVoltexColormap"),
+      portRoiProperties(this, "roiProperties", tr("Roi Properties")),
       dataCheck_(this) {
   portData.setTightness(true);
   portData.setChecker(&dataCheck_);
+  portOverlappingRenderingStyle.setLabel(kVolumeStyle, tr("volume"));
+  portOverlappingRenderingStyle.setLabel(kBoundaryStyle, tr("boundary"));
+  portOverlappingRenderingStyle.setValue(kBoundaryStyle);
+  portOverlappingBoundaryColor.hide();
+  portOverlappingVoltexColormap.setDefaultColor(McColor(1, 1, 1));
+  portOverlappingVoltexColormap.setDefaultAlpha(0.5F);
+  portOverlappingVoltexColormap.setLocalRangeActive(true);
   setObjectFlag(kObjectFlag, false);
+  HxRoiToHxVolumeDataRegistry::registerHxRois(this);
+  isRegistered_ = true;
 }
 
 HxRois::~HxRois() {
+  isRegistered_ = false;
+  HxRoiToHxVolumeDataRegistry::unregisterHxRois(this);
   const RoiList all = rois_;
   for (const RoiHandle& roi : all) {
     try {
@@ -73,7 +95,7 @@ void HxRois::PortDataConnectionCheck::ensureCompatibleWith(const HxObject* objec
   const auto* field = mcinterface_cast<HxUniformScalarField3>(object);
   if (!field) {
     const QString label = object ? object->getLabel() : QString();
-    throw hxException(QCoreApplication::translate("HxRois", "%1% is not an uniform scalar field 3.").arg(label));
+    throw hxException(tr("%1% is not an uniform scalar field 3.").arg(label));
   }
   if (!rois_->masks().empty()) rois_->masks().front()->ensureCompatibleWith(*field);
 }

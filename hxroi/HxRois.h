@@ -20,6 +20,10 @@
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/ports/HxConnection.h"
 #include "quarn/kernel/ports/HxConnectionChecker.h"
+#include "quarn/kernel/ports/HxPortColorList.h"
+#include "quarn/kernel/ports/HxPortColormap.h"
+#include "quarn/kernel/ports/HxPortRadioBox.h"
+#include "quarn/kernel/ports/HxPortSeparator.h"
 
 class HxParamBundle;
 class HxUniformLabelField3;
@@ -68,7 +72,13 @@ public:
     const HxRois* rois_;
   };
 
+  class ColorInformation;
+
   static constexpr std::size_t kMaximumNumberOfMasks = 100;
+
+  /// Buttons of the port "overlappingRenderingStyle".
+  static constexpr int kVolumeStyle = 0;
+  static constexpr int kBoundaryStyle = 1;
 
   /// A mask that has no other owner.
   struct HXROI_API MaskDeleter {
@@ -215,6 +225,15 @@ public:
 
   // --- Host -----------------------------------------------------------------------------------------------------
 
+  /// Brings the ports in step with the ROIs: after a change of content (flag value 8) every ROI gets ports of its own
+  /// anew, "color-" and "colormap-" with its name behind; after one of the display (1, 4, 32, 128, 2048) they show the
+  /// present values. The ports for overlaps follow the rendering style; a change of them raises 0x2000 | 0x4000 |
+  /// 0x8000.
+  void update() override;
+
+  /// Gives the ROIs what was changed in their ports.
+  void compute() override;
+
   /// Marks only. The touch time advances for content (flag value 8) alone.
   void touch(unsigned int flags = 0xFFFFFFFFu) override;
 
@@ -228,6 +247,13 @@ public:
 
   /// The field over whose grid the masks are defined.
   HxConnection portData;
+
+  /// How voxels that several masks share are shown.
+  HxPortSeparator portOverlappingProperties;
+  HxPortRadioBox portOverlappingRenderingStyle;
+  HxPortColorList portOverlappingBoundaryColor;
+  HxPortColormap portOverlappingVoltexColormap;
+  HxPortSeparator portRoiProperties;
 
 protected:
   ~HxRois() override;
@@ -246,6 +272,10 @@ private:
   hxroi::details::Mask* substractNamedMasks(const std::vector<std::string>& names) const;
   std::vector<MaskHolder> splitNamedMask(const std::string& name, McProgressInterface* progress) const;
 
+  void rebuildPortList();
+  void renameColorPorts(const std::string& oldName, const std::string& newName);
+  void masksChanged();
+
   bool saveTo(const char* filename, bool flagA, bool flagB);
   void load(const HxParamBundle& content, const boost::filesystem::path& file);
   void refuseBorders(const std::vector<boost::filesystem::path>& maskPrefixes) const;
@@ -255,4 +285,6 @@ private:
   RoiList rois_;
   std::map<std::string, hxroi::details::Roi*> index_;
   MaskList masks_;
+  std::map<std::string, std::unique_ptr<ColorInformation>> colorPorts_;
+  bool isRegistered_ = false;  ///< in the registry of volume data
 };

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "hxroi/HxRoiToHxVolumeDataRegistry.h"
 #include "hxroi/HxRois.h"
+#include "hxroi/HxRoisColorInformation.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/Roi.h"
@@ -108,6 +110,11 @@ void HxRois::leaveMask(const Mask* mask) {
   if (masks_.empty()) dimensions_.reset();
 }
 
+/// The registry lets go of a mask while somebody still holds it.
+void HxRois::masksChanged() {
+  if (isRegistered_) HxRoiToHxVolumeDataRegistry::updateHxRois(this);
+}
+
 // --- What ROIs and groups tell the set ----------------------------------------------------------------------------
 
 void HxRois::notifyRoiAdd(Roi* roi) {
@@ -126,7 +133,9 @@ void HxRois::notifyRoiAdd(Roi* roi) {
     throw;
   }
   index_.emplace(name, roi);
-  if (mask) mask->volumeMask()->setExtent(SbBox3f(SbVec3f(0, 0, 0), SbVec3f(1, 1, 1)));
+  if (!mask) return;
+  mask->volumeMask()->setExtent(SbBox3f(SbVec3f(0, 0, 0), SbVec3f(1, 1, 1)));
+  masksChanged();
 }
 
 Roi* HxRois::notifyRoiRemove(const std::string& name) {
@@ -134,8 +143,11 @@ Roi* HxRois::notifyRoiRemove(const std::string& name) {
   if (found == index_.end()) throw neverInserted(name, getLabel());
   Roi* roi = found->second;
   roi->notifyRemovedFromHxRois(this);
-  if (const auto* mask = dynamic_cast<const Mask*>(roi)) leaveMask(mask);
   index_.erase(name);
+  if (const auto* mask = dynamic_cast<const Mask*>(roi)) {
+    leaveMask(mask);
+    masksChanged();
+  }
   return roi;
 }
 
@@ -145,6 +157,8 @@ void HxRois::notifyRoiRename(const std::string& oldName, const std::string& newN
   if (entry.empty()) throw neverInserted(oldName, getLabel());
   entry.key() = newName;
   index_.insert(std::move(entry));
+  renameColorPorts(oldName, newName);
+  if (const Mask* mask = getMask(newName)) HxRoiToHxVolumeDataRegistry::renameMask(this, mask, newName);
 }
 
 // --- What callers ask for -----------------------------------------------------------------------------------------
@@ -192,5 +206,6 @@ HxRois::RoiHandle HxRois::replaceRoi(const std::string& name, Roi* newRoi) {
     old->setColormap(colormap);
     throw;
   }
+  renameColorPorts(name, newRoi->name());
   return old;
 }
