@@ -1,5 +1,8 @@
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <oneapi/tbb/blocked_range.h>
+#include <oneapi/tbb/parallel_for.h>
 #include <optional>
 #include <utility>
 
@@ -23,14 +26,21 @@ struct Interrupted {};
 class LabelWriter {
 public:
   LabelWriter(const SplitComponents& split, HxUniformLabelField3& field, SplitProgress& progress)
-      : split_(split), labels_(field.lattice().getLabels()), progress_(progress) {}
+      : split_(split), labels_(field.lattice().getLabels()), progress_(progress) {
+    const McVec3i size = sizeOf(split.box);
+    rowLength_ = size.x;
+    sliceLength_ = rowLength_ * size.y;
+  }
 
   /// Every set voxel of `content` inside `box` gets the label. Throws Interrupted.
   void write(const TileSnapshot& content, const McBox3i& box, int label) {
-    content.forEachRun(toToolkit(box), [&](int y, int z, int first, int end) {
-      std::memset(labels_ + indexOf(first, y, z), label, static_cast<std::size_t>(end - first));
-      if (++runs_ % kRunsBetweenQuestions == 0) goOn();
-    });
+    const McVec3i size = sizeOf(box);
+    const auto step = static_cast<int>(
+        std::clamp<std::int64_t>(kVoxelsBetweenQuestions / (static_cast<std::int64_t>(size.x) * size.y), 1, size.z));
+    for (int z = box[4]; z <= box[5]; z += step) {
+      if (!progress_.goOn(fraction_)) throw Interrupted();
+      writeSlices(content, box, z, std::min(z + step, box[5] + 1), label);
+    }
   }
 
   void writeComponent(int label) {
@@ -43,25 +53,29 @@ public:
   }
 
 private:
-  static constexpr unsigned int kRunsBetweenQuestions = 4096;
+  static constexpr std::int64_t kVoxelsBetweenQuestions = 1 << 24;
+  static constexpr std::size_t kSlicesAtOnce = 8;
 
-  std::size_t indexOf(int x, int y, int z) const {
-    const McVec3i size = sizeOf(split_.box);
-    const McVec3i place = McVec3i(x, y, z) - split_.box.getMin();
-    return (static_cast<std::size_t>(place.z) * static_cast<std::size_t>(size.y) + static_cast<std::size_t>(place.y)) *
-               static_cast<std::size_t>(size.x) +
-           static_cast<std::size_t>(place.x);
+  void writeSlices(const TileSnapshot& content, const McBox3i& box, int first, int end, int label) {
+    tbb::parallel_for(tbb::blocked_range<int>(first, end, kSlicesAtOnce), [&](const auto& slices) {
+      const McBox3i slab(box[0], box[1], box[2], box[3], slices.begin(), slices.end() - 1);
+      content.forEachRun(toToolkit(slab), [&](int y, int z, int x, int xEnd) {
+        std::memset(labels_ + indexOf(x, y, z), label, static_cast<std::size_t>(xEnd - x));
+      });
+    });
   }
 
-  void goOn() const {
-    if (!progress_.goOn(fraction_)) throw Interrupted();
+  std::int64_t indexOf(int x, int y, int z) const {
+    const McBox3i& box = split_.box;
+    return (z - box[4]) * sliceLength_ + (y - box[2]) * rowLength_ + (x - box[0]);
   }
 
   const SplitComponents& split_;
   std::uint8_t* labels_;
   SplitProgress& progress_;
+  std::int64_t rowLength_ = 0;
+  std::int64_t sliceLength_ = 0;
   double fraction_ = 0;
-  unsigned int runs_ = 0;
 };
 
 McBox3i movedTo(const McVec3i& origin, const McBox3i& box) {

@@ -1,4 +1,7 @@
 #include <algorithm>
+#include <atomic>
+#include <memory>
+#include <new>
 #include <stdexcept>
 
 #include "hxroi/details/LeftOvers.h"
@@ -65,6 +68,20 @@ public:
     if (RecordingProgress::isInterrupted()) throw std::runtime_error("the display is gone");
     return false;
   }
+};
+
+/// Runs out of memory at some file.
+class ForgetfulFileSystem : public hxvoxora::PassingFileSystem {
+public:
+  explicit ForgetfulFileSystem(int filesBefore) : PassingFileSystem(FileSystem::posix()), filesBefore_(filesBefore) {}
+
+  std::unique_ptr<hxvoxora::OutputFile> createExclusively(const std::string& path, Access access) override {
+    if (filesBefore_.fetch_sub(1) == 0) throw std::bad_alloc();
+    return PassingFileSystem::createExclusively(path, access);
+  }
+
+private:
+  std::atomic<int> filesBefore_;
 };
 
 }  // namespace
@@ -177,6 +194,22 @@ TEST_F(MaskSplitFaults, WhateverCallFailsOnceTheMasksAreRightOrThereAreNone) {
       hxroi::details::LeftOvers::removeRemains(files, hxroi::details::TemporaryFolder::path());
       EXPECT_THAT(temporaryFiles(), IsEmpty());
       if (!hasFailed || HasFailure()) break;
+    }
+  }
+}
+
+TEST_F(MaskSplitFaults, AnyExceptionOfAWorkerReachesTheCaller) {
+  const auto source = dots(kDots);
+  const State before = stateOf(*source);
+  for (const bool on : {false, true}) {
+    const ThreadSwitch threads(on);
+    for (const int filesBefore : {0, 4, 16}) {
+      ForgetfulFileSystem files(filesBefore);
+      const FileSystemOverride current(files);
+      RecordingProgress progress;
+      EXPECT_THROW(split(*source, 5, &progress), std::bad_alloc) << filesBefore;
+      EXPECT_EQ(progress.calls.back(), "stop");
+      expectAsBefore(*source, before);
     }
   }
 }

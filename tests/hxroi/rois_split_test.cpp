@@ -2,7 +2,7 @@
 #include <iterator>
 #include <tcl.h>
 
-#include "quarn/kernel/script/HxInterpreter.h"
+#include "quarn/voxora/files/FaultFileSystem.h"
 #include "tests/hxroi/RoisTest.h"
 #include "tests/hxroi/SplitTest.h"
 
@@ -170,6 +170,24 @@ TEST_F(RoisSplit, CommandThatIsInterruptedLeavesTheSet) {
     EXPECT_EQ(temporaryFiles(), 0U);
   }
   EXPECT_EQ(console.consoleText(), "");
+}
+
+TEST_F(RoisSplit, CommandOnAFullDiskTellsSoAndLeavesTheSet) {
+  addDots("A", 12);
+  for (const bool on : {false, true}) {
+    const ThreadSwitch threads(on);
+    console.clear();
+    hxvoxora::FaultFileSystem files(hxvoxora::FileSystem::posix());
+    const hxvoxora::FileSystemOverride current(files);
+    files.arm({.call = 9, .only = hxvoxora::FileCall::write, .extent = hxvoxora::FaultFileSystem::Extent::forever});
+    EXPECT_EQ(run({"splitMask", "A"}), TCL_ERROR);
+    ASSERT_EQ(console.consoleEntries.size(), 1U);
+    EXPECT_THAT(console.consoleEntries[0], HasSubstr("No space left on device"));
+    EXPECT_THAT(console.consoleEntries[0], HasSubstr(folder.string()));
+    EXPECT_THAT(topLevelNames(), ElementsAre("A"));
+    EXPECT_EQ(count(*rois->getMask("A")), 12U);
+    EXPECT_EQ(temporaryFiles(), 0U);
+  }
 }
 
 TEST_F(RoisSplit, PiecesThatFindNoPlaceGoAndThoseBeforeThemStay) {
