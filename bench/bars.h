@@ -17,5 +17,6 @@ void addFileBars();
 
 /// Connected components beside ITK and the peer.
 void addComponentBars();
+void addLabelFieldBars();
 
 }  // namespace bench

@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
   }
   bench::addFileBars();
   bench::addComponentBars();
+  bench::addLabelFieldBars();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();
