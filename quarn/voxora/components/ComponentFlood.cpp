@@ -14,6 +14,9 @@ namespace {
 /// Blocks or tiles that are worked on between two calls of the callback; each takes a few milliseconds at most.
 constexpr std::size_t perCall = 32;
 
+/// The same for blocks whose neighbours are met; each takes a few microseconds.
+constexpr std::size_t meetingsPerCall = 1024;
+
 /// The part of the time that goes by until all blocks of the component are known, roughly.
 constexpr double partOfSearch = 0.8;
 
@@ -68,7 +71,6 @@ bool ComponentFlood::begin(const SbVec3i32& seed) {
 
 /// Goes on into the blocks around those that were reached last.
 bool ComponentFlood::follow() {
-  if (!tell(told_)) return false;
   std::vector<Meeting> meetings;
   for (std::size_t i = 0; i < steps_.size(); ++i) addMeetings(i, meetings);
   if (!labelBlocks(meetings)) return false;
@@ -78,6 +80,7 @@ bool ComponentFlood::follow() {
     mark(steps_[step], true);
     for (; meeting != meetings.end() && meeting->step == step; ++meeting) meet(*meeting, reached);
     mark(steps_[step], false);
+    if (step % meetingsPerCall == 0 && !tell(told_)) return false;
   }
   for (const Step& step : steps_)
     if (step.from->isWhole() && step.from->fresh.empty()) step.from->faces = {};

@@ -175,6 +175,27 @@ TEST(ComponentAt, TilesLeaveMemoryMeanwhile) {
   EXPECT_EQ(bitsOf(*part), expected.packed(expected.box()));
 }
 
+TEST(ComponentAt, DamagedTilesAreAnError) {
+  MemoryFileSystem files;
+  const auto mask = hxvoxora::makeRef<SoVolumeMask>(files);
+  mask->initializeInMemory({150, 60, 60}, {32, 8, 8});
+  DenseMask voxels({150, 60, 60}, true);
+  DenseMask::forEachVoxel(voxels.box(), [&](int x, int y, int z) { voxels.at(x, y, z) = (x + y + z) % 3 != 0; });
+  replace(*mask, voxels.box(), voxels);
+  mask->saveEditing("a.ldm", false, {});
+  MemoryFileSystem::Bytes bytes = files.content("a.dat");
+  bytes.at(bytes.size() / 2) ^= std::byte{1};
+  files.remove("a.dat");
+  files.setContent("a.dat", bytes);
+  const auto stored = hxvoxora::makeRef<SoVolumeMask>(files);
+  stored->bindTo("a.ldm");
+  EXPECT_THAT(
+      [&] {
+        componentAt(stored->snapshot(), Neighbours::All, {1, 0, 0});
+      },
+      ThrowsMessage<McException>(HasSubstr("a.dat")));
+}
+
 TEST(ComponentAt, AnyCallMayBeTheLast) {
   const auto mask = maskOf(spiral(150, 20), {32, 8, 8});
   const std::size_t payloads = payloadStatistics().payloadsInUse;
