@@ -31,6 +31,7 @@ bool BlockSequence::next(LabelledBlock::Task& task) {
     if (!blocks_.contains(task.place)) continue;
     if (run.isMixed && !tile_) tile_ = std::make_shared<TilePin>(blocks_.table(), tile);
     task.tile = run.isMixed ? tile_ : nullptr;
+    task.origin = blocks_.origin(task.place);
     lookAround(task);
     return true;
   }

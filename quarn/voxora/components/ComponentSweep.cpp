@@ -7,7 +7,7 @@ namespace hxvoxora::detail {
 
 void ComponentSweep::add(LabelledBlock& block) {
   block.forEachClosed(sink_);
-  number(block);
+  numbers_.assign(block.open().size(), OpenComponents::none);
   Waiting mine;
   const std::span<const BlockStep> steps = blockSteps(neighbours_);
   for (std::size_t i = 0; i < steps.size(); ++i) {
@@ -20,7 +20,7 @@ void ComponentSweep::add(LabelledBlock& block) {
     }
     const auto other = front_.find(there);
     if (other == front_.end()) continue;
-    meet(block.faces()[step.side.index()].get(), other->second, step);
+    meet(block, other->second, step);
     closeFace(other->second, step.other.index());
     const auto& faces = other->second.faces;
     if (std::all_of(faces.begin(), faces.end(), [](const auto& face) { return !face; })) front_.erase(other);
@@ -29,29 +29,41 @@ void ComponentSweep::add(LabelledBlock& block) {
   for (std::size_t side = 0; side < sideCount; ++side) {
     if (!block.faces()[side] || mine.meetings[side] == 0) continue;
     mine.faces[side] = std::move(block.faces()[side]);
-    for (const OpenComponents::Number label : mine.faces[side]->labels()) open_.hold(label);
+    number(*mine.faces[side], block);
     waits = true;
   }
   if (waits) front_.emplace(block.task.block, std::move(mine));
-  for (const OpenComponents::Number number : numbers_) release(number);
-}
-
-/// Gives the open components of a block their numbers, which become the labels of its faces.
-void ComponentSweep::number(LabelledBlock& block) {
-  numbers_.clear();
-  const SbVec3i32 origin = block.task.blocks->origin(block.task.place);
-  for (const LocalComponent& component : block.open())
-    numbers_.push_back(open_.add(LabelledBlock::inVolume(component, origin)));
-  for (const auto& face : block.faces()) {
-    if (!face) continue;
-    for (std::uint32_t& label : face->labels()) label = numbers_[label];
+  for (std::size_t i = 0; i < numbers_.size(); ++i) {
+    if (numbers_[i] != OpenComponents::none) {
+      release(numbers_[i]);
+    } else {
+      sink_(block.inVolume(block.open()[i]));  // nothing meets it after all
+    }
   }
 }
 
-void ComponentSweep::meet(const BlockFace* mine, Waiting& other, const BlockStep& step) {
+/// Gives the labels of a face, which are places among the open components of its block, their numbers.
+void ComponentSweep::number(BlockFace& face, const LabelledBlock& block) {
+  for (std::uint32_t& label : face.labels()) {
+    OpenComponents::Number& number = numbers_[label];
+    if (number == OpenComponents::none) number = open_.add(block.inVolume(block.open()[label]));
+    open_.hold(number);
+    label = number;
+  }
+}
+
+void ComponentSweep::meet(LabelledBlock& block, Waiting& other, const BlockStep& step) {
+  const BlockFace* mine = block.faces()[step.side.index()].get();
   const BlockFace* theirs = other.faces[step.other.index()].get();
   if (!mine || !theirs) return;
-  const auto join = [this](OpenComponents::Number a, OpenComponents::Number b) { open_.join(a, b); };
+  const auto join = [&](std::uint32_t component, OpenComponents::Number theirNumber) {
+    OpenComponents::Number& number = numbers_[component];
+    if (number == OpenComponents::none) {
+      number = open_.extend(theirNumber, block.inVolume(block.open()[component]));
+    } else {
+      open_.join(number, theirNumber);
+    }
+  };
   if (neighbours_ == Neighbours::Faces) {
     mine->forEachTouch<Neighbours::Faces>(*theirs, step.across, step.up, join);
   } else {

@@ -71,7 +71,7 @@ void LabelledBlock::addFace(const BlockSide& side, BlockFace face) {
 }
 
 void LabelledBlock::forEachClosed(const ComponentSink& sink) const {
-  const SbVec3i32 origin = task.blocks->origin(task.place);
+  const SbVec3i32 origin = task.origin;
   const auto height = static_cast<VoxelPlace>(task.blocks->blockSize()[1]);
   for (const VoxelPlace place : singles_) {
     const VoxelPlace row = place / 64;

@@ -11,6 +11,22 @@ OpenComponents::Number OpenComponents::add(const Component& part) {
   return number;
 }
 
+OpenComponents::Number OpenComponents::extend(Number number, const Component& part) {
+  number = root(number);
+  entry(number).extend(part);
+  hold(number);
+  return number;
+}
+
+void OpenComponents::Entry::extend(const Component& part) {
+  if (std::tuple(part.first[2], part.first[1], part.first[0]) < std::tuple(box.getMin()[2], firstY, firstX)) {
+    firstX = part.first[0];
+    firstY = part.first[1];
+  }
+  voxelCount += part.voxelCount;
+  box.extendBy(part.box);
+}
+
 bool OpenComponents::release(Number number, Component& complete) {
   while (true) {
     Entry& released = entry(number);
@@ -21,7 +37,7 @@ bool OpenComponents::release(Number number, Component& complete) {
     number = parent;
   }
   const Entry& last = entry(number);
-  complete = {{last.firstX, last.firstY, last.box.getMin()[2]}, last.voxelCount, last.box};
+  complete = last.component();
   free(number);
   return true;
 }
@@ -33,13 +49,7 @@ void OpenComponents::join(Number a, Number b) {
   // Fewer numbers have a way to go when the one that more refer to stays the root.
   if (entry(a).references < entry(b).references) std::swap(a, b);
   Entry &kept = entry(a), &other = entry(b);
-  const auto place = [](const Entry& e) { return std::tuple(e.box.getMin()[2], e.firstY, e.firstX); };
-  if (place(other) < place(kept)) {
-    kept.firstX = other.firstX;
-    kept.firstY = other.firstY;
-  }
-  kept.voxelCount += other.voxelCount;
-  kept.box.extendBy(other.box);
+  kept.extend(other.component());
   other.parent = a;
   ++kept.references;
 }

@@ -29,8 +29,8 @@ private:
     std::array<std::uint8_t, sideCount> meetings{};
   };
 
-  void number(LabelledBlock& block);
-  void meet(const BlockFace* mine, Waiting& other, const BlockStep& step);
+  void number(BlockFace& face, const LabelledBlock& block);
+  void meet(LabelledBlock& block, Waiting& other, const BlockStep& step);
   void closeFace(Waiting& waiting, std::size_t side);
   void release(OpenComponents::Number number);
 
@@ -38,7 +38,7 @@ private:
   const ComponentSink& sink_;
   OpenComponents open_;
   std::unordered_map<std::int64_t, Waiting> front_;
-  std::vector<OpenComponents::Number> numbers_;  // of the open components of the block at hand
+  std::vector<OpenComponents::Number> numbers_;  // of the open components of the block at hand, as far as they have any
 };
 
 }  // namespace hxvoxora::detail

@@ -33,6 +33,7 @@ public:
   struct Task {
     std::int64_t block = 0;
     BlockPlace place{};
+    SbVec3i32 origin;               ///< its first voxel
     std::shared_ptr<TilePin> tile;  ///< null when all voxels are set
     std::uint32_t stepsTaken = 0;   ///< bit i: there are set voxels where the i-th of blockSteps() leads to
     std::uint32_t openSides = 0;    ///< BlockSide::bit(): some of these steps meet others on that side
@@ -52,13 +53,14 @@ public:
   /// Those that may.
   const std::vector<LocalComponent>& open() const { return open_; }
 
-  /// A component of a block whose first voxel is `origin` as one of the volume.
-  static Component inVolume(const LocalComponent& component, const SbVec3i32& origin);
+  /// A component of the block as one of the volume.
+  Component inVolume(const LocalComponent& component) const { return inVolume(component, task.origin); }
 
   /// The face on an open side, whose labels are places in open(); null elsewhere and where it has no set voxel.
   std::array<std::unique_ptr<BlockFace>, sideCount>& faces() { return faces_; }
 
 private:
+  static Component inVolume(const LocalComponent& component, const SbVec3i32& origin);
   void labelFull();
   void labelRows(BlockScratch& scratch);
   void addFace(const BlockSide& side, BlockFace face);

@@ -17,9 +17,13 @@ namespace hxvoxora::detail {
 class OpenComponents {
 public:
   using Number = std::uint32_t;
+  static constexpr Number none = ~Number{0};
 
   /// A new component, with one reference to its number.
   Number add(const Component& part);
+
+  /// Makes a part belong to a component, and returns a number of that with one more reference.
+  Number extend(Number number, const Component& part);
 
   void hold(Number number) { ++entry(number).references; }
 
@@ -31,7 +35,6 @@ public:
 
 private:
   static constexpr std::size_t chunkSize = 1024;
-  static constexpr Number none = ~Number{0};
 
   struct Entry {
     std::uint64_t voxelCount = 0;
@@ -39,6 +42,9 @@ private:
     std::int32_t firstX = 0, firstY = 0;  // its z is that of the box
     Number parent = 0;                    // itself in the root; the next free number where there is no component
     std::uint32_t references = 0;         // those of others, and of entries whose parent it is
+
+    void extend(const Component& part);
+    Component component() const { return {{firstX, firstY, box.getMin()[2]}, voxelCount, box}; }
   };
 
   Entry& entry(Number number) { return (*chunks_[number / chunkSize])[number % chunkSize]; }
