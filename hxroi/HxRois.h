@@ -231,6 +231,9 @@ public:
   /// 0x8000.
   void update() override;
 
+  /// Makes the ports of all ROIs anew, with their present values and without marks.
+  void rebuildPortList();
+
   /// Gives the ROIs what was changed in their ports.
   void compute() override;
 
@@ -272,7 +275,6 @@ private:
   hxroi::details::Mask* substractNamedMasks(const std::vector<std::string>& names) const;
   std::vector<MaskHolder> splitNamedMask(const std::string& name, McProgressInterface* progress) const;
 
-  void rebuildPortList();
   void renameColorPorts(const std::string& oldName, const std::string& newName);
   void masksChanged();
 

@@ -121,7 +121,9 @@ int insertCombination(const Call& call, Combination combine, const char* syntax)
 }
 
 int substractMasks(const Call& call) {
-  return insertCombination(call, &HxRois::substractMasks, "syntax: substractMasks <fromMask> <masks...>");
+  const int code = insertCombination(call, &HxRois::substractMasks, "syntax: substractMasks <fromMask> <masks...>");
+  if (code == TCL_OK) call.rois.rebuildPortList();
+  return code;
 }
 
 int mergeMasks(const Call& call) {
@@ -143,6 +145,7 @@ int splitMask(const Call& call) {
     piece->setName(call.rois.getUniqueName(piece->name()));
     call.rois.addRoi(piece);
   }
+  call.rois.rebuildPortList();
   return TCL_OK;
 }
 

@@ -31,29 +31,36 @@ McBox3i boxOf(const Component& component) {
 
 std::vector<McHandle<Mask>> makeComponentMasks(const Mask& source, const SelectedComponents& selected,
                                                const hxvoxora::WorkCallback& callback) {
+  const double count = static_cast<double>(selected.components.size()) + (selected.withRest ? 1 : 0);
   std::vector<McHandle<Mask>> masks;
+  /// The next mask: following a component is half of the work, saving the other.
+  const auto part = [&](double begin) {
+    return [&, begin](double fraction) {
+      return !callback || callback((static_cast<double>(masks.size()) + begin + fraction / 2) / count);
+    };
+  };
+  const auto add = [&](McHandle<Mask> mask) {
+    if (!mask->flush(Mask::AllLevels, part(0.5))) return false;
+    masks.push_back(std::move(mask));
+    return part(0)(0);
+  };
+
   McHandle<Mask> rest;
   if (selected.withRest) {
     rest = newMask(source, "rest");
     rest->setContent(selected.volume);
   }
-  const double count = static_cast<double>(selected.components.size());
   for (const Component& component : selected.components) {
-    const auto step = [&](double fraction) {
-      return !callback || callback((static_cast<double>(masks.size()) + fraction) / count);
-    };
     const std::optional<TileSnapshot> content =
-        hxvoxora::componentAt(selected.volume, selected.neighbours, component.first, step);
-    if (!content || !step(1)) return {};
-    masks.push_back(newMask(source, std::to_string(masks.size() + 1)));
-    masks.back()->setContent(*content);
-    masks.back()->setBoundingBox(boxOf(component));
-    if (rest) *rest -= *masks.back();
-    masks.back()->flush(Mask::AllLevels);
+        hxvoxora::componentAt(selected.volume, selected.neighbours, component.first, part(0));
+    if (!content) return {};
+    const McHandle<Mask> mask = newMask(source, std::to_string(masks.size() + 1));
+    mask->setContent(*content);
+    mask->setBoundingBox(boxOf(component));
+    if (rest) *rest -= *mask;
+    if (!add(mask)) return {};
   }
-  if (!rest || rest->empty()) return masks;
-  rest->flush(Mask::AllLevels);
-  masks.push_back(std::move(rest));
+  if (rest && !add(rest)) return {};
   return masks;
 }
 

@@ -64,8 +64,8 @@ void report(const Mask& mask, const SizeHistogram& all, const SelectedComponents
 
 /// The set of the last split, or a new one.
 McHandle<HxRois> resultSet(const HxRoiSplit& module, const Mask& mask) {
-  if (auto* rois = dynamic_cast<HxRois*>(module.resultObject(0))) return rois;
-  McHandle<HxRois> rois(new HxRois);
+  McHandle<HxRois> rois(dynamic_cast<HxRois*>(module.resultObject(0)));
+  if (!rois) rois = new HxRois;
   rois->setLabel(shownName(mask) + "-components");
   return rois;
 }
@@ -89,23 +89,25 @@ HxRoiSplit::HxRoiSplit()
 
 HxRoiSplit::~HxRoiSplit() = default;
 
-const Mask& HxRoiSplit::sourceMask() const {
-  const auto* rois = hxconnection_cast<HxRois>(dataConnection);
-  if (!rois) throw hxException(tr("%1: no ROI set is connected to \"data\".").arg(getLabel()));
+McHandle<Mask> HxRoiSplit::sourceMask(const HxRois& source) const {
   const QString& name = portMask.getValue();
-  if (name.isEmpty() && rois->masks().size() == 1) return *rois->masks().front();
+  if (name.isEmpty() && source.masks().size() == 1) return source.getMask(source.masks().front()->name());
   if (name.isEmpty()) {
     throw hxException(tr("%1: \"mask\" must name one of the %2 masks of %3.")
-                          .arg(getLabel(), QString::number(rois->getNumberOfMasks()), rois->getLabel()));
+                          .arg(getLabel(), QString::number(source.getNumberOfMasks()), source.getLabel()));
   }
-  const Mask* mask = rois->getMask(name.toLatin1().toStdString());
-  if (!mask) throw hxException(tr("%1: there is no mask \"%2\" in %3.").arg(getLabel(), name, rois->getLabel()));
-  return *mask;
+  Mask* mask = source.getMask(name.toLatin1().toStdString());
+  if (!mask) throw hxException(tr("%1: there is no mask \"%2\" in %3.").arg(getLabel(), name, source.getLabel()));
+  return mask;
 }
 
 void HxRoiSplit::compute() {
   if (!portDoIt.wasHit(0)) return;
-  const Mask& mask = sourceMask();
+  // Both are held, since asking the user may run other events.
+  const McHandle<HxRois> source(hxconnection_cast<HxRois>(dataConnection));
+  if (!source) throw hxException(tr("%1: no ROI set is connected to \"data\".").arg(getLabel()));
+  const McHandle<Mask> held = sourceMask(*source);
+  const Mask& mask = *held;
   SelectedComponents selected;
   selected.volume = mask.volumeMask()->snapshot();
   selected.neighbours = portNeighbours.getValue() == All ? Neighbours::All : Neighbours::Faces;
@@ -126,12 +128,11 @@ void HxRoiSplit::compute() {
     selected.withRest = portRest.getValue() == OneMask && sizes.components() > selected.components.size();
     progress.setText(tr("Making masks"));
     masks = roitools::makeComponentMasks(mask, selected, goOn);
-    if (masks.size() < selected.components.size()) throw interrupted();
+    if (masks.size() < selected.components.size() + (selected.withRest ? 1 : 0)) throw interrupted();
   }
   report(mask, sizes, selected);
 
   const McHandle<HxRois> rois = resultSet(*this, mask);
-  const auto* source = hxconnection_cast<HxRois>(dataConnection);
   rois->portData.disconnect();
   rois->removeAllRois();
   for (const McHandle<Mask>& piece : masks) rois->addRoi(piece.get());

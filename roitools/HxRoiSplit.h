@@ -1,5 +1,6 @@
 #pragma once
 
+#include "quarn/base/McHandle.h"
 #include "quarn/base/McTypedClass.h"
 #include "quarn/kernel/objects/HxCompModule.h"
 #include "quarn/kernel/ports/HxPortDoIt.h"
@@ -7,6 +8,8 @@
 #include "quarn/kernel/ports/HxPortRadioBox.h"
 #include "quarn/kernel/ports/HxPortText.h"
 #include "roitools/export.h"
+
+class HxRois;
 
 namespace hxroi::details {
 class Mask;
@@ -48,5 +51,5 @@ protected:
   ~HxRoiSplit() override;
 
 private:
-  const hxroi::details::Mask& sourceMask() const;
+  McHandle<hxroi::details::Mask> sourceMask(const HxRois& source) const;
 };

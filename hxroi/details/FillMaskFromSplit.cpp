@@ -68,7 +68,7 @@ void FillMaskFromSplit::fill(int label) const {
     fillComponent(mask, component);
     mask.setBoundingBox(fromToolkit(component.box));
   }
-  if (mask.saveEdits(Mask::AllLevels, [this](double) { return isWanted(); })) state_->countFilled();
+  if (mask.flush(Mask::AllLevels, [this](double) { return isWanted(); })) state_->countFilled();
 }
 
 void FillMaskFromSplit::fillComponent(Mask& mask, const Component& component) const {

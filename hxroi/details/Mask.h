@@ -19,6 +19,7 @@
 #include "quarn/base/McVec3i.h"
 #include "quarn/voxora/bits/TruthTable.h"
 #include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/tiles/WorkCallback.h"
 
 class HxUniformLabelField3;
 class HxUniformScalarField3;
@@ -201,6 +202,10 @@ public:
   /// replaced by somebody else.
   void flush(int flags) const;
 
+  /// The same; false when `callback` gave up, and the edits are pending still. It may be called from any thread, one
+  /// call at a time.
+  bool flush(int flags, const hxvoxora::WorkCallback& callback) const;
+
   /// Brings the temporary files to the present state and name, so that the mask could be recovered from them alone. A
   /// mask that reads a file of the user has none and needs none; nor does one that was created empty and never written.
   void checkpoint();
@@ -263,7 +268,6 @@ private:
   void writeUnwrittenFull() const;
   void copyContent(const std::string& prefix, Access access, Durability durability) const;
   bool hasContent() const;
-  bool saveEdits(int flags, const std::function<bool(double)>& callback) const;
 
   McBox3i wholeMaskBox() const { return wholeBox(m_dimensions); }
   McBox3i knownBox() const;

@@ -77,11 +77,11 @@ void Mask::bindTo(const std::string& ldmFile) {
 }
 
 void Mask::flush(int flags) const {
-  saveEdits(flags, nullptr);
+  flush(flags, nullptr);
 }
 
 /// False when the callback, which may be empty, gave up; the edits are pending then.
-bool Mask::saveEdits(int flags, const std::function<bool(double)>& callback) const {
+bool Mask::flush(int flags, const hxvoxora::WorkCallback& callback) const {
   if (!ownsTemporaryFiles()) return true;
   if (!m_volumeMask->hasUnsavedEdits()) {
     if (!(flags & Force)) return true;

@@ -1,3 +1,4 @@
+#include <QDirIterator>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <gmock/gmock.h>
@@ -13,6 +14,7 @@
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "roitools/HxRoiSplit.h"
+#include "roitools/ShownProgress.h"
 #include "tests/support/RecordingProgress.h"
 #include "tests/voxora/RandomSource.h"
 
@@ -206,6 +208,45 @@ TEST_F(RoiSplit, KeepTheFormerResultWhenInterrupted) {
   EXPECT_EQ(progress.calls.back(), "stop");
   EXPECT_EQ(contentOf(pieces), before);
   EXPECT_EQ(module_->resultObject(0), pieces);
+}
+
+/// Files of masks in the temporary storage.
+std::uint64_t filesBelow(const QString& folder) {
+  std::uint64_t count = 0;
+  for (QDirIterator next(folder, QDir::Files, QDirIterator::Subdirectories); next.hasNext();)
+    if (!next.next().endsWith(".lock")) ++count;
+  return count;
+}
+
+TEST_F(RoiSplit, LeaveNothingBehindWheneverInterrupted) {
+  RandomSource random;
+  Mask* mask = addMask("Noise");
+  for (int i = 0; i < 300; ++i) {
+    const McVec3i origin(random.between(0, 66), random.between(0, 36), random.between(0, 36));
+    draw(*mask, origin, McVec3i(random.between(1, 3), random.between(1, 3), random.between(1, 3)));
+  }
+  module_->portRest.setValue(HxRoiSplit::OneMask);
+  module_->portLargest.setValue(20);
+  const HxRois* pieces = run();
+  const std::vector<std::string> before = contentOf(pieces);
+  const std::uint64_t files = filesBelow(folder_.path());
+  module_->portLargest.setValue(30);
+  int interrupted = 0;
+  for (int question = 0;; ++question) {
+    RecordingProgress progress;
+    progress.interruptAfter = question;
+    const ProgressScope scope(progress);
+    const roitools::ShownProgress::EagerScope eager;
+    const std::string text = failure();
+    EXPECT_EQ(progress.calls.back(), "stop");
+    if (text == "no failure") break;
+    ++interrupted;
+    ASSERT_EQ(text, "The split was interrupted.");
+    ASSERT_EQ(contentOf(pieces), before) << "after question " << question;
+    ASSERT_EQ(filesBelow(folder_.path()), files) << "after question " << question;
+  }
+  EXPECT_GT(interrupted, 30) << "there is a question for each mask at least";
+  EXPECT_EQ(contentOf(pieces).size(), 31u);
 }
 
 TEST_F(RoiSplit, KeepAtMostAsManyAsASetHolds) {
