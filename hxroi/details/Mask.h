@@ -10,6 +10,7 @@
 
 #include "hxroi/details/BitReference.h"
 #include "hxroi/details/BoxCache.h"
+#include "hxroi/details/MaskBitfields.h"
 #include "hxroi/details/Roi.h"
 #include "hxroi/details/boxes.h"
 #include "hxroi/export.h"
@@ -23,6 +24,7 @@
 
 class HxUniformLabelField3;
 class HxUniformScalarField3;
+class McBitfield;
 class McProgressInterface;
 class SoVolumeMask;
 
@@ -130,6 +132,17 @@ public:
 
   /// Inverts every voxel; no box is known afterwards.
   Mask& negate();
+
+  /// Grows the set voxels by their six face neighbours, or clears those that have a clear one, so many times. What lies
+  /// outside of the mask is clear. A remembered box, exact or not, grows or shrinks by one voxel on every side whatever
+  /// `iterations` is, and stays empty when it is empty.
+  Mask& dilate(unsigned long iterations);
+  Mask& erode(unsigned long iterations);
+
+  /// The same with progress, which may be null: setValue() is called and isInterrupted() asked every tenth of a second;
+  /// nothing that they do may change this mask. False when interrupted: the mask is then as before.
+  bool dilate(unsigned long iterations, McProgressInterface* progress);
+  bool erode(unsigned long iterations, McProgressInterface* progress);
 
   /// Takes over the voxels of `other`, which has the same dimensions: by copying its files when it has no pending
   /// edits and they are still there, else voxel by voxel. From an empty mask, or one that was never written, only the
@@ -273,6 +286,9 @@ private:
   McBox3i knownBox() const;
   void forgetBoxes();
   void combine(const McBox3i& region, const Mask& other, hxvoxora::TruthTable f);
+  void setVoxels(const McBitfield& bits);
+  using GrowNode = bool (SoVolumeMask::*)(std::uint64_t iterations, const hxvoxora::WorkCallback& progress);
+  bool grow(unsigned long iterations, GrowNode growNode, int margin, McProgressInterface* progress);
   void storeVoxels(const Mask& other, const McBox3i& box, bool clearFirst);
   bool storeFiles(const Mask& other);
 
@@ -296,6 +312,7 @@ private:
 
   friend class BoxProxy;
   friend class FillMaskFromSplit;
+  friend void hxroi::maskFromBitfield(Mask& mask, const McBitfield& bits);
 };
 
 }  // namespace hxroi::details
