@@ -26,49 +26,62 @@ GrownTile::GrownTile(const SliceShape& shape, const UniformSlices& uniform, cons
 void GrownTile::begin(const SbVec3i32& size) {
   size_ = size;
   payload_ = nullptr;
-  const auto columns = static_cast<std::size_t>(shape_.tileColumns);
-  inside_.resize(columns);
-  for (int column = 0; column < shape_.tileColumns; ++column) {
-    const Word inside = shape_.inside(column, size[0]);
-    inside_[static_cast<std::size_t>(column)] = shape_.isNarrow ? inside & upperHalf : inside;
-  }
-  seen_.assign(columns, SeenWords());
+  seen_ = WordSummary();
+  inside_.clear();
+  for (int column = 0; column < shape_.tileColumns; ++column) inside_.push_back(shape_.inside(column, size[0]));
+  if (shape_.isNarrow) inside_.front() &= upperHalf;
 }
 
-void GrownTile::add(int z, const Slice& slice) {
-  if (!payload_) {
-    if (z == 0) kindSoFar_ = slice.kind;
-    if (slice.kind == kindSoFar_ && slice.kind != Slice::Kind::Mixed) return;
-    payload_ = TilePayload::make(sliceBytes(shape_) * static_cast<std::size_t>(shape_.tile[2]));
-    for (int earlier = 0; earlier < z; ++earlier) write(earlier, uniform_.of(kindSoFar_));
-  }
-  write(z, slice);
+void GrownTile::addUniform(int z, Slice::Kind kind) {
+  if (z == 0) kindSoFar_ = kind;
+  if (!payload_ && kind == kindSoFar_) return;
+  makeBits(z);
+  writeUniform(z, kind);
 }
 
-void GrownTile::write(int z, const Slice& slice) {
-  const std::size_t stride = rowBytes(shape_);
-  auto* const bits =
-      reinterpret_cast<std::uint8_t*>(payload_->bits()) + static_cast<std::size_t>(z) * sliceBytes(shape_);
+/// Makes room for bits, those of the slices before z included.
+void GrownTile::makeBits(int z) {
+  if (payload_) return;
+  payload_ = TilePayload::make(sliceBytes(shape_) * static_cast<std::size_t>(shape_.tile[2]));
+  for (int earlier = 0; earlier < z; ++earlier) writeUniform(earlier, kindSoFar_);
+}
+
+RowsToWrite GrownTile::rowsOf(int z, int column) const {
+  std::byte* const slice = payload_->bits() + static_cast<std::size_t>(z) * sliceBytes(shape_);
+  return {reinterpret_cast<std::uint8_t*>(slice) + static_cast<std::size_t>(column) * sizeof(Word), rowBytes(shape_),
+          isErosion_ ? ~Word{0} : 0, inside_[static_cast<std::size_t>(column)]};
+}
+
+void GrownTile::writeUniform(int z, Slice::Kind kind) {
   const auto rows = static_cast<std::size_t>(size_[1]);
-  const Word inverted = isErosion_ ? ~Word{0} : 0;
-  for (int column = 0; column < shape_.tileColumns; ++column) {
-    const auto i = static_cast<std::size_t>(column);
-    const Word* const words = slice.words + shape_.at(column, 0);
-    const auto scatter = shape_.isNarrow ? scatterNarrow : kernels_.scatter;
-    seen_[i].add(scatter(bits + i * sizeof(Word), stride, words, rows, inverted, inside_[i]));
+  const auto write = shape_.isNarrow ? writeNarrow : kernels_.write;
+  for (int column = 0; column < shape_.tileColumns; ++column)
+    detail::add(seen_, write(rowsOf(z, column), uniform_.of(kind).words, rows));
+  clearBehindRows(z);
+}
+
+void GrownTile::spreadInto(int z, int column, const SpreadSources& sources, unsigned distance) {
+  const auto rows = static_cast<std::size_t>(size_[1]);
+  if (shape_.isNarrow) {
+    narrowColumn_.resize(shape_.columnWords);
+    kernels_.spread(narrowColumn_.data(), sources, rows, distance);
+    detail::add(seen_, writeNarrow(rowsOf(z, column), narrowColumn_.data(), rows));
+  } else {
+    detail::add(seen_, kernels_.spreadInto(rowsOf(z, column), sources, rows, distance));
   }
-  std::memset(bits + rows * stride, 0, sliceBytes(shape_) - rows * stride);
+}
+
+/// Clears the rows of a slice that lie beyond the end of the volume.
+void GrownTile::clearBehindRows(int z) {
+  const std::size_t used = rowBytes(shape_) * static_cast<std::size_t>(size_[1]);
+  std::byte* const slice = payload_->bits() + static_cast<std::size_t>(z) * sliceBytes(shape_);
+  if (used < sliceBytes(shape_)) std::memset(slice + used, 0, sliceBytes(shape_) - used);
 }
 
 /// What the slices were, as a constant where that is enough.
 TileSlot GrownTile::settled() {
   if (!payload_) return TileSlot::constant((kindSoFar_ == Slice::Kind::Set) != isErosion_);
-  bool anySet = false, anyClear = false;
-  for (std::size_t i = 0; i < seen_.size(); ++i) {
-    anySet = anySet || (seen_[i].any & inside_[i]) != 0;
-    anyClear = anyClear || (~seen_[i].all & inside_[i]) != 0;
-  }
-  if (!anySet || !anyClear) return TileSlot::constant(anySet);
+  if (!seen_.anySet || !seen_.anyClear) return TileSlot::constant(seen_.anySet);
   const std::size_t used = sliceBytes(shape_) * static_cast<std::size_t>(size_[2]);
   std::memset(payload_->bits() + used, 0, payload_->byteSize() - used);
   return TileSlot::cell(makeRef<const TileCell>(Ref<const TilePayload>(payload_)));

@@ -55,28 +55,43 @@ Slice TileGrower::gather(int z) {
     if (isSet || !mustCut) return uniform_.of(isSet ? Slice::Kind::Set : Slice::Kind::Clear);
   }
   Word* const slice = steps_.front().slices.room(z);
-  SeenWords seen;
-  for (int dy = -1; dy <= 1; ++dy) seen.add(gatherRows(slice, dy, dz, z - dz * shape_.tile[2]));
-  if (seen.all == ~Word{0}) return uniform_.of(Slice::Kind::Set);
+  const int zInTile = z - dz * shape_.tile[2];
+  const WordSummary seen = shape_.isNarrow ? gatherNarrowColumn(slice, dz, zInTile) : gatherColumns(slice, dz, zInTile);
+  if (!seen.anyClear) return uniform_.of(Slice::Kind::Set);
   const bool isCut = mustCut && cut(slice);
-  if (seen.any == 0 && !isCut) return uniform_.of(Slice::Kind::Clear);
+  if (!seen.anySet && !isCut) return uniform_.of(Slice::Kind::Clear);
   return {slice, Slice::Kind::Mixed};
 }
 
-/// The part of a slice that lies in the tiles `dy` and `dz` away.
-SeenWords TileGrower::gatherRows(Word* slice, int dy, int dz, int z) const {
-  const int from = dy < 0 ? shape_.tile[1] - growth_.reach : 0;
-  const auto count = static_cast<std::size_t>(dy == 0 ? shape_.tile[1] : growth_.reach);
-  Word* const rows = slice + shape_.at(0, from + dy * shape_.tile[1]);
+/// The rows of a column of the tile `dx` and `dz` away.
+RowsOfColumn TileGrower::rowsOf(int dx, int dz, int word, int z) const {
+  return {around_.words(dx, -1, dz, word, shape_.tile[1] - growth_.reach, z), around_.words(dx, 0, dz, word, 0, z),
+          around_.words(dx, 1, dz, word, 0, z)};
+}
+
+WordSummary TileGrower::gatherColumns(Word* slice, int dz, int z) const {
+  const auto halo = static_cast<std::size_t>(growth_.reach), count = static_cast<std::size_t>(shape_.tile[1]);
   const Word inverted = growth_.isErosion ? ~Word{0} : 0;
-  const auto words = [&](int dx, int word) { return around_.words(dx, dy, dz, word, from, z); };
-  if (shape_.isNarrow) return gatherNarrow(rows, words(-1, 0), words(0, 0), words(1, 0), count, inverted);
-  SeenWords seen;
-  for (int column = 0; column < shape_.tileColumns; ++column)
-    seen.add(kernels_.gather(rows + shape_.at(column, 0) - shape_.at(0, 0), words(0, column), count, inverted));
   const int ends = shape_.tileColumns;
-  seen.add(kernels_.gatherEnds(rows + shape_.at(ends, 0) - shape_.at(0, 0), words(-1, ends - 1), words(1, 0), count,
-                               inverted));
+  WordSummary seen = kernels_.gatherEnds(slice + shape_.at(ends, -growth_.reach), rowsOf(-1, dz, ends - 1, z),
+                                         rowsOf(1, dz, 0, z), halo, count, inverted);
+  for (int column = 0; column < ends; ++column)
+    add(seen,
+        kernels_.gather(slice + shape_.at(column, -growth_.reach), rowsOf(0, dz, column, z), halo, count, inverted));
+  return seen;
+}
+
+WordSummary TileGrower::gatherNarrowColumn(Word* slice, int dz, int z) const {
+  const auto halo = static_cast<std::size_t>(growth_.reach), count = static_cast<std::size_t>(shape_.tile[1]);
+  const RowsOfColumn before = rowsOf(-1, dz, 0, z), here = rowsOf(0, dz, 0, z), behind = rowsOf(1, dz, 0, z);
+  WordSummary seen;
+  const auto gather = [&](WordsOfRows RowsOfColumn::*part, std::size_t rows) {
+    add(seen, gatherNarrow(slice, before.*part, here.*part, behind.*part, rows, growth_.isErosion ? ~Word{0} : 0));
+    slice += rows;
+  };
+  gather(&RowsOfColumn::before, halo);
+  gather(&RowsOfColumn::here, count);
+  gather(&RowsOfColumn::behind, halo);
   return seen;
 }
 
@@ -102,27 +117,44 @@ void TileGrower::pass(int z) {
     Step& step = steps_[i];
     z -= step.distance;
     if (z < step.grown - growth_.reach) return;
-    step.slices.put(z, spread(step, steps_[i - 1].slices, z, i + 1 == steps_.size()));
+    if (i + 1 == steps_.size()) return finish(step, steps_[i - 1].slices, z);
+    step.slices.put(z, spread(step, steps_[i - 1].slices, z));
   }
-  result_.add(z, steps_.back().slices.at(z));
 }
 
-Slice TileGrower::spread(Step& step, const SliceRing& from, int z, bool isLast) {
-  const Slice &below = from.at(z - step.distance), &here = from.at(z), &above = from.at(z + step.distance);
+Slice::Kind TileGrower::Sources::kind() const {
   const auto are = [&](Slice::Kind kind) { return (below.kind == kind) + (here.kind == kind) + (above.kind == kind); };
-  if (are(Slice::Kind::Set) > 0) return uniform_.of(Slice::Kind::Set);
-  if (are(Slice::Kind::Clear) == 3) return uniform_.of(Slice::Kind::Clear);
+  if (are(Slice::Kind::Set) > 0) return Slice::Kind::Set;
+  return are(Slice::Kind::Clear) == 3 ? Slice::Kind::Clear : Slice::Kind::Mixed;
+}
+
+SpreadSources TileGrower::Sources::column(const SliceShape& shape, int i, int firstRow) const {
+  const std::size_t at = shape.at(i, firstRow);
+  return {here.words + at, here.words + shape.at(shape.before(i), firstRow),
+          here.words + shape.at(shape.behind(i), firstRow), below.words + at, above.words + at};
+}
+
+Slice TileGrower::spread(Step& step, const SliceRing& from, int z) {
+  const Sources sources(from, z, step.distance);
+  const Slice::Kind kind = sources.kind();
+  if (kind != Slice::Kind::Mixed) return uniform_.of(kind);
   Word* const slice = step.slices.room(z);
   const int firstRow = step.grown - growth_.reach;
   const auto count = static_cast<std::size_t>(shape_.tile[1] - 2 * firstRow);
-  for (int column = 0; column < (isLast ? shape_.tileColumns : shape_.columns); ++column) {
-    const std::size_t at = shape_.at(column, firstRow);
-    const SpreadSources sources{here.words + at, here.words + shape_.at(shape_.before(column), firstRow),
-                                here.words + shape_.at(shape_.behind(column), firstRow), below.words + at,
-                                above.words + at};
-    kernels_.spread(slice + at, sources, count, static_cast<unsigned>(step.distance));
+  bool isFull = true;
+  for (int i = 0; i < shape_.columns; ++i) {
+    const SpreadSources column = sources.column(shape_, i, firstRow);
+    isFull &= kernels_.spread(slice + shape_.at(i, firstRow), column, count, static_cast<unsigned>(step.distance));
   }
-  return {slice, Slice::Kind::Mixed};
+  return isFull ? uniform_.of(Slice::Kind::Set) : Slice{slice, Slice::Kind::Mixed};
+}
+
+/// The last step, straight into the result.
+void TileGrower::finish(const Step& step, const SliceRing& from, int z) {
+  const Sources sources(from, z, step.distance);
+  const Slice::Kind kind = sources.kind();
+  if (kind != Slice::Kind::Mixed) return result_.addUniform(z, kind);
+  result_.addSpread(z, static_cast<unsigned>(step.distance), [&](int i) { return sources.column(shape_, i, 0); });
 }
 
 }  // namespace hxvoxora::detail

@@ -42,92 +42,172 @@ QUARN_AVX2 inline __m256i loadRows(const WordsOfRows& rows, std::size_t row) {
   return orderedWords(_mm256_setr_epi64x(word(0), word(1), word(2), word(3)));
 }
 
+QUARN_AVX2 inline void storeRows(const RowsToWrite& rows, std::size_t row, __m256i words) {
+  std::uint8_t* const p = rows.first + row * rows.stride;
+  const __m256i bytes = orderedWords(words);
+  if (rows.stride == sizeof(Word)) return _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), bytes);
+  const __m128i low = _mm256_castsi256_si128(bytes), high = _mm256_extracti128_si256(bytes, 1);
+  storeNative(p, _mm_cvtsi128_si64(low));
+  storeNative(p + rows.stride, _mm_extract_epi64(low, 1));
+  storeNative(p + 2 * rows.stride, _mm_cvtsi128_si64(high));
+  storeNative(p + 3 * rows.stride, _mm_extract_epi64(high, 1));
+}
+
 /// Sums up what is seen in vectors.
-class SeenVectors {
-public:
-  QUARN_AVX2 SeenVectors() : any_(_mm256_setzero_si256()), all_(_mm256_set1_epi64x(-1)) {}
+struct SeenVectors {
+  QUARN_AVX2 SeenVectors() : any(_mm256_setzero_si256()), all(_mm256_set1_epi64x(-1)) {}
 
   QUARN_AVX2 void add(__m256i words) {
-    any_ = _mm256_or_si256(any_, words);
-    all_ = _mm256_and_si256(all_, words);
+    any = _mm256_or_si256(any, words);
+    all = _mm256_and_si256(all, words);
   }
 
-  QUARN_AVX2 SeenWords words() const {
-    Word any[vectorWords], all[vectorWords];
-    store(any, any_);
-    store(all, all_);
-    return {any[0] | any[1] | any[2] | any[3], all[0] & all[1] & all[2] & all[3]};
+  QUARN_AVX2 bool anySet(Word inside = ~Word{0}) const { return _mm256_testz_si256(any, allWords(inside)) == 0; }
+  QUARN_AVX2 bool anyClear(Word inside = ~Word{0}) const { return _mm256_testc_si256(all, allWords(inside)) == 0; }
+
+  __m256i any, all;
+};
+
+/// Four words of rows at once, and single ones.
+struct GatheredRows {
+  QUARN_AVX2 __m256i four(WordsOfRows RowsOfColumn::*part, std::size_t i) const { return loadRows(rows.*part, i); }
+  Word one(WordsOfRows RowsOfColumn::*part, std::size_t i) const { return (rows.*part).word(i); }
+
+  const RowsOfColumn& rows;
+};
+
+/// The same of the ends of rows.
+struct GatheredEnds {
+  QUARN_AVX2 __m256i four(WordsOfRows RowsOfColumn::*part, std::size_t i) const {
+    // A number's upper half is the odd one of its two parts.
+    return _mm256_blend_epi32(loadRows(before.*part, i), loadRows(behind.*part, i), 0b10101010);
+  }
+  Word one(WordsOfRows RowsOfColumn::*part, std::size_t i) const {
+    return ((behind.*part).word(i) & upperHalf) | ((before.*part).word(i) & ~upperHalf);
+  }
+
+  const RowsOfColumn &before, &behind;
+};
+
+template <typename Source>
+QUARN_AVX2 inline WordSummary fill(Word* column, const Source& source, std::size_t halo, std::size_t count,
+                                   Word inverted) {
+  SeenVectors seen;
+  Word any = 0, all = ~Word{0};
+  const auto fillOne = [&](WordsOfRows RowsOfColumn::*part, std::size_t i, Word& target) {
+    target = source.one(part, i) ^ inverted;
+    any |= target;
+    all &= target;
+  };
+  for (std::size_t i = 0; i < halo; ++i) fillOne(&RowsOfColumn::before, i, column[i]);
+  column += halo;
+  // Tiles have a multiple of eight rows.
+  for (std::size_t i = 0; i < count; i += vectorWords) {
+    const __m256i words = _mm256_xor_si256(source.four(&RowsOfColumn::here, i), allWords(inverted));
+    store(column + i, words);
+    seen.add(words);
+  }
+  column += count;
+  for (std::size_t i = 0; i < halo; ++i) fillOne(&RowsOfColumn::behind, i, column[i]);
+  return {any != 0 || seen.anySet(), all != ~Word{0} || seen.anyClear()};
+}
+
+QUARN_AVX2 WordSummary gather(Word* column, const RowsOfColumn& rows, std::size_t halo, std::size_t count,
+                              Word inverted) {
+  return fill(column, GatheredRows{rows}, halo, count, inverted);
+}
+
+QUARN_AVX2 WordSummary gatherEnds(Word* column, const RowsOfColumn& before, const RowsOfColumn& behind,
+                                  std::size_t halo, std::size_t count, Word inverted) {
+  return fill(column, GatheredEnds{before, behind}, halo, count, inverted);
+}
+
+/// Spreads bits, four words at once.
+class Spreading {
+public:
+  QUARN_AVX2 Spreading(const SpreadSources& sources, unsigned distance)
+      : sources_(sources),
+        lower_(sources.here - distance),
+        upper_(sources.here + distance),
+        shift_(_mm_cvtsi32_si128(static_cast<int>(distance))),
+        rest_(_mm_cvtsi32_si128(static_cast<int>(64 - distance))) {}
+
+  QUARN_AVX2 __m256i four(std::size_t i) const {
+    const __m256i words = load(sources_.here + i);
+    const __m256i higherX =
+        _mm256_or_si256(_mm256_srl_epi64(words, shift_), _mm256_sll_epi64(load(sources_.before + i), rest_));
+    const __m256i lowerX =
+        _mm256_or_si256(_mm256_sll_epi64(words, shift_), _mm256_srl_epi64(load(sources_.behind + i), rest_));
+    const __m256i alongX = _mm256_or_si256(words, _mm256_or_si256(higherX, lowerX));
+    const __m256i alongY = _mm256_or_si256(load(lower_ + i), load(upper_ + i));
+    const __m256i alongZ = _mm256_or_si256(load(sources_.below + i), load(sources_.above + i));
+    return _mm256_or_si256(alongX, _mm256_or_si256(alongY, alongZ));
   }
 
 private:
-  __m256i any_, all_;
+  const SpreadSources sources_;
+  const Word *const lower_, *const upper_;
+  const __m128i shift_, rest_;
 };
 
-QUARN_AVX2 SeenWords gather(Word* column, WordsOfRows rows, std::size_t count, Word inverted) {
-  SeenVectors seen;
+QUARN_AVX2 bool spread(Word* out, const SpreadSources& sources, std::size_t count, unsigned distance) {
+  const Spreading spreading(sources, distance);
+  __m256i all = allWords(~Word{0});
   std::size_t i = 0;
   for (; i + vectorWords <= count; i += vectorWords) {
-    const __m256i words = _mm256_xor_si256(loadRows(rows, i), allWords(inverted));
-    store(column + i, words);
-    seen.add(words);
+    const __m256i words = spreading.four(i);
+    store(out + i, words);
+    all = _mm256_and_si256(all, words);
   }
-  SeenWords all = seen.words();
-  if (i < count) all.add(scalarColumns.gather(column + i, rows.from(i), count - i, inverted));
-  return all;
+  bool isFull = _mm256_testc_si256(all, allWords(~Word{0})) != 0;
+  if (i == count) return isFull;
+  store(out + i, spreading.four(i));
+  for (; i < count; ++i) isFull = isFull && out[i] == ~Word{0};
+  return isFull;
 }
 
-QUARN_AVX2 SeenWords gatherEnds(Word* column, WordsOfRows before, WordsOfRows behind, std::size_t count,
-                                Word inverted) {
+/// Writes a column whose words come from four(i), so many as make whole vectors.
+template <typename Four>
+QUARN_AVX2 inline WordSummary writeFours(const RowsToWrite& rows, std::size_t count, Four four) {
+  const __m256i inverted = allWords(rows.inverted), inside = allWords(rows.inside);
   SeenVectors seen;
-  std::size_t i = 0;
-  for (; i + vectorWords <= count; i += vectorWords) {
-    // A number's upper half is the odd one of its two parts.
-    const __m256i both = _mm256_blend_epi32(loadRows(before, i), loadRows(behind, i), 0b10101010);
-    const __m256i words = _mm256_xor_si256(both, allWords(inverted));
-    store(column + i, words);
+  for (std::size_t i = 0; i + vectorWords <= count; i += vectorWords) {
+    const __m256i words = _mm256_xor_si256(four(i), inverted);
     seen.add(words);
+    storeRows(rows, i, _mm256_and_si256(words, inside));
   }
-  SeenWords all = seen.words();
-  if (i < count) all.add(scalarColumns.gatherEnds(column + i, before.from(i), behind.from(i), count - i, inverted));
-  return all;
+  return {seen.anySet(rows.inside), seen.anyClear(rows.inside)};
 }
 
-QUARN_AVX2 void spread(Word* out, const SpreadSources& sources, std::size_t count, unsigned distance) {
-  const __m128i shift = _mm_cvtsi32_si128(static_cast<int>(distance)),
-                rest = _mm_cvtsi32_si128(static_cast<int>(64 - distance));
-  const Word *const here = sources.here, *const lower = here - distance, *const upper = here + distance;
-  for (std::size_t i = 0; i < count; i += vectorWords) {
-    const __m256i words = load(here + i);
-    const __m256i higherX =
-        _mm256_or_si256(_mm256_srl_epi64(words, shift), _mm256_sll_epi64(load(sources.before + i), rest));
-    const __m256i lowerX =
-        _mm256_or_si256(_mm256_sll_epi64(words, shift), _mm256_srl_epi64(load(sources.behind + i), rest));
-    const __m256i alongX = _mm256_or_si256(words, _mm256_or_si256(higherX, lowerX));
-    const __m256i alongY = _mm256_or_si256(load(lower + i), load(upper + i));
-    const __m256i alongZ = _mm256_or_si256(load(sources.below + i), load(sources.above + i));
-    store(out + i, _mm256_or_si256(alongX, _mm256_or_si256(alongY, alongZ)));
-  }
+RowsToWrite rowsFrom(const RowsToWrite& rows, std::size_t row) {
+  return {rows.first + row * rows.stride, rows.stride, rows.inverted, rows.inside};
 }
 
-QUARN_AVX2 SeenWords scatter(std::uint8_t* rows, std::size_t stride, const Word* column, std::size_t count,
-                             Word inverted, Word inside) {
-  SeenVectors seen;
-  std::size_t i = 0;
-  for (; stride == sizeof(Word) && i + vectorWords <= count; i += vectorWords) {
-    const __m256i words = _mm256_xor_si256(load(column + i), allWords(inverted));
-    seen.add(words);
-    const __m256i bytes = orderedWords(_mm256_and_si256(words, allWords(inside)));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(rows + i * stride), bytes);
-  }
-  SeenWords all = seen.words();
-  if (i < count) all.add(scalarColumns.scatter(rows + i * stride, stride, column + i, count - i, inverted, inside));
-  return all;
+SpreadSources sourcesFrom(const SpreadSources& sources, std::size_t row) {
+  return {sources.here + row, sources.before + row, sources.behind + row, sources.below + row, sources.above + row};
+}
+
+QUARN_AVX2 WordSummary spreadInto(const RowsToWrite& rows, const SpreadSources& sources, std::size_t count,
+                                  unsigned distance) {
+  const Spreading spreading(sources, distance);
+  WordSummary seen = writeFours(rows, count, [&](std::size_t i) QUARN_AVX2 { return spreading.four(i); });
+  if (const std::size_t rest = count % vectorWords; rest != 0)
+    add(seen,
+        scalarColumns.spreadInto(rowsFrom(rows, count - rest), sourcesFrom(sources, count - rest), rest, distance));
+  return seen;
+}
+
+QUARN_AVX2 WordSummary write(const RowsToWrite& rows, const Word* column, std::size_t count) {
+  WordSummary seen = writeFours(rows, count, [&](std::size_t i) QUARN_AVX2 { return load(column + i); });
+  if (const std::size_t rest = count % vectorWords; rest != 0)
+    add(seen, scalarColumns.write(rowsFrom(rows, count - rest), column + count - rest, rest));
+  return seen;
 }
 
 }  // namespace
 
 const ColumnKernels* avx2Columns() {
-  static constexpr ColumnKernels kernels{&gather, &gatherEnds, &spread, &scatter};
+  static constexpr ColumnKernels kernels{&gather, &gatherEnds, &spread, &spreadInto, &write};
   return &kernels;
 }
 

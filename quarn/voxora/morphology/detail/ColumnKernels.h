@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "quarn/voxora/bits/BitKernels.h"
 #include "quarn/voxora/bits/InstructionSet.h"
 #include "quarn/voxora/bits/detail/Stretch.h"
 
@@ -16,22 +17,16 @@ struct WordsOfRows {
   const std::uint8_t* first = nullptr;
   std::size_t stride = 0;
 
-  WordsOfRows from(std::size_t row) const { return {first + row * stride, stride}; }
+  Word word(std::size_t row) const { return loadWord(first + row * stride); }
 };
 
-/// What a pass has seen in the words it made: every bit that was set in one of them, and those set in all.
-struct SeenWords {
-  Word any = 0;
-  Word all = ~Word{0};
-
-  void add(const SeenWords& other) {
-    any |= other.any;
-    all &= other.all;
-  }
+/// The rows of a column: those of the tile, and so many of the tiles before and behind it along y.
+struct RowsOfColumn {
+  WordsOfRows before, here, behind;
 };
 
 /// Where the set bits of a column spread from: the column itself in three slices, and the columns beside it, of which
-/// the words before hold lower x.
+/// the words before hold lower x. All arrays begin with the same row.
 struct SpreadSources {
   const Word* here;
   const Word* before;
@@ -40,27 +35,41 @@ struct SpreadSources {
   const Word* above;
 };
 
-/// The passes over columns, in the form of one instruction set.
+/// Where a column goes: its words become those of rows, inverted where `inverted` has bits, and clear outside `inside`.
+struct RowsToWrite {
+  std::uint8_t* first;
+  std::size_t stride;
+  Word inverted;
+  Word inside;
+};
+
+/// The passes over columns, in the form of one instruction set. What they have seen is told of the words that they
+/// made.
 struct ColumnKernels {
-  /// Forms that work on several words at once may write up to so many words beyond the end of a column, and read as
-  /// many, where it is said so; a column has room for them.
+  /// Forms that work on several words at once may read and write up to so many words beyond the end of a column that is
+  /// spread; every column has room for them.
   static constexpr std::size_t slack = 8;
 
-  /// column[i] = the word of row i, inverted where `inverted` has bits.
-  SeenWords (*gather)(Word* column, WordsOfRows rows, std::size_t count, Word inverted);
+  /// Fills a column with the words of rows, inverted where `inverted` has bits: `halo` ones of the tile before, `count`
+  /// of the tile at hand, and `halo` of that behind.
+  WordSummary (*gather)(Word* column, const RowsOfColumn& rows, std::size_t halo, std::size_t count, Word inverted);
 
-  /// The words at both ends of rows: the first half of what stands behind them above the last half of what stands
-  /// before them.
-  SeenWords (*gatherEnds)(Word* column, WordsOfRows before, WordsOfRows behind, std::size_t count, Word inverted);
+  /// The same with the words at both ends of rows: the first half of what stands behind them above the last half of
+  /// what stands before them.
+  WordSummary (*gatherEnds)(Word* column, const RowsOfColumn& before, const RowsOfColumn& behind, std::size_t halo,
+                            std::size_t count, Word inverted);
 
   /// out[i] = all bits of here[i] and those that lie `distance` away from them along an axis, 0 < distance < 64. Reads
-  /// here[-distance] to here[count - 1 + distance], and uses the slack behind all arrays.
-  void (*spread)(Word* out, const SpreadSources& sources, std::size_t count, unsigned distance);
+  /// here[-distance] to here[count - 1 + distance], and uses the slack behind all arrays. The result tells whether all
+  /// bits of out are set.
+  bool (*spread)(Word* out, const SpreadSources& sources, std::size_t count, unsigned distance);
 
-  /// The bits of `column`, inverted where `inverted` has bits, become the words of rows; those outside `inside` become
-  /// 0. What is seen are the words before bits outside are cleared.
-  SeenWords (*scatter)(std::uint8_t* rows, std::size_t stride, const Word* column, std::size_t count, Word inverted,
-                       Word inside);
+  /// spread() into rows. What is seen are the bits inside, as they are written.
+  WordSummary (*spreadInto)(const RowsToWrite& rows, const SpreadSources& sources, std::size_t count,
+                            unsigned distance);
+
+  /// Writes a column as it is.
+  WordSummary (*write)(const RowsToWrite& rows, const Word* column, std::size_t count);
 };
 
 extern const ColumnKernels scalarColumns;
@@ -73,5 +82,10 @@ const ColumnKernels& columnKernels();
 
 /// The half of a word that holds the lower x.
 constexpr Word upperHalf = ~Word{0} << 32;
+
+inline void add(WordSummary& seen, const WordSummary& other) {
+  seen.anySet = seen.anySet || other.anySet;
+  seen.anyClear = seen.anyClear || other.anyClear;
+}
 
 }  // namespace hxvoxora::detail

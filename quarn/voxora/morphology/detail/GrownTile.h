@@ -18,15 +18,27 @@ public:
   /// Begins a tile with so many voxels along the axes inside of the volume.
   void begin(const SbVec3i32& size);
 
-  /// Takes the next slice, 0 <= z < size along z.
-  void add(int z, const Slice& slice);
+  /// Takes the next slice, 0 <= z < size along z, which has one value all over.
+  void addUniform(int z, Slice::Kind kind);
+
+  /// Takes the next slice, whose columns are what spreads from sources(column).
+  template <typename SourcesOf>
+  void addSpread(int z, unsigned distance, const SourcesOf& sources) {
+    makeBits(z);
+    for (int column = 0; column < shape_.tileColumns; ++column) spreadInto(z, column, sources(column), distance);
+    clearBehindRows(z);
+  }
 
   /// What the tile is now; `before` when that is the same constant. A tile with voxels of both values always changes:
   /// somewhere the front stands beside the rest.
   TileSlot finish(const TileSlot& before, bool defaultValue);
 
 private:
-  void write(int z, const Slice& slice);
+  void makeBits(int z);
+  RowsToWrite rowsOf(int z, int column) const;
+  void writeUniform(int z, Slice::Kind kind);
+  void spreadInto(int z, int column, const SpreadSources& sources, unsigned distance);
+  void clearBehindRows(int z);
   TileSlot settled();
 
   const SliceShape& shape_;
@@ -37,7 +49,8 @@ private:
   Slice::Kind kindSoFar_ = Slice::Kind::Clear;
   Ref<TilePayload> payload_;
   std::vector<Word> inside_;
-  std::vector<SeenWords> seen_;
+  std::vector<Word> narrowColumn_;
+  WordSummary seen_;
 };
 
 }  // namespace hxvoxora::detail

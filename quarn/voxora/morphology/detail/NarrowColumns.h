@@ -6,30 +6,31 @@
 /// and the last 16 before it. Such a word is its own neighbour at both ends.
 namespace hxvoxora::detail {
 
-inline SeenWords gatherNarrow(Word* column, WordsOfRows before, WordsOfRows here, WordsOfRows behind, std::size_t count,
-                              Word inverted) {
+/// One part of a column, of `count` rows.
+inline WordSummary gatherNarrow(Word* column, const WordsOfRows& before, const WordsOfRows& here,
+                                const WordsOfRows& behind, std::size_t count, Word inverted) {
   constexpr Word first16 = 0xffff0000, last16 = 0x0000ffff;
   const auto row = [](const WordsOfRows& rows, std::size_t i) {
     return Word{loadOrdered<std::uint32_t>(rows.first + i * rows.stride)};
   };
-  SeenWords seen;
+  Word any = 0, all = ~Word{0};
   for (std::size_t i = 0; i < count; ++i) {
-    const Word word = (row(here, i) << 32 | (row(behind, i) & first16) | (row(before, i) & last16)) ^ inverted;
-    column[i] = word;
-    seen.add({word, word});
+    column[i] = (row(here, i) << 32 | (row(behind, i) & first16) | (row(before, i) & last16)) ^ inverted;
+    any |= column[i];
+    all &= column[i];
   }
-  return seen;
+  return {any != 0, all != ~Word{0}};
 }
 
-inline SeenWords scatterNarrow(std::uint8_t* rows, std::size_t stride, const Word* column, std::size_t count,
-                               Word inverted, Word inside) {
-  SeenWords seen;
+inline WordSummary writeNarrow(const RowsToWrite& rows, const Word* column, std::size_t count) {
+  Word any = 0, all = ~Word{0};
   for (std::size_t i = 0; i < count; ++i) {
-    const Word word = column[i] ^ inverted;
-    seen.add({word, word});
-    storeOrdered(rows + i * stride, static_cast<std::uint32_t>((word & inside) >> 32));
+    const Word word = column[i] ^ rows.inverted;
+    any |= word & rows.inside;
+    all &= word | ~rows.inside;
+    storeOrdered(rows.first + i * rows.stride, static_cast<std::uint32_t>((word & rows.inside) >> 32));
   }
-  return seen;
+  return {any != 0, all != ~Word{0}};
 }
 
 }  // namespace hxvoxora::detail

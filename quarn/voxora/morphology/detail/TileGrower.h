@@ -38,10 +38,25 @@ private:
   };
 
   Slice gather(int z);
-  SeenWords gatherRows(Word* slice, int dy, int dz, int z) const;
+  WordSummary gatherColumns(Word* slice, int dz, int z) const;
+  WordSummary gatherNarrowColumn(Word* slice, int dz, int z) const;
+  RowsOfColumn rowsOf(int dx, int dz, int word, int z) const;
   bool cut(Word* slice) const;
   void pass(int z);
-  Slice spread(Step& step, const SliceRing& from, int z, bool isLast);
+  Slice spread(Step& step, const SliceRing& from, int z);
+  void finish(const Step& step, const SliceRing& from, int z);
+
+  /// What a step makes a slice from.
+  struct Sources {
+    Sources(const SliceRing& from, int z, int distance)
+        : below(from.at(z - distance)), here(from.at(z)), above(from.at(z + distance)) {}
+
+    /// The kind of the result, as far as those of the sources tell.
+    Slice::Kind kind() const;
+    SpreadSources column(const SliceShape& shape, int i, int firstRow) const;
+
+    const Slice &below, &here, &above;
+  };
 
   const TileTable& table_;
   const Growth growth_;
