@@ -47,8 +47,8 @@ public:
   /// @name Editing
   /// Edits are made between beginTransaction() and endTransaction() and show only after the latter. Boxes must lie
   /// inside the volume, else McException; an empty box changes nothing. A tile that cannot be read from its file is an
-  /// McException too. After an exception the transaction is still open: abortTransaction() gives it up, and what
-  /// readers see was never changed. A box counts as edited even when no voxel changes.
+  /// McException too. After an exception the transaction is still open, and as before the edit that failed:
+  /// abortTransaction() gives all of it up, and what readers see was never changed. A box counts as edited even when no voxel changes.
   /// @{
 
   /// Starts a transaction and returns its number, which is never 0. McException when one is open.

@@ -122,60 +122,57 @@ void SoVolumeMask::abortTransaction(int id) {
 }
 
 void SoVolumeMask::fillBox(const SbBox3i32& box, double value) {
-  State::Transaction& transaction = state_->openTransaction();
-  TileTableEditor& table = transaction.table;
-  hxvoxora::detail::requireInside(box, table.grid());
   const bool set = value != 0;
-  std::vector<TileRun> runs = runsOf(table.grid(), box);
-  for (const TileRun& run : takeWhole(runs)) table.setRange(run.first, run.count, TileSlot::constant(set));
-  editRuns(table, box, runs, Unchanged::CountsAsWritten,
-           [set](const TileEdit& edit, const TileSlot& old) { return mapTile(edit, old, set, set); });
-  transaction.edited = true;
+  state_->edit([&](TileTableEditor& table) {
+    hxvoxora::detail::requireInside(box, table.grid());
+    std::vector<TileRun> runs = runsOf(table.grid(), box);
+    for (const TileRun& run : takeWhole(runs)) table.setRange(run.first, run.count, TileSlot::constant(set));
+    editRuns(table, box, runs, Unchanged::CountsAsWritten,
+             [set](const TileEdit& edit, const TileSlot& old) { return mapTile(edit, old, set, set); });
+  });
 }
 
 void SoVolumeMask::replaceBox(const SbBox3i32& box, const SoCpuBufferBitSet* bits) {
-  State::Transaction& transaction = state_->openTransaction();
-  if (!bits) throw McException("A box cannot be replaced without a buffer.");
-  hxvoxora::detail::requireRoom(box, transaction.table.grid(), bits->getByteSize());
-  const BitLayout layout = BitLayout::packed(box);
-  editRuns(transaction.table, box, runsOf(transaction.table.grid(), box), Unchanged::CountsAsWritten,
-           [&](const TileEdit& edit, const TileSlot& old) { return replaceInTile(edit, old, bits->bytes(), layout); });
-  transaction.edited = true;
+  state_->edit([&](TileTableEditor& table) {
+    if (!bits) throw McException("A box cannot be replaced without a buffer.");
+    hxvoxora::detail::requireRoom(box, table.grid(), bits->getByteSize());
+    const BitLayout layout = BitLayout::packed(box);
+    editRuns(
+        table, box, runsOf(table.grid(), box), Unchanged::CountsAsWritten,
+        [&](const TileEdit& edit, const TileSlot& old) { return replaceInTile(edit, old, bits->bytes(), layout); });
+  });
 }
 
 void SoVolumeMask::combineBox(const SbBox3i32& box, const SoVolumeMask& other, TruthTable f) {
   if (&other != this) return combineBox(box, other.snapshot(), f);
-  State::Transaction& transaction = state_->openTransaction();
-  TileTableEditor& table = transaction.table;
-  hxvoxora::detail::requireInside(box, table.grid());
-  std::vector<TileRun> runs = runsOf(table.grid(), box);
-  combineRuns(TableCombination(table, f), takeWhole(runs));
-  editRuns(table, box, runs, Unchanged::StaysAsItIs,
-           [f](const TileEdit& edit, const TileSlot& old) { return combineTile(edit, old, old, f); });
-  transaction.edited = true;
+  state_->edit([&](TileTableEditor& table) {
+    hxvoxora::detail::requireInside(box, table.grid());
+    std::vector<TileRun> runs = runsOf(table.grid(), box);
+    combineRuns(TableCombination(table, f), takeWhole(runs));
+    editRuns(table, box, runs, Unchanged::StaysAsItIs,
+             [f](const TileEdit& edit, const TileSlot& old) { return combineTile(edit, old, old, f); });
+  });
 }
 
 void SoVolumeMask::combineBox(const SbBox3i32& box, const hxvoxora::TileSnapshot& other, TruthTable f) {
-  State::Transaction& transaction = state_->openTransaction();
-  TileTableEditor& table = transaction.table;
   const TileTable& content = other.table();
-  hxvoxora::detail::requireInside(box, table.grid());
-  hxvoxora::detail::requireInside(box, content.grid());
-  std::vector<TileRun> runs = runsOf(table.grid(), box);
-  if (content.grid() == table.grid()) combineRuns(TableCombination(table, content, f), takeWhole(runs));
-  editRuns(table, box, runs, Unchanged::StaysAsItIs, [&](const TileEdit& edit, const TileSlot& old) {
-    return combineTile(edit, old, contentFrom(content, edit), f);
+  state_->edit([&](TileTableEditor& table) {
+    hxvoxora::detail::requireInside(box, table.grid());
+    hxvoxora::detail::requireInside(box, content.grid());
+    std::vector<TileRun> runs = runsOf(table.grid(), box);
+    if (content.grid() == table.grid()) combineRuns(TableCombination(table, content, f), takeWhole(runs));
+    editRuns(table, box, runs, Unchanged::StaysAsItIs, [&](const TileEdit& edit, const TileSlot& old) {
+      return combineTile(edit, old, contentFrom(content, edit), f);
+    });
   });
-  transaction.edited = true;
 }
 
 void SoVolumeMask::invertBox(const SbBox3i32& box) {
-  State::Transaction& transaction = state_->openTransaction();
-  TileTableEditor& table = transaction.table;
-  hxvoxora::detail::requireInside(box, table.grid());
-  std::vector<TileRun> runs = runsOf(table.grid(), box);
-  combineRuns(TableCombination(table, TruthTable::NotA), takeWhole(runs));
-  editRuns(table, box, runs, Unchanged::StaysAsItIs,
-           [](const TileEdit& edit, const TileSlot& old) { return mapTile(edit, old, true, false); });
-  transaction.edited = true;
+  state_->edit([&](TileTableEditor& table) {
+    hxvoxora::detail::requireInside(box, table.grid());
+    std::vector<TileRun> runs = runsOf(table.grid(), box);
+    combineRuns(TableCombination(table, TruthTable::NotA), takeWhole(runs));
+    editRuns(table, box, runs, Unchanged::StaysAsItIs,
+             [](const TileEdit& edit, const TileSlot& old) { return mapTile(edit, old, true, false); });
+  });
 }

@@ -9,9 +9,12 @@ using hxvoxora::detail::TileTable;
 using hxvoxora::detail::TileTableEditor;
 
 bool SoVolumeMask::State::grow(std::uint64_t iterations, bool isErosion, const hxvoxora::WorkCallback& progress) {
-  Transaction& open = openTransaction();
-  const Ref<const TileTable> grown = hxvoxora::detail::growTable(open.table.publish(), iterations, isErosion, progress);
+  const int id = openTransaction().id;
+  const Ref<const TileTable> before = openTransaction().table.publish();
+  const Ref<const TileTable> grown = hxvoxora::detail::growTable(before, iterations, isErosion, progress);
   if (!grown) return false;
+  // Whom the callback asked may have ended the transaction.
+  Transaction& open = openTransaction(id);
   open.table = TileTableEditor(*grown);
   open.edited = true;
   return true;

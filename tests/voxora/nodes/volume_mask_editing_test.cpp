@@ -1,7 +1,10 @@
+#include <cstddef>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/MemoryFileSystem.h"
 #include "tests/voxora/nodes/maskSupport.h"
 
 namespace {
@@ -182,6 +185,51 @@ TEST(SoVolumeMask, OtherIsReadAsItsLastTransactionLeftIt) {
   inTransaction(*mask, [&] { mask->combineBox(wholeBox(*mask), *other, TruthTable::Or); });
   other->endTransaction(otherId);
   EXPECT_EQ(mask->countSetVoxels(wholeBox(*mask)), 1000u);
+}
+
+/// A mask of noise in a file whose last tile, which the volume cuts, is damaged.
+Ref<SoVolumeMask> maskWithDamagedEnd(hxvoxora::MemoryFileSystem& files, const DenseMask& voxels) {
+  const auto mask = hxvoxora::makeRef<SoVolumeMask>(files);
+  mask->initializeInMemory(voxels.dimensions(), {32, 8, 8});
+  replace(*mask, voxels.box(), voxels);
+  mask->saveEditing("a.ldm", false, {});
+  auto bytes = files.content("a.dat");
+  bytes.back() ^= std::byte{1};
+  files.remove("a.dat");
+  files.setContent("a.dat", bytes);
+  const auto stored = hxvoxora::makeRef<SoVolumeMask>(files);
+  stored->bindTo("a.ldm");
+  return stored;
+}
+
+TEST(SoVolumeMask, AnEditThatFailsLeavesTheTransactionAsItWas) {
+  DenseMask voxels({70, 20, 20});
+  DenseMask::forEachVoxel(voxels.box(), [&](int x, int y, int z) { voxels.at(x, y, z) = (x + y + z) % 3 != 0; });
+  const SbBox3i32 corner({0, 0, 0}, {40, 4, 4}), most({0, 0, 0}, {68, 18, 18});
+  DenseMask expected = voxels;
+  expected.fill(corner, true);
+  const auto other = hxvoxora::makeRef<SoVolumeMask>();
+  other->initializeInMemory(voxels.dimensions(), {32, 8, 8});
+  replace(*other, voxels.box(), expected);
+
+  hxvoxora::MemoryFileSystem files;
+  const std::function<void(SoVolumeMask&)> edits[] = {
+      [&](SoVolumeMask& mask) { mask.invertBox(most); },
+      [&](SoVolumeMask& mask) { mask.combineBox(most, *other, TruthTable::Xor); },
+      [&](SoVolumeMask& mask) { mask.combineBox(most, mask, TruthTable::NotA); },
+      [&](SoVolumeMask& mask) { mask.fillBox(most, 1); },
+      [&](SoVolumeMask& mask) { mask.erode(1); },
+  };
+  for (const auto& edit : edits) {
+    const auto mask = maskWithDamagedEnd(files, voxels);
+    const int transaction = mask->beginTransaction();
+    mask->fillBox(corner, 1);
+    EXPECT_THROW(edit(*mask), McException);
+    mask->endTransaction(transaction);
+    // Without the damaged tile.
+    for (const SbBox3i32& part : {SbBox3i32({0, 0, 0}, {63, 19, 19}), SbBox3i32({0, 0, 0}, {69, 15, 19})})
+      EXPECT_EQ(mask->countSetVoxels(part), expected.count(part));
+  }
 }
 
 TEST(SoVolumeMask, ReferencesAreTheCallersOnly) {

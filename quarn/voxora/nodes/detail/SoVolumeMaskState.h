@@ -3,6 +3,7 @@
 #include <atomic>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "quarn/voxora/files/FileSystem.h"
@@ -31,6 +32,16 @@ struct SoVolumeMask::State {
 
   /// The open transaction when it has this number, else McException.
   Transaction& openTransaction(int id);
+
+  /// Runs one edit of the open transaction on its table. When that throws, the transaction is as before.
+  template <typename Edit>
+  void edit(Edit change) {
+    Transaction& open = openTransaction();
+    hxvoxora::detail::TileTableEditor changed(*open.table.publish());
+    change(changed);
+    open.table = std::move(changed);
+    open.edited = true;
+  }
 
   /// Dilates or erodes the content of the open transaction; false when `progress` gave up.
   bool grow(std::uint64_t iterations, bool isErosion, const hxvoxora::WorkCallback& progress);
