@@ -7,7 +7,6 @@
 #include "hxroi/details/EditTransaction.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/toolkitBoxes.h"
-#include "quarn/voxora/components/componentAt.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 
 namespace hxroi::details {
@@ -90,8 +89,7 @@ void FillMaskFromSplit::fillRest(Mask& mask) const {
 }
 
 TileSnapshot FillMaskFromSplit::contentOf(const Component& component) const {
-  std::optional<TileSnapshot> content = hxvoxora::componentAt(split_->content, hxvoxora::Neighbours::Faces,
-                                                              component.first, [this](double) { return isWanted(); });
+  auto content = split_->contentOf(component, [this](double) { return isWanted(); });
   if (!content) throw Cancelled();
   return *std::move(content);
 }

@@ -12,7 +12,6 @@
 #include "hxroi/details/toolkitBoxes.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
-#include "quarn/voxora/components/componentAt.h"
 
 namespace hxroi::details {
 
@@ -45,8 +44,7 @@ public:
 
   void writeComponent(int label) {
     const auto& component = split_.component(label);
-    const auto content = hxvoxora::componentAt(split_.content, hxvoxora::Neighbours::Faces, component.first,
-                                               [this](double) { return progress_.goOn(fraction_); });
+    const auto content = split_.contentOf(component, [this](double) { return progress_.goOn(fraction_); });
     if (!content) throw Interrupted();
     write(*content, fromToolkit(component.box), label);
     fraction_ = static_cast<double>(label) / split_.lastLabel();

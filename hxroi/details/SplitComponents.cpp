@@ -10,6 +10,7 @@
 #include "hxroi/details/VolumeNode.h"
 #include "hxroi/details/boxes.h"
 #include "hxroi/details/toolkitBoxes.h"
+#include "quarn/voxora/components/componentAt.h"
 #include "quarn/voxora/components/findComponents.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 
@@ -92,6 +93,16 @@ std::optional<SplitComponents> findIn(const McBox3i& box, const TileSnapshot& co
 }
 
 }  // namespace
+
+/// Where no other component reaches into the box there is nothing to be told apart.
+std::optional<TileSnapshot> SplitComponents::contentOf(const Component& component,
+                                                       const hxvoxora::WorkCallback& callback) const {
+  const auto reachesInto = [&component](const Component& other) {
+    return other.first != component.first && !other.box.intersection(component.box).isEmpty();
+  };
+  if (!hasRest && std::none_of(components.begin(), components.end(), reachesInto)) return content;
+  return hxvoxora::componentAt(content, hxvoxora::Neighbours::Faces, component.first, callback);
+}
 
 std::optional<SplitComponents> beginSplit(const Mask& mask, unsigned long maxComponents, SplitProgress& progress) {
   progress.start(QCoreApplication::translate("Mask", "Computing split").toStdString());

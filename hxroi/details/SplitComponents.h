@@ -9,6 +9,7 @@
 #include "quarn/base/McBox3i.h"
 #include "quarn/voxora/components/Component.h"
 #include "quarn/voxora/tiles/TileSnapshot.h"
+#include "quarn/voxora/tiles/WorkCallback.h"
 
 namespace hxroi::details {
 
@@ -29,6 +30,11 @@ struct SplitComponents {
   const hxvoxora::Component& component(int label) const {
     return components[static_cast<std::size_t>(label - kFirstLabel)];
   }
+
+  /// A content whose set voxels inside the box of the component are those of the component. Nothing when the callback
+  /// gave up.
+  std::optional<hxvoxora::TileSnapshot> contentOf(const hxvoxora::Component& component,
+                                                  const hxvoxora::WorkCallback& callback) const;
 };
 
 /// Shows "Computing split", asks, and finds the components that a split into at most `maxComponents` labels (0: as many
