@@ -23,6 +23,7 @@ constexpr bool hasBitInstructions = false;
 }  // namespace
 
 void BlockRuns::label(const BlockRows& rows, Neighbours neighbours) {
+  componentCount_ = 0;
   makeRoom(countRuns(rows));
   if (hasBitInstructions && instructionSet() != InstructionSet::Scalar) {
     labelByBitInstructions(rows, neighbours);
@@ -60,10 +61,10 @@ std::uint32_t BlockRuns::componentAt(const BlockRows& rows, std::size_t row, uns
 [[gnu::noinline]] void BlockRuns::makeRoom(std::size_t runCount) {
   runCount_ = runCount;
   if (labels_.size() >= runCount) return;
-  runs_ = {};  // so that not both are there
-  labels_ = {};
+  labels_ = std::vector<std::uint32_t>();  // so that old and new ones are not there at once
+  runs_ = std::vector<Run>();
   runs_.resize(runCount);
-  labels_.resize(runCount);
+  labels_.resize(runCount);  // last, since its size tells the room
 }
 
 void BlockRuns::findRuns(const BlockRows& rows) {
@@ -128,7 +129,7 @@ void BlockRuns::join(std::uint32_t a, std::uint32_t b) {
   std::size_t roots = 0;
   for (std::size_t run = 0; run < runCount_; ++run) roots += labels_[run] == run ? 1 : 0;
   if (components_.size() > roots) return;
-  components_ = {};
+  components_ = std::vector<LocalComponent>();
   components_.resize(roots + 1);
 }
 

@@ -86,6 +86,24 @@ TEST_P(FetchBox, FetchEqualsVoxelLoopForAllOffsetsAndManyWidths) {
   }
 }
 
+/// Rows of whole bytes that begin within a byte of the tiles, and reach over several tiles.
+TEST_P(FetchBox, FetchOfLongRowsOfWholeBytes) {
+  RandomSource random;
+  GuardedBytes memory;
+  bool atBack = false;
+  for (const int tile : {32, 64, 128}) {
+    const Noise noise(random, {460, 11, 9}, {tile, 8, 8});
+    for (const int width : {264, 272, 320, 328}) {
+      for (int x = 1; x < 130; x += random.between(1, 5)) {
+        const int y = random.between(0, 10), z = random.between(0, 8);
+        const SbBox3i32 box({x, y, z}, {x + width - 1, random.between(y, 10), random.between(z, 8)});
+        atBack = !atBack;
+        expectFetched(noise, memory, atBack ? GuardedBytes::End::Back : GuardedBytes::End::Front, box);
+      }
+    }
+  }
+}
+
 TEST_P(FetchBox, FetchOfWholeTiles) {
   RandomSource random;
   GuardedBytes memory;

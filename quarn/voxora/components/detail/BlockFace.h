@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -97,12 +98,14 @@ void BlockFace::forEachTouch(const BlockFace& other, int across, int up, Join jo
     matchRows<neighbours>(up > 0 ? rowCount_ - 1 : 0, other, up > 0 ? 0 : other.rowCount_ - 1, across, once);
     return;
   }
-  for (std::size_t row = 0; row < rowCount_ && !(onePair && joined); ++row) {
+  // One of them may stand for a cut face, but be higher than that: there is nothing set in rows that the other lacks.
+  const std::size_t rowCount = std::min(rowCount_, other.rowCount_);
+  for (std::size_t row = 0; row < rowCount && !(onePair && joined); ++row) {
     if (rows_[row] == 0) continue;
     matchRows<neighbours>(row, other, row, across, once);
     if constexpr (neighbours == Neighbours::All) {
       if (row > 0) matchRows<neighbours>(row, other, row - 1, across, once);
-      if (row + 1 < rowCount_) matchRows<neighbours>(row, other, row + 1, across, once);
+      if (row + 1 < rowCount) matchRows<neighbours>(row, other, row + 1, across, once);
     }
   }
 }
