@@ -19,4 +19,7 @@ void addFileBars();
 void addComponentBars();
 void addLabelFieldBars();
 
+/// Dilation and erosion beside the peer.
+void addMorphologyBars();
+
 }  // namespace bench

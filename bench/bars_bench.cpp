@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
   if (bench::PeerMask::isAvailable()) {
     bench::addOperatorBars(bench::Against::Peer);
     bench::addBoundingBoxBars();
+    bench::addMorphologyBars();
   }
   bench::addFileBars();
   bench::addComponentBars();

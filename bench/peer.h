@@ -31,6 +31,13 @@ public:
   /// this = region without this.
   void invert(const SbBox3i32& region);
 
+  /// What becomes of uniform nodes: the library must take them apart for the work, and may join them again.
+  enum class Nodes { Joined, TakenApart };
+
+  /// Dilates or erodes by the six face neighbours. There is no end that a dilation is cut at. Which way is quicker
+  /// depends on the mask.
+  void grow(int iterations, bool isErosion, Nodes nodes);
+
   SbBox3i32 boundingBox() const;
   std::uint64_t countSetVoxels() const;
 

@@ -34,6 +34,9 @@ void PeerMask::combine(const PeerMask&, hxvoxora::TruthTable) {
 void PeerMask::invert(const SbBox3i32&) {
   refuse();
 }
+void PeerMask::grow(int, bool, Nodes) {
+  refuse();
+}
 SbBox3i32 PeerMask::boundingBox() const {
   refuse();
 }

@@ -1,7 +1,9 @@
 #include <cstddef>
+#include <oneapi/tbb/global_control.h>
 #include <openvdb/io/File.h>
 #include <openvdb/openvdb.h>
 #include <openvdb/tools/LevelSetUtil.h>
+#include <openvdb/tools/Morphology.h>
 #include <openvdb/tools/Prune.h>
 #include <stdexcept>
 #include <utility>
@@ -32,6 +34,10 @@ void initialize() {
 CoordBBox peerBox(const SbBox3i32& box) {
   const SbVec3i32 &min = box.getMin(), &max = box.getMax();
   return {Coord(min[0], min[1], min[2]), Coord(max[0], max[1], max[2])};
+}
+
+std::size_t threadsAllowed() {
+  return oneapi::tbb::global_control::active_value(oneapi::tbb::global_control::max_allowed_parallelism);
 }
 
 /// A block of 8^3 voxels of a tile as a leaf. Its rows are whole bytes.
@@ -128,6 +134,17 @@ void PeerMask::invert(const SbBox3i32& region) {
   inverse->sparseFill(peerBox(region), true, true);
   inverse->topologyDifference(*tree_->masks);
   tree_->masks = std::move(inverse);
+}
+
+void PeerMask::grow(int iterations, bool isErosion, Nodes nodes) {
+  using openvdb::tools::NN_FACE;
+  const auto policy = nodes == Nodes::Joined ? openvdb::tools::PRESERVE_TILES : openvdb::tools::EXPAND_TILES;
+  const bool threaded = threadsAllowed() > 1;
+  if (isErosion) {
+    openvdb::tools::erodeActiveValues(*tree_->masks, iterations, NN_FACE, policy, threaded);
+  } else {
+    openvdb::tools::dilateActiveValues(*tree_->masks, iterations, NN_FACE, policy, threaded);
+  }
 }
 
 SbBox3i32 PeerMask::boundingBox() const {
