@@ -13,6 +13,13 @@ function(quarn_test_layer layer)
   target_include_directories(test_${layer} PRIVATE "${PROJECT_SOURCE_DIR}")
   target_compile_definitions(test_${layer} PRIVATE
     QUARN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" QUARN_BINARY_DIR="${PROJECT_BINARY_DIR}")
+  if(QUARN_PRECOMPILE)
+    set(precompiled <gmock/gmock.h> <gtest/gtest.h> <algorithm> <functional> <memory> <string> <vector>)
+    if(NOT layer MATCHES "^(base|voxora)$")
+      list(APPEND precompiled <QString> <QStringList>)
+    endif()
+    target_precompile_headers(test_${layer} PRIVATE ${precompiled})
+  endif()
   gtest_discover_tests(test_${layer} TEST_PREFIX "${layer}." DISCOVERY_MODE PRE_TEST
     PROPERTIES LABELS ${layer} TIMEOUT 300 ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
 endfunction()

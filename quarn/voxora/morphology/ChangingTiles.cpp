@@ -10,11 +10,12 @@ namespace hxvoxora::detail {
 ChangingTiles::ChangingTiles(const TileTable& table, const Growth& growth)
     : table_(table), growth_(growth), numbers_(table.grid()) {}
 
-bool ChangingTiles::forEach(const std::function<bool(std::int64_t tile)>& visit) {
+bool ChangingTiles::forEach(const Visitor& visit, const std::function<bool()>& mayGoOn) {
   for (std::int64_t z = 0; z < numbers_.count[2]; ++z) {
+    if (!mayGoOn()) return false;
     if (restsAsSlice(z)) continue;
     for (std::int64_t y = 0; y < numbers_.count[1]; ++y)
-      if (!visitRow(y, z, visit)) return false;
+      if (!mayGoOn() || !visitRow(y, z, visit)) return false;
   }
   return true;
 }
@@ -45,7 +46,7 @@ bool ChangingTiles::isRestAround(std::int64_t y, std::int64_t z) const {
   return true;
 }
 
-bool ChangingTiles::visitRow(std::int64_t y, std::int64_t z, const std::function<bool(std::int64_t)>& visit) {
+bool ChangingTiles::visitRow(std::int64_t y, std::int64_t z, const Visitor& visit) {
   const std::int64_t first = numbers_.number(0, y, z), count = numbers_.count[0];
   const std::optional<bool> row = isFront(first, count);
   if (row == true) return true;

@@ -11,6 +11,7 @@
 #include "quarn/voxora/morphology/detail/WorkMeter.h"
 #include "quarn/voxora/morphology/detail/dealWork.h"
 #include "quarn/voxora/morphology/detail/growthSteps.h"
+#include "quarn/voxora/tiles/TileSnapshot.h"
 #include "quarn/voxora/tiles/detail/TileTableEditor.h"
 #include "quarn/voxora/tiles/detail/rangeValue.h"
 
@@ -41,10 +42,12 @@ public:
 
   /// False when `progress` gave up.
   bool run() {
-    const bool isThrough = ChangingTiles(table_, growth_).forEach([this](std::int64_t tile) {
+    const auto collect = [this](std::int64_t tile) {
       tiles_.push_back(tile);
       return tiles_.size() < tilesAtOnce || growCollected();
-    });
+    };
+    const auto mayGoOn = [this] { return progress_(fractionAt(lastGrown_)); };
+    const bool isThrough = ChangingTiles(table_, growth_).forEach(collect, mayGoOn);
     return isThrough && growCollected();
   }
 
@@ -66,15 +69,16 @@ private:
 
   bool growCollected() {
     grown_.assign(tiles_.size(), TileSlot());
-    const auto fraction = [this](std::int64_t i) {
-      return static_cast<double>(tiles_[static_cast<std::size_t>(i)]) / static_cast<double>(table_.grid().tileCount());
-    };
     const bool isDone = dealWork(
         static_cast<std::int64_t>(tiles_.size()), [this] { return std::make_unique<Worker>(*this); },
-        [&](std::int64_t i) { return progress_(fraction(i)); });
+        [this](std::int64_t i) { return progress_(fractionAt(lastGrown_ = tiles_[static_cast<std::size_t>(i)])); });
     if (isDone) install();
     tiles_.clear();
     return isDone;
+  }
+
+  double fractionAt(std::int64_t tile) const {
+    return static_cast<double>(tile) / static_cast<double>(table_.grid().tileCount());
   }
 
   void install() {
@@ -91,8 +95,14 @@ private:
   const WorkCallback& progress_;
   std::vector<std::int64_t> tiles_;
   std::vector<TileSlot> grown_;
+  std::int64_t lastGrown_ = 0;
   bool hasChangedAny_ = false;
 };
+
+/// Tiles of a file may have bits that are all clear.
+bool hasSetVoxel(const Ref<const TileTable>& table) {
+  return !TileSnapshot(table).computeBoundingBox(table->grid().box()).isEmpty();
+}
 
 Ref<const TileTable> filled(const TileTable& table, bool value) {
   TileTableEditor editor(table);
@@ -107,7 +117,8 @@ Ref<const TileTable> growTable(Ref<const TileTable> table, std::uint64_t iterati
   if (iterations == 0 || table->grid().isEmpty()) return table;
   const std::optional<bool> shared = rangeValue(*table, 0, table->grid().tileCount());
   if (shared && (!isErosion || !*shared)) return table;
-  if (reachesEverywhere(table->grid().dimensions(), iterations, isErosion)) return filled(*table, !isErosion);
+  if (reachesEverywhere(table->grid().dimensions(), iterations, isErosion))
+    return isErosion || hasSetVoxel(table) ? filled(*table, !isErosion) : table;
 
   WorkMeter meter(progress);
   const double total = static_cast<double>(iterations);

@@ -18,13 +18,16 @@ public:
   /// The table must outlive this object.
   ChangingTiles(const TileTable& table, const Growth& growth);
 
-  /// Calls visit(tile) in ascending order until it returns false; the result is false then.
-  bool forEach(const std::function<bool(std::int64_t tile)>& visit);
+  using Visitor = std::function<bool(std::int64_t tile)>;
+
+  /// Calls visit(tile) in ascending order, and mayGoOn() all the time, also where there is nothing to visit, until
+  /// one of them returns false; the result is false then.
+  bool forEach(const Visitor& visit, const std::function<bool()>& mayGoOn);
 
 private:
   bool restsAsSlice(std::int64_t z) const;
   std::optional<bool> isFront(std::int64_t first, std::int64_t count) const;
-  bool visitRow(std::int64_t y, std::int64_t z, const std::function<bool(std::int64_t)>& visit);
+  bool visitRow(std::int64_t y, std::int64_t z, const Visitor& visit);
   bool isRestAround(std::int64_t y, std::int64_t z) const;
   void lookAt(std::int64_t y, std::int64_t z);
   void noteFront(std::int64_t y, std::int64_t z);

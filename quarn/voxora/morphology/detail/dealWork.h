@@ -12,18 +12,19 @@
 namespace hxvoxora::detail {
 
 /// Works on the items 0 <= i < count on the TBB workers, one item at a time to whoever is free. Each thread has a
-/// worker of its own, made by makeWorker(), and calls (*worker)(i). After each of its items the calling thread asks
-/// mayGoOn(i); when that is false no further item is begun, and the result is false. Items are begun in ascending
-/// order. An exception ends the work and goes on to the caller.
+/// worker of its own, a pointer made by makeWorker(), and calls (*worker)(i). After each of its items the calling
+/// thread asks mayGoOn(i); when that is false no further item is begun, and the result is false. Items are begun in
+/// ascending order. An exception ends the work and goes on to the caller.
 template <typename MakeWorker>
 bool dealWork(std::int64_t count, const MakeWorker& makeWorker, const std::function<bool(std::int64_t i)>& mayGoOn) {
   std::atomic<std::int64_t> next = 0;
   std::atomic<bool> isOver = false;
   const std::thread::id caller = std::this_thread::get_id();
   const auto work = [&] {
-    const auto worker = makeWorker();
     const bool asks = std::this_thread::get_id() == caller;
+    decltype(makeWorker()) worker{};  // not made for a thread that comes too late
     for (std::int64_t i; !isOver && (i = next++) < count;) {
+      if (!worker) worker = makeWorker();
       (*worker)(i);
       if (asks && !mayGoOn(i)) isOver = true;
     }
