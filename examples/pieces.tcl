@@ -1,10 +1,11 @@
 # Takes the regions of a real atlas apart, one connected piece after the other, the largest first:
 #   quarn --script pieces.tcl OUTPUT_FOLDER ?TEMPLATE_FOLDER?
-# Each region is checked: its pieces and the rest together have as many voxels as the region.
+# Each region is checked: its pieces and the rest together have as many voxels as the region. They are saved as
+# OUTPUT_FOLDER/REGION.ROIs.qm.
 
 set out [lindex $argv 0]
 set templates [expr {$argc > 1 ? [lindex $argv 1] : "/usr/share/mricron/templates"}]
-if {$out eq ""} { error "usage: pieces.tcl OUTPUT_FOLDER ?TEMPLATE_FOLDER?" }
+if {![file isdirectory $out]} { error "usage: pieces.tcl OUTPUT_FOLDER ?TEMPLATE_FOLDER?" }
 
 load $templates/natbrainlab.nii.gz -as atlas -kind label
 create HxUniformLabelField3ToHxRois convert
@@ -44,8 +45,8 @@ foreach name [$rois allMasks] {
     puts "$name: the pieces have $sum voxels, the region has [$regionTable getCell $row voxels]"
     incr failures
   }
+  $set save QuarnMesh $out/$name.ROIs.qm
   incr row
 }
-$set save QuarnMesh $out/pieces.ROIs.qm
 if {$failures} { error "$failures regions are not the sum of their pieces" }
 puts "$row regions, each the sum of its pieces"

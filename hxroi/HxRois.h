@@ -231,7 +231,7 @@ public:
   /// 0x8000.
   void update() override;
 
-  /// Makes the ports of all ROIs anew, with their present values and without marks.
+  /// Makes the ports of all ROIs anew, with their present values and without marks, after compute().
   void rebuildPortList();
 
   /// Gives the ROIs what was changed in their ports.
@@ -275,6 +275,7 @@ private:
   hxroi::details::Mask* substractNamedMasks(const std::vector<std::string>& names) const;
   std::vector<MaskHolder> splitNamedMask(const std::string& name, McProgressInterface* progress) const;
 
+  void applyPortChanges();
   void renameColorPorts(const std::string& oldName, const std::string& newName);
   void masksChanged();
 

@@ -127,7 +127,9 @@ int substractMasks(const Call& call) {
 }
 
 int mergeMasks(const Call& call) {
-  return insertCombination(call, &HxRois::mergeMasks, "syntax: mergeMasks <toMask> <masks...>");
+  const int code = insertCombination(call, &HxRois::mergeMasks, "syntax: mergeMasks <toMask> <masks...>");
+  if (code == TCL_OK) call.rois.rebuildPortList();
+  return code;
 }
 
 /// The mask stays. A piece that the set refuses ends the command, as any failure does for the interpreter; those before
@@ -162,6 +164,7 @@ int removeRois(const Call& call) {
     removed.putBack();
     return TCL_ERROR;
   }
+  call.rois.rebuildPortList();
   return TCL_OK;
 }
 

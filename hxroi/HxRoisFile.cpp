@@ -75,6 +75,7 @@ void detachRenamedMasks(const HxRois& rois, const path& masksDir) {
 int HxRois::write(const char* filename, bool flagA, bool flagB) {
   const QString target = QFile::decodeName(filename);
   try {
+    applyPortChanges();
     if (saveTo(filename, flagA, flagB)) return 1;
   } catch (const std::exception& failure) {
     HxMessage::printf("%s", failure.what());

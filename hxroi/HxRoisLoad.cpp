@@ -105,6 +105,7 @@ int HxRois::readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& /*regi
   bool complete = false;
   try {
     load(mesh->parameters, filename);
+    rebuildPortList();
     setLoadCmd(setfile::absoluteName(filename));
     complete = true;
   } catch (const std::exception& failure) {

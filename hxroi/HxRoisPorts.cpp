@@ -18,8 +18,9 @@ constexpr unsigned int kOverlapDisplay = 0x2000 | 0x4000 | 0x8000;
 
 }  // namespace
 
-/// In the order of the names.
+/// In the order of the names. What the user has changed in the old ports is not lost.
 void HxRois::rebuildPortList() {
+  applyPortChanges();
   colorPorts_.clear();
   for (const auto& [name, roi] : index_) colorPorts_.emplace(name, std::make_unique<ColorInformation>(this, *roi));
 }
@@ -52,6 +53,10 @@ void HxRois::update() {
 }
 
 void HxRois::compute() {
+  applyPortChanges();
+}
+
+void HxRois::applyPortChanges() {
   for (const auto& [name, ports] : colorPorts_) {
     if (Roi* roi = getRoi(name)) ports->applyChangesTo(*roi);
   }

@@ -62,11 +62,12 @@ void report(const Mask& mask, const SizeHistogram& all, const SelectedComponents
             .arg(all.voxels() - voxels));
 }
 
-/// The set of the last split, or a new one.
-McHandle<HxRois> resultSet(const HxRoiSplit& module, const Mask& mask) {
+/// The set of the last split, or a new one. It is named after the set of the source, since one split follows another.
+McHandle<HxRois> resultSet(const HxRoiSplit& module, const HxRois& source) {
   McHandle<HxRois> rois(dynamic_cast<HxRois*>(module.resultObject(0)));
-  if (!rois) rois = new HxRois;
-  rois->setLabel(shownName(mask) + "-components");
+  if (rois) return rois;
+  rois = new HxRois;
+  rois->setLabel(source.getLabel() + "-components");
   return rois;
 }
 
@@ -132,7 +133,7 @@ void HxRoiSplit::compute() {
   }
   report(mask, sizes, selected);
 
-  const McHandle<HxRois> rois = resultSet(*this, mask);
+  const McHandle<HxRois> rois = resultSet(*this, *source);
   rois->portData.disconnect();
   rois->removeAllRois();
   for (const McHandle<Mask>& piece : masks) rois->addRoi(piece.get());

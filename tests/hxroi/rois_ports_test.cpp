@@ -158,6 +158,28 @@ TEST_F(RoisPorts, ChangeTheRoi) {
   EXPECT_EQ(mask->colormap(false), nullptr);
 }
 
+TEST_F(RoisPorts, LoseNoChangeToTheNextCommand) {
+  Mask* mask = addMask("Bone");
+  addMask("Air");
+  addMask("Fat");
+  fire();
+  EXPECT_EQ(evaluate("rois color-Bone setColor 0 0.5 1; rois mergeMasks Air Fat; rois color-Bone getColor"), "0 0.5 1");
+  EXPECT_EQ(evaluate("rois color-Air-merged getColor"), "0.5 0.25 1") << "ports of the new mask are there at once";
+  EXPECT_EQ(evaluate("rois color-Bone setColor 1 0.5 0; rois removeRois Air; rois fire; rois color-Bone getColor"),
+            "1 0.5 0");
+  EXPECT_EQ(mask->color(false), McColor(1, 0.5F, 0));
+  EXPECT_THAT(evaluate("rois color-Air getColor"), ::testing::HasSubstr("error: "));
+}
+
+TEST_F(RoisPorts, AreSavedWithTheirPendingChangesAndThereAfterLoading) {
+  addMask("Bone");
+  fire();
+  const QString file = QString::fromStdString((folder / "a.ROIs.qm").string());
+  EXPECT_EQ(evaluate("rois color-Bone setColor 0 0.5 1; rois save QuarnMesh " + file), "");
+  rois->removeRoi("Bone");
+  EXPECT_EQ(evaluate("[load " + file + "] color-Bone getColor"), "0 0.5 1");
+}
+
 TEST_F(RoisPorts, FollowTheNameOfTheRoi) {
   Mask* mask = addMask("Bone");
   addMask("Air");

@@ -80,6 +80,7 @@ TEST_F(ColorPorts, ConnectColormapsOnly) {
 TEST_F(ColorPorts, ConnectStandardColormapsByName) {
   EXPECT_EQ(evaluate("owner map connect viridis"), "");
   EXPECT_EQ(map.colormap(), HxStandardColormaps::instance().find("viridis"));
+  EXPECT_EQ(evaluate("owner map source"), "viridis");
   EXPECT_THAT(evaluate("owner map connect rainbow"), HasSubstr("error: There is no object \"rainbow\"."));
   map.allowEditing(false);
   EXPECT_THAT(evaluate("owner map connect magma"), HasSubstr("must not be changed now"));

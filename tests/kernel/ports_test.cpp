@@ -185,6 +185,10 @@ TEST_F(Ports, ChooseOneOfSeveralButtons) {
   EXPECT_EQ(evaluate("owner style setValue boundary; owner style getValue"), "1");
   EXPECT_TRUE(style.isNew());
   EXPECT_EQ(evaluate("owner style getLabels"), "volume boundary");
+  style.setLabel(0, "6");
+  style.setLabel(1, "26");
+  EXPECT_EQ(evaluate("owner style setValue 6; owner style getValue"), "0");
+  EXPECT_EQ(evaluate("owner style setValue 26; owner style getValue"), "1");
   EXPECT_THAT(evaluate("owner style setValue 2"), HasSubstr("error: "));
   style.setValue(-1);
   QString state;

@@ -95,7 +95,7 @@ TEST_F(RoiSplit, PutTheLargestFirst) {
   addPieces();
   const HxRois* pieces = run();
   ASSERT_TRUE(pieces);
-  EXPECT_EQ(pieces->getLabel(), "Pieces-components");
+  EXPECT_EQ(pieces->getLabel(), "Rois-components");
   EXPECT_THAT(contentOf(pieces), ElementsAre("Pieces-1 64", "Pieces-2 27", "Pieces-3 8", "Pieces-4 8", "Pieces-5 1"));
   EXPECT_EQ(pieces->getMask("Pieces-3")->cachedBoundingBox(), McBox3i(10, 11, 0, 1, 0, 1));
   EXPECT_EQ(voxelsOf(*rois_->getMask("Pieces")), 108u);

@@ -157,5 +157,6 @@ int HxPortColormap::parse(Tcl_Interp* interp, int argc, char** argv) {
         HxObjectPool::instance().find(words[0]) ? nullptr : HxStandardColormaps::instance().find(words[0]);
     if (standard && connect(standard)) return TCL_OK;
   }
+  if (word == "source" && argc == 2 && colormap() && !colormap()->isInPool()) return tell({colormap()->getLabel()});
   return HxConnection::parse(interp, argc, argv);
 }

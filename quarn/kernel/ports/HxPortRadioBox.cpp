@@ -58,7 +58,8 @@ int HxPortRadioBox::parse(Tcl_Interp* interp, int argc, char** argv) {
 int HxPortRadioBox::parseSetValue(Tcl_Interp* interp, const QString& word) {
   bool isNumber;
   int button = word.toInt(&isNumber);
-  if (!isNumber) button = static_cast<int>(labels_.indexOf(word));
+  // A label may be a number, too.
+  if (!isNumber || button < 0 || button >= buttons()) button = static_cast<int>(labels_.indexOf(word));
   if (button < 0 || button >= buttons()) return cmdError(interp, HX_CMD_WRONG_VALUE, word);
   setValue(button);
   return TCL_OK;
