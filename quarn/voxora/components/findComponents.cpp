@@ -7,15 +7,13 @@
 #include "quarn/voxora/components/detail/BlockSequence.h"
 #include "quarn/voxora/components/detail/ComponentSweep.h"
 #include "quarn/voxora/components/detail/LookAhead.h"
+#include "quarn/voxora/morphology/detail/WorkMeter.h"
 
 namespace hxvoxora {
 
 namespace {
 
 using detail::LabelledBlock;
-
-/// Blocks between two calls of the callback; each takes a few milliseconds at most.
-constexpr std::int64_t blocksPerCall = 8;
 
 int allowedThreads() {
   const auto limit = tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism);
@@ -40,14 +38,14 @@ bool sweep(const detail::BlockGrid& blocks, Neighbours neighbours, const Compone
     labelled.start();
     return true;
   };
+  detail::WorkMeter meter(callback);
+  if (callback && !callback(0)) return false;
   std::int64_t done = 0;
   while (true) {
     while (!labelled.isFull() && start()) {
     }
     if (labelled.isEmpty()) return true;
-    if (callback && done % blocksPerCall == 0 &&
-        !callback(static_cast<double>(done) / static_cast<double>(sequence.count())))
-      return false;
+    if (!meter.mayGoOn(static_cast<double>(done) / static_cast<double>(sequence.count()))) return false;
     components.add(labelled.front());
     labelled.pop();
     ++done;

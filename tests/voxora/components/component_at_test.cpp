@@ -171,7 +171,9 @@ TEST(ComponentAt, TilesLeaveMemoryMeanwhile) {
   const DenseMask expected = plain.voxelsOf(static_cast<std::size_t>(largest - plain.all().begin()));
   const SpillScope spill(files);
   const BudgetScope budget(payloadStatistics().bytesInUse + (std::size_t{32} << 10));
+  const auto before = hxvoxora::cacheStatistics();
   const auto part = componentAt(mask->snapshot(), Neighbours::Faces, largest->first);
+  EXPECT_GT(hxvoxora::cacheStatistics().evictions, before.evictions);
   EXPECT_EQ(bitsOf(*part), expected.packed(expected.box()));
 }
 
