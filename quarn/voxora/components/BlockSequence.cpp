@@ -3,7 +3,7 @@
 namespace hxvoxora::detail {
 
 BlockSequence::BlockSequence(const BlockGrid& blocks, Neighbours neighbours)
-    : blocks_(blocks), steps_(blockSteps(neighbours)) {
+    : blocks_(blocks), neighbours_(neighbours), full_(blocks) {
   blocks.table().forEachRun([&](std::int64_t first, std::int64_t count, const TileSlot& slot) {
     if (!blocks.mayHaveVoxels(slot)) return;
     const bool isMixed = slot.isReference();
@@ -12,7 +12,11 @@ BlockSequence::BlockSequence(const BlockGrid& blocks, Neighbours neighbours)
     } else {
       runs_.push_back({first, first + count, isMixed});
     }
-    count_ += count * blocks.blocksPerTile();
+    if (isMixed) {
+      count_ += count * blocks.blocksPerTile();
+    } else {
+      full_.forEachIn(first, first + count, [&](const TileStretch&) { ++count_; });
+    }
   });
   if (!runs_.empty()) block_ = runs_.front().firstTile * blocks.blocksPerTile();
 }
@@ -25,27 +29,28 @@ bool BlockSequence::next(LabelledBlock::Task& task) {
       if (++run_ < runs_.size()) block_ = runs_[run_].firstTile * blocks_.blocksPerTile();
       continue;
     }
+    if (!run.isMixed) {
+      nextStretch(task, tile);
+      return true;
+    }
     if (block_ % blocks_.blocksPerTile() == 0) tile_.reset();
     task.block = block_++;
     task.place = blocks_.placeOf(task.block);
     if (!blocks_.contains(task.place)) continue;
-    if (run.isMixed && !tile_) tile_ = std::make_shared<TilePin>(blocks_.table(), tile);
-    task.tile = run.isMixed ? tile_ : nullptr;
+    if (!tile_) tile_ = std::make_shared<TilePin>(blocks_.table(), tile);
+    task.tile = tile_;
+    task.stretch.reset();
     task.origin = blocks_.origin(task.place);
-    lookAround(task);
+    task.around = surroundingsOf(blocks_, task.place, neighbours_);
     return true;
   }
   return false;
 }
 
-void BlockSequence::lookAround(LabelledBlock::Task& task) const {
-  task.stepsTaken = task.openSides = 0;
-  for (std::size_t i = 0; i < steps_.size(); ++i) {
-    const BlockPlace there = steps_[i].from(task.place);
-    if (!blocks_.contains(there) || !blocks_.mayHaveVoxels(blocks_.blockAt(there))) continue;
-    task.stepsTaken |= 1u << i;
-    task.openSides |= steps_[i].side.bit();
-  }
+void BlockSequence::nextStretch(LabelledBlock::Task& task, std::int64_t tile) {
+  task.stretch = full_.at(tile);
+  task.block = block_;
+  block_ = task.stretch->end * blocks_.blocksPerTile();
 }
 
 }  // namespace hxvoxora::detail

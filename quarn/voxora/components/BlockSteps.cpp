@@ -33,4 +33,27 @@ std::span<const BlockStep> blockSteps(Neighbours neighbours) {
   return std::span(steps).first(neighbours == Neighbours::Faces ? sideCount : mostBlockSteps);
 }
 
+BlockSurroundings surroundingsOf(const BlockGrid& blocks, const BlockPlace& place, Neighbours neighbours) {
+  const std::span<const BlockStep> steps = blockSteps(neighbours);
+  BlockSurroundings around;
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    const BlockPlace there = steps[i].from(place);
+    if (!blocks.contains(there)) continue;
+    const TileSlot& slot = blocks.table().slot(blocks.tileOf(blocks.blockAt(there)));
+    if (!blocks.mayHaveVoxels(slot)) continue;
+    around.steps |= 1u << i;
+    if (!slot.isReference()) around.fullSteps |= 1u << i;
+    around.openSides |= steps[i].side.bit();
+  }
+  return around;
+}
+
+FullFaces makeFullFaces(const BlockGrid& blocks) {
+  FullFaces faces;
+  for (std::size_t axis = 0; axis < 3; ++axis)
+    for (const bool upper : {false, true})
+      faces[BlockSide{axis, upper}.index()] = BlockFace(blocks.blockSize(), {axis, upper}, 0);
+  return faces;
+}
+
 }  // namespace hxvoxora::detail

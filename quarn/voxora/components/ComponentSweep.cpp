@@ -1,19 +1,76 @@
 #include "quarn/voxora/components/detail/ComponentSweep.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace hxvoxora::detail {
 
-void ComponentSweep::add(LabelledBlock& block) {
+ComponentSweep::ComponentSweep(const BlockGrid& blocks, Neighbours neighbours, const ComponentSink& sink)
+    : blocks_(blocks), neighbours_(neighbours), sink_(sink), full_(blocks), fullFaces_(makeFullFaces(blocks)) {}
+
+void ComponentSweep::add(LabelledBlock& next) {
+  leaveStretches(blocks_.tileOf(next.task.block));
+  if (next.task.stretch) {
+    addStretch(*next.task.stretch);
+  } else {
+    addBlock(next);
+  }
+}
+
+void ComponentSweep::end() {
+  leaveStretches(std::numeric_limits<std::int64_t>::max());
+}
+
+/// Joins a stretch to those before it. Blocks find the stretches around them, be they before or behind.
+void ComponentSweep::addStretch(const TileStretch& stretch) {
+  const OpenComponents::Number mine = numberOf(stretch);
+  for (const TileStretch& around : full_.around(stretch, neighbours_)) {
+    const std::int64_t end = std::min(around.end, stretch.first);
+    blocks_.table().forEachRunIn(around.first, end - around.first,
+                                 [&](std::int64_t first, std::int64_t count, const TileSlot& slot) {
+                                   if (slot.isReference() || !blocks_.mayHaveVoxels(slot)) return;
+                                   for (std::int64_t tile = first; tile < first + count;) {
+                                     const TileStretch theirs = full_.at(tile);
+                                     open_.join(mine, numberOf(theirs));
+                                     tile = theirs.end;
+                                   }
+                                 });
+  }
+}
+
+/// The number of a stretch, which stays valid until all blocks around it have come.
+OpenComponents::Number ComponentSweep::numberOf(const TileStretch& stretch) {
+  const auto known = stretches_.find(stretch.end);
+  if (known != stretches_.end()) return known->second;
+  const OpenComponents::Number number = open_.add(full_.component(stretch));
+  stretches_.emplace(stretch.end, number);
+  return number;
+}
+
+/// Forgets the stretches that neither this tile touches nor one behind it.
+void ComponentSweep::leaveStretches(std::int64_t tile) {
+  while (!stretches_.empty() && stretches_.begin()->first <= tile - full_.reach()) {
+    const OpenComponents::Number number = stretches_.begin()->second;
+    stretches_.erase(stretches_.begin());
+    release(number);
+  }
+}
+
+void ComponentSweep::addBlock(LabelledBlock& block) {
   block.forEachClosed(sink_);
   numbers_.assign(block.open().size(), OpenComponents::none);
   Waiting mine;
   const std::span<const BlockStep> steps = blockSteps(neighbours_);
+  const BlockSurroundings& around = block.task.around;
   for (std::size_t i = 0; i < steps.size(); ++i) {
     const BlockStep& step = steps[i];
-    if ((block.task.stepsTaken >> i & 1) == 0) continue;
-    const std::int64_t there = block.task.blocks->blockAt(step.from(block.task.place));
+    if ((around.steps >> i & 1) == 0) continue;
+    const std::int64_t there = blocks_.blockAt(step.from(block.task.place));
+    if ((around.fullSteps >> i & 1) != 0) {
+      meet(block, full_.at(blocks_.tileOf(there)), step);
+      continue;
+    }
     if (there > block.task.block) {
       ++mine.meetings[step.side.index()];
       continue;
@@ -52,22 +109,28 @@ void ComponentSweep::number(BlockFace& face, const LabelledBlock& block) {
   }
 }
 
-void ComponentSweep::meet(LabelledBlock& block, Waiting& other, const BlockStep& step) {
+void ComponentSweep::meet(LabelledBlock& block, const Waiting& other, const BlockStep& step) {
   const BlockFace* mine = block.faces()[step.side.index()].get();
   const BlockFace* theirs = other.faces[step.other.index()].get();
   if (!mine || !theirs) return;
-  const auto join = [&](std::uint32_t component, OpenComponents::Number theirNumber) {
-    OpenComponents::Number& number = numbers_[component];
-    if (number == OpenComponents::none) {
-      number = open_.extend(theirNumber, block.inVolume(block.open()[component]));
-    } else {
-      open_.join(number, theirNumber);
-    }
-  };
-  if (neighbours_ == Neighbours::Faces) {
-    mine->forEachTouch<Neighbours::Faces>(*theirs, step.across, step.up, join);
+  forEachTouch(neighbours_, *mine, step, *theirs, [&](std::uint32_t component, OpenComponents::Number theirNumber) {
+    join(block, component, theirNumber);
+  });
+}
+
+void ComponentSweep::meet(LabelledBlock& block, const TileStretch& stretch, const BlockStep& step) {
+  const BlockFace* mine = block.faces()[step.side.index()].get();
+  if (!mine) return;
+  forEachTouch(neighbours_, *mine, step, fullFaces_[step.other.index()],
+               [&](std::uint32_t component, std::uint32_t) { join(block, component, numberOf(stretch)); });
+}
+
+void ComponentSweep::join(const LabelledBlock& block, std::uint32_t component, OpenComponents::Number theirNumber) {
+  OpenComponents::Number& number = numbers_[component];
+  if (number == OpenComponents::none) {
+    number = open_.extend(theirNumber, block.inVolume(block.open()[component]));
   } else {
-    mine->forEachTouch<Neighbours::All>(*theirs, step.across, step.up, join);
+    open_.join(number, theirNumber);
   }
 }
 

@@ -25,21 +25,7 @@ void LabelledBlock::run() {
   closed_.clear();
   open_.clear();
   for (auto& face : faces_) face.reset();
-  if (task.tile) {
-    labelRows(task.scratches->local());
-  } else {
-    labelFull();
-  }
-}
-
-void LabelledBlock::labelFull() {
-  const SbVec3i32 extent = task.blocks->extent(task.place);
-  LocalComponent all;
-  all.voxelCount = static_cast<std::uint32_t>(extent[0] * extent[1] * extent[2]);
-  all.box = {0, static_cast<unsigned>(extent[0] - 1), 0, 0};
-  all.box.extendBy({0, 0, static_cast<unsigned>(extent[1] - 1), static_cast<unsigned>(extent[2] - 1)});
-  (task.openSides != 0 ? open_ : closed_).push_back(all);
-  forEachSide(task.openSides, [&](const BlockSide& side) { addFace(side, BlockFace(extent, side, 0)); });
+  if (!task.stretch) labelRows(task.scratches->local());
 }
 
 void LabelledBlock::labelRows(BlockScratch& scratch) {
@@ -52,7 +38,7 @@ void LabelledBlock::labelRows(BlockScratch& scratch) {
   openNumbers.clear();
   std::uint32_t openCount = 0;
   for (const LocalComponent& component : runs.components()) {
-    const bool isOpen = (component.sides(task.blocks->blockSize()) & task.openSides) != 0;
+    const bool isOpen = (component.sides(task.blocks->blockSize()) & task.around.openSides) != 0;
     openNumbers.push_back(isOpen ? openCount++ : closedMark);
   }
   // Room for exactly so many, since this is kept for a block of each thread and more.
@@ -61,7 +47,7 @@ void LabelledBlock::labelRows(BlockScratch& scratch) {
   for (std::size_t i = 0; i < openNumbers.size(); ++i)
     (openNumbers[i] == closedMark ? closed_ : open_).push_back(runs.components()[i]);
   if (open_.empty()) return;
-  forEachSide(task.openSides, [&](const BlockSide& side) {
+  forEachSide(task.around.openSides, [&](const BlockSide& side) {
     addFace(side, BlockFace(rows, runs, side, [&](std::uint32_t component) { return openNumbers[component]; }));
   });
 }

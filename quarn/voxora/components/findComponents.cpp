@@ -24,7 +24,7 @@ int allowedThreads() {
 bool sweep(const detail::BlockGrid& blocks, Neighbours neighbours, const ComponentSink& sink,
            const WorkCallback& callback) {
   detail::BlockSequence sequence(blocks, neighbours);
-  detail::ComponentSweep components(neighbours, sink);
+  detail::ComponentSweep components(blocks, neighbours, sink);
   detail::BlockScratches scratches(blocks.blockSize());
   // One block for each thread, and one that is joined to the others meanwhile.
   const int threads = allowedThreads();
@@ -44,12 +44,14 @@ bool sweep(const detail::BlockGrid& blocks, Neighbours neighbours, const Compone
   while (true) {
     while (!labelled.isFull() && start()) {
     }
-    if (labelled.isEmpty()) return true;
+    if (labelled.isEmpty()) break;
     if (!meter.mayGoOn(static_cast<double>(done) / static_cast<double>(sequence.count()))) return false;
     components.add(labelled.front());
     labelled.pop();
     ++done;
   }
+  components.end();
+  return true;
 }
 
 }  // namespace

@@ -159,6 +159,28 @@ inline Shape randomShape(RandomSource& random) {
   return {"noise of density " + std::to_string(density), noiseOf(random, size, density), tile};
 }
 
+/// Tiles that are full, clear or noise, with long runs of full ones in many rows, and in many slices.
+inline Shape shapeOfTiles(RandomSource& random) {
+  const SbVec3i32 tile(32, 8, 8);
+  const SbVec3i32 tiles(random.between(1, 7), random.between(1, 9), random.between(2, 11));
+  SbVec3i32 size;
+  for (int axis = 0; axis < 3; ++axis) size[axis] = std::max(1, tiles[axis] * tile[axis] - random.between(0, 5));
+  DenseMask voxels = noiseOf(random, size, 0.3);
+  const int count = tiles[0] * tiles[1] * tiles[2];
+  const auto fillTiles = [&](int first, int end, bool value) {
+    for (int i = first; i < std::min(end, count); ++i) {
+      const SbVec3i32 at(i % tiles[0] * 32, i / tiles[0] % tiles[1] * 8, i / tiles[0] / tiles[1] * 8);
+      voxels.fill(SbBox3i32(at, {at[0] + 31, at[1] + 7, at[2] + 7}).intersection(voxels.box()), value);
+    }
+  };
+  for (int first = 0; first < count;) {
+    const int end = first + random.between(1, random.chance(0.3) ? 200 : 2 + tiles[0]);
+    if (random.chance(0.7)) fillTiles(first, end, random.chance(0.7));
+    first = end;
+  }
+  return {"tiles", voxels, tile};
+}
+
 inline std::string describe(const Shape& shape, hxvoxora::Neighbours neighbours) {
   const auto text = [](const SbVec3i32& v) {
     return std::to_string(v[0]) + " x " + std::to_string(v[1]) + " x " + std::to_string(v[2]);

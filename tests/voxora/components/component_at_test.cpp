@@ -1,12 +1,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 
 #include "quarn/base/McException.h"
 #include "quarn/voxora/components/componentAt.h"
 #include "quarn/voxora/components/findComponents.h"
 #include "quarn/voxora/files/MemoryFileSystem.h"
+#include "tests/voxora/components/AskedOften.h"
 #include "tests/voxora/components/componentShapes.h"
 #include "tests/voxora/tiles/budgetScopes.h"
 
@@ -67,6 +69,12 @@ TEST(ComponentAt, AgreesWithPlainCodeOnRandomVolumes) {
 TEST(ComponentAt, AgreesWithPlainCodeOnDifficultShapes) {
   RandomSource random;
   for (const Shape& shape : difficultShapes()) expectPlainComponents(shape, random);
+}
+
+TEST(ComponentAt, AgreesWithPlainCodeOnRunsOfFullTiles) {
+  RandomSource random;
+  for (int round = 0; round < 20 && !::testing::Test::HasFatalFailure(); ++round)
+    expectPlainComponents(shapeOfTiles(random), random);
 }
 
 TEST(ComponentAt, AllComponentsTogetherAreTheVolume) {
@@ -199,20 +207,23 @@ TEST(ComponentAt, DamagedTilesAreAnError) {
 }
 
 TEST(ComponentAt, AnyCallMayBeTheLast) {
-  const auto mask = maskOf(spiral(150, 20), {32, 8, 8});
+  const auto mask = maskOf(spiral(34, 5), {32, 8, 32});
+  // Each part of the work asks on the calling thread then.
+  const tbb::global_control control(tbb::global_control::max_allowed_parallelism, 1);
   const std::size_t payloads = payloadStatistics().payloadsInUse;
-  std::vector<double> fractions;
-  const auto note = [&](double fraction) {
-    fractions.push_back(fraction);
-    return true;
-  };
-  EXPECT_TRUE(componentAt(mask->snapshot(), Neighbours::Faces, {0, 0, 0}, note));
-  ASSERT_GT(fractions.size(), 1u);
+  AskedOften asked;
+  EXPECT_TRUE(
+      componentAt(mask->snapshot(), Neighbours::Faces, {0, 0, 0}, [&](double fraction) { return asked(fraction); }));
+  const std::vector<double>& fractions = asked.fractions;
+  ASSERT_GT(fractions.size(), 8u);
+  EXPECT_LE(fractions.back(), 1.0);
   EXPECT_TRUE(std::is_sorted(fractions.begin(), fractions.end()));
-  for (std::size_t last = 0; last < fractions.size(); ++last) {
-    std::size_t calls = 0;
-    EXPECT_FALSE(componentAt(mask->snapshot(), Neighbours::Faces, {0, 0, 0}, [&](double) { return calls++ < last; }));
-    EXPECT_EQ(calls, last + 1);
+  for (std::size_t last = 0; last < fractions.size(); last += 1 + last / 4) {
+    AskedOften giveUp;
+    giveUp.last = last;
+    EXPECT_FALSE(
+        componentAt(mask->snapshot(), Neighbours::Faces, {0, 0, 0}, [&](double fraction) { return giveUp(fraction); }));
+    EXPECT_EQ(giveUp.fractions.size(), last + 1);
   }
   EXPECT_THAT(
       [&] {

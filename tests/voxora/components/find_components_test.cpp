@@ -72,6 +72,12 @@ TEST(FindComponents, AgreesWithPlainCodeInTilesOfAllSizes) {
   }
 }
 
+TEST(FindComponents, AgreesWithPlainCodeOnRunsOfFullTiles) {
+  RandomSource random;
+  for (int round = 0; round < 60 && !::testing::Test::HasFatalFailure(); ++round)
+    expectPlainComponents(shapeOfTiles(random));
+}
+
 TEST(FindComponents, TouchingByFaceEdgeAndCorner) {
   const auto pair = [](const SbVec3i32& second) {
     const auto mask = makeMask({64, 16, 16});
@@ -128,6 +134,19 @@ TEST(FindComponents, HugeGridsCostWhatTheirBodiesCost) {
   EXPECT_THAT(components, ElementsAre(Component{{100, 100, 100}, 101 * 51 * 21, low},
                                       Component{{3990, 4000, 4090}, 106 * 96 * 6, high}));
   EXPECT_EQ(asked.fractions.size(), 1u + 6u + 4u);  // their tiles
+}
+
+TEST(FindComponents, FullTilesAreCountedTogether) {
+  const SbVec3i32 large(16384, 16384, 16384), largest(1 << 19, 1 << 16, 1 << 16);
+  for (const auto& [size, tile] : {std::pair(large, SbVec3i32(64, 64, 64)), std::pair(largest, SbVec3i32(32, 8, 8))}) {
+    const auto mask = makeMask(size, tile);
+    mask->setDefaultValue(true);
+    const SbBox3i32 box = wholeBox(*mask);
+    const auto all = static_cast<std::uint64_t>(box.size(0) * box.size(1) * box.size(2));
+    EXPECT_THAT(handedOver(mask->snapshot(), Neighbours::Faces), ElementsAre(Component{{0, 0, 0}, all, box}));
+    fill(*mask, {{8000, 8000, 8000}, {8009, 8009, 8009}}, false);
+    EXPECT_THAT(handedOver(mask->snapshot(), Neighbours::All), ElementsAre(Component{{0, 0, 0}, all - 1000, box}));
+  }
 }
 
 TEST(FindComponents, ThreadsDoNotChangeTheOrder) {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 
+#include "quarn/voxora/export.h"
 #include "quarn/voxora/nodes/SbTypes.h"
 #include "quarn/voxora/tiles/detail/TileTable.h"
 
@@ -13,7 +14,7 @@ using BlockPlace = std::array<std::int32_t, 3>;
 
 /// A volume cut into blocks of at most 64 voxels a side, so that a row of a block is a word: a tile is one block, or is
 /// cut into several.
-class BlockGrid {
+class QUARN_VOXORA_API BlockGrid {
 public:
   explicit BlockGrid(const TileTable& table);
 
@@ -22,6 +23,8 @@ public:
 
   /// Voxels of a block along each axis where the volume does not cut it.
   const SbVec3i32& blockSize() const { return blockSize_; }
+
+  const std::array<std::int64_t, 3>& tilesPerAxis() const { return tilesPerAxis_; }
 
   /// Blocks are numbered tile by tile, and within a tile x fastest, then y, then z.
   std::int64_t blocksPerTile() const { return blocksPerTile_; }

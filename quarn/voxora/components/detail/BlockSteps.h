@@ -26,4 +26,28 @@ std::span<const BlockStep> blockSteps(Neighbours neighbours);
 
 constexpr std::size_t mostBlockSteps = 26;
 
+/// Where a block has others around it that are not clear.
+struct BlockSurroundings {
+  std::uint32_t steps = 0;      ///< bit i: there are set voxels where the i-th of blockSteps() leads to
+  std::uint32_t fullSteps = 0;  ///< those that lead to full tiles
+  std::uint32_t openSides = 0;  ///< BlockSide::bit(): some of these steps meet others on that side
+};
+
+BlockSurroundings surroundingsOf(const BlockGrid& blocks, const BlockPlace& place, Neighbours neighbours);
+
+/// The faces of full blocks, one for each side, with the label 0. Where the volume cuts a full block, these meet
+/// nothing that its own would not.
+using FullFaces = std::array<BlockFace, sideCount>;
+FullFaces makeFullFaces(const BlockGrid& blocks);
+
+/// BlockFace::forEachTouch() where a step leads from a block with the face `from` to one with the face `to`.
+template <typename Join>
+void forEachTouch(Neighbours neighbours, const BlockFace& from, const BlockStep& step, const BlockFace& to, Join join) {
+  if (neighbours == Neighbours::Faces) {
+    from.forEachTouch<Neighbours::Faces>(to, step.across, step.up, join);
+  } else {
+    from.forEachTouch<Neighbours::All>(to, step.across, step.up, join);
+  }
+}
+
 }  // namespace hxvoxora::detail

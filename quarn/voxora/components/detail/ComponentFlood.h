@@ -1,14 +1,15 @@
 #pragma once
 
-#include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <unordered_map>
+#include <thread>
 #include <vector>
 
-#include "quarn/voxora/components/detail/BlockSteps.h"
-#include "quarn/voxora/components/detail/LabelledBlock.h"
+#include "quarn/voxora/components/detail/FloodGraph.h"
+#include "quarn/voxora/export.h"
+#include "quarn/voxora/morphology/detail/WorkMeter.h"
 #include "quarn/voxora/tiles/TileSnapshot.h"
 #include "quarn/voxora/tiles/WorkCallback.h"
 
@@ -16,9 +17,9 @@ namespace hxvoxora::detail {
 
 /// Follows one component from a voxel, block by block.
 ///
-/// Of a block that it comes to only the faces are kept, as long as they may be met again, and which of the block's own
-/// components belong to the one that is followed. Where these are not all, the block is labelled again at the end.
-class ComponentFlood {
+/// Each block that it may come to is labelled once, whatever the number of times that the component comes back to it,
+/// and those that it does not fill are labelled again at the end.
+class QUARN_VOXORA_API ComponentFlood {
 public:
   ComponentFlood(const BlockGrid& blocks, Neighbours neighbours, const WorkCallback& callback);
 
@@ -28,63 +29,55 @@ public:
   /// The component as a volume on the same grid; nothing when the callback gave up.
   std::optional<TileSnapshot> volume();
 
+  /// How much work it was.
+  struct Cost {
+    std::size_t blocksLabelled = 0, meetings = 0, nodesFollowed = 0;
+  };
+  Cost cost() const { return {blocksLabelled_, graph_.meetings(), nodesFollowed_}; }
+
 private:
-  using Faces = std::array<std::unique_ptr<BlockFace>, sideCount>;
+  using Blocks = std::vector<std::int64_t>;
 
-  /// A block that the component may have come to. Its own components are numbered as BlockRuns does.
-  struct Visited {
-    BlockPlace place{};
-    bool isFull = false;  ///< all voxels are set; there are no faces then
-    bool isLabelled = false;
-    std::uint32_t componentCount = 0, chosenCount = 0;
-    std::vector<bool> chosen;
-    std::vector<std::uint32_t> fresh;  ///< chosen, but not followed into other blocks yet
-    Faces faces;
-
-    bool choose(std::uint32_t component);
-    bool isWhole() const { return chosenCount == componentCount; }
-  };
-
-  /// Components of a block that are about to be followed into others.
-  struct Step {
-    Visited* from;
-    std::vector<std::uint32_t> components;
-  };
-
-  /// Two blocks whose faces may touch where the components go on.
-  struct Meeting {
-    std::size_t step;  // its place in the list
-    const BlockStep* way;
-    Visited* to;
+  struct Job {
+    FloodGraph::LabelledPart part;
+    std::shared_ptr<TilePin> tile;
   };
 
   bool begin(const SbVec3i32& seed);
-  bool follow();
-  void addMeetings(std::size_t step, std::vector<Meeting>& meetings);
-  bool labelBlocks(const std::vector<Meeting>& meetings);
-  void label(Visited& block);
-  void makeFaces(Visited& block, const BlockScratch& scratch) const;
-  void meet(const Meeting& meeting, std::vector<Visited*>& reached);
-  void mark(const Step& step, bool value);
-  const BlockFace* faceOf(const Visited& block, const BlockSide& side) const;
+  bool follow(Blocks& wanted);
+  void followBlock(FloodGraph::Unit& unit, std::uint32_t sides, Blocks& wanted) const;
+  void followStretch(const TileStretch& stretch, Blocks& wanted);
+  void addBlocksOf(std::int64_t tile, const SbBox3i32& around, Blocks& wanted) const;
+  bool labelBlocks(const Blocks& wanted);
+  void label(Job& job);
+  void numberOpen(BlockScratch& scratch, std::int64_t block, const BlockSurroundings& around) const;
 
+  void noteWhatIsReached();
+  bool isWhole(const FloodGraph::Unit& unit) const;
+  bool hasPart(const FloodGraph::Unit& unit) const;
   TileSlot contentOf(std::int64_t tile);
+  void keepPart(const FloodGraph::Unit& unit, const BlockPlace& place, BlockScratch& scratch) const;
   bool isWholeTile(std::int64_t tile, const std::byte* bits, BlockRows& rows) const;
 
   template <typename Work>
-  bool inSteps(std::size_t count, double from, double to, Work work);
-  bool tell(double fraction);
+  bool deal(std::size_t count, Work work);
+  bool mayGoOn();
 
   const BlockGrid& blocks_;
   const Neighbours neighbours_;
+  const FullTiles full_;
   const WorkCallback& callback_;
+  WorkMeter meter_;
+  const std::thread::id caller_ = std::this_thread::get_id();
   BlockScratches scratches_;
-  Faces fullFaces_;
-  std::unordered_map<std::int64_t, Visited> visited_;
-  std::vector<Step> steps_;
-  std::vector<bool> isFollowed_;  // by component, of the step at hand
-  std::size_t blocksDone_ = 0;
-  double told_ = 0;
+  FloodGraph graph_;
+  SbVec3i32 seed_;
+  std::int64_t seedBlock_ = -1;
+  std::optional<std::uint32_t> seedComponent_;  // of the seed's block
+  std::vector<bool> isReached_;                 // by node, at the end
+  std::size_t blocksLabelled_ = 0, blocksWanted_ = 0, nodesFollowed_ = 0;
+  std::atomic<bool> gaveUp_ = false;
+  double done_ = 0;
 };
 
 }  // namespace hxvoxora::detail

@@ -3,12 +3,15 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <tbb/enumerable_thread_specific.h>
 #include <vector>
 
 #include "quarn/voxora/components/detail/BlockFace.h"
 #include "quarn/voxora/components/detail/BlockGrid.h"
 #include "quarn/voxora/components/detail/BlockRuns.h"
+#include "quarn/voxora/components/detail/BlockSteps.h"
+#include "quarn/voxora/components/detail/FullTiles.h"
 #include "quarn/voxora/components/detail/TilePin.h"
 #include "quarn/voxora/components/detail/singleVoxels.h"
 #include "quarn/voxora/components/findComponents.h"
@@ -29,14 +32,14 @@ using BlockScratches = tbb::enumerable_thread_specific<BlockScratch>;
 /// The components of one block: those that may go on in other blocks, and those that cannot.
 class LabelledBlock {
 public:
-  /// A block that was given work to do.
+  /// A block to label, or a stretch of full tiles, which stands for a component and needs no work.
   struct Task {
     std::int64_t block = 0;
     BlockPlace place{};
-    SbVec3i32 origin;               ///< its first voxel
-    std::shared_ptr<TilePin> tile;  ///< null when all voxels are set
-    std::uint32_t stepsTaken = 0;   ///< bit i: there are set voxels where the i-th of blockSteps() leads to
-    std::uint32_t openSides = 0;    ///< BlockSide::bit(): some of these steps meet others on that side
+    SbVec3i32 origin;  ///< its first voxel
+    std::shared_ptr<TilePin> tile;
+    BlockSurroundings around;
+    std::optional<TileStretch> stretch;
     const BlockGrid* blocks = nullptr;
     BlockScratches* scratches = nullptr;
     Neighbours neighbours = Neighbours::Faces;
@@ -61,7 +64,6 @@ public:
 
 private:
   static Component inVolume(const LocalComponent& component, const SbVec3i32& origin);
-  void labelFull();
   void labelRows(BlockScratch& scratch);
   void addFace(const BlockSide& side, BlockFace face);
 

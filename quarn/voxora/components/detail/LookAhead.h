@@ -38,7 +38,12 @@ public:
   void start() {
     Slot& slot = *slots_[end_++ % slots_.size()];
     slot.state.store(State::Waiting, std::memory_order_release);
-    if (slots_.size() > 1) tasks_.run([this, &slot] { work(slot); });
+    // What finds nothing to do, since the owner was quicker, is still there for the next job.
+    if (slots_.size() == 1 || slot.isQueued.exchange(true)) return;
+    tasks_.run([this, &slot] {
+      slot.isQueued.exchange(false);
+      work(slot);
+    });
   }
 
   /// The first of the jobs, done; what it threw is thrown.
@@ -58,6 +63,7 @@ private:
 
   struct Slot {
     std::atomic<State> state = State::Done;
+    std::atomic<bool> isQueued = false;  // a task looks at this place sooner or later
     std::exception_ptr failure;
     Job job;
   };
