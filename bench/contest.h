@@ -23,7 +23,8 @@ using Entrants = std::vector<Entrant>;
 /// Whom we are held against. A peer leaves a heap behind that slows everybody down, so that loops come first.
 enum class Against { Loops, Peer };
 
-/// Registers an operation for one and for two threads; its time is the median of so many runs.
+/// Registers an operation for one and for two threads; the time of a peer is the median of so many runs, ours
+/// of 5 at least.
 void addContest(const std::string& operation, const std::string& data, Against against, int runs,
                 std::function<Entrants()> entrants);
 

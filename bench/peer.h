@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "quarn/voxora/bits/TruthTable.h"
 #include "quarn/voxora/nodes/SbTypes.h"
@@ -43,6 +44,9 @@ public:
 
   /// Makes a mask of each face-connected piece, and counts these.
   std::uint64_t countSegments() const;
+
+  /// The voxels of each of these masks, ascending.
+  std::vector<std::uint64_t> segmentSizes() const;
 
   /// One grid per file, deflated.
   void write(const std::string& path) const;

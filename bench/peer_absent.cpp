@@ -46,6 +46,9 @@ std::uint64_t PeerMask::countSetVoxels() const {
 std::uint64_t PeerMask::countSegments() const {
   refuse();
 }
+std::vector<std::uint64_t> PeerMask::segmentSizes() const {
+  refuse();
+}
 void PeerMask::write(const std::string&) const {
   refuse();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 #include "quarn/voxora/tiles/TileSnapshot.h"
@@ -18,8 +19,11 @@ public:
   explicit ItkMask(const hxvoxora::TileSnapshot& content);
   ~ItkMask();
 
-  /// Labels all face-connected pieces and counts them.
-  std::uint64_t countComponents() const;
+  /// Labels all face-connected pieces and counts them. Labels are as narrow as so many pieces allow.
+  std::uint64_t countComponents(std::uint64_t expected) const;
+
+  /// Hands over how many voxels each piece has, and its box: from the label image, voxel by voxel.
+  void measureComponents(const std::function<void(std::uint64_t voxels, const SbBox3i32& box)>& sink) const;
 
 private:
   struct Image;

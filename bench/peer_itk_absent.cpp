@@ -14,7 +14,10 @@ ItkMask::ItkMask(const hxvoxora::TileSnapshot&) {
   throw std::logic_error("the peer was not built in");
 }
 ItkMask::~ItkMask() = default;
-std::uint64_t ItkMask::countComponents() const {
+void ItkMask::measureComponents(const std::function<void(std::uint64_t, const SbBox3i32&)>&) const {
+  throw std::logic_error("the peer was not built in");
+}
+std::uint64_t ItkMask::countComponents(std::uint64_t) const {
   throw std::logic_error("the peer was not built in");
 }
 

@@ -164,6 +164,15 @@ std::uint64_t PeerMask::countSegments() const {
   return segments.size();
 }
 
+std::vector<std::uint64_t> PeerMask::segmentSizes() const {
+  std::vector<MaskTree::Ptr> segments;
+  openvdb::tools::segmentActiveVoxels(*tree_->masks, segments);
+  std::vector<std::uint64_t> sizes;
+  for (const MaskTree::Ptr& segment : segments) sizes.push_back(segment->activeVoxelCount());
+  std::sort(sizes.begin(), sizes.end());
+  return sizes;
+}
+
 void PeerMask::write(const std::string& path) const {
   const MaskGrid::Ptr grid = MaskGrid::create(tree_->masks);
   openvdb::io::File file(path);
