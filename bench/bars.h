@@ -19,7 +19,7 @@ void addFileBars();
 void addComponentBars();
 void addLabelFieldBars();
 
-/// Dilation and erosion beside the peer.
+/// Dilation and erosion beside the peer, ITK and SciPy.
 void addMorphologyBars();
 
 }  // namespace bench

@@ -9,7 +9,8 @@
 #include "bench/bars.h"
 #include "bench/contest.h"
 #include "bench/operands.h"
-#include "bench/peer.h"
+#include "bench/peer_itk_morphology.h"
+#include "bench/peer_scipy.h"
 #include "bench/scale/Brain.h"
 #include "quarn/voxora/nodes/SoCpuBufferBitSet.h"
 
@@ -122,16 +123,39 @@ Entrants entrants(const Subject& subject, const Growing& growing) {
           peer("OpenVDB, nodes left apart", subject, growing, Nodes::TakenApart)};
 }
 
+/// Those that take seconds for each run.
+Entrants slowEntrants(const Subject& subject, const Growing& growing) {
+  Entrants entrants{ourselves(subject, growing)};
+  const MaskRef expected = result(subject, growing);
+  if (ItkImage::isAvailable()) {
+    const auto image = std::make_shared<const ItkImage>(subject.made().ours->snapshot());
+    if (!image->grown(growing.iterations, growing.isErosion).equals(expected->snapshot()))
+      throw std::runtime_error(growing.name() + ": the masks and those of ITK differ");
+    entrants.push_back({"ITK", 0.01, nullptr,
+                        [=] { benchmark::DoNotOptimize(image->grown(growing.iterations, growing.isErosion)); }, 0});
+  }
+  if (ScipyPeer::isAvailable()) {
+    const auto scipy = std::make_shared<ScipyPeer>(subject.made().ours->snapshot());
+    if (scipy->grow(growing.iterations, growing.isErosion) != expected->countSetVoxels(boxOf(*expected)))
+      throw std::runtime_error(growing.name() + ": the masks and those of SciPy differ");
+    entrants.push_back({"SciPy", 0.01, nullptr, [=] { scipy->grow(growing.iterations, growing.isErosion); }, 0});
+  }
+  return entrants;
+}
+
 }  // namespace
 
 void addMorphologyBars() {
-  constexpr int runs = 5;
+  constexpr int runs = 5, slowRuns = 1;
   for (const Subject& subject : subjects()) {
     for (const int iterations : {1, 3}) {
       for (const bool isErosion : {false, true}) {
         const Growing growing{isErosion, iterations};
         addContest(growing.name(), subject.name, Against::Peer, runs,
                    [&subject, growing] { return entrants(subject, growing); });
+        if (&subject != &subjects().front()) continue;
+        addContest(growing.name() + ", slow peers", subject.name, Against::Peer, slowRuns,
+                   [&subject, growing] { return slowEntrants(subject, growing); });
       }
     }
   }
