@@ -287,8 +287,8 @@ private:
   void forgetBoxes();
   void combine(const McBox3i& region, const Mask& other, hxvoxora::TruthTable f);
   void setVoxels(const McBitfield& bits);
-  using GrowNode = bool (SoVolumeMask::*)(std::uint64_t iterations, const hxvoxora::WorkCallback& progress);
-  bool grow(unsigned long iterations, GrowNode growNode, int margin, McProgressInterface* progress);
+  enum class Growth { Dilation, Erosion };
+  bool grow(unsigned long iterations, Growth growth, McProgressInterface* progress);
   void storeVoxels(const Mask& other, const McBox3i& box, bool clearFirst);
   bool storeFiles(const Mask& other);
 

@@ -35,20 +35,24 @@ Mask& Mask::erode(unsigned long iterations) {
 }
 
 bool Mask::dilate(unsigned long iterations, McProgressInterface* progress) {
-  return grow(iterations, &SoVolumeMask::dilate, 1, progress);
+  return grow(iterations, Growth::Dilation, progress);
 }
 
 bool Mask::erode(unsigned long iterations, McProgressInterface* progress) {
-  return grow(iterations, &SoVolumeMask::erode, -1, progress);
+  return grow(iterations, Growth::Erosion, progress);
 }
 
-/// The remembered box grows by `margin`, however many iterations there are.
-bool Mask::grow(unsigned long iterations, GrowNode growNode, int margin, McProgressInterface* progress) {
+/// The remembered box grows or shrinks by one voxel, however many iterations there are.
+bool Mask::grow(unsigned long iterations, Growth growth, McProgressInterface* progress) {
+  const bool isErosion = growth == Growth::Erosion;
+  const int margin = isErosion ? -1 : 1;
   const auto exact = cachedBoundingBox(), approximated = cachedApproximatedBoundingBox();
   saveMaskToTemporary();
   bool isDone = false;
-  inTransaction(*m_volumeMask, m_editMutex,
-                [&] { isDone = (m_volumeMask->*growNode)(iterations, callbackOf(progress)); });
+  inTransaction(*m_volumeMask, m_editMutex, [&] {
+    const hxvoxora::WorkCallback callback = callbackOf(progress);
+    isDone = isErosion ? m_volumeMask->erode(iterations, callback) : m_volumeMask->dilate(iterations, callback);
+  });
   if (!isDone) return false;
   touch(8);
   if (exact) {

@@ -2,6 +2,7 @@
 #include "hxroi/HxRoisColorInformation.h"
 #include "hxroi/details/Roi.h"
 #include "quarn/kernel/fields/HxStandardColormaps.h"
+#include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 
@@ -174,10 +175,15 @@ TEST_F(RoisPorts, LoseNoChangeToTheNextCommand) {
 TEST_F(RoisPorts, AreSavedWithTheirPendingChangesAndThereAfterLoading) {
   addMask("Bone");
   fire();
-  const QString file = QString::fromStdString((folder / "a.ROIs.qm").string());
-  EXPECT_EQ(evaluate("rois color-Bone setColor 0 0.5 1; rois save QuarnMesh " + file), "");
-  rois->removeRoi("Bone");
-  EXPECT_EQ(evaluate("[load " + file + "] color-Bone getColor"), "0 0.5 1");
+  EXPECT_EQ(evaluate("rois color-Bone setColor 0 0.5 1"), "");
+  const std::string file = (folder / "a.ROIs.qm").string();
+  ASSERT_EQ(rois->writeQuarnMesh(file.c_str()), 1) << console.consoleText();
+  const auto mesh = QuarnMesh::read(QString::fromStdString(file));
+  const McHandle<HxRois> loaded(new HxRois);
+  QString name;
+  ASSERT_EQ(loaded->readQuarnMesh(mesh.get(), file.c_str(), name), 1) << console.consoleText();
+  HxObjectPool::instance().add(loaded, "loaded");
+  EXPECT_EQ(evaluate("loaded color-Bone getColor"), "0 0.5 1");
 }
 
 TEST_F(RoisPorts, FollowTheNameOfTheRoi) {

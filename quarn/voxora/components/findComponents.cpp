@@ -58,6 +58,7 @@ bool sweep(const detail::BlockGrid& blocks, Neighbours neighbours, const Compone
 
 bool findComponents(const TileSnapshot& volume, Neighbours neighbours, const ComponentSink& sink,
                     const WorkCallback& callback) {
+  if (volume.grid().isEmpty()) return true;
   const detail::BlockGrid blocks(volume.table());
   return tbb::this_task_arena::isolate([&] { return sweep(blocks, neighbours, sink, callback); });
 }
