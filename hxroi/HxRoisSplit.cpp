@@ -19,11 +19,14 @@ std::vector<HxRois::MaskHolder> HxRois::splitNamedMask(const std::string& name, 
                           "HxRois", "%1% has already reached the maximum number of allowed masks (%2%). Cannot split.")
                           .arg(getLabel(), QString::number(kMaximumNumberOfMasks)));
   }
-  const Mask& mask = namedMask(name);
+  namedMask(name);
+  // Held, since the question whether to go on may run other events.
+  const McHandle<Mask> mask(getMask(name));
   std::optional<hxroi::InterruptWatch> watch;
   if (progress) watch.emplace(*progress);
   std::vector<MaskHolder> pieces;
-  for (Mask* piece : mask.split(kMaximumNumberOfMasks - masks_.size(), watch ? &*watch : nullptr)) {
+  pieces.reserve(kMaximumNumberOfMasks + 1);  // so that nothing can fail between the split and the holders
+  for (Mask* piece : mask->split(kMaximumNumberOfMasks - masks_.size(), watch ? &*watch : nullptr)) {
     pieces.emplace_back(piece);
   }
   // Some of the pieces may not be filled.

@@ -82,6 +82,7 @@ void fillInThread(Labels first, Labels last, const FillMaskFromSplit& body, Fill
     if (!progress.goOn(state.fraction())) state.cancel();
   }
   runner.wait();
+  runner.rethrowFailure();
 }
 
 void fillInOrder(Labels first, Labels last, const FillMaskFromSplit& body) {

@@ -393,3 +393,76 @@ TEST_F(MaskAlgebra, MergingParametersWhereTypesDifferKeepsOnesOwn) {
   a->mergeParameters(*b, true);
   EXPECT_EQ(a->intProperty("Atlas", false), 1);
 }
+
+TEST_F(MaskAlgebra, SubtractionReachesNoFartherThanBothBoxes) {
+  const auto a = makeMask(kGrid, kWhole), b = makeMask(kGrid, kWhole, "other");
+  a->setBoundingBox(kLeft);
+  b->setBoundingBox(kRight);
+  *a -= *b;
+  EXPECT_EQ(count(*a), volume(kWhole) - volume(kBoth));
+}
+
+TEST_F(MaskAlgebra, ExclusiveOrAndUnionReachAsFarAsTheBoxOfTheOther) {
+  const auto a = makeMask(kGrid, kWhole), b = makeMask(kGrid, kWhole, "other");
+  a->setBoundingBox(kLeft);
+  b->setBoundingBox(kRight);
+  *a ^= *b;
+  EXPECT_EQ(count(*a), volume(kWhole) - volume(kRight));
+  const auto c = makeMask(kGrid);
+  *c |= *b;
+  EXPECT_EQ(count(*c), volume(kRight));
+}
+
+TEST_F(MaskAlgebra, IntersectionReachesAsFarAsOneBoxExtendedByTheOther) {
+  const auto a = makeMask(kGrid, kWhole), b = makeMask(kGrid, false, "other");
+  a->setBoundingBox(kLeft);
+  b->setBoundingBox(kRight);
+  *a &= *b;
+  EXPECT_EQ(count(*a), volume(kWhole) - volume(kUnion));
+}
+
+TEST_F(MaskAlgebra, ObeysTheLawsOfSets) {
+  auto random = seededRandom();
+  const McVec3i n(70, 20, 18);
+  for (int round = 0; round < 20; ++round) {
+    std::vector<McHandle<Mask>> operands;
+    for (const double density : {0.02, 0.5, 0.9}) {
+      operands.push_back(makeMask(n));
+      setBits(*operands.back(), randomBits(n, random, density));
+      if (random() % 2 == 0) operands.back()->getBoundingBox();
+    }
+    const auto copy = [](const Mask& mask) { return McHandle<Mask>(new Mask("copy", mask)); };
+    const auto combined = [&](const Mask& left, Mask& (Mask::*combine)(const Mask&), const Mask& right) {
+      const auto result = copy(left);
+      (*result.*combine)(right);
+      return result;
+    };
+    const auto inverse = [&](const Mask& mask) {
+      const auto result = copy(mask);
+      result->negate();
+      return result;
+    };
+    const Mask &a = *operands[0], &b = *operands[1], &c = *operands[2];
+    const auto unite = &Mask::operator|=, intersect = &Mask::operator&=, differ = &Mask::operator^=,
+               subtract = &Mask::operator-=;
+    // What an operator knows of its result must hold what is set.
+    const auto expectEqual = [&](const Mask& left, const Mask& right, const char* law) {
+      EXPECT_EQ(bitsOf(left), bitsOf(right)) << law;
+      EXPECT_EQ(left.getBoundingBox(), boundsOf(bitsOf(left), n)) << law;
+      EXPECT_EQ(right.getBoundingBox(), boundsOf(bitsOf(right), n)) << law;
+    };
+    expectEqual(*inverse(*combined(a, unite, b)), *combined(*inverse(a), intersect, *inverse(b)), "De Morgan");
+    expectEqual(*combined(a, intersect, *combined(b, unite, c)),
+                *combined(*combined(a, intersect, b), unite, *combined(a, intersect, c)), "distributive");
+    expectEqual(*combined(a, unite, *combined(b, intersect, c)),
+                *combined(*combined(a, unite, b), intersect, *combined(a, unite, c)), "distributive");
+    expectEqual(*combined(*combined(a, differ, b), differ, b), a, "twice the same difference");
+    expectEqual(*combined(a, subtract, b), *combined(a, intersect, *inverse(b)), "subtraction");
+    expectEqual(*combined(a, unite, *combined(a, intersect, b)), a, "absorption");
+    expectEqual(*combined(*combined(a, unite, b), unite, c), *combined(a, unite, *combined(b, unite, c)),
+                "associative");
+    expectEqual(*inverse(*inverse(a)), a, "double negation");
+    EXPECT_TRUE(combined(a, differ, a)->empty());
+    EXPECT_TRUE(combined(a, subtract, a)->empty());
+  }
+}

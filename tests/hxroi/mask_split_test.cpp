@@ -1,6 +1,9 @@
 #include <QString>
 #include <algorithm>
+#include <memory>
+#include <mutex>
 #include <set>
+#include <thread>
 
 #include "quarn/kernel/params/HxParamBundle.h"
 #include "tests/hxroi/SplitTest.h"
@@ -33,7 +36,48 @@ protected:
   }
 };
 
+/// Remembers which threads made files.
+class WatchingFileSystem : public hxvoxora::PassingFileSystem {
+public:
+  WatchingFileSystem() : PassingFileSystem(hxvoxora::FileSystem::posix()) {}
+
+  std::unique_ptr<hxvoxora::OutputFile> createExclusively(const std::string& path, Access access) override {
+    {
+      const std::lock_guard lock(mutex_);
+      threads_.insert(std::this_thread::get_id());
+    }
+    return PassingFileSystem::createExclusively(path, access);
+  }
+
+  bool hasSeen(std::thread::id thread) const { return threads_.contains(thread); }
+  bool hasSeenAny() const { return !threads_.empty(); }
+
+private:
+  std::mutex mutex_;
+  std::set<std::thread::id> threads_;
+};
+
 }  // namespace
+
+TEST_F(MaskSplit, FillsInAThreadOfItsOwnWhenTheSwitchIsOn) {
+  const auto source = five();
+  const auto seen = [&] {
+    WatchingFileSystem files;
+    const hxvoxora::FileSystemOverride current(files);
+    split(*source, 100);
+    EXPECT_TRUE(files.hasSeenAny());
+    return files.hasSeen(std::this_thread::get_id());
+  };
+  {
+    const ThreadSwitch threads(true);
+    EXPECT_FALSE(seen());
+  }
+  {
+    const ThreadSwitch threads(false);
+    EXPECT_TRUE(seen());
+  }
+  EXPECT_TRUE(seen()) << "off unless set";
+}
 
 TEST_F(MaskSplit, FacesConnect) {
   for (const McVec3i& other : {McVec3i(5, 4, 3), McVec3i(4, 5, 3), McVec3i(4, 4, 4)}) {
