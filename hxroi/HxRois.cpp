@@ -5,6 +5,7 @@
 
 #include "hxroi/HxRoiToHxVolumeDataRegistry.h"
 #include "hxroi/HxRoisColorInformation.h"
+#include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/Roi.h"
 #include "quarn/base/McBox3f.h"
@@ -13,12 +14,15 @@
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
 #include "quarn/kernel/objects/HxEditor.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/objects/hxconnection_cast.h"
 #include "quarn/voxora/readers/SoVRLdmFileReader.h"
 #include "quarn/voxora/tiles/Ref.h"
 
+using hxroi::details::Group;
 using hxroi::details::Mask;
 
 namespace {
@@ -54,6 +58,7 @@ HxRois::HxRois()
   portOverlappingVoltexColormap.setDefaultAlpha(0.5F);
   portOverlappingVoltexColormap.setLocalRangeActive(true);
   setObjectFlag(kObjectFlag, false);
+  HxObjectPool::instance().addListener(this);
   HxRoiToHxVolumeDataRegistry::registerHxRois(this);
   isRegistered_ = true;
 }
@@ -139,6 +144,18 @@ void HxRois::onEditorChanged() {
   const bool free = getEditor() == nullptr;
   portData.allowEditing(free);
   baseConnection.allowEditing(free);
+}
+
+void HxRois::objectSelected(HxObject* object) {
+  if (object == this) fire(1);
+}
+
+void HxRois::objectAboutToBeRemoved(HxObject* object) {
+  if (!dynamic_cast<const HxColormap*>(object)) return;
+  for (const auto& [name, roi] : index_) {
+    if (auto* group = dynamic_cast<Group*>(roi)) group->clear();
+    if (roi->colormap(false) == object) roi->setColormap(nullptr);
+  }
 }
 
 void HxRois::flush(bool final) {

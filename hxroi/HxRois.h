@@ -18,6 +18,7 @@
 #include "quarn/base/McTypedClass.h"
 #include "quarn/base/McVec3i.h"
 #include "quarn/kernel/objects/HxData.h"
+#include "quarn/kernel/objects/HxObjectPoolListener.h"
 #include "quarn/kernel/ports/HxConnection.h"
 #include "quarn/kernel/ports/HxConnectionChecker.h"
 #include "quarn/kernel/ports/HxPortColorList.h"
@@ -45,7 +46,7 @@ class Roi;
 ///
 /// Refusals are `McException` and leave the set as it was. Everything belongs to the user-interface thread, except
 /// `touch`, which may come from any thread. A set must die on the user-interface thread.
-class HXROI_API HxRois : public HxData {
+class HXROI_API HxRois : public HxData, public HxObjectPoolListener {
 public:
   MC_CLASS_DECL(HxRois)
 
@@ -243,9 +244,16 @@ public:
   /// Content, names, properties and colours make the set need saving; other changes never do.
   void setModified(unsigned int flags) override;
 
+  /// Nobody changes the connections while the set is edited.
   void onEditorChanged() override;
   bool acceptConnection(HxConnection* connection, HxObject* source) override;
   void saveCreation(FILE* file, const char* directory, unsigned int flags) override;
+
+  /// The set, when it is the one selected, is evaluated.
+  void objectSelected(HxObject* object) override;
+  /// ROIs do not own their colormaps: those that show `object` show none from now on.
+  void objectAboutToBeRemoved(HxObject* object) override;
+
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
 
   /// The field over whose grid the masks are defined.

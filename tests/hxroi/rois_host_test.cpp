@@ -240,4 +240,46 @@ TEST_F(RoisHost, NoFlushWritesAMaskThatWasNeverEdited) {
   }
 }
 
+TEST_F(RoisHost, IsEvaluatedWhenSelected) {
+  class Counting : public HxRois {
+  public:
+    void compute() override { ++evaluations; }
+    int evaluations = 0;
+  };
+  const McHandle<Counting> counting(new Counting);
+  HxObjectPool& pool = HxObjectPool::instance();
+  pool.add(counting, "counting");
+  pool.add(rois, "other");
+  pool.select(rois);
+  EXPECT_EQ(counting->evaluations, 0);
+  pool.select(counting);
+  EXPECT_EQ(counting->evaluations, 1);
+  pool.select(nullptr);
+  EXPECT_EQ(counting->evaluations, 1);
+  pool.remove(counting);
+  pool.remove(rois);
+  pool.select(rois);
+  EXPECT_EQ(counting->evaluations, 1);
+  pool.select(nullptr);
+}
+
+TEST_F(RoisHost, RoisForgetAColormapThatGoes) {
+  HxObjectPool& pool = HxObjectPool::instance();
+  McHandle<HxColormap> colormap(new HxColormap);
+  pool.add(colormap, "colours");
+  rois->addRoi(makeGroup("Group", {"Member"}));
+  rois->getGroup("Group")->setColormap(colormap);
+  rois->getMask("Member")->setColormap(colormap);
+  ASSERT_EQ(rois->getGroup("Group")->getGroupMask()->colormap(false), colormap);
+  rois->fire(1);
+  pool.remove(colormap);
+  colormap.reset();
+  EXPECT_EQ(rois->getGroup("Group")->colormap(false), nullptr);
+  EXPECT_EQ(rois->getMask("Member")->colormap(false), nullptr);
+  EXPECT_EQ(rois->getGroup("Group")->getGroupMask()->colormap(false), nullptr);
+  rois->getMask("Member")->setColor(McColor(0, 1, 0));
+  rois->fire(1);
+  EXPECT_EQ(rois->findPort("colormap-Member")->isNew(), false);
+}
+
 }  // namespace
