@@ -198,12 +198,14 @@ HxRois::RoiHandle HxRois::replaceRoi(const std::string& name, Roi* newRoi) {
   if (found == rois_.end()) throw neverInserted(name, getLabel());
   const auto position = static_cast<unsigned long>(found - rois_.begin());
   const HxColormap* colormap = (*found)->colormap(false);
+  Group* parent = (*found)->parent();
   RoiHandle old = removeRoi(name);
   try {
     insertRoi(newRoi, position);
   } catch (...) {
     insertRoi(old, position);
     old->setColormap(colormap);
+    old->setParent(parent);
     throw;
   }
   renameColorPorts(name, newRoi->name());

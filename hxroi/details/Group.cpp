@@ -18,6 +18,14 @@ QString translated(const char* text) {
   return QCoreApplication::translate("Group", text);
 }
 
+McException alreadyInserted() {
+  return hxException(translated(QT_TRANSLATE_NOOP("Group", "Mask already inserted inside this group.")));
+}
+
+McException notFound() {
+  return hxException(translated(QT_TRANSLATE_NOOP("Group", "Mask not found.")));
+}
+
 /// Does `step` for all of [first, last); when one throws, `undo` for those done before it, in the same order, and the
 /// exception goes on. An undo that throws is reported and does not keep the others from being done.
 template <class Iterator, class Step, class Undo>
@@ -55,7 +63,7 @@ void Group::addMask(Mask* mask) {
 
 void Group::insertMask(Mask* mask, unsigned long position) {
   if (find(mask->name()) != m_members.end()) {
-    throw hxException(translated(QT_TRANSLATE_NOOP("Group", "Mask already inserted inside this group.")));
+    throw alreadyInserted();
   }
   m_members.reserve(m_members.size() + 1);
   notifyInsertMask(mask);
@@ -69,7 +77,7 @@ void Group::insertMask(Mask* mask, unsigned long position) {
 
 McHandle<Mask> Group::removeMask(const std::string& name) {
   const auto found = find(name);
-  if (found == m_members.end()) throw hxException(translated(QT_TRANSLATE_NOOP("Group", "Mask not found.")));
+  if (found == m_members.end()) throw notFound();
   notifyRemoveMask(name);
   const McHandle<Mask> member = *found;
   m_groupMask.reset();
@@ -81,12 +89,21 @@ McHandle<Mask> Group::removeMask(const std::string& name) {
 }
 
 McHandle<Mask> Group::replaceMask(const std::string& name, Mask* newMask) {
-  const auto position = static_cast<unsigned long>(std::distance(m_members.begin(), find(name)));
+  const auto found = find(name);
+  if (found == m_members.end()) throw notFound();
+  const auto isTaken = Roi::EqualName(newMask->name());
+  if (std::any_of(m_members.begin(), found, isTaken) || std::any_of(found + 1, m_members.end(), isTaken)) {
+    throw alreadyInserted();
+  }
+  const auto position = static_cast<unsigned long>(found - m_members.begin());
+  // Not always this group: a mask may belong to several.
+  Group* parent = (*found)->parent();
   const McHandle<Mask> former = removeMask(name);
   try {
     insertMask(newMask, position);
   } catch (...) {
     insertMask(former, position);
+    former->setParent(parent);
     throw;
   }
   return former;

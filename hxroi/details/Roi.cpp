@@ -135,8 +135,9 @@ std::string Roi::name() const {
 
 void Roi::setName(const std::string& newName) {
   const std::string oldName = name();
-  if (newName == oldName) return;
-  if (fixedName(newName) != newName) {
+  // A bundle that has no name yet has the empty one.
+  if (newName == oldName && !newName.empty()) return;
+  if (newName.empty() || fixedName(newName) != newName) {
     throw hxException(translated(
         QT_TRANSLATE_NOOP("Roi", "Invalid name: can only contains alpha numerics, underscores and dashes.")));
   }

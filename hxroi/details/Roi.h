@@ -43,8 +43,8 @@ public:
 
   using Owners = std::set<HxRois*>;
 
-  /// `colormap` may be null and is not owned. Throws McException for a name with characters other than letters, digits,
-  /// "_" and "-".
+  /// `colormap` may be null and is not owned. Throws McException for an empty name, and for one with characters other
+  /// than letters, digits, "_" and "-".
   Roi(const std::string& name, const McColor& color, const HxColormap* colormap);
 
   /// Takes over the colours and parameters of `other`, but neither its identifier nor its parent or sets.

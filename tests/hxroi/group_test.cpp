@@ -115,6 +115,18 @@ TEST_F(GroupTest, RefusedReplacementPutsTheFormerMemberBack) {
   EXPECT_EQ(former->parent(), group);
 }
 
+/// Nobody asks a group without sets when its members are renamed.
+TEST_F(GroupTest, ReplacingRefusedForItsNameLosesNoMember) {
+  group->addMask(member("a"));
+  group->addMask(member("b"));
+  group->addMask(member("c"));
+  group->getMask("b")->setName("a");
+  const auto clash = member("c");
+  EXPECT_EQ(refusal([&] { group->replaceMask("a", clash); }), "Mask already inserted inside this group.");
+  EXPECT_EQ(names(), (Names{"a", "a", "c"}));
+  EXPECT_EQ(refusal([&] { group->replaceMask("x", clash); }), "Mask not found.");
+}
+
 TEST_F(GroupTest, ClearRemovesNothing) {
   group->addMask(member("a"));
   const McHandle<Mask> before = group->getGroupMask();
