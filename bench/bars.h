@@ -11,6 +11,9 @@ void addOperatorBars(Against against);
 void addConstantBars();
 void addBoxBars();
 
+/// What is promised for the bookkeeping of a ROI set.
+void addMembershipBars();
+
 /// Those that stand beside the peer or a promise.
 void addBoundingBoxBars();
 void addFileBars();

@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
   bench::addOperatorBars(bench::Against::Loops);
   bench::addConstantBars();
   bench::addBoxBars();
+  bench::addMembershipBars();
   if (bench::PeerMask::isAvailable()) {
     bench::addOperatorBars(bench::Against::Peer);
     bench::addBoundingBoxBars();
