@@ -163,6 +163,7 @@ struct TiledFileWriter::State {
   std::vector<std::byte> buffer;
   std::uint64_t dataBytes = 0;
   detail::TileIndexBuilder index;
+  std::vector<VolumeHeader::Element> elements;
   std::vector<std::string> created;
 };
 
@@ -222,6 +223,11 @@ void TiledFileWriter::putCompressed(const CompressedTiles& packed) {
   state_->append(packed.bytes);
 }
 
+void TiledFileWriter::addElement(const std::string& name, const std::string& text) {
+  const std::lock_guard lock(state_->mutex);
+  state_->elements.emplace_back(name, text);
+}
+
 void TiledFileWriter::requireSpace(std::uint64_t bytes) const {
   const std::uint64_t free = state_->fileSystem.freeSpace(detail::folderOf(state_->path));
   if (free >= bytes) return;
@@ -242,7 +248,7 @@ void TiledFileWriter::commit() {
   state.data->close();
   state.data.reset();
   state.write(state.header.indexFile, index.toBytes(state.header, state.dataBytes));
-  const std::string headerText = state.header.toXml();
+  const std::string headerText = state.header.toXml(state.elements);
   state.write(detail::bareName(state.path), std::as_bytes(std::span(headerText)));
   detail::FileSetSwap(state.fileSystem, state.path, state.header, state.header.generation).run();
   state.created.clear();

@@ -19,8 +19,8 @@ namespace hxvoxora {
 ///
 /// Everything is written into new files beside the target; commit() puts them in place, header last. Whatever fails
 /// and wherever the process is killed, the set at the target is the old one or the new one, never a mixture. A set
-/// that is open for reading, also the one this writer replaces, stays readable for those who have it open. What a killed
-/// process left beside the target is removed by the next writer.
+/// that is open for reading, also the one this writer replaces, stays readable for those who have it open. What a
+/// killed process left beside the target is removed by the next writer.
 ///
 /// setKind, put and putCompressed may be called from several threads at once, commit by one when they are done. Tiles
 /// come in any order; tiles that are never mentioned are unwritten. After an exception only the destructor may follow.
@@ -53,6 +53,10 @@ public:
 
   /// Stores several tiles that were packed before, as TiledFileReader::readCompressed() gives them: in one piece.
   void putCompressed(const CompressedTiles& packed);
+
+  /// Puts an element of another program into the header, behind those of the format; `name` is a name of XML. Before
+  /// commit().
+  void addElement(const std::string& name, const std::string& text);
 
   /// Throws McException that names both numbers when the folder has no room for `bytes` more: to be asked before the
   /// first tile, when so much is known to come.

@@ -249,10 +249,10 @@ bool VolumeHeader::isContentName(std::string_view name) {
   return !name.empty() && name.size() <= 255 && name.find_first_not_of(allowed) == std::string_view::npos;
 }
 
-std::string VolumeHeader::toXml() const {
+std::string VolumeHeader::toXml(const std::vector<Element>& further) const {
   std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<" + std::string(rootName) + ">\n";
-  const auto add = [&](const char* name, const std::string& value) {
-    text += std::string(" <") + name + ">" + escaped(value) + "</" + name + ">\n";
+  const auto add = [&](const std::string& name, const std::string& value) {
+    text += " <" + name + ">" + escaped(value) + "</" + name + ">\n";
   };
   add("FormatVersion", std::to_string(formatVersion));
   add("Dimensions", vectorText(dimensions));
@@ -265,6 +265,7 @@ std::string VolumeHeader::toXml() const {
   add("DataFile", dataFile);
   add("IndexFile", indexFile);
   add("Generation", detail::generationText(generation));
+  for (const auto& [name, value] : further) add(name, value);
   return text + "</" + std::string(rootName) + ">\n";
 }
 
@@ -324,6 +325,16 @@ std::uint64_t VolumeHeader::tileCount() const {
 std::uint64_t VolumeHeader::tileBytes() const {
   return static_cast<std::uint64_t>(tileDimensions.x) * static_cast<std::uint64_t>(tileDimensions.y) *
          static_cast<std::uint64_t>(tileDimensions.z) / 8;
+}
+
+McVec3i VolumeHeader::storedTileDimensions() const {
+  return {tileDimensions.x + 2 * border, tileDimensions.y + 2 * border, tileDimensions.z + 2 * border};
+}
+
+std::uint64_t VolumeHeader::storedTileBytes() const {
+  const McVec3i size = storedTileDimensions();
+  return static_cast<std::uint64_t>(size.x) * static_cast<std::uint64_t>(size.y) * static_cast<std::uint64_t>(size.z) /
+         8;
 }
 
 McVec3i VolumeHeader::tileExtent(std::uint64_t tile) const {

@@ -50,8 +50,12 @@ struct QUARN_VOXORA_API VolumeHeader {
   /// Whether a header can hold this name: 1 to 255 of the characters A-Z a-z 0-9 _ -.
   static bool isContentName(std::string_view name);
 
-  /// The header as text: one element per line, line ends LF. Elements that are not listed here are not written.
-  std::string toXml() const;
+  /// An element of another program: name and text.
+  using Element = std::pair<std::string, std::string>;
+
+  /// The header as text: one element per line, line ends LF; `further` elements stand at the end. Others are not
+  /// written.
+  std::string toXml(const std::vector<Element>& further = {}) const;
 
   /// Throws McException, naming `path`, element and value, when a member is outside the limits above.
   void validate(const std::string& path) const;
@@ -77,6 +81,10 @@ struct QUARN_VOXORA_API VolumeHeader {
   std::uint64_t tileCount() const;
   /// Bytes of the bits of one tile.
   std::uint64_t tileBytes() const;
+  /// Voxels per axis that a stored tile holds: its own and those of its borders.
+  McVec3i storedTileDimensions() const;
+  /// Bytes of these voxels' bits; tileBytes() without borders.
+  std::uint64_t storedTileBytes() const;
   /// Voxels per axis of this tile that lie inside its level.
   McVec3i tileExtent(std::uint64_t tile) const;
 

@@ -46,6 +46,13 @@ std::unique_ptr<InputFile> openIndexFile(FileSystem& fileSystem, const std::stri
   return openPart(fileSystem, detail::folderPrefix(ldmPath) + header.indexFile, detail::indexMagic, header.generation);
 }
 
+std::uint64_t fileSetBytes(FileSystem& fileSystem, const std::string& ldmPath) {
+  const std::string text = VolumeHeader::readText(fileSystem, ldmPath);
+  const VolumeHeader header = VolumeHeader::parse(text, ldmPath);
+  return text.size() + openDataFile(fileSystem, ldmPath, header)->identity().size +
+         openIndexFile(fileSystem, ldmPath, header)->identity().size;
+}
+
 std::uint64_t drawGeneration() {
   std::random_device random;
   for (;;) {

@@ -25,6 +25,10 @@ QUARN_VOXORA_API std::unique_ptr<InputFile> openDataFile(FileSystem& fileSystem,
 QUARN_VOXORA_API std::unique_ptr<InputFile> openIndexFile(FileSystem& fileSystem, const std::string& ldmPath,
                                                           const VolumeHeader& header);
 
+/// Bytes of the three files of the set at `ldmPath`, of the current or an older layout. McException when one is
+/// missing.
+QUARN_VOXORA_API std::uint64_t fileSetBytes(FileSystem& fileSystem, const std::string& ldmPath);
+
 /// A number to mark a save or its new files with: random, never 0.
 QUARN_VOXORA_API std::uint64_t drawGeneration();
 

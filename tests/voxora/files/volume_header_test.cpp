@@ -404,3 +404,28 @@ TEST(VolumeHeader, TilesAreNumberedThroughAllLevels) {
   EXPECT_EQ(header.tileExtent(94), McVec3i(1, 17, 8));
   EXPECT_EQ(header.tileExtent(97), McVec3i(33, 9, 5));
 }
+
+TEST(VolumeHeader, StoredTilesIncludeTheirBorders) {
+  VolumeHeader header = volumefiles::makeHeader({100, 50, 20}, {32, 8, 8});
+  EXPECT_EQ(header.storedTileDimensions(), header.tileDimensions);
+  EXPECT_EQ(header.storedTileBytes(), header.tileBytes());
+  header.border = 1;
+  EXPECT_EQ(header.storedTileDimensions(), McVec3i(34, 10, 10));
+  EXPECT_EQ(header.storedTileBytes(), 425u);
+  EXPECT_EQ(header.tileBytes(), 256u);
+  header.border = 3;
+  EXPECT_EQ(header.storedTileBytes(), 931u);
+  header.border = 1;
+  header.tileDimensions = {64, 8, 8};
+  EXPECT_EQ(header.storedTileBytes(), 825u);
+}
+
+TEST(VolumeHeader, FurtherElementsStandBehindThoseOfTheFormat) {
+  VolumeHeader header = volumefiles::makeHeader({100, 50, 20}, {32, 8, 8});
+  header.dataFile = "a.dat";
+  header.indexFile = "a.fcp";
+  header.generation = 1;
+  const std::string text = header.toXml({{"Mine", "1 < 2"}, {"Empty", ""}});
+  EXPECT_THAT(text, HasSubstr("</Generation>\n <Mine>1 &lt; 2</Mine>\n <Empty></Empty>\n</VolumeInformation>\n"));
+  EXPECT_EQ(VolumeHeader::parse(text, "/v/a.ldm").findTag("Mine"), "1 < 2");
+}

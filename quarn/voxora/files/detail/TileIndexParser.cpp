@@ -135,6 +135,7 @@ void TileIndexParser::checkStored(std::uint64_t tile, const StoredTile& entry) c
   if (entry.form != TileForm::raw && header_.compression == TileCompression::none) {
     failTile("form", form, "compression is none");
   }
+  if (entry.form == TileForm::bricks && header_.border > 0) failTile("form", form, "tiles with borders have no bricks");
   if (entry.form == TileForm::raw ? entry.length != tileBytes_ : entry.length >= tileBytes_) {
     failTile("length", entry.length, "does not fit a tile of " + std::to_string(tileBytes_) + " bytes");
   }

@@ -13,7 +13,7 @@ namespace hxvoxora::detail {
 class TileIndexParser {
 public:
   TileIndexParser(const InputFile& file, const VolumeHeader& header, std::uint64_t dataBytes)
-      : file_(file), header_(header), dataBytes_(dataBytes), tileBytes_(header.tileBytes()), reader_(file) {}
+      : file_(file), header_(header), dataBytes_(dataBytes), tileBytes_(header.storedTileBytes()), reader_(file) {}
 
   TileIndex parse();
 
