@@ -4,7 +4,7 @@ option(QUARN_WERROR "Treat warnings as errors" OFF)
 option(QUARN_BUILD_BENCH "Build the benchmarks" OFF)
 option(QUARN_FUZZ "Build the fuzz targets and what they need, nothing else (needs clang)" OFF)
 option(QUARN_WITH_FORMATS "Build the image readers and writers (needs ITK)" ON)
-option(QUARN_PRECOMPILE "Precompile what all tests include; their own includes are checked by the other builds" OFF)
+option(QUARN_PRECOMPILE "Precompile what most tests include" OFF)
 set(QUARN_SANITIZE "" CACHE STRING "Sanitizers for all targets: address,undefined or thread")
 
 set(CMAKE_CXX_STANDARD 20)
