@@ -6,8 +6,10 @@
 #include "hxroi/HxRois.h"
 #include "hxroi/HxUniformLabelField3ToHxRois.h"
 #include "hxroi/detail/MaskRecovery.h"
+#include "hxroi/detail/SetVerifier.h"
 #include "hxroi/details/TemporaryFolder.h"
 #include "quarn/base/mcinterface_cast.h"
+#include "quarn/kernel/io/QuarnMesh.h"
 
 namespace {
 
@@ -61,6 +63,10 @@ void quarnpackage_hxroi_finish() {
 
 int hxroi_readRois(QuarnMesh* mesh, const char* filename) {
   return HxRois::readQuarnMesh_s(mesh, filename);
+}
+
+void hxroi_verifyRois(QuarnMesh* mesh, const char* filename, const HxVerificationReport& report) {
+  hxroi::SetVerifier(filename, report).run(mesh->parameters);
 }
 
 int hxroi_saveQuarnMesh(HxData* data, const char* filename) {

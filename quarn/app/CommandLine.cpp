@@ -13,7 +13,7 @@ std::string excerpt(const QString& text) {
 
 void setMode(CommandLine& line, Mode mode, const QString& option) {
   if (line.mode != Mode::None)
-    throw McException(excerpt(option) + ": only one of --script, --command, --interactive and --recover");
+    throw McException(excerpt(option) + ": only one of --script, --command, --interactive, --recover and --verify");
   line.mode = mode;
 }
 
@@ -50,6 +50,10 @@ constexpr Option options[] = {
      [](CommandLine& line, const QString&) { setMode(line, Mode::Recover, "--recover"); }},
     {"--discard", nullptr, "with --recover: remove that work",
      [](CommandLine& line, const QString&) { line.discard = true; }},
+    {"--verify", nullptr,
+     "check the FILEs and all that they name to the last byte, without loading them; the\n"
+     "                           status is 1 when anything is wrong",
+     [](CommandLine& line, const QString&) { setMode(line, Mode::Verify, "--verify"); }},
     {"--set", "KEY=VALUE", "a preference for this run", addPreference},
     {"--temp", "DIR", "base folder of the temporary storage",
      [](CommandLine& line, const QString& value) { line.temporaryDirectory = value; }},
@@ -75,14 +79,15 @@ public:
 
   CommandLine read() {
     while (next_ < words_.size() && !isDone()) readWord();
-    if (!isDone()) checkRecovery();
+    if (!isDone()) checkFiles();
     return line_;
   }
 
 private:
   bool isDone() const { return line_.mode == Mode::Help || line_.mode == Mode::Version; }
 
-  void checkRecovery() const {
+  void checkFiles() const {
+    if (line_.mode == Mode::Verify && line_.files.isEmpty()) throw McException("--verify: FILE is missing");
     const bool recovers = line_.mode == Mode::Recover;
     if (line_.discard && !recovers) throw McException("--discard: only with --recover");
     if (recovers && line_.files.size() > (line_.discard ? 0 : 1))

@@ -6,6 +6,7 @@
 #include "quarn/app/Prompt.h"
 #include "quarn/app/recovery.h"
 #include "quarn/app/report.h"
+#include "quarn/app/verification.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxFileHelpers.h"
@@ -88,6 +89,7 @@ void Session::loadFiles() {
 
 int Session::run() {
   if (line_.mode == Mode::Recover) return recoverWork(line_.files.value(0), line_.discard);
+  if (line_.mode == Mode::Verify) return verifyFiles(line_.files, line_.quiet);
   const bool takesCommands = line_.mode != Mode::Command && (line_.mode != Mode::None || isatty(STDIN_FILENO));
   if (takesCommands && !line_.quiet) tellOfLostWork();
   loadFiles();
@@ -112,6 +114,7 @@ int Session::runMode() {
     case Mode::None:
       return isatty(STDIN_FILENO) ? Prompt(terminal_).run() : 0;
     case Mode::Recover:
+    case Mode::Verify:
     case Mode::Help:
     case Mode::Version:
       break;

@@ -64,13 +64,21 @@ TEST(CommandLine, RefusalsNameTheOption) {
   EXPECT_EQ("--set: KEY=VALUE is expected, got \"=x\"", errorOf({"--set", "=x"}));
   EXPECT_EQ("--quiet: takes no value", errorOf({"--quiet=yes"}));
   EXPECT_THAT(errorOf({"--interactive", "--command", "x"}),
-              HasSubstr("only one of --script, --command, --interactive and --recover"));
+              HasSubstr("only one of --script, --command, --interactive, --recover and --verify"));
 }
 
 TEST(CommandLine, HelpNamesEveryOption) {
   for (const char* option : {"--script", "--command", "--interactive", "--set", "--temp", "--package-path", "--quiet",
                              "--version", "--help"})
     EXPECT_TRUE(CommandLine::help().contains(option)) << option;
+}
+
+TEST(CommandLine, VerifyTakesFiles) {
+  const CommandLine line = CommandLine::parse({"--verify", "a.qm", "b.qm"});
+  EXPECT_EQ(CommandLine::Mode::Verify, line.mode);
+  EXPECT_EQ(QStringList({"a.qm", "b.qm"}), line.files);
+  EXPECT_EQ("--verify: FILE is missing", errorOf({"--verify"}));
+  EXPECT_THAT(errorOf({"--verify", "a.qm", "--recover"}), HasSubstr("only one of"));
 }
 
 TEST(CommandLine, RecoveryTakesAFolderOrDiscards) {
@@ -83,6 +91,6 @@ TEST(CommandLine, RecoveryTakesAFolderOrDiscards) {
   EXPECT_EQ("--discard: only with --recover", errorOf({"--discard"}));
   EXPECT_EQ("--discard: takes no folder", errorOf({"--recover", "folder", "--discard"}));
   EXPECT_EQ("--recover: only one folder", errorOf({"--recover", "a", "b"}));
-  EXPECT_EQ("--recover: only one of --script, --command, --interactive and --recover",
+  EXPECT_EQ("--recover: only one of --script, --command, --interactive, --recover and --verify",
             errorOf({"--interactive", "--recover"}));
 }

@@ -113,6 +113,43 @@ TEST_F(FileTypes, ParameterFilesGoByTheirContentType) {
               HasSubstr("a.thing.qm: \"ContentType\": nothing loaded here can read \"HxThing\""));
 }
 
+TEST_F(FileTypes, ParameterFilesAreCheckedByTheirContentType) {
+  const auto verifier = [](QuarnMesh* mesh, const char* filename, const HxVerificationReport& report) {
+    report(QString::fromUtf8(filename), true);
+    if (mesh->parameters.findBase("bad")) report("the value is bad", false);
+  };
+  types().registerQuarnMeshReader("HxThing", ".thing.qm", {}, verifier);
+  types().registerQuarnMeshReader("HxOther", ".other.qm", {});
+  QStringList findings;
+  const auto verify = [&](const QString& file) {
+    findings.clear();
+    return types().verify(file, [&](const QString& text, bool isSound) { findings << (isSound ? "+" : "-") + text; });
+  };
+  const auto write = [&](const char* contentType, const char* name) {
+    QuarnMesh mesh;
+    mesh.parameters.set("ContentType", contentType);
+    if (QByteArray(name).startsWith("bad")) mesh.parameters.set("bad", 1);
+    const QString file = folder.file(name);
+    EXPECT_EQ(1, mesh.write(file.toUtf8().constData(), QuarnMesh::TEXT, nullptr, true, false));
+    return file;
+  };
+  const QString good = write("HxThing", "good.qm"), bad = write("HxThing", "bad.qm");
+  EXPECT_EQ(0, verify(good));
+  EXPECT_EQ(QStringList("+" + good), findings);
+  EXPECT_EQ(1, verify(bad));
+  EXPECT_EQ(QStringList({"+" + bad, "-the value is bad"}), findings);
+  EXPECT_EQ(1, verify(write("HxOther", "other.qm")));
+  EXPECT_THAT(findings.join("").toStdString(), HasSubstr("other.qm: files of this content cannot be checked"));
+  EXPECT_EQ(1, verify(folder.file("missing.qm")));
+  EXPECT_THAT(findings.join("").toStdString(), HasSubstr("missing.qm"));
+  EXPECT_EQ(1, verify(folder.write("text.qm", "nothing")));
+  EXPECT_THAT(findings.join("").toStdString(), HasSubstr("text.qm:1: this is not"));
+  EXPECT_EQ(1, verify(folder.write("image.nii", "x")));
+  EXPECT_THAT(findings.join("").toStdString(), HasSubstr("image.nii: only parameter files can be checked"));
+  types().unregisterQuarnMeshReader("HxThing");
+  types().unregisterQuarnMeshReader("HxOther");
+}
+
 TEST_F(FileTypes, ParameterFileWithoutContentTypeIsRefused) {
   QuarnMesh mesh;
   mesh.parameters.set("ContentType", 5);

@@ -69,11 +69,12 @@ void HxFileTypes::unregisterReader(const QString& label) {
   std::erase_if(readers_, [&](const ReaderEntry& entry) { return entry.label == label; });
 }
 
-void HxFileTypes::registerQuarnMeshReader(const QString& contentType, const QString& suffix, HxQuarnMeshReader reader) {
+void HxFileTypes::registerQuarnMeshReader(const QString& contentType, const QString& suffix, HxQuarnMeshReader reader,
+                                          HxQuarnMeshVerifier verifier) {
   for (const MeshEntry& entry : meshReaders_)
     if (entry.contentType == contentType)
       throw McException("content type \"" + excerpt(contentType) + "\" has a reader already");
-  meshReaders_.push_back({contentType, suffix, std::move(reader)});
+  meshReaders_.push_back({contentType, suffix, std::move(reader), std::move(verifier)});
 }
 
 void HxFileTypes::unregisterQuarnMeshReader(const QString& contentType) {
@@ -111,6 +112,11 @@ QStringList HxFileTypes::load(const QString& file, const HxLoadOptions& options)
   throw McException(excerpt(file) + ": cannot be loaded" + (said ? ": " + *said : ""));
 }
 
+bool HxFileTypes::isParameterFile(const QString& file) const {
+  return endsIn(file, parameterFileSuffix) ||
+         std::ranges::any_of(meshReaders_, [&](const MeshEntry& entry) { return endsIn(file, entry.suffix); });
+}
+
 /// The reader with the longest suffix that the name ends in.
 HxFileReader HxFileTypes::readerFor(const QString& file) {
   const ReaderEntry* best = nullptr;
@@ -122,10 +128,7 @@ HxFileReader HxFileTypes::readerFor(const QString& file) {
         bestLength = suffix.size();
       }
   if (best) return best->read;
-  const bool isParameterFile =
-      endsIn(file, parameterFileSuffix) ||
-      std::ranges::any_of(meshReaders_, [&](const MeshEntry& entry) { return endsIn(file, entry.suffix); });
-  if (isParameterFile) {
+  if (isParameterFile(file)) {
     return [this](const QString& name, const HxLoadOptions& options) {
       if (!options.labels.isEmpty() || !options.kind.isEmpty() || !options.values.empty())
         throw McException(excerpt(name) + ": -labels, -kind and -values are for images");
@@ -138,12 +141,35 @@ HxFileReader HxFileTypes::readerFor(const QString& file) {
 
 int HxFileTypes::readQuarnMesh(const QString& file) {
   const std::unique_ptr<QuarnMesh> mesh = QuarnMesh::read(file);
+  return HxQuarnMeshReader(entryFor(*mesh, file).read)(mesh.get(), file.toUtf8().constData());
+}
+
+const HxFileTypes::MeshEntry& HxFileTypes::entryFor(const QuarnMesh& mesh, const QString& file) const {
   QString contentType;
-  if (!mesh->parameters.findString("ContentType", contentType))
+  if (!mesh.parameters.findString("ContentType", contentType))
     throw McException(excerpt(file) + ": the text \"ContentType\" is missing");
   for (const MeshEntry& entry : meshReaders_)
-    if (entry.contentType == contentType) return HxQuarnMeshReader(entry.read)(mesh.get(), file.toUtf8().constData());
+    if (entry.contentType == contentType) return entry;
   throw McException(excerpt(file) + ": \"ContentType\": nothing loaded here can read \"" + excerpt(contentType) + "\"");
+}
+
+int HxFileTypes::verify(const QString& file, const HxVerificationReport& report) {
+  int problems = 0;
+  const auto count = [&](const QString& finding, bool isSound) {
+    if (!isSound) ++problems;
+    report(finding, isSound);
+  };
+  try {
+    HxFileHelpers::requireReadable(file);
+    if (!isParameterFile(file)) throw McException(excerpt(file) + ": only parameter files can be checked");
+    const std::unique_ptr<QuarnMesh> mesh = QuarnMesh::read(file);
+    const HxQuarnMeshVerifier verifier = entryFor(*mesh, file).verify;
+    if (!verifier) throw McException(excerpt(file) + ": files of this content cannot be checked");
+    verifier(mesh.get(), file.toUtf8().constData(), count);
+  } catch (const McException& failure) {
+    count(QString::fromUtf8(failure.what()), false);
+  }
+  return problems;
 }
 
 QStringList HxFileTypes::suffixes() const {

@@ -16,6 +16,11 @@ class QuarnMesh;
 using HxFileReader = std::function<int(const QString& file, const HxLoadOptions& options)>;
 /// Makes an object of a parsed parameter file; results as above.
 using HxQuarnMeshReader = std::function<int(QuarnMesh* mesh, const char* filename)>;
+/// Takes one finding of a check of a file, and whether what it is about is sound.
+using HxVerificationReport = std::function<void(const QString& finding, bool isSound)>;
+/// Checks a parsed parameter file and everything that it names, to the last byte. Changes nothing; what is wrong is
+/// reported and not thrown.
+using HxQuarnMeshVerifier = std::function<void(QuarnMesh* mesh, const char* filename, const HxVerificationReport&)>;
 /// Writes an object. Returns 1, or 0 after reporting why; may throw McException instead.
 using HxFileSaver = std::function<int(HxData* data, const char* filename)>;
 
@@ -38,9 +43,10 @@ public:
   void unregisterReader(const QString& label);
 
   /// Registers a reader for parameter files whose "ContentType" is `contentType`. `suffix` (with its dot) is how such
-  /// files usually end; any name that ends so, or in ".qm", is read as a parameter file. Throws McException when the
-  /// content type is taken.
-  void registerQuarnMeshReader(const QString& contentType, const QString& suffix, HxQuarnMeshReader reader);
+  /// files usually end; any name that ends so, or in ".qm", is read as a parameter file. `verifier` may be empty.
+  /// Throws McException when the content type is taken.
+  void registerQuarnMeshReader(const QString& contentType, const QString& suffix, HxQuarnMeshReader reader,
+                               HxQuarnMeshVerifier verifier = {});
   void unregisterQuarnMeshReader(const QString& contentType);
 
   /// Registers a way to save objects of a class and of classes derived from it. Throws McException when the class has
@@ -52,6 +58,10 @@ public:
   /// file when it is missing, a directory, of unknown type, or when its reader fails; what a failing reader had
   /// registered is taken out of the pool again.
   QStringList load(const QString& file, const HxLoadOptions& options = {});
+
+  /// Checks a parameter file and what it names without loading it. A file that cannot be read, or that nobody can
+  /// check, is a finding, too. Returns the number of findings that are not sound.
+  int verify(const QString& file, const HxVerificationReport& report);
 
   /// All file name endings that can be loaded, sorted.
   QStringList suffixes() const;
@@ -65,7 +75,16 @@ public:
 
 private:
   HxFileTypes() = default;
+  struct MeshEntry {
+    QString contentType;
+    QString suffix;
+    HxQuarnMeshReader read;
+    HxQuarnMeshVerifier verify;
+  };
+
   int readQuarnMesh(const QString& file);
+  const MeshEntry& entryFor(const QuarnMesh& mesh, const QString& file) const;
+  bool isParameterFile(const QString& file) const;
   HxFileReader readerFor(const QString& file);
   HxSaverEntry chooseSaver(const HxData& data, const QString& format, const QString& file) const;
 
@@ -73,11 +92,6 @@ private:
     QString label;
     QStringList suffixes;
     HxFileReader read;
-  };
-  struct MeshEntry {
-    QString contentType;
-    QString suffix;
-    HxQuarnMeshReader read;
   };
   std::vector<ReaderEntry> readers_;
   std::vector<MeshEntry> meshReaders_;

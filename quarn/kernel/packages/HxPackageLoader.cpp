@@ -22,6 +22,7 @@ namespace {
 
 using EntryPoint = void();
 using MeshReader = int(QuarnMesh*, const char*);
+using MeshVerifier = void(QuarnMesh*, const char*, const HxVerificationReport&);
 using Saver = int(HxData*, const char*);
 
 std::string excerpt(const QString& text) {
@@ -128,7 +129,8 @@ void HxPackageLoader::Package::registerFileTypes() {
   HxFileTypes& types = HxFileTypes::instance();
   for (const HxPackageManifest::FileType& type : manifest.fileTypes) {
     if (!type.read.isEmpty()) {
-      types.registerQuarnMeshReader(type.contentType, type.suffix, opened.function<MeshReader>(type.read));
+      const auto verifier = type.verify.isEmpty() ? nullptr : opened.function<MeshVerifier>(type.verify);
+      types.registerQuarnMeshReader(type.contentType, type.suffix, opened.function<MeshReader>(type.read), verifier);
       undo.emplace_back([&types, contentType = type.contentType] { types.unregisterQuarnMeshReader(contentType); });
     }
     for (const HxPackageManifest::SaveFormat& save : type.save) registerSaver(save, type.suffix);

@@ -103,6 +103,9 @@ HxPackageManifest::FileType readFileType(Fields& fields, const QJsonObject& obje
   type.read = fields.identifier(object, place, "read", Fields::Optional);
   if (type.contentType.isEmpty() != type.read.isEmpty())
     fields.complain(place, "read", object.value(QLatin1String("read")), "contentType and read belong together");
+  type.verify = fields.identifier(object, place, "verify", Fields::Optional);
+  if (type.read.isEmpty() && !type.verify.isEmpty())
+    fields.complain(place, "verify", object.value(QLatin1String("verify")), "only what is read can be verified");
   fields.each(object, place, "save", [&](const QJsonObject& entry, const QString& entryPlace) {
     type.save.push_back({fields.text(entry, entryPlace, "format", Fields::Required),
                          fields.identifier(entry, entryPlace, "class", Fields::Required),

@@ -23,6 +23,7 @@ struct QUARN_KERNEL_API HxPackageManifest {
     QString suffix;       ///< with its dot
     QString contentType;  ///< of the parameter file; empty when the type is only written
     QString read;         ///< C symbol: int(QuarnMesh*, const char*); empty when the type is only written
+    QString verify;       ///< C symbol: void(QuarnMesh*, const char*, const HxVerificationReport&); may be empty
     std::vector<SaveFormat> save;
   };
 

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "quarn/base/McVec3i.h"
+#include "quarn/kernel/io/HxFileTypes.h"
+
+class HxParamBundle;
+
+namespace hxvoxora {
+class TiledFileReader;
+struct VolumeCheck;
+}  // namespace hxvoxora
+
+namespace hxroi {
+
+/// Checks a saved ROI set to the last byte, without loading it: the form of its parameters, the rules of a set, and of
+/// each mask header, index, every tile with its checksum, and the boxes.
+class SetVerifier {
+public:
+  /// `report` gets one finding for each sound mask, and one for everything that is wrong. It outlives the verifier.
+  SetVerifier(boost::filesystem::path file, const HxVerificationReport& report);
+
+  void run(const HxParamBundle& parameters);
+
+private:
+  void checkRoi(const HxParamBundle& roi);
+  void checkName(const HxParamBundle& roi);
+  void checkMask(const HxParamBundle& mask);
+  void checkGrid(const hxvoxora::TiledFileReader& file, std::vector<std::string>& problems);
+  void reportUnsound(const HxParamBundle& roi, const std::string& problem);
+
+  const boost::filesystem::path file_;
+  const HxVerificationReport& report_;
+  boost::filesystem::path masksDir_;
+  std::set<std::string> names_;
+  int masks_ = 0;
+  std::optional<McVec3i> dimensions_, tileDimensions_;  ///< of the first mask that can be read
+};
+
+}  // namespace hxroi
