@@ -6,11 +6,11 @@
 #include <memory>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/RoiDescription.h"
 #include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/Roi.h"
-#include "quarn/base/McColor.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/app/HxApplication.h"
@@ -65,26 +65,6 @@ std::vector<path> maskPrefixes(const path& masksDir, const HxParamBundle& rois) 
     }
   }
   return prefixes;
-}
-
-/// Gives a loaded ROI the attributes of its bundle; what only the file needs does not become a parameter.
-void applyAttributes(Roi& roi, HxParamBundle attributes) {
-  float rgb[3];
-  if (attributes.findReals(setfile::kColor, 3, rgb)) roi.setColor(McColor(rgb[0], rgb[1], rgb[2]));
-  std::string id = roi.id();
-  attributes.findString(setfile::kId, id);
-  for (const char* name : {setfile::kFilename, setfile::kColor, setfile::kId}) attributes.remove(name);
-  roi.parameters().copy(attributes);
-  roi.setId(id);
-}
-
-/// A bundle without those of member masks.
-HxParamBundle withoutMembers(const HxParamBundle& group) {
-  HxParamBundle rest = group;
-  for (const HxParamBundle* member : setfile::subBundles(group)) {
-    if (setfile::describesMask(*member)) rest.remove(member->name());
-  }
-  return rest;
 }
 
 }  // namespace
@@ -147,7 +127,7 @@ void HxRois::refuseBorders(const std::vector<path>& prefixes) const {
 
 Mask* HxRois::loadMask(const path& masksDir, const HxParamBundle* bundle) const {
   std::unique_ptr<Mask> mask(Mask::loadFromFile(bundle->name(), maskPrefix(masksDir, *bundle)));
-  applyAttributes(*mask, *bundle);
+  hxroi::RoiDescription::apply(*bundle, *mask);
   return mask.release();
 }
 
@@ -158,6 +138,6 @@ Group* HxRois::loadGroup(const path& masksDir, const HxParamBundle* bundle) cons
     const McHandle<Mask> mask(loadMask(masksDir, member));
     group->addMask(mask);
   }
-  applyAttributes(*group, withoutMembers(*bundle));
+  hxroi::RoiDescription::apply(hxroi::RoiDescription::withoutMembers(*bundle), *group);
   return group.release();
 }

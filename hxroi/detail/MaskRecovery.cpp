@@ -1,11 +1,17 @@
 #include "hxroi/detail/MaskRecovery.h"
 
+#include <algorithm>
 #include <exception>
+#include <string_view>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/RecoveredMasks.h"
+#include "hxroi/detail/SetRecord.h"
 #include "hxroi/details/Mask.h"
+#include "hxroi/details/TemporaryFolder.h"
+#include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/voxora/files/FileSystem.h"
 
 namespace hxroi {
 
@@ -17,6 +23,10 @@ HxLeftOver describe(const RecoveredMasks::Entry& entry) {
   leftOver.bytes = entry.bytes;
   leftOver.lastWrite = QDateTime::fromMSecsSinceEpoch(entry.lastWriteNanos / 1'000'000, Qt::UTC);
   leftOver.problem = QString::fromStdString(entry.problem);
+  if (entry.isSet) {
+    leftOver.description = QStringLiteral("ROI set, %1 masks").arg(entry.masks);
+    return leftOver;
+  }
   if (entry.dimensions.x > 0) {
     leftOver.description = QStringLiteral("mask, %1 x %2 x %3 voxels")
                                .arg(entry.dimensions.x)
@@ -32,11 +42,15 @@ class Checkpoint {
 public:
   void write(const HxRois& rois) {
     for (const details::Mask* mask : rois.masks()) {
-      try {
-        rois.getMask(mask->name())->checkpoint();
-      } catch (...) {
-        if (!failure_) failure_ = std::current_exception();
-      }
+      run([&] { rois.getMask(mask->name())->checkpoint(); });
+    }
+  }
+  template <class Step>
+  void run(Step step) {
+    try {
+      step();
+    } catch (...) {
+      if (!failure_) failure_ = std::current_exception();
     }
   }
   void finish() const {
@@ -46,6 +60,10 @@ public:
 private:
   std::exception_ptr failure_;
 };
+
+std::string withoutExtension(const std::string& file) {
+  return file.substr(0, file.size() - std::string_view(SetRecord::kExtension).size());
+}
 
 std::vector<McHandle<HxRois>> setsOfPool() {
   std::vector<McHandle<HxRois>> sets;
@@ -113,7 +131,12 @@ int MaskRecovery::discardAll() {
 
 void MaskRecovery::checkpoint() {
   Checkpoint checkpoint;
-  for (const McHandle<HxRois>& rois : setsOfPool()) checkpoint.write(*rois);
+  const auto sets = setsOfPool();
+  for (const McHandle<HxRois>& rois : sets) {
+    checkpoint.write(*rois);
+    checkpoint.run([&] { writeRecord(*rois); });
+  }
+  checkpoint.run([&] { removeRecordsOfTheGone(sets); });
   checkpoint.finish();
 }
 
@@ -124,8 +147,36 @@ void MaskRecovery::keepUnsaved() {
     if (!rois->isModified()) continue;
     checkpoint.write(*rois);
     for (const details::Mask* mask : rois->masks()) rois->getMask(mask->name())->keepFiles();
+    checkpoint.run([&] {
+      writeRecord(*rois);
+      details::TemporaryFolder::keep(withoutExtension(records_[rois].file));
+    });
   }
   checkpoint.finish();
+}
+
+/// Writes what has changed. A set without ROIs has nothing to recover.
+void MaskRecovery::writeRecord(const HxRois& rois) {
+  Record& record = records_[&rois];
+  if (rois.getNumberOfRois() == 0 && record.file.empty()) return;
+  if (record.file.empty()) {
+    const std::string prefix = details::Mask::getTemporaryPrefix();
+    if (prefix.empty()) return;
+    record.file = prefix + SetRecord::kExtension;
+  }
+  const std::string text = SetRecord::of(rois).toText(true, false).toStdString();
+  if (text == record.text) return;
+  SetRecord::write(rois, record.file);
+  record.text = text;
+}
+
+void MaskRecovery::removeRecordsOfTheGone(const std::vector<McHandle<HxRois>>& present) {
+  std::erase_if(records_, [&](const auto& entry) {
+    const bool isGone =
+        std::none_of(present.begin(), present.end(), [&](const auto& rois) { return rois == entry.first; });
+    if (isGone && !entry.second.file.empty()) hxvoxora::FileSystem::current().remove(entry.second.file);
+    return isGone;
+  });
 }
 
 }  // namespace hxroi

@@ -5,13 +5,16 @@
 #include <exception>
 #include <iterator>
 #include <map>
+#include <utility>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/SetRecord.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/TemporaryFolder.h"
 #include "hxroi/details/VolumeNode.h"
 #include "hxroi/details/toolkitBoxes.h"
 #include "quarn/base/McException.h"
+#include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/files/TiledFileReader.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
@@ -66,15 +69,29 @@ void noteContent(FileSystem& files, const std::string& ldmPath, Entry& entry) {
   entry.setVoxels = countVoxels(ldmPath);
 }
 
+void noteRecord(const std::string& file, Entry& entry) {
+  const auto record = SetRecord::read(file);
+  entry.name = SetRecord::label(*record);
+  entry.masks = SetRecord::maskCount(*record);
+}
+
 Entry examineOne(FileSystem& files, const std::string& folder, const LeftOvers::FileSet& leftOver) {
   Entry entry;
   entry.files = leftOver;
   noteSizes(files, folder, entry);
+  const auto has = [&leftOver](const char* extension) {
+    return std::find(leftOver.names.begin(), leftOver.names.end(), leftOver.stem + extension) != leftOver.names.end();
+  };
+  const std::string stem = folder + "/" + leftOver.stem;
+  entry.isSet = has(SetRecord::kExtension);
   try {
-    const std::string header = leftOver.stem + ".ldm";
-    const bool hasHeader = std::find(leftOver.names.begin(), leftOver.names.end(), header) != leftOver.names.end();
-    if (!hasHeader) throw McException("it was never written to its end");
-    noteContent(files, folder + "/" + header, entry);
+    if (entry.isSet) {
+      noteRecord(stem + SetRecord::kExtension, entry);
+    } else if (has(".ldm")) {
+      noteContent(files, stem + ".ldm", entry);
+    } else {
+      throw McException("it was never written to its end");
+    }
   } catch (const std::exception& failure) {
     entry.problem = failure.what();
   }
@@ -136,11 +153,18 @@ RecoveredMasks::RecoveredMasks()
 RecoveredMasks::~RecoveredMasks() = default;
 
 std::vector<McHandle<HxRois>> RecoveredMasks::load(const std::set<std::string>& known) {
+  const auto isWanted = [&known](const Entry& entry) {
+    return entry.problem.empty() && !entry.isLoaded && !known.contains(entry.files.stem);
+  };
+  std::vector<McHandle<HxRois>> all;
+  for (Entry& entry : entries_) {
+    if (!entry.isSet || !isWanted(entry)) continue;
+    if (const McHandle<HxRois> rois = loadRecorded(entry, known)) all.push_back(rois);
+  }
   std::map<Grid, std::vector<McHandle<HxRois>>> setsOfGrid;
   for (Entry& entry : entries_) {
-    if (entry.problem.empty() && !known.contains(entry.files.stem)) loadInto(setFor(setsOfGrid[gridOf(entry)]), entry);
+    if (!entry.isSet && isWanted(entry)) loadInto(setFor(setsOfGrid[gridOf(entry)]), entry);
   }
-  std::vector<McHandle<HxRois>> all;
   for (auto& [grid, sets] : setsOfGrid) {
     std::copy_if(sets.begin(), sets.end(), std::back_inserter(all),
                  [](const McHandle<HxRois>& rois) { return rois->getNumberOfMasks() > 0; });
@@ -154,6 +178,34 @@ void RecoveredMasks::loadInto(HxRois& rois, Entry& entry) const {
     entry.isLoaded = true;
   } catch (const std::exception& failure) {
     entry.problem = failure.what();
+  }
+}
+
+Entry* RecoveredMasks::findMask(const std::string& stem) {
+  const auto found = std::find_if(entries_.begin(), entries_.end(), [&stem](const Entry& entry) {
+    return !entry.isSet && entry.problem.empty() && entry.files.stem == stem;
+  });
+  return found == entries_.end() ? nullptr : &*found;
+}
+
+/// Masks that were read but found no place in the set stay left-overs.
+McHandle<HxRois> RecoveredMasks::loadRecorded(Entry& record, const std::set<std::string>& known) {
+  std::vector<std::pair<Entry*, McHandle<Mask>>> read;
+  const auto loadStored = [&](const std::string& stem, const std::string& name) -> McHandle<Mask> {
+    Entry* entry = known.contains(stem) ? nullptr : findMask(stem);
+    if (!entry || entry->isLoaded) return {};
+    read.emplace_back(entry, loadMask(*entry, name));
+    return read.back().second;
+  };
+  try {
+    const auto content = SetRecord::read(folder_ + "/" + record.files.stem + SetRecord::kExtension);
+    McHandle<HxRois> rois = SetRecord::load(*content, loadStored);
+    for (const auto& [entry, mask] : read) entry->isLoaded = rois->containsRoi(mask);
+    record.isLoaded = true;
+    return rois->getNumberOfRois() > 0 ? rois : McHandle<HxRois>();
+  } catch (const std::exception& failure) {
+    record.problem = failure.what();
+    return {};
   }
 }
 

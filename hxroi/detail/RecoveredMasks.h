@@ -20,14 +20,17 @@ namespace details {
 class Mask;
 }
 
-/// The masks that processes which ended early left in the temporary storage. While the object lives no other process
+/// The masks, and the records of the sets they belonged to, that processes which ended early left in the temporary
+/// storage. While the object lives no other process
 /// recovers any. Failures are McException.
 class HXROI_API RecoveredMasks {
 public:
-  /// One left-over.
+  /// One left-over: a mask, or the record of a set.
   struct Entry {
     details::LeftOvers::FileSet files;
-    std::string name;                 ///< of the mask; empty when it is not known
+    std::string name;                 ///< of mask or set; empty when it is not known
+    bool isSet = false;               ///< a record; then the sizes in voxels mean nothing
+    int masks = 0;                    ///< masks of the set
     McVec3i dimensions{0, 0, 0};      ///< voxels along x, y, z
     McVec3i tileDimensions{0, 0, 0};  ///< those of a tile
     std::uint64_t setVoxels = 0;      ///< number of set voxels
@@ -49,9 +52,9 @@ public:
   RecoveredMasks();
   ~RecoveredMasks();
 
-  /// New ROI sets with copies of all sound masks in the temporary storage of this process: masks of one grid and tile
-  /// size in one set, as many as a set can hold. Masks of the stems `known` are left out. One that cannot be loaded
-  /// gets a problem and does not keep the others from it.
+  /// New ROI sets with copies of all sound masks in the temporary storage of this process: the sets that have a record,
+  /// and the masks that none of them names by their grid and tile size, as many in one set as it can hold. Masks of the
+  /// stems `known` are left out. One that cannot be loaded gets a problem and does not keep the others from it.
   std::vector<McHandle<HxRois>> load(const std::set<std::string>& known = {});
 
   const std::vector<Entry>& entries() const { return entries_; }
@@ -65,6 +68,8 @@ private:
   template <class Condition>
   int removeIf(Condition condition);
   void loadInto(HxRois& rois, Entry& entry) const;
+  McHandle<HxRois> loadRecorded(Entry& record, const std::set<std::string>& known);
+  Entry* findMask(const std::string& stem);
   McHandle<details::Mask> loadMask(const Entry& entry, const std::string& name) const;
 
   const std::string folder_;

@@ -1,15 +1,14 @@
 #include "hxroi/detail/RoiSaver.h"
 
 #include <QCoreApplication>
-#include <algorithm>
 #include <exception>
 #include <utility>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/RoiDescription.h"
 #include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
-#include "quarn/base/McColor.h"
 #include "quarn/base/McException.h"
 #include "quarn/base/McProgressInterface.h"
 #include "quarn/kernel/app/HxApplication.h"
@@ -26,16 +25,6 @@ using details::Roi;
 
 namespace {
 
-std::unique_ptr<HxParamBundle> describe(const Roi& roi) {
-  auto bundle = std::make_unique<HxParamBundle>(roi.name());
-  bundle->copy(roi.parameters());
-  const McColor color = roi.color(true);
-  const float rgb[] = {color.r, color.g, color.b};
-  bundle->set(setfile::kColor, 3, rgb);
-  bundle->set(setfile::kId, roi.id());
-  return bundle;
-}
-
 /// Whether files are there from which this mask can be loaded, if only in a former state.
 bool hasGoodFiles(const boost::filesystem::path& prefix, const Mask& mask) {
   try {
@@ -43,30 +32,6 @@ bool hasGoodFiles(const boost::filesystem::path& prefix, const Mask& mask) {
     return file->header().dimensions == mask.dimensions();
   } catch (const McException&) {
     return false;
-  }
-}
-
-/// What becomes of a parameter that the description of a group cannot hold.
-void warnLeftOut(const Group& group, const HxParamBase& parameter, const char* reason) {
-  HxMessage::printf("Group %s: parameter \"%s\" is left out of the file: %s", group.name().c_str(),
-                    parameter.name().c_str(), reason);
-}
-
-/// Takes the parameters of a user out of the description of a group that would be read back as its members, or make a
-/// mask of it.
-void removeAmbiguous(HxParamBundle& bundle, const Group& group) {
-  for (int i = bundle.size() - 1; i >= 0; --i) {
-    const HxParamBase& element = *bundle[i];
-    const auto* inner = dynamic_cast<const HxParamBundle*>(&element);
-    const char* reason = nullptr;
-    if (std::any_of(group.begin(), group.end(), Roi::EqualName(element.name()))) {
-      reason = "a member of the group has its name";
-    } else if (element.name() == setfile::kFilename || (inner && inner->findBase(setfile::kFilename))) {
-      reason = "it would be read as a mask";
-    }
-    if (!reason) continue;
-    warnLeftOut(group, element, reason);
-    bundle.remove(i);
   }
 }
 
@@ -89,7 +54,7 @@ RoiSaver::RoiSaver(path masksDir, SavingProgress* progress) : masksDir_(std::mov
 std::unique_ptr<HxParamBundle> RoiSaver::saveMask(Mask& mask) {
   const std::string name = mask.name();
   HxMessage::printf("Saving mask %s", name.c_str());
-  auto bundle = describe(mask);
+  auto bundle = RoiDescription::of(mask);
   bundle->set(setfile::kFilename, name);
   try {
     mask.writeToFile(masksDir_ / name);
@@ -101,8 +66,7 @@ std::unique_ptr<HxParamBundle> RoiSaver::saveMask(Mask& mask) {
 }
 
 std::unique_ptr<HxParamBundle> RoiSaver::saveGroup(Group& group) {
-  auto bundle = describe(group);
-  removeAmbiguous(*bundle, group);
+  auto bundle = RoiDescription::of(group);
   for (Mask& member : group) bundle->insert(saveMask(member));
   return bundle;
 }

@@ -53,6 +53,15 @@ protected:
     return false;
   }
 
+  /// Whether the record of a set names a ROI.
+  bool isRecorded(const QByteArray& name) const {
+    for (const QString& file : left()) {
+      QFile record(storage() + "/tmp-masks/" + file);
+      if (file.endsWith(".set") && record.open(QIODevice::ReadOnly) && record.readAll().contains(name)) return true;
+    }
+    return false;
+  }
+
   /// Runs a script and sends it the signal as soon as it writes something.
   void endBy(int signal, const QByteArray& script) const {
     QProcess process;
@@ -185,10 +194,12 @@ TEST_F(Recover, WorkIsWrittenAtIntervals) {
     const QStringList mode = isScript ? QStringList{"--script", script} : QStringList{"--interactive"};
     process.start(QUARN_PROGRAM, QStringList{"--quiet", "--temp", storage(), "--set", "Recovery Interval=1"} + mode);
     if (!isScript) process.write(work);
-    for (int i = 0; i < 3000 && !isStored("mask0-merged"); ++i) process.waitForFinished(10);
+    for (int i = 0; i < 3000 && !isRecorded("mask0-merged"); ++i) process.waitForFinished(10);
+    EXPECT_TRUE(isStored("mask0-merged")) << "the record of a set comes after its masks";
     ASSERT_EQ(0, kill(static_cast<pid_t>(process.processId()), SIGKILL));
     process.waitForFinished();
-    EXPECT_THAT(outputOf({"--recover"}), AllOf(StartsWith("3 left"), HasSubstr("mask0-merged: mask, 40 x")));
+    EXPECT_THAT(outputOf({"--recover"}), AllOf(StartsWith("4 left"), HasSubstr("mask0-merged: mask, 40 x"),
+                                               HasSubstr("recovered: ROI set, 3 masks")));
     outputOf({"--recover", "--discard"});
   }
 }
@@ -219,10 +230,10 @@ TEST_F(Recover, SignalsToEndLeaveUnsavedWorkToBeRecovered) {
         EXPECT_THAT(left(), IsEmpty()) << left().value(0).toStdString();
         continue;
       }
-      EXPECT_EQ(9, left().size()) << "the mark stayed";
+      EXPECT_EQ(10, left().size()) << "the mark stayed";
       EXPECT_EQ(kNotice, run({"--interactive"}).errors);
-      EXPECT_THAT(outputOf({"--recover"}), AllOf(StartsWith("3 left"), HasSubstr("mask0-merged: mask, 40 x")));
-      EXPECT_EQ("3 removed\n", outputOf({"--recover", "--discard"}));
+      EXPECT_THAT(outputOf({"--recover"}), AllOf(StartsWith("4 left"), HasSubstr("mask0-merged: mask, 40 x")));
+      EXPECT_EQ("4 removed\n", outputOf({"--recover", "--discard"}));
       EXPECT_THAT(left(), IsEmpty());
     }
   }

@@ -1,11 +1,14 @@
 #include <QProcess>
 #include <csignal>
+#include <map>
 #include <memory>
 #include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "hxroi/HxRois.h"
 #include "hxroi/detail/RecoveredMasks.h"
+#include "hxroi/details/Group.h"
 #include "hxroi/details/LeftOvers.h"
 #include "hxroi/details/TemporaryFolder.h"
 #include "quarn/kernel/io/HxRecovery.h"
@@ -14,6 +17,7 @@
 #include "tests/hxroi_worker/randomMask.h"
 
 using hxroi::RecoveredMasks;
+using hxroi::details::Group;
 
 namespace {
 
@@ -59,6 +63,17 @@ public:
       if (line.startsWith('/')) lines.push_back(line.toStdString());
     }
     return lines;
+  }
+
+  /// The identifiers that it printed, by the names of the ROIs.
+  std::map<std::string, std::string> ids() {
+    output_ += process_.readAllStandardOutput();
+    std::map<std::string, std::string> ids;
+    for (const QByteArray& line : output_.split('\n')) {
+      const QList<QByteArray> words = line.split(' ');
+      if (words.size() == 3 && words[0] == "id") ids[words[1].toStdString()] = words[2].toStdString();
+    }
+    return ids;
   }
 
 private:
@@ -144,6 +159,98 @@ TEST_F(Recovery, RecoveredMasksAreLeftOversAgainWhenTheirProcessIsKilledToo) {
   const Mask* mask = sets.at(0)->getMask("mask0");
   EXPECT_TRUE(exists(mask->temporaryPrefix() + ".ldm"));
   EXPECT_NE(textOf(mask->temporaryPrefix() + ".ldm").find("<Name>mask0</Name>"), std::string::npos);
+}
+
+/// A set of masks 0 to 3, all but the first in a group, and an empty one.
+class RecoveredSet : public Recovery {
+protected:
+  RecoveredSet() {
+    Worker worker(temporary(), "set", 4, seed);
+    worker.waitUntilReady();
+    ids = worker.ids();
+    worker.kill();
+  }
+
+  path record() const {
+    for (const auto& entry : boost::filesystem::directory_iterator(temporary() / "tmp-masks"))
+      if (entry.path().extension() == ".set") return entry.path();
+    return {};
+  }
+
+  static constexpr unsigned seed = 23;
+  std::map<std::string, std::string> ids;
+};
+
+TEST_F(RecoveredSet, ComesBackWhole) {
+  RecoveredMasks recovered;
+  const auto sets = recovered.load();
+  ASSERT_EQ(sets.size(), 1U);
+  const HxRois& rois = *sets[0];
+  EXPECT_EQ(rois.getLabel(), "atlas [x] \"y\"");
+  std::string species;
+  EXPECT_TRUE(rois.parameters.findString("species", species));
+  EXPECT_EQ(species, "mouse");
+  std::vector<std::string> names;
+  for (const auto& roi : rois) names.push_back(roi->name());
+  EXPECT_EQ(names, (std::vector<std::string>{"mask0", "Group", "Empty"}));
+  const Group* group = rois.getGroup("Group");
+  ASSERT_TRUE(group);
+  EXPECT_EQ(group->size(), 3U);
+  EXPECT_EQ(group->color(false), McColor(0, 0, 1));
+  EXPECT_EQ(group->stringProperty("side", false), "left");
+  std::mt19937 random(seed);
+  for (int i = 0; i < 4; ++i) {
+    const Mask* mask = rois.getMask("mask" + std::to_string(i));
+    ASSERT_TRUE(mask) << i;
+    EXPECT_EQ(bitsOf(*mask), randommask::bits(random)) << i;
+    EXPECT_EQ(mask->color(false), McColor(static_cast<float>(i) / 8, 0.5F, 0));
+    EXPECT_EQ(mask->intProperty("number", false), i);
+  }
+  EXPECT_EQ(rois.getMask("Empty")->dimensions(), randommask::kGrid);
+  EXPECT_EQ(ids.size(), 6U);
+  for (const auto& [name, id] : ids) EXPECT_EQ(rois.getRoi(name)->id(), id) << name;
+  EXPECT_EQ(recovered.removeLoaded(), 5);
+  EXPECT_FALSE(RecoveredMasks::any());
+}
+
+TEST_F(RecoveredSet, ListTellsOfIt) {
+  const auto entries = RecoveredMasks::examine();
+  const auto set = std::find_if(entries.begin(), entries.end(), [](const auto& entry) { return entry.isSet; });
+  ASSERT_NE(set, entries.end());
+  EXPECT_EQ(set->name, "atlas [x] \"y\"");
+  EXPECT_EQ(set->masks, 5);
+  EXPECT_EQ(set->problem, "");
+}
+
+TEST_F(RecoveredSet, MasksWithoutTheirRecordStillComeBack) {
+  boost::filesystem::remove(record());
+  const auto sets = RecoveredMasks().load();
+  ASSERT_EQ(sets.size(), 1U);
+  EXPECT_EQ(sets[0]->getNumberOfMasks(), 4U);
+}
+
+TEST_F(RecoveredSet, ADamagedRecordIsToldAndItsMasksStillComeBack) {
+  boost::filesystem::resize_file(record(), boost::filesystem::file_size(record()) / 2);
+  RecoveredMasks recovered;
+  const auto sets = recovered.load();
+  ASSERT_EQ(sets.size(), 1U);
+  EXPECT_EQ(sets[0]->getNumberOfMasks(), 4U);
+  EXPECT_EQ(recovered.removeLoaded(), 4);
+  const auto left = RecoveredMasks::examine();
+  ASSERT_EQ(left.size(), 1U);
+  EXPECT_TRUE(left[0].isSet);
+  EXPECT_NE(left[0].problem, "");
+}
+
+TEST_F(RecoveredSet, AMaskThatIsLostIsToldAndTheRestComesBack) {
+  for (const auto& entry : RecoveredMasks::examine()) {
+    if (entry.name == "mask2") boost::filesystem::remove(fileOf(entry, ".dat"));
+  }
+  const auto sets = RecoveredMasks().load();
+  ASSERT_EQ(sets.size(), 1U);
+  EXPECT_EQ(sets[0]->getNumberOfMasks(), 4U);
+  EXPECT_EQ(sets[0]->getMask("mask2"), nullptr);
+  EXPECT_NE(console.consoleText().find("Mask mask2 is not recovered: its voxels are lost"), std::string::npos);
 }
 
 TEST_F(Recovery, ListTellsWhatThereIs) {
@@ -293,13 +400,13 @@ TEST_F(Recovery, UnsavedWorkIsLeftWhenTheProcessHasToEnd) {
   HxObjectPool::instance().remove(rois);
   rois->removeAllRois();
   hxroi::details::TemporaryFolder::leave();
-  EXPECT_EQ(allFiles().size(), 6U) << "the mark stayed";
+  EXPECT_EQ(allFiles().size(), 7U) << "the mark stayed";
   RecoveredMasks recovered;
   const auto sets = recovered.load();
   ASSERT_EQ(sets.size(), 1U);
   EXPECT_EQ(count(*sets[0]->getMask("edited")), 125U);
   EXPECT_EQ(count(*sets[0]->getMask("full")), 40U * 30 * 20);
-  EXPECT_EQ(recovered.removeAll(), 2);
+  EXPECT_EQ(recovered.removeAll(), 3) << "two masks and the record of their set";
 }
 
 TEST_F(Recovery, SpillFilesOfTheDeadGoSilently) {

@@ -9,12 +9,16 @@
 #include <unistd.h>
 #include <vector>
 
+#include "hxroi/HxRois.h"
 #include "hxroi/details/BoxProxy.h"
+#include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "quarn/base/McColor.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxPreferences.h"
+#include "quarn/kernel/io/HxRecovery.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "tests/hxroi_worker/randomMask.h"
 
@@ -22,11 +26,15 @@
 ///
 ///   mask_worker TEMPORARY_DIRECTORY churn COUNT SEED   makes, flushes, checks and drops masks; a line for each prefix
 ///   mask_worker TEMPORARY_DIRECTORY hold COUNT SEED    makes and flushes masks, says "ready" and waits
+///   mask_worker TEMPORARY_DIRECTORY set COUNT SEED     makes a set of them, in a group but the first, with one empty
+///                                                      mask, waits for a checkpoint, prints "id NAME ID" of each ROI
+///                                                      and "ready", and waits
 ///
 /// The status is 0, or 1 when a mask is not what it was made as.
 
 namespace {
 
+using hxroi::details::Group;
 using hxroi::details::Mask;
 
 struct Made {
@@ -79,6 +87,43 @@ void hold(int masks, std::mt19937& random) {
   for (;;) ::pause();
 }
 
+McHandle<HxRois> makeSet(int masks, std::mt19937& random) {
+  McHandle<HxRois> rois(new HxRois);
+  rois->setLabel("atlas [x] \"y\"");
+  rois->parameters.set("species", "mouse");
+  const McHandle<Group> group(new Group("Group", McColor(0, 0, 1), nullptr));
+  group->setProperty("side", "left");
+  for (int i = 0; i < masks; ++i) {
+    const McHandle<Mask> mask = make(random, i).mask;
+    mask->setColor(McColor(static_cast<float>(i) / 8, 0.5F, 0));
+    mask->setProperty("number", i);
+    if (i == 0) {
+      rois->addRoi(mask);
+    } else {
+      group->addMask(mask);
+    }
+  }
+  rois->addRoi(group);
+  rois->addRoi(McHandle<Mask>(new Mask("Empty", randommask::kGrid, false, McColor(1, 1, 0), nullptr)));
+  return rois;
+}
+
+void holdSet(int masks, std::mt19937& random) {
+  const McHandle<HxRois> rois = makeSet(masks, random);
+  HxObjectPool::instance().add(rois, "rois");
+  HxRecovery::instance().setInterval(1);
+  while (HxRecovery::instance().untilCheckpoint() != 0) ::usleep(10'000);
+  HxRecovery::instance().checkpointIfDue();
+  for (const auto& roi : *rois) {
+    std::printf("id %s %s\n", roi->name().c_str(), roi->id().c_str());
+    if (const auto* group = dynamic_cast<const Group*>(roi.get()))
+      for (const Mask& member : *group) std::printf("id %s %s\n", member.name().c_str(), member.id().c_str());
+  }
+  std::printf("ready\n");
+  std::fflush(stdout);
+  for (;;) ::pause();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -87,7 +132,8 @@ int main(int argc, char** argv) {
   HxApplication::instance()->settings()->getPreferences()->setTemporaryDirectory(QString::fromLocal8Bit(argv[1]));
   std::mt19937 random(static_cast<std::uint32_t>(std::strtoul(argv[4], nullptr, 10)));
   try {
-    (std::string(argv[2]) == "hold" ? hold : churn)(std::atoi(argv[3]), random);
+    const std::string mode = argv[2];
+    (mode == "set" ? holdSet : mode == "hold" ? hold : churn)(std::atoi(argv[3]), random);
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s\n", failure.what());
     return 1;
