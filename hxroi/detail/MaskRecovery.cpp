@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <string_view>
+#include <utility>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/RecoveredMasks.h"
@@ -158,6 +159,9 @@ void MaskRecovery::keepUnsaved() {
 /// Writes what has changed. A set without ROIs has nothing to recover.
 void MaskRecovery::writeRecord(const HxRois& rois) {
   Record& record = records_[&rois];
+  // The user may choose another temporary directory meanwhile.
+  const bool isElsewhere = !record.file.empty() && !record.file.starts_with(details::TemporaryFolder::path() + "/");
+  if (isElsewhere) hxvoxora::FileSystem::current().remove(std::exchange(record, {}).file);
   if (rois.getNumberOfRois() == 0 && record.file.empty()) return;
   if (record.file.empty()) {
     const std::string prefix = details::Mask::getTemporaryPrefix();
