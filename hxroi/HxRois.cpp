@@ -2,12 +2,14 @@
 
 #include <QCoreApplication>
 #include <algorithm>
+#include <exception>
+#include <utility>
 
 #include "hxroi/HxRoiToHxVolumeDataRegistry.h"
 #include "hxroi/HxRoisColorInformation.h"
-#include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/Roi.h"
+#include "hxroi/details/logFailure.h"
 #include "quarn/base/McBox3f.h"
 #include "quarn/base/McException.h"
 #include "quarn/base/mcinterface_cast.h"
@@ -22,7 +24,6 @@
 #include "quarn/voxora/readers/SoVRLdmFileReader.h"
 #include "quarn/voxora/tiles/Ref.h"
 
-using hxroi::details::Group;
 using hxroi::details::Mask;
 
 namespace {
@@ -54,6 +55,7 @@ HxRois::HxRois()
   portOverlappingRenderingStyle.setLabel(kBoundaryStyle, tr("boundary"));
   portOverlappingRenderingStyle.setValue(kBoundaryStyle);
   portOverlappingBoundaryColor.hide();
+  portOverlappingVoltexColormap.hide();
   portOverlappingVoltexColormap.setDefaultColor(McColor(1, 1, 1));
   portOverlappingVoltexColormap.setDefaultAlpha(0.5F);
   portOverlappingVoltexColormap.setLocalRangeActive(true);
@@ -66,14 +68,16 @@ HxRois::HxRois()
 HxRois::~HxRois() {
   isRegistered_ = false;
   HxRoiToHxVolumeDataRegistry::unregisterHxRois(this);
-  const RoiList all = rois_;
+  const RoiList all = std::exchange(rois_, {});
   for (const RoiHandle& roi : all) {
     try {
-      removeRoi(roi->name());
+      notifyRoiRemove(indexedName(*roi));
+      roi->setColormap(nullptr);
     } catch (const std::exception& failure) {
-      HxMessage::printf("%s", failure.what());
+      hxroi::details::logFailure("A ROI does not leave its dying set", failure.what());
     }
   }
+  for (const auto& [name, roi] : index_) roi->forgetHxRois(this);
 }
 
 // --- The "data" connection ----------------------------------------------------------------------------------------
@@ -137,7 +141,11 @@ void HxRois::touch(unsigned int flags) {
 }
 
 void HxRois::setModified(unsigned int flags) {
-  HxData::setModified((flags & kWorthSaving) ? kAllFlags : 0);
+  if (flags == 0 || (flags & kWorthSaving)) {
+    HxData::setModified(flags == 0 ? 0 : kAllFlags);
+  } else {
+    setModifiedState(false);
+  }
 }
 
 void HxRois::onEditorChanged() {
@@ -153,13 +161,20 @@ void HxRois::objectSelected(HxObject* object) {
 void HxRois::objectAboutToBeRemoved(HxObject* object) {
   if (!dynamic_cast<const HxColormap*>(object)) return;
   for (const auto& [name, roi] : index_) {
-    if (auto* group = dynamic_cast<Group*>(roi)) group->clear();
     if (roi->colormap(false) == object) roi->setColormap(nullptr);
   }
 }
 
 void HxRois::flush(bool final) {
-  for (const Mask* mask : masks_) mask->flush(final ? 2 : 0);
+  std::exception_ptr failure;
+  for (const Mask* mask : masks_) {
+    try {
+      mask->flush(final ? 2 : 0);
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+    }
+  }
+  if (failure) std::rethrow_exception(failure);
 }
 
 void HxRois::saveCreation(FILE* file, const char* directory, unsigned int flags) {

@@ -114,6 +114,9 @@ public:
   /// Every mask of the set, group members included, in order of acceptance. Not owned by the list.
   const MaskList& masks() const { return masks_; }
 
+  /// The same masks in user order, for callers that change them.
+  std::vector<hxroi::details::Mask*> editableMasks() const;
+
   /// Voxels along x, y, z. Throws McException when the set holds no mask.
   const McVec3i& dimensions() const;
 
@@ -221,7 +224,8 @@ public:
   /// Whether the header of a tiled volume declares tile borders.
   bool hasBorders(const std::string& ldmFile) const;
 
-  /// Writes pending edits of every mask to its temporary files; `final` rebuilds the lower resolution levels too.
+  /// Writes pending edits of every mask to its temporary files; `final` rebuilds the lower resolution levels too. All
+  /// masks are tried before the first failure is thrown.
   void flush(bool final);
 
   // --- Host -----------------------------------------------------------------------------------------------------
@@ -241,7 +245,9 @@ public:
   /// Marks only. The touch time advances for content (flag value 8) alone.
   void touch(unsigned int flags = 0xFFFFFFFFu) override;
 
-  /// Content, names, properties and colours make the set need saving; other changes never do.
+  /// Content, names, properties and colours make the set need saving; flags without any of these mark it saved. As the
+  /// host asks with all flags since the last save, other changes alone never make a set need saving, and never make one
+  /// saved that does.
   void setModified(unsigned int flags) override;
 
   /// Nobody changes the connections while the set is edited.
@@ -270,6 +276,10 @@ protected:
   ~HxRois() override;
 
 private:
+  using Index = std::map<std::string, hxroi::details::Roi*>;
+
+  Index::const_iterator findIndexed(const std::string& name) const;
+  const std::string& indexedName(const hxroi::details::Roi& roi) const;
   RoiList::const_iterator findTopLevel(const std::string& name) const;
   void checkNameIsFree(const std::string& name) const;
   void checkGroupNames(const hxroi::details::Group& group) const;
@@ -284,6 +294,7 @@ private:
   std::vector<MaskHolder> splitNamedMask(const std::string& name, McProgressInterface* progress) const;
 
   void applyPortChanges();
+  void forgetColorPorts(const std::string& name);
   void renameColorPorts(const std::string& oldName, const std::string& newName);
   void masksChanged();
 
@@ -294,7 +305,7 @@ private:
   PortDataConnectionCheck dataCheck_;
   std::optional<McVec3i> dimensions_;
   RoiList rois_;
-  std::map<std::string, hxroi::details::Roi*> index_;
+  Index index_;  ///< by the names that the set knows, which a renaming that another set refused parts from their own
   MaskList masks_;
   std::map<std::string, std::unique_ptr<ColorInformation>> colorPorts_;
   bool isRegistered_ = false;  ///< in the registry of volume data

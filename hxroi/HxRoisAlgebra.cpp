@@ -70,10 +70,10 @@ void HxRois::copyAllMasksFrom(const Roi* roi, const HxParamBundle* materials) {
   const auto copyMask = [this, materials](const Mask& mask) {
     const std::string name = mask.name();
     if (getRoi(name)) return;
-    const HxParamBundle* record = materials ? materials->getBundle(name) : nullptr;
-    if (record) copyBundle(record);
     const McHandle<Mask> copy(new Mask(name, mask));
     addRoi(copy);
+    const HxParamBundle* record = materials ? materials->getBundle(name) : nullptr;
+    if (record) copyBundle(record);
   };
   if (const auto* mask = dynamic_cast<const Mask*>(roi)) copyMask(*mask);
   if (const auto* group = dynamic_cast<const Group*>(roi)) {

@@ -9,6 +9,7 @@ using hxroi::details::Roi;
 
 namespace {
 
+constexpr unsigned int kConnectionFlag = 1;
 constexpr unsigned int kRangeFlag = 32;
 constexpr unsigned int kColormapFlags = 1 | 4 | 8 | 128;
 
@@ -29,10 +30,11 @@ HxRois::ColorInformation::ColorInformation(HxObject* owner, const char* roiName)
 
 HxRois::ColorInformation::ColorInformation(HxObject* owner, const Roi& roi)
     : ColorInformation(owner, roi.name().c_str()) {
+  roi_ = &roi;
   portColormap.setConstantColorEnabled(false);
   portColormap.setLocalRangeActive(true);
   setVisible(false);
-  showValuesOf(roi);
+  show(Values(roi));
   portColormap.untouch();
   portColor.untouch();
 }
@@ -47,20 +49,34 @@ void HxRois::ColorInformation::setVisible(bool visible) {
   portColor.setVisible(visible);
 }
 
+HxRois::ColorInformation::Values::Values(const Roi& roi)
+    : colormap(roi.colormap(false)),
+      range(roi.colormapRange(false)),
+      alphaEnabled(roi.isAlphaEnabled()),
+      color(roi.color(false)) {}
+
 void HxRois::ColorInformation::showValuesOf(const Roi& roi) {
-  if (portColormap.colormap() != roi.colormap(false)) portColormap.connect(sourceFor(roi.colormap(false)));
-  const auto [min, max] = roi.colormapRange(false);
-  portColormap.setLocalRange(min, max);
-  portColormap.setAlphaEnabled(roi.isAlphaEnabled());
-  portColor.setColor(0, roi.color(false));
+  show(Values(roi));
 }
 
-bool HxRois::ColorInformation::applyChangesTo(Roi& roi) const {
+void HxRois::ColorInformation::show(const Values& values) {
+  const bool all = !shown_;
+  // A colormap that has gone took its connection along.
+  const bool isCut = portColormap.colormap() != values.colormap && !portColormap.isNew(kConnectionFlag);
+  if (all || isCut || values.colormap != shown_->colormap) portColormap.connect(sourceFor(values.colormap));
+  if (all || values.range != shown_->range) portColormap.setLocalRange(values.range.first, values.range.second);
+  if (all || values.alphaEnabled != shown_->alphaEnabled) portColormap.setAlphaEnabled(values.alphaEnabled);
+  if (all || values.color != shown_->color) portColor.setColor(0, values.color);
+  shown_ = values;
+}
+
+bool HxRois::ColorInformation::applyChangesTo(Roi& roi) {
   if (portColormap.isNew(kRangeFlag)) roi.setColormapRange({portColormap.localMin(), portColormap.localMax()});
   if (portColormap.isNew(kColormapFlags)) {
     roi.setColormap(portColormap.colormap());
     roi.setAlphaEnabled(portColormap.isAlphaEnabled());
   }
   if (portColor.isNew()) roi.setColor(portColor.getColor(0));
+  shown_ = Values(roi);
   return portColormap.isNew() || portColor.isNew();
 }

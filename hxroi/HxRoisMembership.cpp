@@ -61,8 +61,36 @@ const McVec3i& HxRois::dimensions() const {
   return *dimensions_;
 }
 
+std::vector<Mask*> HxRois::editableMasks() const {
+  std::vector<Mask*> masks;
+  for (const RoiHandle& roi : rois_) {
+    if (auto* mask = dynamic_cast<Mask*>(roi.get())) masks.push_back(mask);
+    if (auto* group = dynamic_cast<Group*>(roi.get())) {
+      for (Mask& member : *group) masks.push_back(&member);
+    }
+  }
+  return masks;
+}
+
+/// By the name that the set knows or, when there is none, by the ROI's own.
+HxRois::Index::const_iterator HxRois::findIndexed(const std::string& name) const {
+  const auto found = index_.find(name);
+  if (found != index_.end()) return found;
+  return std::find_if(index_.begin(), index_.end(),
+                      [&name](const auto& entry) { return entry.second->name() == name; });
+}
+
+const std::string& HxRois::indexedName(const Roi& roi) const {
+  const auto found =
+      std::find_if(index_.begin(), index_.end(), [&roi](const auto& entry) { return entry.second == &roi; });
+  if (found == index_.end()) throw neverInserted(roi.name(), getLabel());
+  return found->first;
+}
+
 HxRois::RoiList::const_iterator HxRois::findTopLevel(const std::string& name) const {
-  return std::find_if(rois_.begin(), rois_.end(), [&name](const RoiHandle& roi) { return roi->name() == name; });
+  const auto indexed = findIndexed(name);
+  if (indexed == index_.end()) return rois_.end();
+  return std::find(rois_.begin(), rois_.end(), indexed->second);
 }
 
 // --- The rules of the set -----------------------------------------------------------------------------------------
@@ -126,24 +154,27 @@ void HxRois::notifyRoiAdd(Roi* roi) {
     checkMaskFits(*mask);
     enterMask(mask);
   }
+  Index entry{{name, roi}};
   try {
     roi->notifyAddedToHxRois(this);
   } catch (...) {
     if (mask) leaveMask(mask);
     throw;
   }
-  index_.emplace(name, roi);
+  index_.insert(entry.extract(name));
   if (!mask) return;
   mask->volumeMask()->setExtent(SbBox3f(SbVec3f(0, 0, 0), SbVec3f(1, 1, 1)));
   masksChanged();
 }
 
 Roi* HxRois::notifyRoiRemove(const std::string& name) {
-  const auto found = index_.find(name);
+  const auto found = findIndexed(name);
   if (found == index_.end()) throw neverInserted(name, getLabel());
   Roi* roi = found->second;
+  const std::string known = found->first;
   roi->notifyRemovedFromHxRois(this);
-  index_.erase(name);
+  index_.erase(known);
+  forgetColorPorts(known);
   if (const auto* mask = dynamic_cast<const Mask*>(roi)) {
     leaveMask(mask);
     masksChanged();
@@ -190,7 +221,7 @@ HxRois::RoiHandle HxRois::removeRoi(const std::string& name) {
 
 void HxRois::removeAllRois() {
   const RoiList all = rois_;
-  for (const RoiHandle& roi : all) removeRoi(roi->name());
+  for (const RoiHandle& roi : all) removeRoi(indexedName(*roi));
 }
 
 HxRois::RoiHandle HxRois::replaceRoi(const std::string& name, Roi* newRoi) {

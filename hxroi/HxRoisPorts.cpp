@@ -25,6 +25,12 @@ void HxRois::rebuildPortList() {
   for (const auto& [name, roi] : index_) colorPorts_.emplace(name, std::make_unique<ColorInformation>(this, *roi));
 }
 
+/// What is still to come of the ports of a ROI that left is for no other ROI of its name.
+void HxRois::forgetColorPorts(const std::string& name) {
+  const auto found = colorPorts_.find(name);
+  if (found != colorPorts_.end()) found->second->forgetRoi();
+}
+
 /// What a colour port shows belongs to the name of its ROI, also when that ROI is replaced.
 void HxRois::renameColorPorts(const std::string& oldName, const std::string& newName) {
   auto entry = colorPorts_.extract(oldName);
@@ -39,7 +45,8 @@ void HxRois::update() {
   if (isNew(kContent)) rebuildPortList();
   if (isNew(kDisplay)) {
     for (const auto& [name, ports] : colorPorts_) {
-      if (const Roi* roi = getRoi(name)) ports->showValuesOf(*roi);
+      const Roi* roi = getRoi(name);
+      if (roi && ports->isFor(*roi)) ports->showValuesOf(*roi);
     }
   }
   if (portOverlappingRenderingStyle.isNew()) {
@@ -58,6 +65,7 @@ void HxRois::compute() {
 
 void HxRois::applyPortChanges() {
   for (const auto& [name, ports] : colorPorts_) {
-    if (Roi* roi = getRoi(name)) ports->applyChangesTo(*roi);
+    Roi* roi = getRoi(name);
+    if (roi && ports->isFor(*roi)) ports->applyChangesTo(*roi);
   }
 }

@@ -42,9 +42,7 @@ HxLeftOver describe(const RecoveredMasks::Entry& entry) {
 class Checkpoint {
 public:
   void write(const HxRois& rois) {
-    for (const details::Mask* mask : rois.masks()) {
-      run([&] { rois.getMask(mask->name())->checkpoint(); });
-    }
+    for (details::Mask* mask : rois.editableMasks()) run([mask] { mask->checkpoint(); });
   }
   template <class Step>
   void run(Step step) {
@@ -147,7 +145,7 @@ void MaskRecovery::keepUnsaved() {
   for (const McHandle<HxRois>& rois : setsOfPool()) {
     if (!rois->isModified()) continue;
     checkpoint.write(*rois);
-    for (const details::Mask* mask : rois->masks()) rois->getMask(mask->name())->keepFiles();
+    for (details::Mask* mask : rois->editableMasks()) mask->keepFiles();
     checkpoint.run([&] {
       writeRecord(*rois);
       details::TemporaryFolder::keep(withoutExtension(records_[rois].file));

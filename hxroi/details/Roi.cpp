@@ -165,7 +165,7 @@ McColor Roi::color(bool inherit) const {
 }
 
 const HxColormap* Roi::colormap(bool inherit) const {
-  return inherit && m_parent ? m_parent->colormap(true) : m_colormap;
+  return inherit && m_parent ? m_parent->colormap(true) : m_colormap.get();
 }
 
 std::pair<float, float> Roi::colormapRange(bool inherit) const {
@@ -179,10 +179,10 @@ void Roi::setColor(const McColor& color) {
 }
 
 void Roi::setColormap(const HxColormap* colormap) {
-  const bool isOther = colormap != m_colormap;
+  const bool isOther = colormap != m_colormap.get();
   const bool hasChanged = colormap && colormap->getTouchTime() != m_colormapTouchTime;
   if (!isOther && !hasChanged) return;
-  m_colormap = colormap;
+  m_colormap = ColormapReference(colormap);
   if (colormap) m_colormapTouchTime = colormap->getTouchTime();
   touch(2048);
 }

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "hxroi/details/ColormapReference.h"
 #include "hxroi/export.h"
 #include "quarn/base/McColor.h"
 #include "quarn/base/McHandable.h"
@@ -60,6 +61,9 @@ public:
   virtual void notifyAddedToHxRois(HxRois* rois);
   virtual void notifyRemovedFromHxRois(HxRois* rois);
 
+  /// The set dies with the ROI in it, which could not be told.
+  void forgetHxRois(HxRois* rois) { m_owners.erase(rois); }
+
   /// Tells the sets of a change; with flag value 8 the ROI gets a new time stamp after that. Marks only.
   virtual void touch(int flags);
 
@@ -76,7 +80,8 @@ public:
   std::string id() const;
   void setId(const std::string& id);
 
-  /// Display values. With `inherit` those of the parent group win, where there is one.
+  /// Display values. With `inherit` those of the parent group win, where there is one. The colormap is not owned; one
+  /// that has gone reads null.
   McColor color(bool inherit = true) const;
   const HxColormap* colormap(bool inherit) const;
   std::pair<float, float> colormapRange(bool inherit) const;
@@ -137,7 +142,7 @@ private:
   Group* m_parent = nullptr;
   Owners m_owners;
   McColor m_color;
-  const HxColormap* m_colormap = nullptr;
+  ColormapReference m_colormap;
   std::uint32_t m_colormapTouchTime;
   std::pair<float, float> m_colormapRange{0.0F, 1.0F};
   bool m_alphaEnabled = true;

@@ -28,6 +28,9 @@ protected:
 /// A mask that does not let one set have it, or does not let one set go.
 class StubbornMask : public hxroi::details::Mask {
 public:
+  /// The sets that had it leave, in order.
+  std::vector<const HxRois*> left;
+
   explicit StubbornMask(const std::string& name) : Mask(name, {13, 11, 7}, false, McColor(1, 1, 0), nullptr) {}
 
   void notifyAddedToHxRois(HxRois* rois) override {
@@ -36,6 +39,7 @@ public:
   }
   void notifyRemovedFromHxRois(HxRois* rois) override {
     if (rois == notLeft) throw McException("does not leave");
+    left.push_back(rois);
     Mask::notifyRemovedFromHxRois(rois);
   }
 
@@ -338,5 +342,73 @@ TEST_F(GroupInSets, GroupWithAMemberThatDoesNotLeaveStaysInTheSet) {
   EXPECT_EQ(sets[1]->getMask("b"), mask);
   EXPECT_EQ(group->owners().count(sets[1]), 1U);
   EXPECT_EQ(first->owners().count(sets[1]), 1U);
+  mask->notLeft = nullptr;
+}
+
+TEST_F(GroupTest, IsEnteredInASetOnlyOnce) {
+  const McHandle<HxRois> rois = new HxRois;
+  rois->setLabel("%2");
+  group->addMask(member("a"));
+  rois->addRoi(group);
+  EXPECT_EQ(refusal([&] { group->notifyAddedToHxRois(rois); }), "group has already been inserted inside HxRois %2.");
+  EXPECT_EQ(rois->getNumberOfMasks(), 1U);
+  const McHandle<HxRois> other = new HxRois;
+  other->setLabel("other");
+  EXPECT_EQ(refusal([&] { group->notifyRemovedFromHxRois(other); }),
+            "group has never been inserted inside HxRois other.");
+  EXPECT_EQ(group->owners(), Roi::Owners{rois});
+  EXPECT_EQ(group->getMask("a")->owners(), Roi::Owners{rois});
+}
+
+TEST_F(GroupTest, MemberThatLeavesTellsTheSetOfItsContentOnly) {
+  const McHandle<ListeningRois> rois = new ListeningRois;
+  group->addMask(new Mask("a", {13, 11, 7}, false, McColor(0, 1, 0), nullptr));
+  rois->addRoi(group);
+  rois->touches.clear();
+  group->removeMask("a");
+  EXPECT_EQ(rois->touches, std::vector<unsigned int>{8});
+}
+
+TEST_F(GroupTest, MemberOfTwoGroupsKeepsTheLaterParent) {
+  const auto mask = member("a");
+  McHandle<Group> first = new Group("first", McColor(0, 0, 1), nullptr);
+  first->addMask(mask);
+  group->addMask(mask);
+  first.reset();
+  EXPECT_EQ(mask->parent(), group);
+}
+
+TEST_F(GroupTest, RenamingToTheNameOfAMemberIsRefused) {
+  const McHandle<HxRois> rois = new HxRois;
+  rois->setLabel("atlas");
+  group->addMask(member("a"));
+  rois->addRoi(group);
+  EXPECT_EQ(refusal([&] { group->setName("a"); }),
+            "A roi named a has already been inserted inside this HxRois (atlas).");
+  EXPECT_EQ(refusal([&] { group->getMask("a")->setName("group"); }),
+            "A roi named group has already been inserted inside this HxRois (atlas).");
+  EXPECT_EQ(rois->getGroup("group"), group);
+  EXPECT_EQ(rois->getMask("a"), group->getMask("a"));
+}
+
+TEST_F(GroupTest, MembersGetTheUnitExtent) {
+  const McHandle<HxRois> rois = new HxRois;
+  group->addMask(member("a"));
+  rois->addRoi(group);
+  const SbBox3f extent = group->getMask("a")->volumeMask()->extent();
+  EXPECT_EQ(extent, SbBox3f(SbVec3f(0, 0, 0), SbVec3f(1, 1, 1)));
+}
+
+TEST_F(GroupInSets, SetsAreToldAndUndoneInOneOrder) {
+  const McHandle<StubbornMask> mask = new StubbornMask("a");
+  mask->notEntered = sets[2];
+  EXPECT_EQ(refusal([&] { group->addMask(mask); }), "does not enter");
+  EXPECT_EQ(mask->left, (std::vector<const HxRois*>{sets[0], sets[1]}));
+  mask->notEntered = nullptr;
+  mask->left.clear();
+  group->addMask(mask);
+  mask->notLeft = sets[2];
+  EXPECT_EQ(refusal([&] { group->removeMask("a"); }), "does not leave");
+  EXPECT_EQ(mask->left, (std::vector<const HxRois*>{sets[0], sets[1]}));
   mask->notLeft = nullptr;
 }

@@ -144,4 +144,39 @@ TEST_F(RoisAlgebra, CopyingFromASetOfAnotherGridIsRefused) {
   EXPECT_EQ(rois->getRoi("Z"), nullptr);
 }
 
+TEST_F(RoisAlgebra, ARefusedCopyLeavesNoRecordBehind) {
+  for (int i = 3; i < 99; ++i) addMask("m" + std::to_string(i));
+  const McHandle<HxRois> source(new HxRois);
+  for (const char* name : {"first", "second"}) {
+    source->addRoi(makeMask(name));
+    source->parameters.getMaterials(1)->getBundle(name, true)->set("kind", name);
+  }
+  EXPECT_EQ(refusalOf([&] { rois->copyAllMasksFrom(source); }),
+            "There is already 100 masks inside atlas. No more mask can be inserted.");
+  EXPECT_TRUE(rois->getMask("first"));
+  EXPECT_TRUE(rois->parameters.getMaterials(0)->getBundle("first", false));
+  EXPECT_FALSE(rois->parameters.getMaterials(0)->getBundle("second", false));
+}
+
+TEST_F(RoisAlgebra, CopyingWithoutRecordsMakesNone) {
+  const auto group = makeGroup("Group", {"One", "Two"});
+  rois->copyAllMasksFrom(group, nullptr);
+  EXPECT_THAT(topLevelNames(), ElementsAre("A", "B", "C", "One", "Two"));
+  EXPECT_EQ(rois->parameters.getMaterials(0), nullptr);
+}
+
+TEST_F(RoisAlgebra, ACopiedRecordIsWrittenOverThePresentOne) {
+  HxParamBundle record("Bone");
+  record.set("kind", "new");
+  rois->parameters.getMaterials(1)->getBundle("Bone", true)->set("kind", "old");
+  rois->parameters.getMaterials(1)->getBundle("Bone", true)->set("mine", 7);
+  rois->copyBundle(&record);
+  const HxParamBundle* present = rois->parameters.getMaterials(0)->getBundle("Bone");
+  std::string kind;
+  int mine = 0;
+  EXPECT_TRUE(present->findString("kind", kind) && present->findNum("mine", mine));
+  EXPECT_EQ(kind, "new");
+  EXPECT_EQ(mine, 7);
+}
+
 }  // namespace

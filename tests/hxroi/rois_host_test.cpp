@@ -3,11 +3,14 @@
 
 #include "RoisTest.h"
 #include "hxroi/details/Roi.h"
+#include "hxroi/details/TemporaryFolder.h"
 #include "quarn/base/McBox3f.h"
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/objects/HxEditor.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/script/HxInterpreter.h"
+#include "quarn/voxora/files/FaultFileSystem.h"
+#include "quarn/voxora/files/VolumeHeader.h"
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -148,6 +151,30 @@ TEST_F(RoisHost, OnlyFieldsOfTheGridAreConnected) {
             "Mask is incompatible with data (different dimension)");
 }
 
+TEST_F(RoisHost, TheKindOfSourceIsDecidedBeforeTheGrid) {
+  addMask("A", {13, 11, 7});
+  const McHandle<HxColormap> colormap(new HxColormap);
+  HxApplication::instance()->setLoadingNetwork(true);
+  EXPECT_FALSE(rois->portData.connect(colormap));
+  EXPECT_TRUE(rois->baseConnection.connect(colormap)) << "the rule is for the data alone";
+  HxApplication::instance()->setLoadingNetwork(false);
+  EXPECT_THAT(console.errors, IsEmpty());
+}
+
+TEST_F(RoisHost, FlushBuildsTheLowerResolutionsWhenItIsTheLast) {
+  Mask* mask = addMask("A", {600, 20, 20});
+  const auto levelsInFile = [mask] {
+    return hxvoxora::VolumeHeader::read(hxvoxora::FileSystem::posix(), mask->temporaryPrefix() + ".ldm").levels;
+  };
+  fill(*mask, {1, 1, 1}, {500, 5, 5});
+  rois->flush(false);
+  EXPECT_EQ(levelsInFile(), 1);
+  fill(*mask, {2, 2, 2}, {500, 5, 5});
+  rois->flush(true);
+  EXPECT_EQ(levelsInFile(), mask->volumeMask()->levelCount());
+  EXPECT_GT(levelsInFile(), 1);
+}
+
 TEST_F(RoisHost, AnyFieldSuitsASetWithoutMasks) {
   EXPECT_TRUE(rois->portData.connect(makeField({2, 3, 4})));
 }
@@ -276,10 +303,60 @@ TEST_F(RoisHost, RoisForgetAColormapThatGoes) {
   colormap.reset();
   EXPECT_EQ(rois->getGroup("Group")->colormap(false), nullptr);
   EXPECT_EQ(rois->getMask("Member")->colormap(false), nullptr);
-  EXPECT_EQ(rois->getGroup("Group")->getGroupMask()->colormap(false), nullptr);
+  EXPECT_EQ(rois->getGroup("Group")->getGroupMask()->colormap(false), nullptr) << "it is gone";
   rois->getMask("Member")->setColor(McColor(0, 1, 0));
   rois->fire(1);
   EXPECT_EQ(rois->findPort("colormap-Member")->isNew(), false);
+}
+
+TEST_F(RoisHost, RoisOutsideASetForgetAColormapThatGoes) {
+  McHandle<HxColormap> colormap(new HxColormap);
+  const auto group = makeGroup("Group", {"Member"});
+  group->getMask("Member")->setColormap(colormap);
+  group->setColormap(colormap);
+  rois->addRoi(group);
+  rois->fire(1);
+  rois->removeRoi("Group");
+  const McHandle<Mask> taken = group->removeMask("Member");
+  EXPECT_EQ(taken->colormap(false), colormap);
+  colormap.reset();
+  EXPECT_EQ(taken->colormap(false), nullptr);
+  rois->addRoi(taken);
+  rois->fire(1);
+  EXPECT_EQ(taken->colormap(true), nullptr);
+  const McHandle<HxColormap> next(new HxColormap);
+  taken->setColormap(next);
+  EXPECT_EQ(taken->colormap(false), next);
+}
+
+TEST_F(RoisHost, AColormapThatGoesLeavesTheGroupMaskAlone) {
+  HxObjectPool& pool = HxObjectPool::instance();
+  const McHandle<HxColormap> colormap(new HxColormap);
+  pool.add(colormap, "colours");
+  rois->addRoi(makeGroup("Group", {"Member"}));
+  const Mask* groupMask = rois->getGroup("Group")->getGroupMask();
+  pool.remove(colormap);
+  EXPECT_EQ(rois->getGroup("Group")->getGroupMask(), groupMask);
+}
+
+TEST_F(RoisHost, FlushTriesAllMasksBeforeItFails) {
+  for (const char* name : {"A", "B", "C"}) fill(*addMask(name), {1, 1, 1}, {2, 2, 2});
+  hxvoxora::FaultFileSystem faults(hxvoxora::FileSystem::posix());
+  faults.arm({.only = hxvoxora::FileCall::create});
+  {
+    const hxvoxora::FileSystemOverride current(faults);
+    const McHandle<HxRois> set(new HxRois);
+    for (const char* name : {"A", "B", "C"}) {
+      set->addRoi(makeMask(name));
+      fill(*set->getMask(name), {1, 1, 1}, {2, 2, 2});
+    }
+    EXPECT_THROW(set->flush(false), McException);
+    int written = 0;
+    for (const Mask* mask : set->masks()) written += boost::filesystem::exists(mask->temporaryPrefix() + ".ldm");
+    EXPECT_EQ(written, 2);
+    set->removeAllRois();
+    hxroi::details::TemporaryFolder::leave();
+  }
 }
 
 }  // namespace

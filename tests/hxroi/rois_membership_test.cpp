@@ -306,14 +306,63 @@ TEST_F(RoisMembership, ADyingSetLetsGoOfTheOthersWhenOneClings) {
   const McHandle<ClingingMask> clinging(new ClingingMask("B", {13, 11, 7}));
   rois->addRoi(clinging);
   const McHandle<Mask> c = addMask("C");
-  HxRois* dying = rois.get();
   rois.reset();
-  EXPECT_THAT(console.consoleEntries, ElementsAre("B stays"));
+  EXPECT_THAT(console.consoleEntries, ElementsAre("A ROI does not leave its dying set: B stays"));
   EXPECT_TRUE(a->owners().empty());
   EXPECT_TRUE(c->owners().empty());
   EXPECT_EQ(c->refCount(), 1);
-  clinging->clings = false;
-  clinging->notifyRemovedFromHxRois(dying);
+  EXPECT_TRUE(clinging->owners().empty()) << "nothing leads to the dead";
+  clinging->setColor(McColor(0, 1, 0));
+}
+
+/// Sets asked before the refusing one keep the new name, the ROI its old one.
+class ParterNames : public RoisMembership {
+protected:
+  ParterNames() {
+    second->setLabel("second");
+    mask = makeMask("Bone");
+    for (HxRois* set : {static_cast<HxRois*>(rois), static_cast<HxRois*>(second)}) set->addRoi(mask);
+    last = *std::prev(mask->owners().end());
+    first = *mask->owners().begin();
+    last->addRoi(makeMask("Taken"));
+    EXPECT_THROW(mask->setName("Taken"), McException);
+    EXPECT_EQ(mask->name(), "Bone");
+    EXPECT_EQ(first->getMask("Taken"), mask);
+  }
+
+  const McHandle<HxRois> second = new HxRois;
+  McHandle<Mask> mask;
+  HxRois* first;
+  HxRois* last;
+};
+
+TEST_F(ParterNames, EitherNameRemovesTheRoi) {
+  first->removeRoi("Bone");
+  EXPECT_FALSE(first->containsRoi(mask));
+  EXPECT_EQ(first->getNumberOfMasks(), 0U);
+  EXPECT_EQ(mask->owners(), Roi::Owners{last});
+  first->addRoi(mask);
+  EXPECT_EQ(first->getMask("Bone"), mask);
+}
+
+TEST_F(ParterNames, TheNameOfTheSetRemovesTheRoi) {
+  first->removeRoi("Taken");
+  EXPECT_EQ(mask->owners(), Roi::Owners{last});
+}
+
+TEST_F(ParterNames, AllCanStillBeRemovedAndNamed) {
+  EXPECT_EQ(first->editableMasks(), std::vector<Mask*>{mask});
+  first->removeAllRois();
+  EXPECT_EQ(first->getNumberOfRois(), 0U);
+  mask->setName("Skull");
+  EXPECT_EQ(last->getMask("Skull"), mask);
+}
+
+TEST_F(ParterNames, ADyingSetLetsGoOfTheRoi) {
+  const bool isRois = first == rois;
+  (isRois ? rois : const_cast<McHandle<HxRois>&>(second)).reset();
+  EXPECT_EQ(mask->owners(), Roi::Owners{last});
+  mask->setColor(McColor(0, 1, 0));
 }
 
 }  // namespace

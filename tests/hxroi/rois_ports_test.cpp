@@ -11,6 +11,16 @@ using ::testing::Not;
 
 namespace {
 
+/// Sees the marks that a set raises while it is evaluated.
+class WatchedRois : public HxRois {
+public:
+  void touch(unsigned int flags) override {
+    touches.push_back(flags);
+    HxRois::touch(flags);
+  }
+  std::vector<unsigned int> touches;
+};
+
 class RoisPorts : public RoisTest {
 protected:
   RoisPorts() { HxObjectPool::instance().add(rois, "rois"); }
@@ -71,16 +81,6 @@ TEST_F(RoisPorts, ShowColourOrColormapOfOverlapsAsTheStyleIs) {
   EXPECT_FALSE(rois->portOverlappingVoltexColormap.isVisible());
 }
 
-/// Sees the marks that a set raises while it is evaluated.
-class WatchedRois : public HxRois {
-public:
-  void touch(unsigned int flags) override {
-    touches.push_back(flags);
-    HxRois::touch(flags);
-  }
-  std::vector<unsigned int> touches;
-};
-
 TEST_F(RoisPorts, RaiseTheirMarksWhenTheDisplayOfOverlapsChanges) {
   const McHandle<WatchedRois> watched(new WatchedRois);
   watched->fire();
@@ -126,6 +126,131 @@ TEST_F(RoisPorts, ShowTheValuesOfTheRoiWithoutMarks) {
   EXPECT_EQ(evaluate("rois color-Bone isVisible"), "0");
   EXPECT_EQ(mask->colormap(false), viridis());
   EXPECT_FALSE(mask->isAlphaEnabled()) << "the port wrote its own value back";
+}
+
+TEST_F(RoisPorts, OfARoiAreMadeForItsOwnColormapRangeAndColour) {
+  const auto mask = makeMask("Bone");
+  mask->setColormap(viridis());
+  rois->addRoi(mask);
+  rois->rebuildPortList();
+  const auto* colormap = dynamic_cast<const HxPortColormap*>(rois->findPort("colormap-Bone"));
+  const auto* color = dynamic_cast<const HxPortColorList*>(rois->findPort("color-Bone"));
+  ASSERT_TRUE(colormap && color);
+  EXPECT_FALSE(colormap->isConstantColorEnabled());
+  EXPECT_TRUE(colormap->isLocalRangeActive());
+  EXPECT_EQ(colormap->colormap(), viridis());
+  EXPECT_EQ(colormap->getLabel(), "");
+  EXPECT_EQ(color->getLabel(), "Color");
+  EXPECT_EQ(color->count(), 1);
+  EXPECT_FALSE(colormap->isVisible() || color->isVisible());
+  EXPECT_FALSE(colormap->isNew() || color->isNew());
+}
+
+TEST_F(RoisPorts, FollowEachKindOfChangeByItself) {
+  Mask* mask = addMask("Bone");
+  fire();
+  mask->setColor(McColor(0, 1, 0));
+  fire();
+  EXPECT_EQ(evaluate("rois color-Bone getColor"), "0 1 0");
+  mask->setColormapRange({3, 4});
+  fire();
+  EXPECT_EQ(evaluate("rois colormap-Bone getMinMax"), "3 4");
+  mask->setAlphaEnabled(false);
+  fire();
+  EXPECT_EQ(evaluate("rois colormap-Bone isAlphaEnabled"), "0");
+  mask->setColormap(viridis());
+  fire();
+  EXPECT_EQ(evaluate("rois colormap-Bone source"), "viridis");
+  mask->setColormap(HxStandardColormaps::instance().find("magma"));
+  fire();
+  EXPECT_EQ(evaluate("rois colormap-Bone source"), "magma");
+  mask->setColormap(nullptr);
+  fire();
+  EXPECT_EQ(evaluate("rois colormap-Bone source"), "");
+}
+
+TEST_F(RoisPorts, TellTheRoiWhenItsColormapChangesInItself) {
+  const McHandle<HxColormap> colormap(new HxColormap);
+  const McHandle<WatchedRois> watched(new WatchedRois);
+  const auto mask = makeMask("Bone");
+  mask->setColormap(colormap);
+  watched->addRoi(mask);
+  watched->fire();
+  watched->touches.clear();
+  colormap->setMinMax(0, 5);
+  colormap->fire();
+  EXPECT_THAT(watched->touches, ElementsAre(2048U));
+}
+
+TEST_F(RoisPorts, NeverGiveANewRoiWhatWasMeantForAFormerOne) {
+  const McHandle<HxColormap> colormap(new HxColormap);
+  addMask("Bone")->setColormap(colormap);
+  fire();
+  rois->replaceRoi("Bone", makeMask("Skull"));
+  colormap->setMinMax(0, 5);
+  colormap->fire();
+  EXPECT_EQ(rois->getMask("Skull")->colormap(false), nullptr);
+
+  EXPECT_EQ(evaluate("rois color-Skull setColor 1 0 0"), "");
+  rois->replaceRoi("Skull", makeMask("Jaw"));
+  fire();
+  EXPECT_EQ(rois->getMask("Jaw")->color(false), McColor(0.5F, 0.25F, 1));
+
+  rois->getMask("Jaw")->setColormap(colormap);
+  fire();
+  EXPECT_EQ(evaluate("rois color-Jaw setColor 1 0 0"), "");
+  rois->removeRoi("Jaw");
+  addMask("Jaw");
+  colormap->setMinMax(0, 6);
+  colormap->fire();
+  EXPECT_EQ(rois->getMask("Jaw")->colormap(false), nullptr);
+  EXPECT_EQ(rois->getMask("Jaw")->color(false), McColor(0.5F, 0.25F, 1));
+}
+
+TEST_F(RoisPorts, LoseNoChangeToAChangeOfAnotherRoi) {
+  Mask* bone = addMask("Bone");
+  Mask* air = addMask("Air");
+  fire();
+  EXPECT_EQ(evaluate("rois color-Bone setColor 1 0 0; rois colormap-Bone connect viridis"), "");
+  air->setColor(McColor(0, 1, 0));
+  fire();
+  EXPECT_EQ(bone->color(false), McColor(1, 0, 0));
+  EXPECT_EQ(bone->colormap(false), viridis());
+  EXPECT_EQ(evaluate("rois color-Air getColor"), "0 1 0");
+}
+
+TEST_F(RoisPorts, YieldToALaterChangeOfTheirOwnRoi) {
+  Mask* bone = addMask("Bone");
+  fire();
+  EXPECT_EQ(evaluate("rois color-Bone setColor 1 0 0"), "");
+  bone->setColor(McColor(0, 1, 0));
+  fire();
+  EXPECT_EQ(bone->color(false), McColor(0, 1, 0));
+  EXPECT_EQ(evaluate("rois color-Bone getColor"), "0 1 0");
+}
+
+TEST_F(RoisPorts, MayBeMadeAnewWhileOneOfThemSends) {
+  addMask("Bone");
+  fire();
+  addMask("Air");
+  EXPECT_EQ(evaluate("rois color-Bone setColor 1 0 0; rois color-Bone send"), "");
+  EXPECT_EQ(rois->getMask("Bone")->color(false), McColor(1, 0, 0));
+  EXPECT_THAT(ports(), ::testing::HasSubstr("color-Air"));
+}
+
+TEST_F(RoisPorts, LeaveAModifiedSetModifiedWhateverTheyShow) {
+  addMask("Bone");
+  fire();
+  EXPECT_TRUE(rois->isModified());
+  EXPECT_EQ(evaluate("rois overlappingRenderingStyle setValue volume; rois fire"), "");
+  EXPECT_TRUE(rois->isModified());
+  EXPECT_EQ(evaluate("rois colormap-Bone connect viridis; rois fire"), "");
+  EXPECT_TRUE(rois->isModified());
+  rois->setModified(0);
+  EXPECT_EQ(evaluate("rois overlappingRenderingStyle setValue boundary; rois fire"), "");
+  EXPECT_FALSE(rois->isModified());
+  EXPECT_EQ(evaluate("rois parameters set species mouse; rois colormap-Bone disconnect; rois fire"), "");
+  EXPECT_TRUE(rois->isModified());
 }
 
 TEST_F(RoisPorts, FollowChangesOfTheRoi) {

@@ -83,21 +83,27 @@ protected:
   }
 
   void step() {
-    const std::array<std::function<void()>, 13> steps{[&] { anySet()->addRoi(anyRoi()); },
-                                                      [&] { anySet()->insertRoi(anyRoi(), anyPlace()); },
-                                                      [&] { anySet()->addRoi(anyMask()); },
-                                                      [&] { anySet()->removeRoi(anyName()); },
-                                                      [&] { anySet()->replaceRoi(anyName(), anyRoi()); },
-                                                      [&] { rename(); },
-                                                      [&] { anyGroup()->addMask(anyMask()); },
-                                                      [&] { anyGroup()->insertMask(anyMask(), anyPlace()); },
-                                                      [&] { anyGroup()->removeMask(anyName()); },
-                                                      [&] { anyGroup()->replaceMask(anyName(), anyMask()); },
-                                                      [&] { anyGroup()->clear(); },
-                                                      [&] { anySet()->fire(1); },
-                                                      [&] {
-                                                        if (random.chance(0.05)) anySet()->removeAllRois();
-                                                      }};
+    const std::array<std::function<void()>, 14> steps{
+        [&] { anySet()->addRoi(anyRoi()); },
+        [&] { anySet()->insertRoi(anyRoi(), anyPlace()); },
+        [&] { anySet()->addRoi(anyMask()); },
+        [&] { anySet()->removeRoi(anyName()); },
+        [&] { anySet()->replaceRoi(anyName(), anyRoi()); },
+        [&] { rename(); },
+        [&] { anyGroup()->addMask(anyMask()); },
+        [&] { anyGroup()->insertMask(anyMask(), anyPlace()); },
+        [&] { anyGroup()->removeMask(anyName()); },
+        [&] { anyGroup()->replaceMask(anyName(), anyMask()); },
+        [&] { anyGroup()->clear(); },
+        [&] {
+          HxRois* set = anySet();
+          set->fire(1);
+          checkPorts(*set);
+        },
+        [&] { anyRoi()->setColor(McColor(static_cast<float>(random.between(0, 8)) / 8, 0.5F, 1)); },
+        [&] {
+          if (random.chance(0.05)) anySet()->removeAllRois();
+        }};
     steps[random.between<std::size_t>(0, steps.size() - 1)]();
   }
 
@@ -142,6 +148,23 @@ protected:
       EXPECT_EQ(roi->owners().count(&set) == 1, belongs) << roi->name();
     }
     checkRegistry(set, expected);
+  }
+
+  /// After an evaluation every ROI has its two ports, which show its colour.
+  static void checkPorts(const HxRois& set) {
+    std::vector<std::string> expected, found;
+    for (const Roi* roi : belongingTo(set)) {
+      expected.push_back("color-" + roi->name());
+      expected.push_back("colormap-" + roi->name());
+      const auto* port =
+          dynamic_cast<const HxPortColorList*>(set.findPort(QString::fromStdString("color-" + roi->name())));
+      ASSERT_TRUE(port) << roi->name();
+      EXPECT_EQ(port->getColor(0), roi->color(false));
+    }
+    for (const HxPort* port : set.ports()) {
+      if (port->getName().startsWith("color")) found.push_back(port->getName().toStdString());
+    }
+    EXPECT_THAT(found, UnorderedElementsAreArray(expected));
   }
 
   static void checkRegistry(HxRois& set, const std::vector<const Mask*>& expected) {

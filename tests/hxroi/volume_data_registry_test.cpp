@@ -50,6 +50,15 @@ TEST_F(VolumeDataRegistry, FollowsNamesAndKeepsItsObjects) {
   EXPECT_EQ(Registry::getBimapMaskVolumeData(rois).right.at(data), mask);
 }
 
+TEST_F(VolumeDataRegistry, MayBeUpdatedAtAnyTime) {
+  Mask* mask = addMask("Bone");
+  const McHandle<HxVolumeData> data = dataOf(mask);
+  Registry::registerHxRois(rois);
+  Registry::updateHxRois(rois);
+  EXPECT_EQ(dataOf(mask), data);
+  EXPECT_EQ(labels().size(), 1U);
+}
+
 TEST_F(VolumeDataRegistry, FindsNothingThatIsNotThere) {
   const auto mask = makeMask("Elsewhere");
   const auto lookUp = [&] { dataOf(mask); };

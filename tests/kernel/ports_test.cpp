@@ -113,6 +113,9 @@ TEST_F(Ports, SurviveTheirOwner) {
   port.connect(other);
   mortal.reset();
   EXPECT_EQ(port.owner(), nullptr);
+  EXPECT_EQ(port.source(), nullptr) << "nobody is left whom it could tell";
+  other->fire(1);
+  HxConnection(owner, "free", "Free", HxData::getClassTypeId()).connect(other);
   EXPECT_TRUE(port.connect(nullptr));
   EXPECT_FALSE(port.connect(other));
   port.send();

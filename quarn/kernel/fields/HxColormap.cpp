@@ -8,7 +8,7 @@
 
 MC_CLASS_IMPL(HxColormap, HxData)
 
-HxColormap::HxColormap() : entries_{{McColor(0, 0, 0), 1}, {McColor(1, 1, 1), 1}} {}
+HxColormap::HxColormap() : entries_{{McColor(0, 0, 0), 1}, {McColor(1, 1, 1), 1}}, life_(std::make_shared<char>()) {}
 
 HxColormap::~HxColormap() = default;
 

@@ -2,6 +2,7 @@
 
 #include <QPixmap>
 #include <QString>
+#include <memory>
 #include <vector>
 
 #include "quarn/base/McColor.h"
@@ -46,6 +47,9 @@ public:
   void saveText(const QString& file) const;
   void loadText(const QString& file);
 
+  /// Expires with the object, for those who remember it without owning it.
+  std::weak_ptr<const void> life() const { return life_; }
+
 protected:
   ~HxColormap() override;
 
@@ -53,4 +57,5 @@ private:
   std::vector<Entry> entries_;
   float min_ = 0;
   float max_ = 1;
+  const std::shared_ptr<const void> life_;
 };

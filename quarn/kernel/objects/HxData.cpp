@@ -69,7 +69,11 @@ void HxData::mark(unsigned int flags) {
 }
 
 void HxData::setModified(unsigned int flags) {
-  if (flags == 0) uncounted_.store(0, std::memory_order_release);
+  if (flags == 0) {
+    uncounted_.store(0, std::memory_order_release);
+    unsaved_ = 0;
+  }
+  unsaved_ |= flags;
   modified_ = flags != 0;
 }
 
@@ -79,7 +83,9 @@ bool HxData::isModified() {
 }
 
 void HxData::countTouches() {
-  if (const unsigned int flags = uncounted_.exchange(0, std::memory_order_acq_rel)) setModified(flags);
+  const unsigned int flags = uncounted_.exchange(0, std::memory_order_acq_rel);
+  if (flags == 0) return;
+  setModified(unsaved_ |= flags);
 }
 
 void HxData::evaluated() {

@@ -28,8 +28,9 @@ public:
   /// Changes with every touch, by a counter that all data objects share. Never 0xFFFFFFFF. For any thread.
   std::uint32_t getTouchTime() const { return touchTime_.load(std::memory_order_acquire); }
 
-  /// Marks the object modified; 0 marks it saved. After an evaluation it is called with all flags touched since the
-  /// last call or evaluation.
+  /// Marks the object modified; 0 marks it saved, and what was touched before counts no more. After an evaluation it is
+  /// called with all flags that were touched since the object was last marked saved, so that a class which looks for
+  /// some of them does not forget the earlier ones.
   virtual void setModified(unsigned int flags);
   /// True when the object needs saving. Touches that were not evaluated yet are counted first.
   bool isModified();
@@ -73,6 +74,8 @@ protected:
 
   /// Marks like touch() but leaves the touch time alone.
   void mark(unsigned int flags);
+  /// Sets the state that setModified() is about; touches that are not counted yet stay.
+  void setModifiedState(bool modified) { modified_ = modified; }
   /// Puts a remembered touch time back.
   void setTouchTime(std::uint32_t time) { touchTime_.store(time, std::memory_order_release); }
 
@@ -86,6 +89,7 @@ private:
 
   std::atomic<std::uint32_t> touchTime_;
   std::atomic<unsigned int> uncounted_{0};
+  unsigned int unsaved_ = 0;  ///< counted since the object was saved
   bool modified_ = false;
   McHandle<HxEditor> editor_;
   QString loadFile_;

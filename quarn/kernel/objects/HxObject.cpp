@@ -15,7 +15,11 @@ HxObject::HxObject() = default;
 HxObject::~HxObject() {
   quarn::detail::HxEvaluation::forget(*this);
   cutDownstream();
-  for (HxPort* port : ports_) port->owner_ = nullptr;
+  for (HxPort* port : ports_) {
+    // Nobody is left who would hear of a source.
+    if (auto* connection = dynamic_cast<HxConnection*>(port)) connection->disconnect();
+    port->owner_ = nullptr;
+  }
 }
 
 McHandle<HxObject> HxObject::create(const QString& className) {
