@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <malloc.h>
 #include <map>
@@ -15,10 +14,8 @@
 #include "bench/contest.h"
 #include "bench/operands.h"
 #include "bench/peer_itk.h"
-#include "bench/scale/Brain.h"
 #include "quarn/voxora/components/componentAt.h"
 #include "quarn/voxora/components/findComponents.h"
-#include "quarn/voxora/nodes/SoCpuBufferBitSet.h"
 #include "quarn/voxora/tiles/TilePayload.h"
 
 /// Connected components: counting them, and making a mask of each.
@@ -46,22 +43,6 @@ struct Subject {
     return *mask;
   }
 };
-
-MaskRef maskOf(const PackedVolume& volume) {
-  const auto buffer = hxvoxora::makeRef<SoCpuBufferBitSet>();
-  buffer->setSize(8 * volume.bits.size());
-  std::memcpy(buffer->bytes(), volume.bits.data(), volume.bits.size());
-  MaskRef mask = emptyMask(volume.size);
-  edited(*mask, [&] { mask->replaceBox(volume.box(), buffer.get()); });
-  return mask;
-}
-
-/// The head without its skull, each voxel a cube of four a side.
-MaskRef enlargedBrain() {
-  MaskRef mask = emptyMask({4 * 181, 4 * 217, 4 * 181});
-  Brain("/usr/share/mricron/templates/ch2bet.nii.gz").draw(*mask, 0);
-  return mask;
-}
 
 const Subject& bodies() {
   static const Subject subject{"100 bodies 512^3", 5, [] { return maskOf(solidBodies({512, 512, 512}, 1)); }};

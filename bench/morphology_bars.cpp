@@ -1,4 +1,3 @@
-#include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
@@ -11,8 +10,6 @@
 #include "bench/operands.h"
 #include "bench/peer_itk_morphology.h"
 #include "bench/peer_scipy.h"
-#include "bench/scale/Brain.h"
-#include "quarn/voxora/nodes/SoCpuBufferBitSet.h"
 
 /// Dilation and erosion.
 
@@ -43,22 +40,6 @@ struct Subject {
     return mine;
   }
 };
-
-MaskRef maskOf(const PackedVolume& volume) {
-  const auto buffer = hxvoxora::makeRef<SoCpuBufferBitSet>();
-  buffer->setSize(8 * volume.bits.size());
-  std::memcpy(buffer->bytes(), volume.bits.data(), volume.bits.size());
-  MaskRef mask = emptyMask(volume.size);
-  edited(*mask, [&] { mask->replaceBox(volume.box(), buffer.get()); });
-  return mask;
-}
-
-/// The head without its skull, each voxel a cube of four a side.
-MaskRef enlargedBrain() {
-  MaskRef mask = emptyMask({4 * 181, 4 * 217, 4 * 181});
-  Brain("/usr/share/mricron/templates/ch2bet.nii.gz").draw(*mask, 0);
-  return mask;
-}
 
 const std::vector<Subject>& subjects() {
   static const std::vector<Subject> all{{"100 bodies 512^3", 0.35,

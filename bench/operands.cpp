@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 
+#include "bench/scale/Brain.h"
 #include "quarn/voxora/nodes/SoCpuBufferBitSet.h"
 #include "quarn/voxora/utilities/utilities.h"
 
@@ -21,6 +22,21 @@ MaskRef emptyMask(const SbVec3i32& size) {
   const int edge = hxvoxora::utilities::getDefaultTileSize();
   auto mask = makeRef<SoVolumeMask>();
   mask->initializeInMemory(size, {edge, edge, edge});
+  return mask;
+}
+
+MaskRef maskOf(const PackedVolume& volume) {
+  const auto buffer = hxvoxora::makeRef<SoCpuBufferBitSet>();
+  buffer->setSize(8 * volume.bits.size());
+  std::memcpy(buffer->bytes(), volume.bits.data(), volume.bits.size());
+  MaskRef mask = emptyMask(volume.size);
+  edited(*mask, [&] { mask->replaceBox(volume.box(), buffer.get()); });
+  return mask;
+}
+
+MaskRef enlargedBrain() {
+  MaskRef mask = emptyMask({4 * 181, 4 * 217, 4 * 181});
+  Brain("/usr/share/mricron/templates/ch2bet.nii.gz").draw(*mask, 0);
   return mask;
 }
 

@@ -18,6 +18,12 @@ SbBox3i32 boxOf(const SoVolumeMask& mask);
 /// An empty mask with the tile size that is the default of new volumes.
 MaskRef emptyMask(const SbVec3i32& size);
 
+/// A mask with the voxels of a volume.
+MaskRef maskOf(const PackedVolume& volume);
+
+/// The head without its skull, each voxel a cube of four a side.
+MaskRef enlargedBrain();
+
 /// Runs `edit` as one transaction.
 template <class Edit>
 void edited(SoVolumeMask& mask, Edit edit) {
