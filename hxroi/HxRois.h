@@ -196,16 +196,20 @@ public:
 
   // --- Files ----------------------------------------------------------------------------------------------------
 
-  /// Saves the set to `filename` and its masks into the folder named after it. The two flags choose the flavour of the
-  /// header. Returns 1, or 0 after the reason was printed and an I/O error reported. A mask that cannot be written is
-  /// reported and skipped: its last good files stay, or it is left out when it has none, and the set stays modified.
+  /// Saves the set to `filename` and its masks into the folder named after it, all in one step: whoever loads them gets
+  /// the old set or the new one, also when the process ends in between. The two flags choose the flavour of the header.
+  /// Returns 1, or 0 after the reason was printed and, unless the user interrupted, an I/O error reported; nothing has
+  /// changed then, or the text says that the set is saved and the next to open it has to finish that. A mask that
+  /// cannot be written is reported and skipped: its last good files stay, or it is left out when it has none, and the
+  /// set stays modified.
   int write(const char* filename, bool flagA, bool flagB);
   int writeQuarnMesh(const char* filename) { return write(filename, true, false); }
   int writeZelto(const char* filename) { return write(filename, false, false); }
   int writeMivro(const char* filename) { return write(filename, false, true); }
 
-  /// Reads a parsed set file into this empty set. `registerName` is the name under which the caller registers it.
-  /// Returns 1, or 0 after the reason was printed.
+  /// Reads a parsed set file into this empty set. A save that was interrupted is finished before; when the file holds
+  /// something else now than when `mesh` was read from it, the present content counts. `registerName` is the name under
+  /// which the caller registers it. Returns 1, or 0 after the reason was printed.
   int readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& registerName);
 
   /// Reader entry: a new set is filled and registered; on failure an I/O error is reported and the result is 0.
@@ -298,8 +302,9 @@ private:
   void renameColorPorts(const std::string& oldName, const std::string& newName);
   void masksChanged();
 
-  bool saveTo(const char* filename, bool flagA, bool flagB);
-  void load(const HxParamBundle& content, const boost::filesystem::path& file);
+  void saveTo(const char* filename, bool flagA, bool flagB);
+  void load(const QuarnMesh& parsed, const boost::filesystem::path& file);
+  void fill(const HxParamBundle& content, const boost::filesystem::path& file);
   void refuseBorders(const std::vector<boost::filesystem::path>& maskPrefixes) const;
 
   PortDataConnectionCheck dataCheck_;

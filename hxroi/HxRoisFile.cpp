@@ -1,46 +1,38 @@
 #include <QFile>
 #include <boost/filesystem/operations.hpp>
+#include <cstdint>
 #include <exception>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/MaskTarget.h"
 #include "hxroi/detail/RoiSaver.h"
+#include "hxroi/detail/SaveStopped.h"
 #include "hxroi/detail/SetFileLayout.h"
+#include "hxroi/detail/SetSave.h"
+#include "hxroi/detail/savedBytes.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/kernel/params/HxParamBundle.h"
+#include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 
 namespace fs = boost::filesystem;
 namespace setfile = hxroi::setfile;
+using hxroi::SaveStopped;
 using hxroi::details::Group;
 using hxroi::details::Mask;
+using hxvoxora::FileSystem;
 using setfile::path;
 
 namespace {
 
 constexpr unsigned int kAllFlags = 0xFFFFFFFF;
-
-/// The folder for the masks; one that this save has made goes again unless the save is kept.
-class MasksFolder {
-public:
-  explicit MasksFolder(path folder) : folder_(std::move(folder)), made_(fs::create_directory(folder_)) {}
-  ~MasksFolder() {
-    boost::system::error_code ignored;
-    if (made_ && !kept_) fs::remove_all(folder_, ignored);
-  }
-  MasksFolder(const MasksFolder&) = delete;
-  MasksFolder& operator=(const MasksFolder&) = delete;
-  void keep() { kept_ = true; }
-
-private:
-  path folder_;
-  bool made_;
-  bool kept_ = false;
-};
 
 bool isSameFolder(const path& a, const path& b) {
   boost::system::error_code unknown;
@@ -70,13 +62,46 @@ void detachRenamedMasks(const HxRois& rois, const path& masksDir) {
   }
 }
 
+/// Writes masks straight into a folder.
+class PlainFolder : public hxroi::MaskTarget {
+public:
+  explicit PlainFolder(path folder) : folder_(std::move(folder)) {}
+  bool write(Mask& mask, const hxvoxora::WorkCallback& goOn) override {
+    return mask.writeToFile(folder_ / mask.name(), goOn);
+  }
+  bool hasFormerFiles(const Mask&) override { return false; }
+
+private:
+  path folder_;
+};
+
+std::vector<std::string> maskNames(const HxRois& rois) {
+  std::vector<std::string> names;
+  for (const Mask* mask : rois.masks()) names.push_back(mask->name());
+  return names;
+}
+
+/// What the files of masks will take that are to be written into this folder.
+std::uint64_t bytesToSave(const HxRois& rois, const path& masksDir) {
+  std::uint64_t bytes = 0;
+  for (const Mask* mask : rois.masks()) {
+    bytes += hxroi::savedBytes(*mask, (masksDir / mask->name()).string());
+  }
+  return bytes;
+}
+
 }  // namespace
 
 int HxRois::write(const char* filename, bool flagA, bool flagB) {
   const QString target = QFile::decodeName(filename);
   try {
     applyPortChanges();
-    if (saveTo(filename, flagA, flagB)) return 1;
+    saveTo(filename, flagA, flagB);
+    return 1;
+  } catch (const SaveStopped& stop) {
+    HxMessage::printf("%s", stop.what());
+    // Who interrupts needs no box that tells him so.
+    if (stop.reason() == SaveStopped::Reason::interrupt) return 0;
   } catch (const std::exception& failure) {
     HxMessage::printf("%s", failure.what());
   }
@@ -84,7 +109,7 @@ int HxRois::write(const char* filename, bool flagA, bool flagB) {
   return 0;
 }
 
-bool HxRois::saveTo(const char* filename, bool flagA, bool flagB) {
+void HxRois::saveTo(const char* filename, bool flagA, bool flagB) {
   const path file(filename);
   const std::string directoryName = setfile::masksDirectoryName(file);
   const path masksDir = setfile::folderOf(file) / directoryName;
@@ -95,18 +120,21 @@ bool HxRois::saveTo(const char* filename, bool flagA, bool flagB) {
   mesh.parameters.copy(parameters);
   mesh.parameters.set(setfile::kContentType, setfile::kContentTypeValue);
   mesh.parameters.set(setfile::kMasksDirectory, directoryName);
-  mesh.parameters.remove(setfile::kRois);
+  // Without ROIs the descriptions may be those of masks whose files are there already.
+  if (!rois_.empty()) mesh.parameters.remove(setfile::kRois);
   HxParamBundle* bundles = mesh.parameters.getBundle(setfile::kRois);
 
-  MasksFolder folder(masksDir);
+  hxroi::SetSave save(FileSystem::current(), file, masksDir);
+  save.requireDistinctFiles(maskNames(*this));
   HxMessage::printf("Saving masks to %s", masksDir.c_str());
   detachRenamedMasks(*this, masksDir);
+  hxroi::RoiSaver::describeAll(*this, *bundles);
+  save.requireSpace(bytesToSave(*this, masksDir) + static_cast<std::uint64_t>(mesh.toText(flagA, flagB).size()));
   hxroi::SavingProgress progress(masks_.size());
-  hxroi::RoiSaver saver(masksDir, &progress);
-  saver.saveAll(*this, *bundles);
-  if (!mesh.write(filename, QuarnMesh::TEXT, nullptr, flagA, flagB)) return false;
+  hxroi::RoiSaver saver(save, &progress);
+  saver.writeAll(*this, *bundles);
+  save.finish(mesh.toText(flagA, flagB).toStdString());
 
-  folder.keep();
   setLoadCmd(setfile::absoluteName(file));
   parameters.set(setfile::kMasksDirectory, directoryName);
   // First 0, so that touches not counted yet are not counted against what is saved now.
@@ -115,14 +143,15 @@ bool HxRois::saveTo(const char* filename, bool flagA, bool flagB) {
     HxData::setModified(kAllFlags);
     saver.reportFailures(file);
   }
-  return true;
 }
 
 HxParamBundle* HxRois::saveMask(const std::string& masksDir, Mask* mask) const {
-  return hxroi::RoiSaver(masksDir).saveMask(*mask).release();
+  PlainFolder folder(masksDir);
+  return hxroi::RoiSaver(folder).saveMask(*mask).release();
 }
 
 HxParamBundle* HxRois::saveGroup(const std::string& masksDir, const Group* group) const {
+  PlainFolder folder(masksDir);
   // Saving flushes the members and changes nothing else about them.
-  return hxroi::RoiSaver(masksDir).saveGroup(const_cast<Group&>(*group)).release();
+  return hxroi::RoiSaver(folder).saveGroup(const_cast<Group&>(*group)).release();
 }

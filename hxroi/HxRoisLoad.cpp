@@ -4,10 +4,12 @@
 #include <boost/filesystem/operations.hpp>
 #include <exception>
 #include <memory>
+#include <utility>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/RoiDescription.h"
 #include "hxroi/detail/SetFileLayout.h"
+#include "hxroi/detail/SetReading.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/Roi.h"
@@ -17,12 +19,14 @@
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/kernel/params/HxParamBundle.h"
+#include "quarn/voxora/files/FileSystem.h"
 
 namespace fs = boost::filesystem;
 namespace setfile = hxroi::setfile;
 using hxroi::details::Group;
 using hxroi::details::Mask;
 using hxroi::details::Roi;
+using hxvoxora::FileSystem;
 using setfile::path;
 
 namespace {
@@ -67,6 +71,12 @@ std::vector<path> maskPrefixes(const path& masksDir, const HxParamBundle& rois) 
   return prefixes;
 }
 
+/// What is in the set file now, when `mesh` was read from it before it changed; null otherwise.
+std::unique_ptr<QuarnMesh> changedContent(const QuarnMesh& mesh, const path& file) {
+  const bool isFromFile = QFileInfo(mesh.sourceFile()).absoluteFilePath() == setfile::absoluteName(file);
+  return isFromFile ? mesh.readAgainIfChanged() : nullptr;
+}
+
 }  // namespace
 
 int HxRois::readQuarnMesh_s(QuarnMesh* mesh, const char* filename) {
@@ -84,7 +94,7 @@ int HxRois::readQuarnMesh_s(QuarnMesh* mesh, const char* filename) {
 int HxRois::readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& /*registerName*/) {
   bool complete = false;
   try {
-    load(mesh->parameters, filename);
+    load(*mesh, filename);
     rebuildPortList();
     setLoadCmd(setfile::absoluteName(filename));
     complete = true;
@@ -96,8 +106,25 @@ int HxRois::readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& /*regi
   return complete ? 1 : 0;
 }
 
-void HxRois::load(const HxParamBundle& content, const path& file) {
-  requireSound(content, file);
+/// Until the files are locked the set may be saved again.
+void HxRois::load(const QuarnMesh& parsed, const path& file) {
+  std::unique_ptr<QuarnMesh> newer;
+  for (const QuarnMesh* mesh = &parsed;; mesh = newer.get()) {
+    requireSound(mesh->parameters, file);
+    const path masksDir = setfile::masksDirectory(mesh->parameters, file);
+    const hxroi::SetReading reading(FileSystem::current(), file, masksDir);
+    if (auto present = changedContent(*mesh, file)) {
+      newer = std::move(present);
+      if (setfile::masksDirectory(newer->parameters, file) != masksDir) continue;
+      mesh = newer.get();
+      requireSound(mesh->parameters, file);
+    }
+    fill(mesh->parameters, file);
+    return reading.end();
+  }
+}
+
+void HxRois::fill(const HxParamBundle& content, const path& file) {
   HxParamBundle settings = content;
   const HxParamBundle bundles = takeRois(settings);
   const path masksDir = setfile::masksDirectory(settings, file);

@@ -85,12 +85,28 @@ void HostileSet::makePrivateDirectory(const std::string& path) {
   refuse(path);
 }
 
+void HostileSet::createDirectory(const std::string& path, Access /*access*/) {
+  refuse(path);
+}
+
+bool HostileSet::removeDirectory(const std::string& path) {
+  refuse(path);
+}
+
 bool HostileSet::isWritable(const std::string& /*directory*/) {
   return false;
 }
 
 std::unique_ptr<hxvoxora::FileLock> HostileSet::tryLock(const std::string& path) {
   refuse(path);
+}
+
+std::unique_ptr<hxvoxora::FileLock> HostileSet::tryLockShared(const std::string& path) {
+  refuse(path);
+}
+
+bool HostileSet::isOneFileSystem(const std::string& /*directory*/, const std::string& /*other*/) {
+  return true;
 }
 
 std::uint64_t HostileSet::freeSpace(const std::string& /*directory*/) {

@@ -24,8 +24,12 @@ public:
   std::vector<std::string> list(const std::string& directory) override;
   void syncDirectory(const std::string& directory) override;
   void makePrivateDirectory(const std::string& path) override;
+  void createDirectory(const std::string& path, Access access) override;
+  bool removeDirectory(const std::string& path) override;
   bool isWritable(const std::string& directory) override;
   std::unique_ptr<hxvoxora::FileLock> tryLock(const std::string& path) override;
+  std::unique_ptr<hxvoxora::FileLock> tryLockShared(const std::string& path) override;
+  bool isOneFileSystem(const std::string& directory, const std::string& other) override;
   std::uint64_t freeSpace(const std::string& directory) override;
 
 private:

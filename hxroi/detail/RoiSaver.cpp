@@ -2,10 +2,11 @@
 
 #include <QCoreApplication>
 #include <exception>
-#include <utility>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/MaskTarget.h"
 #include "hxroi/detail/RoiDescription.h"
+#include "hxroi/detail/SaveStopped.h"
 #include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
@@ -14,8 +15,6 @@
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/params/HxParamBundle.h"
-#include "quarn/voxora/files/FileSystem.h"
-#include "quarn/voxora/files/TiledFileReader.h"
 
 namespace hxroi {
 
@@ -25,14 +24,16 @@ using details::Roi;
 
 namespace {
 
-/// Whether files are there from which this mask can be loaded, if only in a former state.
-bool hasGoodFiles(const boost::filesystem::path& prefix, const Mask& mask) {
-  try {
-    const auto file = hxvoxora::TiledFileReader::open(hxvoxora::FileSystem::current(), prefix.string() + ".ldm");
-    return file->header().dimensions == mask.dimensions();
-  } catch (const McException&) {
-    return false;
-  }
+std::unique_ptr<HxParamBundle> describeMask(const Mask& mask) {
+  auto bundle = RoiDescription::of(mask);
+  bundle->set(setfile::kFilename, mask.name());
+  return bundle;
+}
+
+std::unique_ptr<HxParamBundle> describeGroup(const Group& group) {
+  auto bundle = RoiDescription::of(group);
+  for (const Mask& member : group) bundle->insert(describeMask(member));
+  return bundle;
 }
 
 }  // namespace
@@ -49,39 +50,58 @@ void SavingProgress::maskDone() {
   display_.setValue(static_cast<float>(++done_) / static_cast<float>(masks_));
 }
 
-RoiSaver::RoiSaver(path masksDir, SavingProgress* progress) : masksDir_(std::move(masksDir)), progress_(progress) {}
+bool SavingProgress::isInterrupted() {
+  return display_.isInterrupted();
+}
+
+RoiSaver::RoiSaver(MaskTarget& target, SavingProgress* progress) : target_(target), progress_(progress) {}
 
 std::unique_ptr<HxParamBundle> RoiSaver::saveMask(Mask& mask) {
-  const std::string name = mask.name();
-  HxMessage::printf("Saving mask %s", name.c_str());
-  auto bundle = RoiDescription::of(mask);
-  bundle->set(setfile::kFilename, name);
-  try {
-    mask.writeToFile(masksDir_ / name);
-  } catch (const std::exception& failure) {
-    noteFailure(mask, failure.what());
-  }
-  if (progress_) progress_->maskDone();
+  auto bundle = describeMask(mask);
+  writeMask(mask);
   return bundle;
 }
 
 std::unique_ptr<HxParamBundle> RoiSaver::saveGroup(Group& group) {
-  auto bundle = RoiDescription::of(group);
-  for (Mask& member : group) bundle->insert(saveMask(member));
+  auto bundle = describeGroup(group);
+  for (Mask& member : group) writeMask(member);
   return bundle;
 }
 
-void RoiSaver::saveAll(const HxRois& rois, HxParamBundle& bundles) {
+void RoiSaver::describeAll(const HxRois& rois, HxParamBundle& bundles) {
+  for (const auto& roi : rois) {
+    const auto* group = dynamic_cast<const Group*>(roi.get());
+    bundles.insert(group ? describeGroup(*group) : describeMask(dynamic_cast<const Mask&>(*roi)));
+  }
+}
+
+void RoiSaver::writeAll(const HxRois& rois, HxParamBundle& bundles) {
   for (const auto& roi : rois) {
     if (auto* group = dynamic_cast<Group*>(roi.get())) {
-      auto bundle = saveGroup(*group);
-      for (const Mask& member : *group) removeLost(*bundle, member);
-      bundles.insert(std::move(bundle));
+      for (Mask& member : *group) writeMask(member);
+      for (const Mask& member : *group) removeLost(*bundles.getBundle(group->name()), member);
     } else {
-      bundles.insert(saveMask(dynamic_cast<Mask&>(*roi)));
+      writeMask(dynamic_cast<Mask&>(*roi));
       removeLost(bundles, *roi);
     }
   }
+}
+
+void RoiSaver::writeMask(Mask& mask) {
+  HxMessage::printf("Saving mask %s", mask.name().c_str());
+  const auto goOn = [this](double) { return !progress_ || !progress_->isInterrupted(); };
+  const auto stop = [] {
+    throw SaveStopped(SaveStopped::Reason::interrupt, "Saving was interrupted; nothing on disk has changed");
+  };
+  try {
+    if (!target_.write(mask, goOn)) stop();
+  } catch (const SaveStopped&) {
+    throw;
+  } catch (const std::exception& failure) {
+    noteFailure(mask, failure.what());
+  }
+  if (progress_) progress_->maskDone();
+  if (!goOn(1)) stop();
 }
 
 void RoiSaver::reportFailures(const path& file) const {
@@ -95,7 +115,7 @@ void RoiSaver::noteFailure(const Mask& mask, const char* reason) {
   const std::string name = mask.name();
   failures_.push_back("Error while saving mask " + name + " (" + reason + ")");
   HxMessage::printf("%s", failures_.back().c_str());
-  if (!hasGoodFiles(masksDir_ / name, mask)) lost_.insert(name);
+  if (!target_.hasFormerFiles(mask)) lost_.insert(name);
 }
 
 void RoiSaver::removeLost(HxParamBundle& bundles, const Roi& mask) const {

@@ -19,8 +19,10 @@ class Mask;
 class Roi;
 }  // namespace details
 
+class MaskTarget;
+
 /// Shows the progress of a save in the display of the application while it lives: the part of the masks that is dealt
-/// with. It cannot be interrupted.
+/// with.
 class SavingProgress {
 public:
   explicit SavingProgress(std::size_t masks);
@@ -30,27 +32,34 @@ public:
 
   void maskDone();
 
+  /// Whether the user wants the save to end.
+  bool isInterrupted();
+
 private:
   McProgressInterface& display_;
   std::size_t masks_;
   std::size_t done_ = 0;
 };
 
-/// Writes the ROIs of a set below one folder. A mask that fails is reported and leaves its former files as they were.
+/// Writes the ROIs of a set. A mask that fails is reported, and the others are written. What stops the target, and an
+/// interruption by the user, is a SaveStopped.
 class RoiSaver {
 public:
   using path = boost::filesystem::path;
 
-  /// `progress` may be null and is not owned.
-  explicit RoiSaver(path masksDir, SavingProgress* progress = nullptr);
+  /// Neither is owned; `progress` may be null.
+  explicit RoiSaver(MaskTarget& target, SavingProgress* progress = nullptr);
 
   /// Write the files of one ROI and give its description for the set file.
   std::unique_ptr<HxParamBundle> saveMask(details::Mask& mask);
   std::unique_ptr<HxParamBundle> saveGroup(details::Group& group);
 
-  /// Writes all ROIs and describes them in `bundles`, but for masks without good files, which would keep the others
-  /// from being loaded.
-  void saveAll(const HxRois& rois, HxParamBundle& bundles);
+  /// Describes all ROIs in `bundles`; nothing is written.
+  static void describeAll(const HxRois& rois, HxParamBundle& bundles);
+
+  /// Writes all masks. The descriptions of those that failed and have no former files are taken out of `bundles`: they
+  /// would keep the others from being loaded.
+  void writeAll(const HxRois& rois, HxParamBundle& bundles);
 
   /// Whether every mask was written.
   bool isComplete() const { return failures_.empty(); }
@@ -59,10 +68,11 @@ public:
   void reportFailures(const path& file) const;
 
 private:
+  void writeMask(details::Mask& mask);
   void noteFailure(const details::Mask& mask, const char* reason);
   void removeLost(HxParamBundle& bundles, const details::Roi& mask) const;
 
-  path masksDir_;
+  MaskTarget& target_;
   SavingProgress* progress_;
   std::vector<std::string> failures_;
   std::set<std::string> lost_;  ///< names of the masks that failed and have no former files

@@ -231,6 +231,14 @@ public:
   /// there is no temporary folder.
   void writeToFile(const path& prefix);
 
+  /// The same; false when `goOn`, which is asked again and again while files are copied, gave up: nothing is written
+  /// then.
+  bool writeToFile(const path& prefix, const hxvoxora::WorkCallback& goOn);
+
+  /// Whether prefix + ".ldm" is the very file that the mask borrowed, with nothing changed since in the mask or the
+  /// file.
+  bool readsUnchanged(const path& prefix) const;
+
   /// Moves a borrowed mask to files of its own; does nothing for an owned one.
   void saveMaskToTemporary();
 
@@ -279,7 +287,8 @@ private:
   bool isUnwrittenFull() const;
   bool hasFileOfFormerName() const;
   void writeUnwrittenFull() const;
-  void copyContent(const std::string& prefix, Access access, Durability durability) const;
+  bool copyContent(const std::string& prefix, Access access, Durability durability,
+                   const hxvoxora::WorkCallback& goOn) const;
   bool hasContent() const;
 
   McBox3i wholeMaskBox() const { return wholeBox(m_dimensions); }

@@ -43,14 +43,6 @@ MaskHeader::FileNames namesFor(const std::string& prefix) {
   return {bareName(prefix) + ".dat", bareName(prefix) + ".fcp"};
 }
 
-bool isSameFile(FileSystem& files, const std::string& a, const std::string& b) {
-  if (a == b) return true;
-  if (files.kind(b) == FileKind::missing) return false;
-  const auto first = files.openForReading(a, FileSystem::Links::follow);
-  const auto second = files.openForReading(b, FileSystem::Links::follow);
-  return first->identity().sameFile(second->identity());
-}
-
 /// The header of the copy. The names are exchanged in the text; where that did not do it, because a name also stands
 /// elsewhere or is not the one that the prefix suggests, in the elements.
 std::string renamedHeader(const std::string& text, const std::string& sourcePrefix, const std::string& targetPrefix) {
@@ -95,11 +87,20 @@ std::unique_ptr<hxvoxora::FileLock> tryLockData(FileSystem& files, const std::st
 
 }  // namespace
 
-void copy(FileSystem& files, const std::string& sourcePrefix, const std::string& targetPrefix, Access access) {
+bool isSameFile(FileSystem& files, const std::string& a, const std::string& b) {
+  if (a == b) return true;
+  if (files.kind(b) == FileKind::missing) return false;
+  const auto first = files.openForReading(a, FileSystem::Links::follow);
+  const auto second = files.openForReading(b, FileSystem::Links::follow);
+  return first->identity().sameFile(second->identity());
+}
+
+bool copy(FileSystem& files, const std::string& sourcePrefix, const std::string& targetPrefix, Access access,
+          const hxvoxora::WorkCallback& goOn) {
   requirePrefix(sourcePrefix, "source");
   requirePrefix(targetPrefix, "target");
   const std::string sourceHeader = sourcePrefix + ".ldm";
-  if (isSameFile(files, sourceHeader, targetPrefix + ".ldm")) return;
+  if (isSameFile(files, sourceHeader, targetPrefix + ".ldm")) return true;
 
   const std::string text = readHeader(files, sourceHeader);
   const VolumeHeader header = VolumeHeader::parse(text, sourceHeader);
@@ -114,7 +115,7 @@ void copy(FileSystem& files, const std::string& sourcePrefix, const std::string&
   StagedFile data(files, targetPrefix + ".dat", mark, access);
   const auto lock = data.lock();
   const auto sourceData = hxvoxora::openDataFile(files, sourceHeader, header);
-  data.copyFrom(*sourceData);
+  if (!data.copyFrom(*sourceData, goOn)) return false;
   data.complete();
   StagedFile index(files, targetPrefix + ".fcp", mark, access);
   index.copyFrom(*hxvoxora::openIndexFile(files, sourceHeader, header));
@@ -126,6 +127,7 @@ void copy(FileSystem& files, const std::string& sourcePrefix, const std::string&
   checkCopy(files, targetHeader, newHeader, mark, sourceData->path());
   hxvoxora::putInPlace(files, targetHeader, newHeader, mark);
   for (StagedFile* file : {&data, &index, &headerFile}) file->setInPlace();
+  return true;
 }
 
 void remove(FileSystem& files, const std::string& prefix) {

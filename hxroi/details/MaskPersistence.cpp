@@ -34,14 +34,18 @@ std::optional<std::string> headerWithBoxes(FileSystem& files, const std::string&
 }  // namespace
 
 void Mask::writeToFile(const path& prefix) {
+  writeToFile(prefix, nullptr);
+}
+
+bool Mask::writeToFile(const path& prefix, const hxvoxora::WorkCallback& goOn) {
   if (m_volumeMask->fileName().empty()) saveMaskToTemporary();
   flush(Force | AllLevels);
   const bool isPrivate = prefix.string() == m_temporaryPrefix;
   const auto access = isPrivate ? Access::ownerOnly : Access::byMask;
-  copyContent(prefix.string(), access, isPrivate ? Durability::passing : Durability::lasting);
+  if (!copyContent(prefix.string(), access, isPrivate ? Durability::passing : Durability::lasting, goOn)) return false;
   const auto exact = cachedBoundingBox();
   const auto approximated = cachedApproximatedBoundingBox();
-  if (!exact && !approximated) return;
+  if (!exact && !approximated) return true;
 
   PassingFileSystem passing(FileSystem::current());
   FileSystem& files = isPrivate ? passing : FileSystem::current();
@@ -49,18 +53,27 @@ void Mask::writeToFile(const path& prefix) {
   if (const auto text = headerWithBoxes(files, ldmFile, exact, approximated)) {
     MaskFiles::writeHeader(files, ldmFile, *text, access);
   }
+  return true;
+}
+
+bool Mask::readsUnchanged(const path& prefix) const {
+  const std::string& source = m_volumeMask->fileName();
+  return !ownsTemporaryFiles() && !source.empty() && !m_volumeMask->hasUnsavedEdits() &&
+         NodeFiles::areCurrent(*m_volumeMask) &&
+         MaskFiles::isSameFile(FileSystem::current(), source, prefix.string() + ".ldm");
 }
 
 /// Files are copied only while they are those that the node reads and hold all that it shows.
-void Mask::copyContent(const std::string& prefix, Access access, Durability durability) const {
+bool Mask::copyContent(const std::string& prefix, Access access, Durability durability,
+                       const hxvoxora::WorkCallback& goOn) const {
   if (prefix.empty()) throw McException("The files of mask " + name() + " cannot be written: they have no path");
   if (m_volumeMask->hasUnsavedEdits() || !NodeFiles::areCurrent(*m_volumeMask)) {
     NodeFiles::write(*m_volumeMask, prefix, s_saveParameters, true, access, durability);
-  } else {
-    PassingFileSystem passing(FileSystem::current());
-    FileSystem& files = durability == Durability::passing ? passing : FileSystem::current();
-    MaskFiles::copy(files, MaskFiles::prefixOf(m_volumeMask->fileName()), prefix, access);
+    return true;
   }
+  PassingFileSystem passing(FileSystem::current());
+  FileSystem& files = durability == Durability::passing ? passing : FileSystem::current();
+  return MaskFiles::copy(files, MaskFiles::prefixOf(m_volumeMask->fileName()), prefix, access, goOn);
 }
 
 Mask* Mask::loadFromFile(const std::string& name, const path& prefix) {

@@ -57,14 +57,16 @@ void StagedFile::write(std::string_view text) {
   file_->append(std::as_bytes(std::span(text)));
 }
 
-void StagedFile::copyFrom(const hxvoxora::InputFile& source) {
+bool StagedFile::copyFrom(const hxvoxora::InputFile& source, const hxvoxora::WorkCallback& goOn) {
   const std::uint64_t size = source.identity().size;
   std::vector<std::byte> piece(static_cast<std::size_t>(std::min<std::uint64_t>(size, kPieceBytes)));
   for (std::uint64_t done = 0; done < size; done += piece.size()) {
+    if (goOn && !goOn(static_cast<double>(done) / static_cast<double>(size))) return false;
     piece.resize(static_cast<std::size_t>(std::min<std::uint64_t>(size - done, kPieceBytes)));
     source.readFully(done, piece);
     file_->append(piece);
   }
+  return true;
 }
 
 void StagedFile::complete() {

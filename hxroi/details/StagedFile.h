@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/tiles/WorkCallback.h"
 
 namespace hxroi::details {
 
@@ -25,8 +26,8 @@ public:
 
   void write(std::string_view text);
 
-  /// Appends the whole content of an open file.
-  void copyFrom(const hxvoxora::InputFile& source);
+  /// Appends the whole content of an open file. False when `goOn`, asked before each piece, gave up.
+  bool copyFrom(const hxvoxora::InputFile& source, const hxvoxora::WorkCallback& goOn = nullptr);
 
   /// Everything is on stable storage afterwards.
   void complete();

@@ -252,7 +252,6 @@ TEST_F(SetFileWriting, ScriptsFailWhenAMaskFails) {
 TEST_F(SetFileWriting, ProgressCountsTheMasks) {
   fillSet();
   RecordingProgress progress;
-  progress.interruptAfter = 0;
   const ProgressScope scope(progress);
   EXPECT_EQ(save(), 1);
   EXPECT_THAT(progress.calls, ElementsAre("start Saving masks", "stop"));

@@ -13,24 +13,34 @@
 #include "hxroi/details/BoxProxy.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
+#include "hxroi/details/TemporaryFolder.h"
 #include "quarn/base/McColor.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxPreferences.h"
 #include "quarn/kernel/io/HxRecovery.h"
+#include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/voxora/files/PassingFileSystem.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "tests/hxroi_worker/numberedSet.h"
 #include "tests/hxroi_worker/randomMask.h"
 
-/// A process that makes masks, for tests that kill it.
+/// A process that makes masks or sets, for tests that kill it or run several.
 ///
-///   mask_worker TEMPORARY_DIRECTORY churn COUNT SEED   makes, flushes, checks and drops masks; a line for each prefix
-///   mask_worker TEMPORARY_DIRECTORY hold COUNT SEED    makes and flushes masks, says "ready" and waits
-///   mask_worker TEMPORARY_DIRECTORY set COUNT SEED     makes a set of them, in a group but the first, with one empty
-///                                                      mask, waits for a checkpoint, prints "id NAME ID" of each ROI
-///                                                      and "ready", and waits
+///   hxroi_worker TEMPORARY_DIRECTORY churn COUNT SEED
+///       makes, flushes, checks and drops masks; a line for each prefix
+///   hxroi_worker TEMPORARY_DIRECTORY hold COUNT SEED
+///       makes and flushes masks, says "ready" and waits
+///   hxroi_worker TEMPORARY_DIRECTORY set COUNT SEED
+///       makes a set of them, in a group but the first, with one empty mask, waits for a checkpoint, prints "id NAME
+///       ID" of each ROI and "ready", and waits
+///   hxroi_worker TEMPORARY_DIRECTORY save COUNT SEED FILE
+///       saves sets of the numbers from SEED on; a line for each
+///   hxroi_worker TEMPORARY_DIRECTORY load COUNT SEED FILE
+///       loads a set again and again and checks it; a line with each number
 ///
-/// The status is 0, or 1 when a mask is not what it was made as.
+/// The status is 0, or 1 when a mask or set is not what it was made as, or could not be saved or loaded.
 
 namespace {
 
@@ -124,16 +134,49 @@ void holdSet(int masks, std::mt19937& random) {
   for (;;) ::pause();
 }
 
+void saveSets(int count, int firstNumber, const char* file) {
+  const McHandle<HxRois> set(new HxRois);
+  set->setLabel("set");
+  for (int i = 0; i < count; ++i) {
+    numberedset::fill(*set, firstNumber + i);
+    if (!set->writeQuarnMesh(file) || set->isModified()) std::exit(1);
+    std::printf("%d\n", firstNumber + i);
+    std::fflush(stdout);
+  }
+}
+
+void loadSets(int count, const char* file) {
+  for (int i = 0; i < count; ++i) {
+    const auto mesh = QuarnMesh::read(QString::fromLocal8Bit(file));
+    const McHandle<HxRois> set(new HxRois);
+    set->setLabel("set");
+    QString name;
+    if (!set->readQuarnMesh(mesh.get(), file, name)) std::exit(1);
+    const int number = numberedset::numberOf(*set);
+    std::printf("%d\n", number);
+    if (number < 0) std::exit(1);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   QCoreApplication application(argc, argv);
-  if (argc != 5) return 2;
+  if (argc != 5 && argc != 6) return 2;
   HxApplication::instance()->settings()->getPreferences()->setTemporaryDirectory(QString::fromLocal8Bit(argv[1]));
+  // Only processes end here, not the computer.
+  hxvoxora::PassingFileSystem files(hxvoxora::FileSystem::posix());
+  const hxvoxora::FileSystemOverride current(files);
+  const std::string mode = argv[2];
+  const int count = std::atoi(argv[3]);
   std::mt19937 random(static_cast<std::uint32_t>(std::strtoul(argv[4], nullptr, 10)));
   try {
-    const std::string mode = argv[2];
-    (mode == "set" ? holdSet : mode == "hold" ? hold : churn)(std::atoi(argv[3]), random);
+    if (mode == "set") holdSet(count, random);
+    if (mode == "hold") hold(count, random);
+    if (mode == "churn") churn(count, random);
+    if (mode == "save" && argc == 6) saveSets(count, std::atoi(argv[4]), argv[5]);
+    if (mode == "load" && argc == 6) loadSets(count, argv[5]);
+    hxroi::details::TemporaryFolder::leave();
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s\n", failure.what());
     return 1;

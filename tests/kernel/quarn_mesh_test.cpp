@@ -1,4 +1,5 @@
 #include <QDir>
+#include <QFile>
 #include <cmath>
 #include <cstring>
 #include <gmock/gmock.h>
@@ -110,6 +111,31 @@ TEST(QuarnMesh, WritesAndReadsAFile) {
   EXPECT_EQ(1, mesh.write(file.constData(), 100, nullptr, true, false));
   EXPECT_TRUE(sameBundle(mesh.parameters, QuarnMesh::read(file)->parameters));
   EXPECT_EQ(QStringList("set.ROIs.qm"), QDir(folder.path()).entryList(QDir::Files | QDir::Hidden));
+}
+
+TEST(QuarnMesh, TellsWhetherItsFileChanged) {
+  const TemporaryFolder folder;
+  const QString file = folder.file("set.ROIs.qm");
+  QuarnMesh mesh = sample();
+  ASSERT_EQ(1, mesh.write(file.toUtf8().constData(), 100, nullptr, true, false));
+  EXPECT_TRUE(mesh.sourceFile().isEmpty());
+  EXPECT_EQ(nullptr, mesh.readAgainIfChanged());
+
+  const auto read = QuarnMesh::read(file);
+  EXPECT_EQ(file, read->sourceFile());
+  read->parameters.set("mine", 1);
+  EXPECT_EQ(nullptr, read->readAgainIfChanged()) << "only the file counts";
+  ASSERT_EQ(1, mesh.write(file.toUtf8().constData(), 100, nullptr, true, false));
+  EXPECT_EQ(nullptr, read->readAgainIfChanged()) << "another file of the same content";
+
+  mesh.parameters.set("new", 1);
+  ASSERT_EQ(1, mesh.write(file.toUtf8().constData(), 100, nullptr, true, false));
+  const auto newer = read->readAgainIfChanged();
+  ASSERT_NE(nullptr, newer);
+  EXPECT_TRUE(sameBundle(mesh.parameters, newer->parameters));
+  EXPECT_EQ(nullptr, newer->readAgainIfChanged());
+  EXPECT_TRUE(QFile::remove(file));
+  EXPECT_EQ(nullptr, newer->readAgainIfChanged());
 }
 
 TEST(QuarnMesh, FailedWriteKeepsTheOldFileAndSaysWhy) {

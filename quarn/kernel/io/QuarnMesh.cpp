@@ -1,11 +1,22 @@
 #include "quarn/kernel/io/QuarnMesh.h"
 
+#include <QCryptographicHash>
+#include <QFileInfo>
+
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxFileHelpers.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/io/detail/QuarnMeshParser.h"
 #include "quarn/kernel/io/detail/QuarnMeshText.h"
 #include "quarn/kernel/io/detail/QuarnMeshWriter.h"
+
+namespace {
+
+QByteArray digestOf(const QByteArray& text) {
+  return QCryptographicHash::hash(text, QCryptographicHash::Sha256);
+}
+
+}  // namespace
 
 int QuarnMesh::write(const char* filename, int format, const void* extra, bool flagA, bool flagB) const {
   try {
@@ -27,7 +38,20 @@ QByteArray QuarnMesh::toText(bool flagA, bool flagB) const {
 }
 
 std::unique_ptr<QuarnMesh> QuarnMesh::read(const QString& filename) {
-  return parse(HxFileHelpers::readFile(filename, MAX_BYTES), filename);
+  return parseSource(HxFileHelpers::readFile(filename, MAX_BYTES), filename);
+}
+
+std::unique_ptr<QuarnMesh> QuarnMesh::readAgainIfChanged() const {
+  if (sourceFile_.isEmpty() || !QFileInfo::exists(sourceFile_)) return nullptr;
+  const QByteArray text = HxFileHelpers::readFile(sourceFile_, MAX_BYTES);
+  return digestOf(text) == sourceDigest_ ? nullptr : parseSource(text, sourceFile_);
+}
+
+std::unique_ptr<QuarnMesh> QuarnMesh::parseSource(const QByteArray& text, const QString& filename) {
+  std::unique_ptr<QuarnMesh> mesh = parse(text, filename);
+  mesh->sourceFile_ = filename;
+  mesh->sourceDigest_ = digestOf(text);
+  return mesh;
 }
 
 std::unique_ptr<QuarnMesh> QuarnMesh::parse(const QByteArray& text, const QString& name) {

@@ -34,6 +34,20 @@ public:
 
   /// Reads a file. Throws McException naming file, line, field and value.
   static std::unique_ptr<QuarnMesh> read(const QString& filename);
+
+  /// The file that read() took the content from, named as it was then; empty for content from elsewhere.
+  const QString& sourceFile() const { return sourceFile_; }
+
+  /// The content of the source file when that is no longer what read() found; null when nothing changed, when the file
+  /// is gone, and without a source file. Throws McException as read().
+  std::unique_ptr<QuarnMesh> readAgainIfChanged() const;
+
   /// Reads the text of a file; `name` stands for the file in error texts.
   static std::unique_ptr<QuarnMesh> parse(const QByteArray& text, const QString& name);
+
+private:
+  static std::unique_ptr<QuarnMesh> parseSource(const QByteArray& text, const QString& filename);
+
+  QString sourceFile_;
+  QByteArray sourceDigest_;  ///< of all bytes of the source file
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/FileError.h"
 
 namespace hxvoxora {
 
@@ -32,10 +33,14 @@ const char* fileCallName(FileCall call) {
       return "opendir";
     case FileCall::makeDirectory:
       return "mkdir";
+    case FileCall::removeDirectory:
+      return "rmdir";
     case FileCall::isWritable:
       return "access";
     case FileCall::lock:
       return "fcntl";
+    case FileCall::device:
+      return "stat";
     case FileCall::freeSpace:
       return "statvfs";
   }
@@ -71,7 +76,7 @@ public:
     std::size_t written = 0;
     if (const auto failure = files_.note(FileCall::write, path(), &written)) {
       if (!bytes.empty()) file_->append(bytes.first(std::min(written, bytes.size() - 1)));
-      throw McException(*failure);
+      files_.fail(*failure);
     }
     file_->append(bytes);
   }
@@ -89,6 +94,23 @@ public:
 private:
   FaultFileSystem& files_;
   const std::unique_ptr<OutputFile> file_;
+};
+
+class FaultFileSystem::Lock : public FileLock {
+public:
+  Lock(FaultFileSystem& files, std::unique_ptr<FileLock> lock)
+      : FileLock(lock->path()), files_(files), lock_(std::move(lock)) {}
+
+  bool isInPlace() const override { return lock_->isInPlace(); }
+
+  void write(std::string_view text) override {
+    files_.step(FileCall::write, path());
+    lock_->write(text);
+  }
+
+private:
+  FaultFileSystem& files_;
+  const std::unique_ptr<FileLock> lock_;
 };
 
 void FaultFileSystem::arm(const Fault& fault) {
@@ -142,7 +164,16 @@ std::optional<std::string> FaultFileSystem::note(FileCall kind, const std::strin
 }
 
 void FaultFileSystem::step(FileCall kind, const std::string& path) {
-  if (const auto failure = note(kind, path)) throw McException(*failure);
+  if (const auto failure = note(kind, path)) fail(*failure);
+}
+
+void FaultFileSystem::fail(const std::string& text) const {
+  const std::lock_guard lock(mutex_);
+  throw FileError(text, fault_ ? fault_->number : ENOSPC);
+}
+
+std::unique_ptr<FileLock> FaultFileSystem::watched(std::unique_ptr<FileLock> lock) {
+  return lock ? std::make_unique<Lock>(*this, std::move(lock)) : nullptr;
 }
 
 std::unique_ptr<InputFile> FaultFileSystem::openForReading(const std::string& path, Links links) {
@@ -185,13 +216,33 @@ void FaultFileSystem::makePrivateDirectory(const std::string& path) {
   base_.makePrivateDirectory(path);
 }
 
+void FaultFileSystem::createDirectory(const std::string& path, Access access) {
+  step(FileCall::makeDirectory, path);
+  base_.createDirectory(path, access);
+}
+
+bool FaultFileSystem::removeDirectory(const std::string& path) {
+  step(FileCall::removeDirectory, path);
+  return base_.removeDirectory(path);
+}
+
 bool FaultFileSystem::isWritable(const std::string& directory) {
   return !note(FileCall::isWritable, directory) && base_.isWritable(directory);
 }
 
 std::unique_ptr<FileLock> FaultFileSystem::tryLock(const std::string& path) {
   step(FileCall::lock, path);
-  return base_.tryLock(path);
+  return watched(base_.tryLock(path));
+}
+
+std::unique_ptr<FileLock> FaultFileSystem::tryLockShared(const std::string& path) {
+  step(FileCall::lock, path);
+  return watched(base_.tryLockShared(path));
+}
+
+bool FaultFileSystem::isOneFileSystem(const std::string& directory, const std::string& other) {
+  step(FileCall::device, directory);
+  return base_.isOneFileSystem(directory, other);
 }
 
 std::uint64_t FaultFileSystem::freeSpace(const std::string& directory) {

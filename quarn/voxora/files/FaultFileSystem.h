@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -14,22 +15,24 @@ namespace hxvoxora {
 
 /// The calls that a file system and its open files take.
 enum class FileCall {
-  open,           ///< FileSystem::openForReading
-  create,         ///< FileSystem::createExclusively
-  read,           ///< InputFile::readAt
-  identity,       ///< InputFile::identity
-  write,          ///< OutputFile::append
-  sync,           ///< OutputFile::sync
-  close,          ///< OutputFile::close
-  rename,         ///< FileSystem::rename
-  remove,         ///< FileSystem::remove
-  kind,           ///< FileSystem::kind
-  list,           ///< FileSystem::list
-  syncDirectory,  ///< FileSystem::syncDirectory
-  makeDirectory,  ///< FileSystem::makePrivateDirectory
-  isWritable,     ///< FileSystem::isWritable; it fails by answering false
-  lock,           ///< FileSystem::tryLock
-  freeSpace       ///< FileSystem::freeSpace
+  open,             ///< FileSystem::openForReading
+  create,           ///< FileSystem::createExclusively
+  read,             ///< InputFile::readAt
+  identity,         ///< InputFile::identity
+  write,            ///< OutputFile::append, FileLock::write
+  sync,             ///< OutputFile::sync
+  close,            ///< OutputFile::close
+  rename,           ///< FileSystem::rename
+  remove,           ///< FileSystem::remove
+  kind,             ///< FileSystem::kind
+  list,             ///< FileSystem::list
+  syncDirectory,    ///< FileSystem::syncDirectory
+  makeDirectory,    ///< FileSystem::makePrivateDirectory, FileSystem::createDirectory
+  removeDirectory,  ///< FileSystem::removeDirectory
+  isWritable,       ///< FileSystem::isWritable; it fails by answering false
+  lock,             ///< FileSystem::tryLock, FileSystem::tryLockShared
+  device,           ///< FileSystem::isOneFileSystem
+  freeSpace         ///< FileSystem::freeSpace
 };
 
 /// The name of the system call behind a call, as messages have it: "open", "write", "fsync", ...
@@ -59,12 +62,13 @@ public:
   };
 
   /// What is to go wrong. A call that fails changes nothing, apart from the part of a write that `writtenBytes` lets
-  /// through, and throws McException "<call> <path>: <reason>".
+  /// through, and throws FileError "<call> <path>: <reason>".
   struct Fault {
     std::uint64_t call = 1;             ///< number of the first call that fails, from 1
     std::optional<FileCall> only = {};  ///< when set, only calls of this kind are counted
     Extent extent = Extent::once;
     std::string reason = "No space left on device";
+    int number = ENOSPC;           ///< what FileError::number() tells
     std::size_t writtenBytes = 0;  ///< bytes of the first failing write that reach the file; at most all but one
   };
 
@@ -100,18 +104,25 @@ public:
   std::vector<std::string> list(const std::string& directory) override;
   void syncDirectory(const std::string& directory) override;
   void makePrivateDirectory(const std::string& path) override;
+  void createDirectory(const std::string& path, Access access) override;
+  bool removeDirectory(const std::string& path) override;
   bool isWritable(const std::string& directory) override;
   std::unique_ptr<FileLock> tryLock(const std::string& path) override;
+  std::unique_ptr<FileLock> tryLockShared(const std::string& path) override;
+  bool isOneFileSystem(const std::string& directory, const std::string& other) override;
   std::uint64_t freeSpace(const std::string& directory) override;
 
 private:
   class Input;
   class Output;
+  class Lock;
 
   /// Notes a call. The message of its failure when it is to fail; `written`, when given, gets the bytes that a failing
   /// write still writes.
   std::optional<std::string> note(FileCall kind, const std::string& path, std::size_t* written = nullptr);
   void step(FileCall kind, const std::string& path);
+  std::unique_ptr<FileLock> watched(std::unique_ptr<FileLock> lock);
+  [[noreturn]] void fail(const std::string& text) const;
 
   FileSystem& base_;
   mutable std::mutex mutex_;  // guards everything below

@@ -25,7 +25,8 @@ enum class FileKind {
 ///
 /// Paths are narrow texts in the encoding of the system, "/" between components, absolute or relative to the working
 /// folder. All operations may be called from several threads at once. Unless told otherwise an operation that fails
-/// throws McException with the call, the path and the system's reason, and has changed nothing.
+/// throws McException with the call, the path and the system's reason, and has changed nothing. What the system itself
+/// refused is a FileError, which tells the number of the reason too.
 class QUARN_VOXORA_API FileSystem {
 public:
   /// Whether the last component of a path may be a symbolic link when a file is opened.
@@ -58,8 +59,9 @@ public:
   /// Makes a new, empty file. A name that exists already, be it a dangling link, throws.
   virtual std::unique_ptr<OutputFile> createExclusively(const std::string& path, Access access) = 0;
 
-  /// Gives a file another name on the same file system, in one step: whoever looks sees the old or the new state. A
-  /// file that had the new name is replaced. Lasting only after syncDirectory of the folder.
+  /// Gives a file or folder another name on the same file system, in one step: whoever looks sees the old or the new
+  /// state. A file that had the new name is replaced by a file, an empty folder by a folder; anything else throws.
+  /// Lasting only after syncDirectory of the folder.
   virtual void rename(const std::string& from, const std::string& to) = 0;
 
   /// Removes a file or link, never a folder. Returns false when nothing had this name.
@@ -79,6 +81,12 @@ public:
   /// that name throws. The folders above must exist.
   virtual void makePrivateDirectory(const std::string& path) = 0;
 
+  /// Makes a new, empty folder. A name that exists already throws, and so does a missing folder above.
+  virtual void createDirectory(const std::string& path, Access access) = 0;
+
+  /// Removes an empty folder; anything else throws. Returns false when nothing had this name.
+  virtual bool removeDirectory(const std::string& path) = 0;
+
   /// Whether the permissions let the process make files in this folder; false for what is no folder. Only making a file
   /// shows whether it can be made.
   virtual bool isWritable(const std::string& directory) = 0;
@@ -87,6 +95,13 @@ public:
   /// this process or another, or when the name went to another file meanwhile. The lock ends with the object, or with
   /// the process, however that ends.
   virtual std::unique_ptr<FileLock> tryLock(const std::string& path) = 0;
+
+  /// The same for a lock that others may share: null while somebody has the file alone. It only takes a file that can
+  /// be read.
+  virtual std::unique_ptr<FileLock> tryLockShared(const std::string& path) = 0;
+
+  /// Whether files can be renamed from one of these folders to the other.
+  virtual bool isOneFileSystem(const std::string& directory, const std::string& other) = 0;
 
   /// Bytes that the user of the process may still write on the file system of this folder.
   virtual std::uint64_t freeSpace(const std::string& directory) = 0;

@@ -14,26 +14,39 @@ struct MemoryFileSystem::Node {
   std::mutex mutex;
   Bytes bytes;
   FileIdentity identity;
-  bool isLocked = false;  // guarded by the mutex of the file system
+  // Guarded by the mutex of the file system.
+  bool isLocked = false;
+  int sharers = 0;
 };
 
 class MemoryFileSystem::Lock : public FileLock {
 public:
-  Lock(MemoryFileSystem& files, const std::string& path, std::shared_ptr<Node> node)
-      : FileLock(path), files_(files), node_(std::move(node)) {
-    node_->isLocked = true;
+  /// The mutex of the file system is held.
+  Lock(MemoryFileSystem& files, const std::string& path, std::shared_ptr<Node> node, bool isShared)
+      : FileLock(path), files_(files), node_(std::move(node)), isShared_(isShared) {
+    if (isShared_) {
+      ++node_->sharers;
+    } else {
+      node_->isLocked = true;
+    }
   }
 
   ~Lock() override {
     const std::lock_guard lock(files_.mutex_);
-    node_->isLocked = false;
+    if (isShared_) {
+      --node_->sharers;
+    } else {
+      node_->isLocked = false;
+    }
   }
 
   bool isInPlace() const override;
+  void write(std::string_view text) override;
 
 private:
   MemoryFileSystem& files_;
   std::shared_ptr<Node> node_;
+  const bool isShared_;
 };
 
 namespace {
@@ -113,12 +126,41 @@ std::unique_ptr<OutputFile> MemoryFileSystem::createExclusively(const std::strin
 
 void MemoryFileSystem::rename(const std::string& from, const std::string& to) {
   const std::lock_guard lock(mutex_);
+  if (folders_.contains(normalized(from))) return renameFolder(from, to);
   const std::shared_ptr<Node> node = find(from, "rename");
   const std::string name = normalized(to);
   requireFolderOf(name, "rename");
   if (folders_.contains(name)) throw systemError("rename", from + " to " + to, EISDIR);
   files_.erase(normalized(from));
   files_[name] = node;
+}
+
+void MemoryFileSystem::renameFolder(const std::string& from, const std::string& to) {
+  const std::string former = normalized(from);
+  const std::string name = normalized(to);
+  requireFolderOf(name, "rename");
+  const auto refuse = [&](int reason) { throw systemError("rename", from + " to " + to, reason); };
+  if (files_.contains(name)) refuse(ENOTDIR);
+  if (folders_.contains(name) && !isEmptyFolder(name)) refuse(ENOTEMPTY);
+  if (name == former || name.starts_with(former + "/")) refuse(EINVAL);
+  const auto isInside = [&](const std::string& path) { return path.starts_with(former + "/"); };
+  const auto moved = [&](const std::string& path) { return name + path.substr(former.size()); };
+  std::map<std::string, std::shared_ptr<Node>> files;
+  for (const auto& [path, node] : files_) files[isInside(path) ? moved(path) : path] = node;
+  std::set<std::string> folders{name};
+  for (const std::string& path : folders_) {
+    if (path != former) folders.insert(isInside(path) ? moved(path) : path);
+  }
+  files_.swap(files);
+  folders_.swap(folders);
+}
+
+bool MemoryFileSystem::isEmptyFolder(const std::string& path) const {
+  const std::string inside = path + "/";
+  const auto file = files_.lower_bound(inside);
+  const auto folder = folders_.lower_bound(inside);
+  return (file == files_.end() || !file->first.starts_with(inside)) &&
+         (folder == folders_.end() || !folder->starts_with(inside));
 }
 
 bool MemoryFileSystem::remove(const std::string& path) {
@@ -158,12 +200,35 @@ bool MemoryFileSystem::Lock::isInPlace() const {
   return found != files_.files_.end() && found->second == node_;
 }
 
+void MemoryFileSystem::Lock::write(std::string_view text) {
+  const auto bytes = std::as_bytes(std::span(text));
+  const std::lock_guard lock(node_->mutex);
+  node_->bytes.assign(bytes.begin(), bytes.end());
+  ++node_->identity.changedNanos;
+}
+
 void MemoryFileSystem::makePrivateDirectory(const std::string& path) {
   const std::lock_guard lock(mutex_);
   const std::string name = normalized(path);
   requireFolderOf(name, "mkdir");
   if (files_.contains(name)) throw McException(McException::excerpt(path) + ": is not a folder");
   folders_.insert(name);
+}
+
+void MemoryFileSystem::createDirectory(const std::string& path, Access /*access*/) {
+  const std::lock_guard lock(mutex_);
+  const std::string name = normalized(path);
+  requireFolderOf(name, "mkdir");
+  if (files_.contains(name) || !folders_.insert(name).second) throw systemError("mkdir", path, EEXIST);
+}
+
+bool MemoryFileSystem::removeDirectory(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  const std::string name = normalized(path);
+  if (files_.contains(name)) throw systemError("rmdir", path, ENOTDIR);
+  if (!folders_.contains(name)) return false;
+  if (!isEmptyFolder(name)) throw systemError("rmdir", path, ENOTEMPTY);
+  return folders_.erase(name) > 0;
 }
 
 bool MemoryFileSystem::isWritable(const std::string& directory) {
@@ -173,8 +238,19 @@ bool MemoryFileSystem::isWritable(const std::string& directory) {
 std::unique_ptr<FileLock> MemoryFileSystem::tryLock(const std::string& path) {
   const std::lock_guard lock(mutex_);
   std::shared_ptr<Node> node = find(path, "open");
+  if (node->isLocked || node->sharers > 0) return nullptr;
+  return std::make_unique<Lock>(*this, path, std::move(node), false);
+}
+
+std::unique_ptr<FileLock> MemoryFileSystem::tryLockShared(const std::string& path) {
+  const std::lock_guard lock(mutex_);
+  std::shared_ptr<Node> node = find(path, "open");
   if (node->isLocked) return nullptr;
-  return std::make_unique<Lock>(*this, path, std::move(node));
+  return std::make_unique<Lock>(*this, path, std::move(node), true);
+}
+
+bool MemoryFileSystem::isOneFileSystem(const std::string& /*directory*/, const std::string& /*other*/) {
+  return true;
 }
 
 std::uint64_t MemoryFileSystem::freeSpace(const std::string& /*directory*/) {

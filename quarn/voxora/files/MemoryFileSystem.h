@@ -28,8 +28,12 @@ public:
   std::vector<std::string> list(const std::string& directory) override;
   void syncDirectory(const std::string& directory) override;
   void makePrivateDirectory(const std::string& path) override;
+  void createDirectory(const std::string& path, Access access) override;
+  bool removeDirectory(const std::string& path) override;
   bool isWritable(const std::string& directory) override;
   std::unique_ptr<FileLock> tryLock(const std::string& path) override;
+  std::unique_ptr<FileLock> tryLockShared(const std::string& path) override;
+  bool isOneFileSystem(const std::string& directory, const std::string& other) override;
   /// The amount given to setFreeSpace, however much is stored; without limit at the start.
   std::uint64_t freeSpace(const std::string& directory) override;
 
@@ -52,6 +56,8 @@ public:
 private:
   class Lock;
 
+  bool isEmptyFolder(const std::string& path) const;
+  void renameFolder(const std::string& from, const std::string& to);
   std::shared_ptr<Node> find(const std::string& path, const char* call) const;
   void requireFolderOf(const std::string& path, const char* call) const;
   std::shared_ptr<Node> makeNode();

@@ -48,12 +48,28 @@ void PassingFileSystem::makePrivateDirectory(const std::string& path) {
   base_.makePrivateDirectory(path);
 }
 
+void PassingFileSystem::createDirectory(const std::string& path, Access access) {
+  base_.createDirectory(path, access);
+}
+
+bool PassingFileSystem::removeDirectory(const std::string& path) {
+  return base_.removeDirectory(path);
+}
+
 bool PassingFileSystem::isWritable(const std::string& directory) {
   return base_.isWritable(directory);
 }
 
 std::unique_ptr<FileLock> PassingFileSystem::tryLock(const std::string& path) {
   return base_.tryLock(path);
+}
+
+std::unique_ptr<FileLock> PassingFileSystem::tryLockShared(const std::string& path) {
+  return base_.tryLockShared(path);
+}
+
+bool PassingFileSystem::isOneFileSystem(const std::string& directory, const std::string& other) {
+  return base_.isOneFileSystem(directory, other);
 }
 
 std::uint64_t PassingFileSystem::freeSpace(const std::string& directory) {

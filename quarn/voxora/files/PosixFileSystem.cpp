@@ -119,14 +119,57 @@ public:
            locked.st_dev == named.st_dev && locked.st_ino == named.st_ino;
   }
 
+  void write(std::string_view text) override {
+    if (::ftruncate(descriptor_.get(), 0) != 0) throw systemError("ftruncate", path(), errno);
+    const ssize_t count = uninterrupted([&] { return ::pwrite(descriptor_.get(), text.data(), text.size(), 0); });
+    if (count < 0) throw systemError("write", path(), errno);
+    if (static_cast<std::size_t>(count) != text.size()) throw systemError("write", path(), ENOSPC);
+  }
+
 private:
   Descriptor descriptor_;
 };
+
+/// A lock of the open file: one of the process would end with any other close of the same file.
+std::unique_ptr<FileLock> tryToLock(const std::string& path, int openFlags, short kind) {
+  Descriptor descriptor = openRegular(path, openFlags | O_NOFOLLOW);
+  struct flock whole {};
+  whole.l_type = kind;
+  whole.l_whence = SEEK_SET;
+  if (::fcntl(descriptor.get(), F_OFD_SETLK, &whole) != 0) {
+    if (errno == EAGAIN || errno == EACCES) return nullptr;
+    throw systemError("fcntl", path, errno);
+  }
+  auto lock = std::make_unique<PosixFileLock>(path, std::move(descriptor));
+  if (!lock->isInPlace()) return nullptr;
+  return lock;
+}
 
 FileKind kindOf(const struct stat& info) {
   if (S_ISREG(info.st_mode)) return FileKind::regular;
   if (S_ISDIR(info.st_mode)) return FileKind::directory;
   return S_ISLNK(info.st_mode) ? FileKind::link : FileKind::other;
+}
+
+/// Where a folder lies. One device may be mounted at several places, between which nothing can be renamed.
+struct FolderPlace {
+  dev_t device = 0;
+  std::uint64_t mount = 0;  ///< 0 where the system does not tell
+};
+
+FolderPlace placeOf(const std::string& directory) {
+  const std::string& path = directory.empty() ? "." : directory;
+  FolderPlace place;
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0) throw systemError("stat", path, errno);
+  place.device = info.st_dev;
+#ifdef STATX_MNT_ID
+  struct statx more {};
+  if (::statx(AT_FDCWD, path.c_str(), 0, STATX_MNT_ID, &more) == 0 && (more.stx_mask & STATX_MNT_ID)) {
+    place.mount = more.stx_mnt_id;
+  }
+#endif
+  return place;
 }
 
 }  // namespace
@@ -195,6 +238,17 @@ void PosixFileSystem::makePrivateDirectory(const std::string& path) {
   if (isOpenToOthers && ::chmod(path.c_str(), S_IRWXU) != 0) throw systemError("chmod", path, errno);
 }
 
+void PosixFileSystem::createDirectory(const std::string& path, Access access) {
+  const mode_t mode = access == Access::ownerOnly ? 0700 : 0777;
+  if (::mkdir(path.c_str(), mode) != 0) throw systemError("mkdir", path, errno);
+}
+
+bool PosixFileSystem::removeDirectory(const std::string& path) {
+  if (::rmdir(path.c_str()) == 0) return true;
+  if (errno == ENOENT) return false;
+  throw systemError("rmdir", path, errno);
+}
+
 bool PosixFileSystem::isWritable(const std::string& directory) {
   const std::string& path = directory.empty() ? "." : directory;
   struct stat info {};
@@ -203,18 +257,17 @@ bool PosixFileSystem::isWritable(const std::string& directory) {
 }
 
 std::unique_ptr<FileLock> PosixFileSystem::tryLock(const std::string& path) {
-  Descriptor descriptor = openRegular(path, O_RDWR | O_NOFOLLOW);
-  struct flock whole {};
-  whole.l_type = F_WRLCK;
-  whole.l_whence = SEEK_SET;
-  // A lock of the open file: one of the process would end with any other close of the same file.
-  if (::fcntl(descriptor.get(), F_OFD_SETLK, &whole) != 0) {
-    if (errno == EAGAIN || errno == EACCES) return nullptr;
-    throw systemError("fcntl", path, errno);
-  }
-  auto lock = std::make_unique<PosixFileLock>(path, std::move(descriptor));
-  if (!lock->isInPlace()) return nullptr;
-  return lock;
+  return tryToLock(path, O_RDWR, F_WRLCK);
+}
+
+std::unique_ptr<FileLock> PosixFileSystem::tryLockShared(const std::string& path) {
+  return tryToLock(path, O_RDONLY, F_RDLCK);
+}
+
+bool PosixFileSystem::isOneFileSystem(const std::string& directory, const std::string& other) {
+  const FolderPlace a = placeOf(directory);
+  const FolderPlace b = placeOf(other);
+  return a.device == b.device && a.mount == b.mount;
 }
 
 std::uint64_t PosixFileSystem::freeSpace(const std::string& directory) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "quarn/voxora/files/FaultFileSystem.h"
+#include "quarn/voxora/files/FileError.h"
 #include "quarn/voxora/files/MemoryFileSystem.h"
 #include "tests/voxora/files/volume_files.h"
 
@@ -71,6 +72,8 @@ TEST_F(FaultFiles, EveryCallCanFail) {
   base_.setContent("old", toBytes("old"));
   const auto input = faults_.openForReading("old", FileSystem::Links::refuse);
   const auto output = faults_.createExclusively("new", FileSystem::Access::ownerOnly);
+  base_.setContent("locked", {});
+  const auto lock = faults_.tryLock("locked");
   Bytes byte(1);
   const std::vector<std::pair<std::string, std::function<void()>>> calls{
       {"open old", [&] { faults_.openForReading("old", FileSystem::Links::refuse); }},
@@ -85,15 +88,34 @@ TEST_F(FaultFiles, EveryCallCanFail) {
       {"lstat old", [&] { faults_.kind("old"); }},
       {"opendir ", [&] { faults_.list(""); }},
       {"fsync ", [&] { faults_.syncDirectory(""); }},
-      {"statvfs ", [&] { faults_.freeSpace(""); }}};
+      {"statvfs ", [&] { faults_.freeSpace(""); }},
+      {"mkdir folder", [&] { faults_.createDirectory("folder", FileSystem::Access::byMask); }},
+      {"rmdir folder", [&] { faults_.removeDirectory("folder"); }},
+      {"fcntl old", [&] { faults_.tryLock("old"); }},
+      {"fcntl old", [&] { faults_.tryLockShared("old"); }},
+      {"write locked", [&] { lock->write("holder"); }},
+      {"stat a", [&] { faults_.isOneFileSystem("a", "b"); }}};
   for (const auto& [name, call] : calls) {
     faults_.arm({.reason = "Input/output error"});
     EXPECT_EQ(messageOf(call), name + ": Input/output error");
     EXPECT_TRUE(faults_.hasFailed());
     EXPECT_TRUE(faults_.log().at(0).failed);
   }
-  EXPECT_THAT(base_.list(""), ElementsAre("new", "old"));
+  EXPECT_THAT(base_.list(""), ElementsAre("locked", "new", "old"));
   EXPECT_EQ(text("new"), "");
+  EXPECT_EQ(text("locked"), "");
+}
+
+TEST_F(FaultFiles, FailuresHaveTheNumberAskedFor) {
+  for (const int number : {ENOSPC, EIO}) {
+    faults_.arm({.number = number});
+    try {
+      faults_.list("");
+      ADD_FAILURE() << "nothing failed";
+    } catch (const hxvoxora::FileError& error) {
+      EXPECT_EQ(error.number(), number);
+    }
+  }
 }
 
 TEST_F(FaultFiles, OneCallFails) {

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include <unistd.h>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/FileError.h"
 #include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/files/MemoryFileSystem.h"
 #include "tests/voxora/files/temporary_folder.h"
@@ -208,6 +210,97 @@ TEST_P(AnyFileSystem, MakesFoldersOnceAndTellsWhetherTheyCanBeWritten) {
   EXPECT_THAT(messageOf([&] { files().makePrivateDirectory(path("none/own")); }), HasSubstr("No such file"));
 }
 
+TEST_P(AnyFileSystem, MakesAndRemovesEmptyFolders) {
+  files().createDirectory(path("new"), FileSystem::Access::byMask);
+  EXPECT_EQ(files().kind(path("new")), FileKind::directory);
+  EXPECT_THAT(messageOf([&] { files().createDirectory(path("new"), FileSystem::Access::byMask); }),
+              AllOf(HasSubstr("mkdir"), HasSubstr(path("new")), HasSubstr("exists")));
+  EXPECT_THAT(messageOf([&] { files().createDirectory(path("none/new"), FileSystem::Access::byMask); }),
+              HasSubstr("No such file"));
+  make("new/a", "text");
+  EXPECT_THAT(messageOf([&] { files().removeDirectory(path("new")); }), AllOf(HasSubstr("rmdir"), HasSubstr("empty")));
+  EXPECT_EQ(content("new/a"), "text");
+  EXPECT_THAT(messageOf([&] { files().removeDirectory(path("new/a")); }), HasSubstr("Not a directory"));
+  EXPECT_TRUE(files().remove(path("new/a")));
+  EXPECT_TRUE(files().removeDirectory(path("new")));
+  EXPECT_FALSE(files().removeDirectory(path("new")));
+  EXPECT_EQ(files().kind(path("new")), FileKind::missing);
+}
+
+TEST_P(AnyFileSystem, RenamesFoldersWithAllThatIsInThem) {
+  files().createDirectory(path("old"), FileSystem::Access::ownerOnly);
+  files().createDirectory(path("old/inner"), FileSystem::Access::ownerOnly);
+  make("old/a", "a");
+  make("old/inner/b", "b");
+  make("older", "beside");
+  const auto open = files().openForReading(path("old/a"), FileSystem::Links::refuse);
+  files().rename(path("old"), path("new"));
+  EXPECT_EQ(files().kind(path("old")), FileKind::missing);
+  EXPECT_EQ(content("new/a"), "a");
+  EXPECT_EQ(content("new/inner/b"), "b");
+  EXPECT_EQ(content("older"), "beside");
+  EXPECT_EQ(contentOf(*open), "a");
+  EXPECT_THAT(files().list(folder()), ElementsAre("new", "older", "sub"));
+}
+
+TEST_P(AnyFileSystem, FoldersReplaceNothingButEmptyFolders) {
+  files().createDirectory(path("new"), FileSystem::Access::byMask);
+  make("new/a", "a");
+  make("sub/b", "b");
+  make("file", "text");
+  EXPECT_THAT(messageOf([&] { files().rename(path("new"), path("sub")); }), HasSubstr("not empty"));
+  EXPECT_THAT(messageOf([&] { files().rename(path("new"), path("file")); }), HasSubstr("Not a directory"));
+  EXPECT_THAT(messageOf([&] { files().rename(path("new"), path("new/inside")); }), HasSubstr("rename"));
+  EXPECT_THAT(messageOf([&] { files().rename(path("new"), path("none/new")); }), HasSubstr("No such file"));
+  EXPECT_EQ(content("new/a"), "a");
+  files().remove(path("sub/b"));
+  files().rename(path("new"), path("sub"));
+  EXPECT_EQ(content("sub/a"), "a");
+}
+
+TEST_P(AnyFileSystem, LocksAreSharedByReadersOnly) {
+  make("a", "text");
+  auto first = files().tryLockShared(path("a"));
+  auto second = files().tryLockShared(path("a"));
+  ASSERT_TRUE(first);
+  ASSERT_TRUE(second);
+  EXPECT_TRUE(second->isInPlace());
+  EXPECT_FALSE(files().tryLock(path("a")));
+  first.reset();
+  EXPECT_FALSE(files().tryLock(path("a")));
+  second.reset();
+  const auto alone = files().tryLock(path("a"));
+  ASSERT_TRUE(alone);
+  EXPECT_FALSE(files().tryLockShared(path("a")));
+  EXPECT_THAT(messageOf([&] { files().tryLockShared(path("none")); }), HasSubstr("No such file"));
+}
+
+TEST_P(AnyFileSystem, TheHolderOfALockMayWriteTheFile) {
+  make("a", "a longer text");
+  const auto lock = files().tryLock(path("a"));
+  ASSERT_TRUE(lock);
+  lock->write("short");
+  EXPECT_EQ(content("a"), "short");
+  lock->write("");
+  EXPECT_EQ(content("a"), "");
+}
+
+TEST_P(AnyFileSystem, RefusalsTellTheirNumber) {
+  try {
+    files().openForReading(path("none"), FileSystem::Links::follow);
+    ADD_FAILURE() << "nothing was refused";
+  } catch (const hxvoxora::FileError& error) {
+    EXPECT_EQ(error.number(), ENOENT);
+    EXPECT_FALSE(error.isDiskFull());
+  }
+  EXPECT_TRUE(hxvoxora::FileError("write a: No space left on device", ENOSPC).isDiskFull());
+  EXPECT_TRUE(hxvoxora::FileError("write a: Disk quota exceeded", EDQUOT).isDiskFull());
+}
+
+TEST_P(AnyFileSystem, FoldersInOneAnotherAreOneFileSystem) {
+  EXPECT_TRUE(files().isOneFileSystem(folder(), path("sub")));
+}
+
 INSTANTIATE_TEST_SUITE_P(Files, AnyFileSystem, testing::Values("memory", "posix"),
                          [](const auto& instance) { return instance.param; });
 
@@ -277,6 +370,25 @@ TEST_F(PosixFiles, PrivateFoldersBelongToTheUserAlone) {
   std::filesystem::create_directory(path("foreign"));
   ASSERT_EQ(::chown(path("foreign").c_str(), 12345, 12345), 0);
   EXPECT_THAT(refusal("foreign"), AllOf(HasSubstr(path("foreign")), HasSubstr("another user")));
+}
+
+TEST_F(PosixFiles, OtherFileSystemsAreToldApart) {
+  EXPECT_FALSE(files_.isOneFileSystem(folder_.path(), "/proc"));
+  EXPECT_THAT(messageOf([&] { files_.isOneFileSystem(folder_.path(), path("none")); }), HasSubstr(path("none")));
+}
+
+TEST_F(PosixFiles, NewFoldersFollowTheMask) {
+  const auto modeOf = [&](const char* name) {
+    struct stat info {};
+    EXPECT_EQ(::lstat(path(name).c_str(), &info), 0);
+    return info.st_mode & 07777u;
+  };
+  const mode_t mask = ::umask(027);
+  files_.createDirectory(path("shared"), FileSystem::Access::byMask);
+  files_.createDirectory(path("own"), FileSystem::Access::ownerOnly);
+  ::umask(mask);
+  EXPECT_EQ(modeOf("shared"), 0750u);
+  EXPECT_EQ(modeOf("own"), 0700u);
 }
 
 TEST_F(PosixFiles, LocksFollowNoLink) {

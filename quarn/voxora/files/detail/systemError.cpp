@@ -4,8 +4,8 @@
 
 namespace hxvoxora::detail {
 
-McException systemError(const char* call, const std::string& path, int errorNumber) {
-  return McException(std::string(call) + " " + path + ": " + std::generic_category().message(errorNumber));
+FileError systemError(const char* call, const std::string& path, int errorNumber) {
+  return FileError(std::string(call) + " " + path + ": " + std::generic_category().message(errorNumber), errorNumber);
 }
 
 }  // namespace hxvoxora::detail

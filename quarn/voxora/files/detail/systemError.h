@@ -2,11 +2,11 @@
 
 #include <string>
 
-#include "quarn/base/McException.h"
+#include "quarn/voxora/files/FileError.h"
 
 namespace hxvoxora::detail {
 
 /// What a failed file operation throws: "<call> <path>: <reason>".
-McException systemError(const char* call, const std::string& path, int errorNumber);
+FileError systemError(const char* call, const std::string& path, int errorNumber);
 
 }  // namespace hxvoxora::detail

@@ -1,0 +1,7 @@
+#include "hxroi/detail/SaveStopped.h"
+
+namespace hxroi {
+
+SaveStopped::~SaveStopped() = default;
+
+}  // namespace hxroi

@@ -1,0 +1,128 @@
+#include "hxroi/detail/SetStaging.h"
+
+#include <exception>
+#include <optional>
+#include <span>
+
+#include "hxroi/detail/SaveStopped.h"
+#include "hxroi/details/Mask.h"
+#include "hxroi/details/MaskFiles.h"
+#include "hxroi/details/MaskHeader.h"
+#include "hxroi/details/logFailure.h"
+#include "quarn/base/McException.h"
+#include "quarn/voxora/files/FileError.h"
+#include "quarn/voxora/files/VolumeHeader.h"
+
+namespace hxroi {
+
+using details::Mask;
+using hxvoxora::FileKind;
+using hxvoxora::FileSystem;
+namespace MaskFiles = details::MaskFiles;
+namespace MaskHeader = details::MaskHeader;
+
+namespace {
+
+constexpr auto kExtensions = {".ldm", ".dat", ".fcp"};
+
+void requirePlainPlaces(FileSystem& files, const std::string& prefix) {
+  for (const char* extension : kExtensions) {
+    const FileKind kind = files.kind(prefix + extension);
+    if (kind == FileKind::missing || kind == FileKind::regular) continue;
+    throw McException(McException::excerpt(prefix + extension) + ": is not a regular file and is not replaced");
+  }
+}
+
+bool tells(const hxvoxora::VolumeHeader& header, const char* tag, const std::optional<McBox3i>& box) {
+  return header.findTag(tag) == (box ? std::optional(MaskHeader::boxText(*box)) : std::nullopt);
+}
+
+}  // namespace
+
+SetStaging::SetStaging(FileSystem& files, const std::string& masksDir)
+    : files_(files), masksDir_(masksDir), folder_(files, masksDir), path_(folder_.newStaging()) {
+  files_.createDirectory(path_, Access::byMask);
+}
+
+SetStaging::~SetStaging() {
+  if (isCommitted_) return;
+  try {
+    folder_.removeSave(path_);
+  } catch (const std::exception& failure) {
+    details::logFailure("Files of a save that did not succeed were left", failure.what());
+  }
+}
+
+bool SetStaging::write(Mask& mask, const hxvoxora::WorkCallback& goOn) {
+  const std::string place = masksDir_ + "/" + mask.name();
+  requirePlainPlaces(files_, place);
+  if (mask.readsUnchanged(place)) {
+    return whole(mask, [&] {
+      writeHeader(mask, place);
+      return true;
+    });
+  }
+  try {
+    // Before the rest: there may be no room for the edits of one mask in the temporary storage, and enough here.
+    mask.flush(Mask::Force | Mask::AllLevels);
+  } catch (const std::exception& failure) {
+    throw McException(failure.what());
+  }
+  return whole(mask, [&] { return mask.writeToFile(path_ + "/" + mask.name(), goOn); });
+}
+
+/// A mask that failed must not be taken for one that is complete.
+bool SetStaging::whole(const Mask& mask, const std::function<bool()>& work) {
+  const auto stop = [&](const std::exception& failure) {
+    throw SaveStopped(SaveStopped::Reason::failure, "Mask " + mask.name() + ": " + failure.what());
+  };
+  try {
+    return work();
+  } catch (const std::exception& failure) {
+    const auto* error = dynamic_cast<const hxvoxora::FileError*>(&failure);
+    if (error && error->isDiskFull()) stop(failure);
+    try {
+      MaskFiles::remove(files_, path_ + "/" + mask.name());
+    } catch (const std::exception& second) {
+      stop(second);
+    }
+    throw;
+  }
+}
+
+/// The boxes of a mask may have become known since it was loaded.
+void SetStaging::writeHeader(const Mask& mask, const std::string& place) {
+  const auto exact = mask.cachedBoundingBox();
+  const auto approximated = mask.cachedApproximatedBoundingBox();
+  if (!exact && !approximated) return;
+  const std::string text = MaskFiles::readHeader(files_, place + ".ldm");
+  const auto header = hxvoxora::VolumeHeader::parse(text, place + ".ldm");
+  if (tells(header, MaskHeader::kBoundingBox, exact) &&
+      tells(header, MaskHeader::kApproximatedBoundingBox, approximated)) {
+    return;
+  }
+  const auto edited = MaskHeader::withBoxes(text, exact, approximated);
+  if (edited) writeFile(path_ + "/" + mask.name() + ".ldm", *edited, Access::byMask);
+}
+
+void SetStaging::writeSetFile(const std::string& name, std::string_view content, Access access) {
+  const std::string inner = SetFolder::setFileFolder(path_);
+  files_.createDirectory(inner, Access::byMask);
+  writeFile(inner + "/" + name, content, access);
+  files_.syncDirectory(inner);
+}
+
+void SetStaging::writeFile(const std::string& path, std::string_view content, Access access) {
+  const auto file = files_.createExclusively(path, access);
+  file->append(std::as_bytes(std::span(content)));
+  file->sync();
+  file->close();
+}
+
+void SetStaging::commit() {
+  files_.syncDirectory(path_);
+  files_.rename(path_, folder_.committed());
+  isCommitted_ = true;
+}
+
+}  // namespace hxroi
