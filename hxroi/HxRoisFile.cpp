@@ -99,9 +99,12 @@ int HxRois::write(const char* filename, bool flagA, bool flagB) {
     saveTo(filename, flagA, flagB);
     return 1;
   } catch (const SaveStopped& stop) {
+    if (stop.reason() == SaveStopped::Reason::interrupt) {
+      // Who interrupts needs no box that tells him so.
+      HxMessage::printf("%s: saving was interrupted, nothing has changed there", filename);
+      return 0;
+    }
     HxMessage::printf("%s", stop.what());
-    // Who interrupts needs no box that tells him so.
-    if (stop.reason() == SaveStopped::Reason::interrupt) return 0;
   } catch (const std::exception& failure) {
     HxMessage::printf("%s", failure.what());
   }
@@ -127,10 +130,10 @@ void HxRois::saveTo(const char* filename, bool flagA, bool flagB) {
   hxroi::SetSave save(FileSystem::current(), file, masksDir);
   save.requireDistinctFiles(maskNames(*this));
   HxMessage::printf("Saving masks to %s", masksDir.c_str());
+  hxroi::SavingProgress progress(masks_.size());
   detachRenamedMasks(*this, masksDir);
   hxroi::RoiSaver::describeAll(*this, *bundles);
   save.requireSpace(bytesToSave(*this, masksDir) + static_cast<std::uint64_t>(mesh.toText(flagA, flagB).size()));
-  hxroi::SavingProgress progress(masks_.size());
   hxroi::RoiSaver saver(save, &progress);
   saver.writeAll(*this, *bundles);
   save.finish(mesh.toText(flagA, flagB).toStdString());

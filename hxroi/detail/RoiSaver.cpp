@@ -90,9 +90,7 @@ void RoiSaver::writeAll(const HxRois& rois, HxParamBundle& bundles) {
 void RoiSaver::writeMask(Mask& mask) {
   HxMessage::printf("Saving mask %s", mask.name().c_str());
   const auto goOn = [this](double) { return !progress_ || !progress_->isInterrupted(); };
-  const auto stop = [] {
-    throw SaveStopped(SaveStopped::Reason::interrupt, "Saving was interrupted; nothing on disk has changed");
-  };
+  const auto stop = [] { throw SaveStopped(SaveStopped::Reason::interrupt, "The save was interrupted"); };
   try {
     if (!target_.write(mask, goOn)) stop();
   } catch (const SaveStopped&) {
