@@ -4,7 +4,6 @@
 #include <boost/filesystem/operations.hpp>
 #include <exception>
 #include <memory>
-#include <utility>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/RoiDescription.h"
@@ -71,12 +70,6 @@ std::vector<path> maskPrefixes(const path& masksDir, const HxParamBundle& rois) 
   return prefixes;
 }
 
-/// What is in the set file now, when `mesh` was read from it before it changed; null otherwise.
-std::unique_ptr<QuarnMesh> changedContent(const QuarnMesh& mesh, const path& file) {
-  const bool isFromFile = QFileInfo(mesh.sourceFile()).absoluteFilePath() == setfile::absoluteName(file);
-  return isFromFile ? mesh.readAgainIfChanged() : nullptr;
-}
-
 }  // namespace
 
 int HxRois::readQuarnMesh_s(QuarnMesh* mesh, const char* filename) {
@@ -106,22 +99,11 @@ int HxRois::readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& /*regi
   return complete ? 1 : 0;
 }
 
-/// Until the files are locked the set may be saved again.
 void HxRois::load(const QuarnMesh& parsed, const path& file) {
-  std::unique_ptr<QuarnMesh> newer;
-  for (const QuarnMesh* mesh = &parsed;; mesh = newer.get()) {
-    requireSound(mesh->parameters, file);
-    const path masksDir = setfile::masksDirectory(mesh->parameters, file);
-    const hxroi::SetReading reading(FileSystem::current(), file, masksDir);
-    if (auto present = changedContent(*mesh, file)) {
-      newer = std::move(present);
-      if (setfile::masksDirectory(newer->parameters, file) != masksDir) continue;
-      mesh = newer.get();
-      requireSound(mesh->parameters, file);
-    }
-    fill(mesh->parameters, file);
-    return reading.end();
-  }
+  const hxroi::SetReading reading(FileSystem::current(), parsed, file);
+  requireSound(reading.content(), file);
+  fill(reading.content(), file);
+  reading.end();
 }
 
 void HxRois::fill(const HxParamBundle& content, const path& file) {

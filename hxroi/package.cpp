@@ -66,7 +66,7 @@ int hxroi_readRois(QuarnMesh* mesh, const char* filename) {
 }
 
 void hxroi_verifyRois(QuarnMesh* mesh, const char* filename, const HxVerificationReport& report) {
-  hxroi::SetVerifier(filename, report).run(mesh->parameters);
+  hxroi::SetVerifier(filename, report).run(*mesh);
 }
 
 int hxroi_saveQuarnMesh(HxData* data, const char* filename) {

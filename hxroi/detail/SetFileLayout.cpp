@@ -72,16 +72,8 @@ public:
 
 private:
   void inspectMasksDirectory(const HxParamBundle& parameters) {
-    std::string name = masksDirectoryName(file_);
-    if (parameters.findBase(kMasksDirectory) && !parameters.findString(kMasksDirectory, name)) {
-      report("masks-directory is not a text");
-    } else if (!isPlainComponent(name)) {
-      report("masks-directory " + inQuotes(name) + " is not the name of a folder beside the file");
-    } else {
-      masksDir_ = folderOf(file_) / name;
-      if (!isFolderOrMissing(masksDir_))
-        report("masks-directory " + inQuotes(name) + ": " + noFolderOfItsOwn(masksDir_));
-    }
+    if (const auto problem = problemOfMasksDirectory(parameters, file_)) return report(*problem);
+    masksDir_ = masksDirectory(parameters, file_);
   }
 
   void inspectRois(const HxParamBundle& parameters) {
@@ -172,6 +164,19 @@ path masksDirectory(const HxParamBundle& parameters, const path& file) {
   std::string name = masksDirectoryName(file);
   parameters.findString(kMasksDirectory, name);
   return folderOf(file) / name;
+}
+
+std::optional<std::string> problemOfMasksDirectory(const HxParamBundle& parameters, const path& file) {
+  std::string name = masksDirectoryName(file);
+  if (parameters.findBase(kMasksDirectory) && !parameters.findString(kMasksDirectory, name)) {
+    return "masks-directory is not a text";
+  }
+  if (!isPlainComponent(name)) {
+    return "masks-directory " + inQuotes(name) + " is not the name of a folder beside the file";
+  }
+  const path folder = folderOf(file) / name;
+  if (!isFolderOrMissing(folder)) return "masks-directory " + inQuotes(name) + ": " + noFolderOfItsOwn(folder);
+  return std::nullopt;
 }
 
 std::vector<std::string> problemsOf(const HxParamBundle& parameters, const path& file) {

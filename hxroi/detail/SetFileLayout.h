@@ -44,6 +44,10 @@ void requireWritable(const path& file, const path& masksDir);
 /// checked.
 path masksDirectory(const HxParamBundle& parameters, const path& file);
 
+/// Why the masks folder that the parameters name, or that goes with `file`, must not be followed; nothing when it may,
+/// whether it exists or not. The text begins with the element.
+std::optional<std::string> problemOfMasksDirectory(const HxParamBundle& parameters, const path& file);
+
 /// Everything about the form of a set file and about the folder and files it names that keeps it from being loaded: one
 /// text for each element concerned, beginning with `file`.
 std::vector<std::string> problemsOf(const HxParamBundle& parameters, const path& file);

@@ -1,11 +1,11 @@
 #include "hxroi/detail/SetVerifier.h"
 
-#include <boost/filesystem/operations.hpp>
 #include <exception>
 #include <utility>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/SetFileLayout.h"
+#include "hxroi/detail/SetReading.h"
 #include "hxroi/details/MaskHeader.h"
 #include "hxroi/details/Roi.h"
 #include "hxroi/details/boxes.h"
@@ -58,16 +58,23 @@ std::string contentText(const TiledFileReader& file, const VolumeCheck& content)
 SetVerifier::SetVerifier(boost::filesystem::path file, const HxVerificationReport& report)
     : file_(std::move(file)), report_(report) {}
 
-void SetVerifier::run(const HxParamBundle& parameters) {
+void SetVerifier::run(const QuarnMesh& mesh) {
+  try {
+    const SetReading reading(hxvoxora::FileSystem::current(), mesh, file_);
+    check(reading.content());
+    reading.end();
+  } catch (const std::exception& failure) {
+    report_(QString::fromStdString(failure.what()), false);
+  }
+}
+
+void SetVerifier::check(const HxParamBundle& parameters) {
   const std::vector<std::string> problems = setfile::problemsOf(parameters, file_);
   for (const std::string& problem : problems) report_(QString::fromStdString(problem), false);
   masksDir_ = setfile::masksDirectory(parameters, file_);
   const auto* rois = dynamic_cast<const HxParamBundle*>(parameters.findBase(setfile::kRois));
   // Where the names are not to be followed nothing is opened.
-  const bool isBeside = masksDir_.parent_path() == setfile::folderOf(file_);
-  boost::system::error_code ignored;
-  const bool isLink = boost::filesystem::is_symlink(boost::filesystem::symlink_status(masksDir_, ignored));
-  if (!rois || !isBeside || isLink) return;
+  if (!rois || setfile::problemOfMasksDirectory(parameters, file_)) return;
   for (const HxParamBundle* roi : setfile::subBundles(*rois)) checkRoi(*roi);
   if (masks_ > static_cast<int>(HxRois::kMaximumNumberOfMasks)) {
     report_(QString::fromStdString(file_.string() + ": " + std::to_string(masks_) + " masks, more than " +

@@ -10,6 +10,7 @@
 #include "quarn/kernel/io/HxFileTypes.h"
 
 class HxParamBundle;
+class QuarnMesh;
 
 namespace hxvoxora {
 class TiledFileReader;
@@ -25,9 +26,12 @@ public:
   /// `report` gets one finding for each sound mask, and one for everything that is wrong. It outlives the verifier.
   SetVerifier(boost::filesystem::path file, const HxVerificationReport& report);
 
-  void run(const HxParamBundle& parameters);
+  /// `mesh` was read from the file. The set is kept as it is while it is checked; a save that was interrupted is
+  /// finished before.
+  void run(const QuarnMesh& mesh);
 
 private:
+  void check(const HxParamBundle& parameters);
   void checkRoi(const HxParamBundle& roi);
   void checkName(const HxParamBundle& roi);
   void checkMask(const HxParamBundle& mask);

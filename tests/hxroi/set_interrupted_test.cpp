@@ -1,4 +1,5 @@
 #include "SetStateTest.h"
+#include "hxroi/package.h"
 #include "quarn/voxora/files/FaultFileSystem.h"
 #include "quarn/voxora/files/PassingFileSystem.h"
 
@@ -117,6 +118,19 @@ TEST_F(SetInterrupted, LoadingFinishesTheSave) {
   EXPECT_THAT(contentOf(file), HasSubstr("new"));
   EXPECT_THAT(litter({"A", "B", "C", "D", "E"}), IsEmpty());
   EXPECT_EQ(stateOnDisk(), newState);
+}
+
+TEST_F(SetInterrupted, VerifyingFinishesTheSaveToo) {
+  interruptSave();
+  ASSERT_FALSE(HasFatalFailure());
+  const auto mesh = QuarnMesh::read(QString::fromStdString(file.string()));
+  QStringList sound;
+  hxroi_verifyRois(mesh.get(), file.c_str(), [&](const QString& finding, bool isSound) {
+    EXPECT_TRUE(isSound) << finding.toStdString();
+    sound.append(finding.section(':', 0, 0));
+  });
+  EXPECT_EQ(sound, QStringList({"A", "B", "C", "E"}));
+  EXPECT_FALSE(fs::exists(committed()));
 }
 
 TEST_F(SetInterrupted, TheNextSaveFinishesItFirst) {

@@ -126,7 +126,8 @@ TEST_F(SetLocking, ReadingMakesNoFiles) {
 
 TEST_F(SetLocking, ASaveThatBeginsWhileNothingCouldBeLockedIsNoticed) {
   fs::create_directory(masks);
-  const hxroi::SetReading reading(files(), file, masks);
+  const QuarnMesh mesh;
+  const hxroi::SetReading reading(files(), mesh, file);
   EXPECT_NO_THROW(reading.end());
   SetLock::forSaving(files(), masks.string());
   EXPECT_THAT(refusalOf([&] { reading.end(); }), HasSubstr(file.string() + ": was saved while it was read"));
