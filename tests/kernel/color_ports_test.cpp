@@ -134,4 +134,18 @@ TEST_F(ColorPorts, KeepTheUseOfAColormapInTheirState) {
   EXPECT_EQ(stateOf(other), stateOf(map));
 }
 
+TEST_F(ColorPorts, TellStandardColormapsFromObjectsOfThatName) {
+  const McHandle<HxColormap> own(new HxColormap);
+  HxObjectPool::instance().add(own, "viridis");
+  EXPECT_EQ(evaluate("owner map connect viridis"), "");
+  EXPECT_EQ(map.colormap(), own);
+  EXPECT_EQ(evaluate("owner map connectStandard viridis"), "");
+  EXPECT_EQ(map.colormap(), HxStandardColormaps::instance().find("viridis"));
+  EXPECT_TRUE(HxStandardColormaps::instance().isStandard(map.colormap()));
+  EXPECT_FALSE(HxStandardColormaps::instance().isStandard(own));
+  EXPECT_THAT(evaluate("owner map connectStandard nothing"), HasSubstr("error: "));
+  map.allowEditing(false);
+  EXPECT_THAT(evaluate("owner map connectStandard magma"), HasSubstr("must not be changed now"));
+}
+
 }  // namespace

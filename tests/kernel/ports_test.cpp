@@ -279,4 +279,16 @@ TEST_F(Ports, MakeTheirWidgetAnew) {
   EXPECT_TRUE(style.frame()->isHidden());
 }
 
+TEST_F(Ports, GiveAndTakeTheirStateInScripts) {
+  EXPECT_EQ(evaluate("owner style setState 1; owner style getState"), "1");
+  EXPECT_EQ(evaluate("owner separator getState"), "");
+  EXPECT_EQ(evaluate("owner style setState none"),
+            "error: Port \"style\" of \"owner\" cannot take the state \"none\".");
+  EXPECT_EQ(evaluate("owner separator setState 1"),
+            "error: Port \"separator\" of \"owner\" cannot take the state \"1\".");
+  EXPECT_THAT(evaluate("owner style setState"), HasSubstr("usage: style setState TEXT"));
+  HxPortText text(owner, "text", "Text");
+  EXPECT_EQ(evaluate("owner text setState {a [b] \"c\"}; owner text getState"), "a [b] \"c\"");
+}
+
 }  // namespace

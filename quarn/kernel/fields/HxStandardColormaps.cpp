@@ -1,5 +1,6 @@
 #include "quarn/kernel/fields/HxStandardColormaps.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 
@@ -63,6 +64,10 @@ HxStandardColormaps& HxStandardColormaps::instance() {
 
 HxStandardColormaps::HxStandardColormaps() : colormaps_(std::size(kColormaps)) {
   for (const Named& named : kColormaps) names_ << named.name;
+}
+
+bool HxStandardColormaps::isStandard(const HxObject* object) const {
+  return object && std::find(colormaps_.begin(), colormaps_.end(), object) != colormaps_.end();
 }
 
 HxColormap* HxStandardColormaps::find(const QString& name) {

@@ -19,6 +19,8 @@ public:
 
   /// Null for other names.
   HxColormap* find(const QString& name);
+  /// Whether an object is one of these; its label is the name then.
+  bool isStandard(const HxObject* object) const;
 
 private:
   HxStandardColormaps();

@@ -46,13 +46,16 @@ public:
   /// the checker gives.
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
 
+protected:
+  /// Tells that the user must not change the connection now; false when that is allowed.
+  bool refusesEditing() const;
+
 private:
   friend class HxObject;
 
   void setSource(HxObject* source);
   int parseConnect(const char* name);
   int parseDisconnect();
-  bool refusesEditing() const;
 
   std::vector<McType> acceptedTypes_;
   HxObject* source_ = nullptr;

@@ -7,6 +7,7 @@
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/detail/TclText.h"
 
 MC_ROOT_CLASS_IMPL(HxPort)
 
@@ -41,6 +42,17 @@ int HxPort::parse(Tcl_Interp* interp, int argc, char** argv) {
     return form == HX_CMD_GO_ON ? TCL_OK : form;
   };
 
+  if (is("getState")) {
+    return run([&] {
+      QString state;
+      getState(state);
+      Tcl_SetObjResult(interp, quarn::detail::newTclText(state));
+    });
+  }
+  if (cmdCheck(word, "setState", "TEXT")) {
+    const int form = cmdHelp(interp, argv[1], argc == 3, argc, argv);
+    return form == HX_CMD_GO_ON ? parseSetState(QString::fromUtf8(argv[2])) : form;
+  }
   if (is("touch")) return run([&] { touch(); });
   if (is("send")) return run([&] { send(); });
   if (is("getLabel")) return run([&] { Tcl_VaAppendElement(interp, "%s", qUtf8Printable(label_)); });
@@ -52,5 +64,13 @@ int HxPort::parse(Tcl_Interp* interp, int argc, char** argv) {
   const QString owner = owner_ ? owner_->describe() : QString();
   HxMessage::printf("Port \"%s\" of \"%s\" has no command \"%s\".", qUtf8Printable(name_), qUtf8Printable(owner),
                     McException::excerpt(argv[1]).c_str());
+  return TCL_ERROR;
+}
+
+int HxPort::parseSetState(const QString& state) {
+  if (setState(state)) return TCL_OK;
+  const QString owner = owner_ ? owner_->describe() : QString();
+  HxMessage::printf("Port \"%s\" of \"%s\" cannot take the state \"%s\".", qUtf8Printable(name_), qUtf8Printable(owner),
+                    McException::excerpt(state.toStdString()).c_str());
   return TCL_ERROR;
 }

@@ -29,7 +29,8 @@ public:
   /// Takes a state from getState(); false when it is not understood, and nothing is changed then.
   virtual bool setState(const QString& state);
 
-  /// Runs a script command: argv[0] is the port's name, argv[1] the command. Results as for HxObject::parse().
+  /// Runs a script command: argv[0] is the port's name, argv[1] the command. Results as for HxObject::parse(). Commands
+  /// of every port: getState, setState TEXT, touch, send, getLabel, show, hide, isVisible.
   virtual int parse(Tcl_Interp* interp, int argc, char** argv);
 
   /// Makes frame() and layout() with the label; ports add their own widgets to the layout. May be called again after
@@ -76,6 +77,8 @@ protected:
 
 private:
   friend class HxObject;
+
+  int parseSetState(const QString& state);
 
   HxObject* owner_;
   QString name_;

@@ -152,6 +152,10 @@ int HxPortColormap::parse(Tcl_Interp* interp, int argc, char** argv) {
       return isFlag;
     });
   }
+  if (cmdCheck(word, "connectStandard", "COLORMAP")) {
+    if (const int go = cmdHelp(interp, argv[1], argc == 3, argc, argv); go != HX_CMD_GO_ON) return go;
+    return parseConnectStandard(interp, words[0]);
+  }
   if (word == "connect" && argc == 3 && isEditingAllowed()) {
     HxColormap* standard =
         HxObjectPool::instance().find(words[0]) ? nullptr : HxStandardColormaps::instance().find(words[0]);
@@ -159,4 +163,10 @@ int HxPortColormap::parse(Tcl_Interp* interp, int argc, char** argv) {
   }
   if (word == "source" && argc == 2 && colormap() && !colormap()->isInPool()) return tell({colormap()->getLabel()});
   return HxConnection::parse(interp, argc, argv);
+}
+
+int HxPortColormap::parseConnectStandard(Tcl_Interp* interp, const QString& name) {
+  if (refusesEditing()) return TCL_ERROR;
+  HxColormap* colormap = HxStandardColormaps::instance().find(name);
+  return colormap && connect(colormap) ? TCL_OK : cmdError(interp, HX_CMD_WRONG_VALUE, name);
 }

@@ -49,11 +49,13 @@ public:
   void getState(QString& state) const override;
   bool setState(const QString& state) override;
 
-  /// Commands besides those of a connection, which takes the names of standard colormaps too: getMinMax, setMinMax MIN MAX, getColor, setColor R G B, getAlpha,
-  /// setAlpha ALPHA, isAlphaEnabled, setAlphaEnabled 0|1.
+  /// Commands besides those of a connection, which takes the names of standard colormaps where there is no such object:
+  /// connectStandard COLORMAP, getMinMax, setMinMax MIN MAX, getColor, setColor R G B, getAlpha, setAlpha ALPHA,
+  /// isAlphaEnabled, setAlphaEnabled 0|1.
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
 
 private:
+  int parseConnectStandard(Tcl_Interp* interp, const QString& name);
   template <typename Value>
   void change(Value& member, const Value& value, unsigned int flags);
 
