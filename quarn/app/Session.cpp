@@ -13,6 +13,7 @@
 #include "quarn/kernel/app/HxInterrupt.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/io/HxRecovery.h"
+#include "quarn/kernel/network/HxNetwork.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/packages/HxPackageLoader.h"
 #ifdef QUARN_WITH_FORMATS
@@ -81,17 +82,28 @@ void Session::loadPackages() {
 }
 
 void Session::loadFiles() {
-  for (const QString& file : line_.files) {
+  for (const QString& file : line_.files) loadFile(file);
+}
+
+void Session::loadFile(const QString& file) {
+  try {
     const QStringList names = HxFileTypes::instance().load(file);
     HxMessage::printf("%s: %s", file.toUtf8().constData(), names.join(QStringLiteral(", ")).toUtf8().constData());
+  } catch (const McException& failure) {
+    // The user can go on with what has come of a network.
+    if (!takesCommands() || !HxNetwork::hasSuffix(file)) throw;
+    HxMessage::error(QString::fromUtf8(failure.what()));
   }
+}
+
+bool Session::takesCommands() const {
+  return line_.mode == Mode::Interactive || (line_.mode == Mode::None && isatty(STDIN_FILENO));
 }
 
 int Session::run() {
   if (line_.mode == Mode::Recover) return recoverWork(line_.files.value(0), line_.discard);
   if (line_.mode == Mode::Verify) return verifyFiles(line_.files, line_.quiet);
-  const bool takesCommands = line_.mode != Mode::Command && (line_.mode != Mode::None || isatty(STDIN_FILENO));
-  if (takesCommands && !line_.quiet) tellOfLostWork();
+  if ((takesCommands() || line_.mode == Mode::Script) && !line_.quiet) tellOfLostWork();
   loadFiles();
   const int status = runMode();
   HxMessage::flushStream();

@@ -35,6 +35,8 @@ public:
 private:
   void loadPackages();
   void loadFiles();
+  void loadFile(const QString& file);
+  bool takesCommands() const;
   int runMode();
   int runScript();
   int runCommand();

@@ -13,6 +13,7 @@ namespace {
 int loadNifti(const QString& file, const HxLoadOptions& options) {
   const McHandle<HxUniformScalarField3> field = readNifti(file, options);
   field->setLoadCmd(QFileInfo(file).absoluteFilePath());
+  field->setModified(0);
   HxData::registerData(field, options.name.isEmpty() ? QFileInfo(file).fileName() : options.name);
   return 1;
 }

@@ -111,7 +111,41 @@ TEST_F(Data, IsBroughtBackByItsModuleOrEmpty) {
   EXPECT_EQ(creationLines(), "create HxData d\n");
   McHandle<Maker> maker = new Maker(log);
   maker->setResult(data);
-  EXPECT_EQ(creationLines(), "\"maker\" make\n");
+  EXPECT_EQ(creationLines(), "create HxData d\n") << "no script reaches a module outside the pool";
+  HxObjectPool::instance().add(maker, "maker");
+  EXPECT_EQ(creationLines(), "nameResult d {\"maker\" make}\n");
+}
+
+TEST_F(Data, NotesTheOptionsOfItsFile) {
+  data->setLoadCmd("/data/atlas.nii");
+  HxLoadOptions options;
+  options.labels = "/data/names of labels.txt";
+  options.kind = "label";
+  options.values = HxLoadOptions::parseRanges("1-90,95");
+  data->setLoadOptions(options);
+  EXPECT_EQ(creationLines("/data"), "load atlas.nii -as d -labels {names of labels.txt} -kind label -values 1-90,95\n");
+  data->setLoadCmd("/data/other.nii");
+  EXPECT_EQ(creationLines("/data"), "load other.nii -as d\n") << "options of another file";
+}
+
+/// Only content is worth saving.
+class ContentData : public TestData {
+public:
+  using TestData::TestData;
+  void setModified(unsigned int flags) override { TestData::setModified(flags & 8); }
+};
+
+TEST_F(Data, StaysModifiedWhateverComesLater) {
+  const McHandle<ContentData> content = new ContentData(log, "");
+  content->touch(8);
+  content->fire();
+  content->touch(16);
+  content->fire();
+  EXPECT_TRUE(content->isModified());
+  content->setModified(0);
+  content->touch(16);
+  content->fire();
+  EXPECT_FALSE(content->isModified());
 }
 
 TEST_F(Data, IsRegisteredUnderTheNameOfItsFile) {

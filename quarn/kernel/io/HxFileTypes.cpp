@@ -1,6 +1,7 @@
 #include "quarn/kernel/io/HxFileTypes.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <algorithm>
 
 #include "quarn/base/McException.h"
@@ -36,11 +37,19 @@ public:
     for (const HxObject* object : objects_) names.append(object->getName());
     return names;
   }
-  /// Gives a single arrival the name that the user asked for; readers of parameter files know nothing of it.
-  void rename(const QString& name) {
-    if (name.isEmpty() || objects_.size() != 1 || objects_.front()->getName() == name) return;
+  /// Gives a single arrival the name that the user asked for; readers of parameter files know nothing of it. `unique`
+  /// is what became of that name in the pool.
+  void rename(const QString& name, const QString& unique) {
+    if (name.isEmpty() || objects_.size() != 1 || objects_.front()->getName() == unique) return;
     HxObjectPool::instance().rename(objects_.front(), name);
     objects_.front()->setLabel(name);
+  }
+  void noteOptions(const HxLoadOptions& options) {
+    auto* const data = objects_.size() == 1 ? dynamic_cast<HxData*>(objects_.front()) : nullptr;
+    if (!data || data->getLoadCmd().isEmpty()) return;
+    HxLoadOptions noted = options;
+    if (!noted.labels.isEmpty()) noted.labels = QFileInfo(noted.labels).absoluteFilePath();
+    data->setLoadOptions(noted);
   }
   /// Takes everything out of the pool again, the newest first.
   void undo() {
@@ -59,10 +68,19 @@ HxFileTypes& HxFileTypes::instance() {
 }
 
 void HxFileTypes::registerReader(const QString& label, const QStringList& suffixes, HxFileReader reader) {
+  requireFreeSuffixes(label, suffixes);
+  readers_.push_back({label, suffixes, std::move(reader), nullptr});
+}
+
+void HxFileTypes::registerNetworkLoader(const QString& label, const QString& suffix, HxNetworkLoader loader) {
+  requireFreeSuffixes(label, {suffix});
+  readers_.push_back({label, {suffix}, nullptr, std::move(loader)});
+}
+
+void HxFileTypes::requireFreeSuffixes(const QString& label, const QStringList& suffixes) const {
   for (const QString& suffix : suffixes)
     if (this->suffixes().contains(suffix, Qt::CaseInsensitive))
       throw McException("file type \"" + excerpt(label) + "\": " + excerpt(suffix) + " files have a reader already");
-  readers_.push_back({label, suffixes, std::move(reader)});
 }
 
 void HxFileTypes::unregisterReader(const QString& label) {
@@ -95,12 +113,19 @@ void HxFileTypes::unregisterSaver(const QString& className, const QString& forma
 
 QStringList HxFileTypes::load(const QString& file, const HxLoadOptions& options) {
   HxFileHelpers::requireReadable(file);
+  if (const ReaderEntry* entry = findReader(file); entry && entry->loadNetwork) {
+    if (!options.name.isEmpty() || !options.toWords().isEmpty())
+      throw McException(excerpt(file) + ": a network takes no options");
+    return HxNetworkLoader(entry->loadNetwork)(file);
+  }
+  const QString unique = HxObjectPool::instance().uniqueName(options.name);
   const HxFileReader read = readerFor(file);
   const HxMessage::Mark before = HxMessage::mark();
   ArrivalRecorder arrivals;
   try {
     if (read(file, options)) {
-      arrivals.rename(options.name);
+      arrivals.rename(options.name, unique);
+      arrivals.noteOptions(options);
       return arrivals.names();
     }
   } catch (...) {
@@ -117,8 +142,8 @@ bool HxFileTypes::isParameterFile(const QString& file) const {
          std::ranges::any_of(meshReaders_, [&](const MeshEntry& entry) { return endsIn(file, entry.suffix); });
 }
 
-/// The reader with the longest suffix that the name ends in.
-HxFileReader HxFileTypes::readerFor(const QString& file) {
+/// The one with the longest suffix that the name ends in.
+const HxFileTypes::ReaderEntry* HxFileTypes::findReader(const QString& file) const {
   const ReaderEntry* best = nullptr;
   qsizetype bestLength = 0;
   for (const ReaderEntry& entry : readers_)
@@ -127,7 +152,11 @@ HxFileReader HxFileTypes::readerFor(const QString& file) {
         best = &entry;
         bestLength = suffix.size();
       }
-  if (best) return best->read;
+  return best;
+}
+
+HxFileReader HxFileTypes::readerFor(const QString& file) {
+  if (const ReaderEntry* entry = findReader(file)) return entry->read;
   if (isParameterFile(file)) {
     return [this](const QString& name, const HxLoadOptions& options) {
       if (!options.labels.isEmpty() || !options.kind.isEmpty() || !options.values.empty())

@@ -14,6 +14,9 @@ class QuarnMesh;
 /// Reads a file and registers what it holds with HxData::registerData(). Returns 1, or 0 after reporting why; may throw
 /// McException instead.
 using HxFileReader = std::function<int(const QString& file, const HxLoadOptions& options)>;
+/// Loads a file that brings objects about by commands, and returns their names. What it has brought stays when it
+/// throws McException. Takes no options.
+using HxNetworkLoader = std::function<QStringList(const QString& file)>;
 /// Makes an object of a parsed parameter file; results as above.
 using HxQuarnMeshReader = std::function<int(QuarnMesh* mesh, const char* filename)>;
 /// Takes one finding of a check of a file, and whether what it is about is sound.
@@ -40,6 +43,8 @@ public:
   /// Registers a reader for files whose names end in one of `suffixes` (each with its dot, case does not matter). The
   /// longest suffix that fits a name decides. Throws McException when a suffix is taken.
   void registerReader(const QString& label, const QStringList& suffixes, HxFileReader reader);
+  /// The same for files that are loaded by commands.
+  void registerNetworkLoader(const QString& label, const QString& suffix, HxNetworkLoader loader);
   void unregisterReader(const QString& label);
 
   /// Registers a reader for parameter files whose "ContentType" is `contentType`. `suffix` (with its dot) is how such
@@ -56,7 +61,7 @@ public:
 
   /// Loads a file by its reader: names of the objects that it registered, in that order. Throws McException naming the
   /// file when it is missing, a directory, of unknown type, or when its reader fails; what a failing reader had
-  /// registered is taken out of the pool again.
+  /// registered is taken out of the pool again. A single object that can be loaded again notes the options.
   QStringList load(const QString& file, const HxLoadOptions& options = {});
 
   /// Checks a parameter file and what it names without loading it. A file that cannot be read, or that nobody can
@@ -74,7 +79,12 @@ public:
   void save(HxData* data, const QString& format, const QString& file);
 
 private:
-  HxFileTypes() = default;
+  struct ReaderEntry {
+    QString label;
+    QStringList suffixes;
+    HxFileReader read;
+    HxNetworkLoader loadNetwork;
+  };
   struct MeshEntry {
     QString contentType;
     QString suffix;
@@ -82,17 +92,15 @@ private:
     HxQuarnMeshVerifier verify;
   };
 
+  HxFileTypes() = default;
+  void requireFreeSuffixes(const QString& label, const QStringList& suffixes) const;
   int readQuarnMesh(const QString& file);
   const MeshEntry& entryFor(const QuarnMesh& mesh, const QString& file) const;
   bool isParameterFile(const QString& file) const;
+  const ReaderEntry* findReader(const QString& file) const;
   HxFileReader readerFor(const QString& file);
   HxSaverEntry chooseSaver(const HxData& data, const QString& format, const QString& file) const;
 
-  struct ReaderEntry {
-    QString label;
-    QStringList suffixes;
-    HxFileReader read;
-  };
   std::vector<ReaderEntry> readers_;
   std::vector<MeshEntry> meshReaders_;
   std::vector<HxSaverEntry> savers_;

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxFileHelpers.h"
 
 namespace {
 
@@ -25,7 +26,51 @@ bool readRange(std::string_view part, std::pair<int, int>& range) {
   return takeNumber(part, range.second) && part.empty() && range.first <= range.second;
 }
 
+std::string excerpt(const QString& text) {
+  return McException::excerpt(text.toStdString());
+}
+
+void setOption(HxLoadOptions& options, const QString& option, const QString& value) {
+  if (option == QLatin1String("-as")) {
+    options.name = value;
+  } else if (option == QLatin1String("-labels")) {
+    HxFileHelpers::requireReadable(value);
+    options.labels = value;
+  } else if (option == QLatin1String("-kind")) {
+    if (value != QLatin1String("scalar") && value != QLatin1String("label"))
+      throw McException("-kind: scalar or label is expected, got \"" + excerpt(value) + "\"");
+    options.kind = value;
+  } else if (option == QLatin1String("-values")) {
+    options.values = HxLoadOptions::parseRanges(value);
+  } else {
+    throw McException("unknown option \"" + excerpt(option) + "\": -as, -labels, -kind or -values is expected");
+  }
+}
+
+QString rangeText(const std::pair<int, int>& range) {
+  const QString first = QString::number(range.first);
+  return range.first == range.second ? first : first + "-" + QString::number(range.second);
+}
+
 }  // namespace
+
+HxLoadOptions HxLoadOptions::fromWords(const QStringList& words) {
+  HxLoadOptions options;
+  for (qsizetype i = 0; i < words.size(); i += 2) {
+    if (i + 1 == words.size()) throw McException("option \"" + excerpt(words[i]) + "\" has no value");
+    setOption(options, words[i], words[i + 1]);
+  }
+  return options;
+}
+
+QStringList HxLoadOptions::toWords() const {
+  QStringList words, ranges;
+  if (!labels.isEmpty()) words << "-labels" << labels;
+  if (!kind.isEmpty()) words << "-kind" << kind;
+  for (const auto& range : values) ranges << rangeText(range);
+  if (!ranges.isEmpty()) words << "-values" << ranges.join(",");
+  return words;
+}
 
 bool HxLoadOptions::admits(int value) const {
   return values.empty() || std::ranges::any_of(values, [value](const auto& range) {

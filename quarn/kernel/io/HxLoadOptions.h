@@ -18,6 +18,12 @@ struct QUARN_KERNEL_API HxLoadOptions {
   /// True when `values` admits `value`.
   bool admits(int value) const;
 
+  /// Reads the words "-as NAME", "-labels FILE", "-kind scalar|label" and "-values RANGES" of a command. Throws
+  /// McException naming the option and what is wrong with it; a file with labels must be there.
+  static HxLoadOptions fromWords(const QStringList& words);
+  /// Words that fromWords() reads; the name is not among them.
+  QStringList toWords() const;
+
   /// Reads ranges such as "1-90,95,-3--1". Throws McException naming the bad part.
   static std::vector<std::pair<int, int>> parseRanges(const QString& text);
 };

@@ -1,7 +1,10 @@
 #include "quarn/kernel/objects/HxCompModule.h"
 
+#include <algorithm>
+
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/objects/detail/HxEvaluation.h"
+#include "quarn/kernel/ports/HxPortDoIt.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxCompModule, HxObject)
 
@@ -29,9 +32,22 @@ void HxCompModule::setResult(int slot, HxData* data, unsigned int flags) {
   place.object_ = data;
   data->baseConnection.connect(this);
   data->touch(flags);
+  data->sinceMade_ = 0;
   place.touchTime_ = data->getTouchTime();
   if (isInPool() && !data->isInPool()) HxObjectPool::instance().add(data, resultName(*data));
   quarn::detail::HxEvaluation::fireAfter(*this, *data);
+}
+
+bool HxCompModule::canCreateData(HxData* data, QString& script) {
+  const auto isMade = [data](const auto& entry) {
+    return entry.second.object() == data && entry.second.getTouchTime() == data->getTouchTime();
+  };
+  const auto slot = std::find_if(slots_.begin(), slots_.end(), isMade);
+  const auto* button = dynamic_cast<const HxPortDoIt*>(findPort("doIt"));
+  if (slot == slots_.end() || !button || button->buttons() != 1) return false;
+  const QString number = slot->first == 0 ? QString() : " " + QString::number(slot->first);
+  script = QString("\"%1\" doIt hit; \"%1\" compute; \"%1\" getResult%2\n").arg(getName(), number);
+  return true;
 }
 
 void HxCompModule::dropResult(const HxData* data) {

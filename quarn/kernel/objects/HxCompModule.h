@@ -24,6 +24,10 @@ public:
   void setResult(HxData* data, unsigned int flags = 0xFFFFFFFFu) { setResult(0, data, flags); }
   void setResult(int slot, HxData* data, unsigned int flags = 0xFFFFFFFFu);
 
+  /// Here: a result in a slot that was not touched since it was set can be made again by a module that works on a
+  /// single button named "doIt".
+  bool canCreateData(HxData* data, QString& script) override;
+
   /// The input.
   HxConnection dataConnection;
 

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "quarn/base/McBox3f.h"
 #include "quarn/kernel/objects/HxEditor.h"
@@ -31,11 +33,25 @@ std::string scriptLine(const std::vector<std::string>& words) {
   return line + "\n";
 }
 
-/// `file` as seen from `directory` when it lies below it.
+/// The file with the links in its folder resolved; as it is when the folder is not there.
+QString resolved(const QString& file) {
+  const QFileInfo info(file);
+  const QString folder = QFileInfo(info.absolutePath()).canonicalFilePath();
+  return folder.isEmpty() ? file : QDir(folder).filePath(info.fileName());
+}
+
+/// `file` as seen from `directory` when it lies below it, also by way of links.
 QString fileSeenFrom(const char* directory, const QString& file) {
   if (!directory || !*directory) return file;
-  const QString relative = QDir(QString::fromLocal8Bit(directory)).relativeFilePath(file);
-  return relative.startsWith("..") ? file : relative;
+  const QString folder = QString::fromLocal8Bit(directory);
+  for (const QString& from : {folder, QFileInfo(folder).canonicalFilePath()}) {
+    for (const QString& to : {file, resolved(file)}) {
+      if (from.isEmpty() || QFileInfo(to).isRelative()) continue;
+      const QString relative = QDir(from).relativeFilePath(to);
+      if (relative != ".." && !relative.startsWith("../")) return relative;
+    }
+  }
+  return file;
 }
 
 }  // namespace
@@ -66,15 +82,22 @@ void HxData::touch(unsigned int flags) {
 void HxData::mark(unsigned int flags) {
   HxObject::touch(flags);
   uncounted_.fetch_or(flags, std::memory_order_acq_rel);
+  sinceMade_.fetch_or(flags, std::memory_order_acq_rel);
 }
 
 void HxData::setModified(unsigned int flags) {
-  if (flags == 0) {
-    uncounted_.store(0, std::memory_order_release);
-    unsaved_ = 0;
-  }
-  unsaved_ |= flags;
   modified_ = flags != 0;
+  if (asksOnly_) return;
+  sinceSaved_ |= flags;
+  if (flags != 0) return;
+  uncounted_.store(0, std::memory_order_release);
+  sinceSaved_ = 0;
+}
+
+void HxData::askModified(unsigned int flags) {
+  asksOnly_ = true;
+  setModified(flags);
+  asksOnly_ = false;
 }
 
 bool HxData::isModified() {
@@ -85,7 +108,16 @@ bool HxData::isModified() {
 void HxData::countTouches() {
   const unsigned int flags = uncounted_.exchange(0, std::memory_order_acq_rel);
   if (flags == 0) return;
-  setModified(unsaved_ |= flags);
+  sinceSaved_ |= flags;
+  askModified(sinceSaved_);
+}
+
+bool HxData::isChangedSinceMade() {
+  const unsigned int flags = sinceMade_.load(std::memory_order_acquire);
+  if (flags == 0) return false;
+  const bool former = modified_;
+  askModified(flags);
+  return std::exchange(modified_, former);
 }
 
 void HxData::evaluated() {
@@ -107,14 +139,39 @@ void HxData::setEditor(HxEditor* editor) {
   onEditorChanged();
 }
 
-QString HxData::creationScript(const char* directory) {
-  const std::string name = getName().toStdString();
-  if (!loadFile_.isEmpty()) {
-    return QString::fromStdString(scriptLine({"load", fileSeenFrom(directory, loadFile_).toStdString(), "-as", name}));
-  }
+void HxData::setLoadCmd(const QString& fileName) {
+  loadFile_ = fileName;
+  loadOptions_ = HxLoadOptions();
+}
+
+HxData::Origin HxData::origin() {
+  if (!loadFile_.isEmpty()) return Origin::File;
+  return makingScript().isEmpty() ? Origin::Class : Origin::Module;
+}
+
+/// Empty when there is no module that can make this.
+QString HxData::makingScript() {
   QString script;
   HxObject* master = baseConnection.source();
-  if (master && master->canCreateData(this, script)) return script;
+  const bool isMade = master && master->isInPool() && master->canCreateData(this, script);
+  return isMade ? script.trimmed() : QString();
+}
+
+std::string HxData::loadingLine(const char* directory) const {
+  std::vector<std::string> words{"load", fileSeenFrom(directory, loadFile_).toStdString(), "-as",
+                                 getName().toStdString()};
+  HxLoadOptions options = loadOptions_;
+  if (!options.labels.isEmpty()) options.labels = fileSeenFrom(directory, options.labels);
+  for (const QString& word : options.toWords()) words.push_back(word.toStdString());
+  return scriptLine(words);
+}
+
+QString HxData::creationScript(const char* directory) {
+  const std::string name = getName().toStdString();
+  if (!loadFile_.isEmpty()) return QString::fromStdString(loadingLine(directory));
+  const QString script = makingScript();
+  // The module chooses a name for what it makes; everything else in the network relies on the present one.
+  if (!script.isEmpty()) return QString::fromStdString(scriptLine({"nameResult", name, script.toStdString()}));
   return QString::fromStdString(scriptLine({"create", getTypeId().getName(), name}));
 }
 

@@ -4,8 +4,10 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
+#include <string>
 
 #include "quarn/kernel/export.h"
+#include "quarn/kernel/io/HxLoadOptions.h"
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/params/HxParamBundle.h"
 #include "quarn/kernel/ports/HxConnection.h"
@@ -34,6 +36,9 @@ public:
   virtual void setModified(unsigned int flags);
   /// True when the object needs saving. Touches that were not evaluated yet are counted first.
   bool isModified();
+  /// True when something worth saving changed after a module had set the object as its result, so that the module would
+  /// not make the same again. Which changes count is asked of setModified(), whose effect is taken back.
+  bool isChangedSinceMade();
 
   // --- Place
 
@@ -50,9 +55,16 @@ public:
 
   // --- Making it again
 
-  /// Notes the file from which the object can be loaded again; empty for none.
-  void setLoadCmd(const QString& fileName) { loadFile_ = fileName; }
+  /// What brings an object back.
+  enum class Origin { File, Module, Class };
+  Origin origin();
+
+  /// Notes the file (absolute) from which the object can be loaded again, without options; empty for none.
+  void setLoadCmd(const QString& fileName);
   const QString& getLoadCmd() const { return loadFile_; }
+  /// The options that loading that file needs; the name among them does not count.
+  void setLoadOptions(const HxLoadOptions& options) { loadOptions_ = options; }
+  const HxLoadOptions& getLoadOptions() const { return loadOptions_; }
   /// Notes which program made the data. Shown to the user; not a parameter that is saved.
   void setSaveInfo(const QString& info) { saveInfo_ = info; }
   const QString& getSaveInfo() const { return saveInfo_; }
@@ -80,8 +92,13 @@ protected:
   void setTouchTime(std::uint32_t time) { touchTime_.store(time, std::memory_order_release); }
 
 private:
+  friend class HxCompModule;
+
   void evaluated() override;
   void countTouches();
+  void askModified(unsigned int flags);
+  QString makingScript();
+  std::string loadingLine(const char* directory) const;
   QString creationScript(const char* directory);
   int parseParameters(Tcl_Interp* interp, int argc, char** argv);
   int parseSave(int argc, char** argv);
@@ -89,9 +106,12 @@ private:
 
   std::atomic<std::uint32_t> touchTime_;
   std::atomic<unsigned int> uncounted_{0};
-  unsigned int unsaved_ = 0;  ///< counted since the object was saved
+  std::atomic<unsigned int> sinceMade_{0};
+  unsigned int sinceSaved_ = 0;
+  bool asksOnly_ = false;  ///< setModified() is called for its answer
   bool modified_ = false;
   McHandle<HxEditor> editor_;
   QString loadFile_;
+  HxLoadOptions loadOptions_;
   QString saveInfo_;
 };

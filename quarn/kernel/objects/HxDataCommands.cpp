@@ -27,7 +27,10 @@ int HxData::parseParameters(Tcl_Interp* interp, int argc, char** argv) {
   static constexpr std::array kChanging = {"set", "setText", "remove"};
   const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
   const bool changes = std::find(kChanging.begin(), kChanging.end(), word) != kChanging.end();
-  if (result == TCL_OK && changes) setModified(0xFFFFFFFFu);
+  if (result == TCL_OK && changes) {
+    setModified(0xFFFFFFFFu);
+    sinceMade_ = 0xFFFFFFFFu;
+  }
   return result;
 }
 

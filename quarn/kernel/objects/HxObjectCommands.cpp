@@ -2,7 +2,7 @@
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObject.h"
-#include "quarn/kernel/ports/HxPort.h"
+#include "quarn/kernel/ports/HxConnection.h"
 #include "quarn/kernel/script/HxCommands.h"
 
 namespace {
@@ -26,6 +26,16 @@ int getResult(const HxObject& object, Tcl_Interp* interp, int argc, char** argv)
 int appendPorts(const HxObject& object, Tcl_Interp* interp) {
   for (const HxPort* port : object.ports()) Tcl_VaAppendElement(interp, "%s", qUtf8Printable(port->getName()));
   return TCL_OK;
+}
+
+/// All but the connection of a result to its module.
+void disconnectAll(HxObject& object) {
+  auto* data = dynamic_cast<HxData*>(&object);
+  for (HxPort* port : object.ports()) {
+    auto* connection = dynamic_cast<HxConnection*>(port);
+    if (!connection || (data && connection == &data->baseConnection)) continue;
+    if (connection->isEditingAllowed()) connection->disconnect();
+  }
 }
 
 bool asksForHelp(const QString& word) {
@@ -61,6 +71,12 @@ int HxObject::parse(Tcl_Interp* interp, int argc, char** argv) {
     });
   }
   if (is("getClass", "")) return run(2, [&] { return answer(QString::fromStdString(getTypeId().getName())); });
+  if (is("disconnectAll", "")) {
+    return run(2, [&] {
+      disconnectAll(*this);
+      return TCL_OK;
+    });
+  }
   if (is("ports", "")) return run(2, [&] { return appendPorts(*this, interp); });
   if (HxPort* port = findPort(word)) return parsePort(*port, interp, argc, argv);
   cmdCheck(word, "PORT", "COMMAND ?ARGUMENT...?");

@@ -1,8 +1,11 @@
+#include <QFileInfo>
+
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/fields/HxTable.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/fields/HxVolumeData.h"
 #include "quarn/kernel/io/HxFileTypes.h"
+#include "quarn/kernel/network/HxNetwork.h"
 #include "quarn/kernel/objects/HxCompModule.h"
 #include "quarn/kernel/objects/HxEditor.h"
 #include "quarn/kernel/objects/HxInterfaceFactory.h"
@@ -27,13 +30,18 @@ int saveTable(HxData* data, const char* filename) {
 }
 
 int saveColormap(HxData* data, const char* filename) {
-  static_cast<HxColormap*>(data)->saveText(QString::fromUtf8(filename));
+  const QString file = QString::fromUtf8(filename);
+  static_cast<HxColormap*>(data)->saveText(file);
+  data->setLoadCmd(QFileInfo(file).absoluteFilePath());
+  data->setModified(0);
   return 1;
 }
 
 int readColormap(const QString& file, const HxLoadOptions&) {
   const McHandle<HxColormap> colormap(new HxColormap);
   colormap->loadText(file);
+  colormap->setLoadCmd(QFileInfo(file).absoluteFilePath());
+  colormap->setModified(0);
   HxData::registerData(colormap, file);
   return 1;
 }
@@ -57,6 +65,7 @@ int readColormap(const QString& file, const HxLoadOptions&) {
   HxFileTypes::instance().registerSaver("HxTable", "CSV", ".csv", &saveTable);
   HxFileTypes::instance().registerSaver("HxColormap", "Colormap", ".colormap", &saveColormap);
   HxFileTypes::instance().registerReader("Colormap", {".colormap"}, &readColormap);
+  HxFileTypes::instance().registerNetworkLoader("Network", HxNetwork::suffix(), &HxNetwork::load);
   return true;
 }();
 

@@ -184,11 +184,15 @@ QStringList HxInterpreter::objectNames() const {
 int HxInterpreter::runObjectCommand(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
   // A command may end its own object, and with it `data`.
   const std::shared_ptr<const HxObjectCommand> function = static_cast<ObjectCommand*>(data)->function;
+  return call(*function, interp, objc, objv);
+}
+
+int HxInterpreter::call(const HxObjectCommand& command, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]) {
   const quarn::detail::CmdInfoScope listOfItsOwn;
   const quarn::detail::CommandDepth depth;
   const HxMessage::Mark before = HxMessage::mark();
   Tcl_ResetResult(interp);
-  const int code = callGuarded(*function, interp, objc, objv);
+  const int code = callGuarded(command, interp, objc, objv);
   HxMessage::flushStream();
   if (depth.isOutermost()) HxRecovery::instance().checkpointIfDue();
   if (code != TCL_ERROR || hasResult(interp)) return code;

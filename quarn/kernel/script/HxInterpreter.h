@@ -45,6 +45,9 @@ public:
   /// is taken; the command keeps its name then.
   void renameObject(const QString& oldName, const QString& newName);
 
+  /// Runs `command` as that of an object, in any interpreter: with help, failures and console texts as described above.
+  static int call(const HxObjectCommand& command, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[]);
+
   /// True when a Tcl command, a host command or an object's command has this name, so that no object may take it.
   bool isCommand(const QString& name) const;
   /// True when the name is that of an object's command.

@@ -8,6 +8,7 @@
 #include "quarn/kernel/app/HxFileHelpers.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/io/HxRecovery.h"
+#include "quarn/kernel/network/HxNetwork.h"
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/HxConnection.h"
@@ -31,33 +32,19 @@ QStringList matching(const HxCommandCall& call, QStringList names) {
   return names;
 }
 
-// --- load
-
-void setLoadOption(HxLoadOptions& options, const QString& option, const QString& value) {
-  if (option == QLatin1String("-as")) {
-    options.name = value;
-  } else if (option == QLatin1String("-labels")) {
-    HxFileHelpers::requireReadable(value);
-    options.labels = value;
-  } else if (option == QLatin1String("-kind")) {
-    if (value != QLatin1String("scalar") && value != QLatin1String("label"))
-      throw McException("-kind: scalar or label is expected, got \"" + excerpt(value) + "\"");
-    options.kind = value;
-  } else if (option == QLatin1String("-values")) {
-    options.values = HxLoadOptions::parseRanges(value);
-  } else {
-    throw McException("unknown option \"" + excerpt(option) + "\": -as, -labels, -kind or -values is expected");
-  }
+/// True when "-force" stands before the `count` other words of the call, false without it.
+bool isForced(const HxCommandCall& call, qsizetype count) {
+  const QStringList& words = call.words();
+  if (words.size() == count) return false;
+  if (words.front() == QLatin1String("-force") && words.size() == count + 1) return true;
+  throw McException("unknown option \"" + excerpt(words.front()) + "\": -force is expected");
 }
+
+// --- load
 
 void load(HxCommandCall& call) {
   const QStringList& words = call.words();
-  HxLoadOptions options;
-  for (qsizetype i = 1; i < words.size(); i += 2) {
-    if (i + 1 == words.size()) throw McException("option \"" + excerpt(words[i]) + "\" has no value");
-    setLoadOption(options, words[i], words[i + 1]);
-  }
-  call.setResult(HxFileTypes::instance().load(words.front(), options));
+  call.setResult(HxFileTypes::instance().load(words.front(), HxLoadOptions::fromWords(words.mid(1))));
 }
 
 // --- objects
@@ -104,6 +91,34 @@ void classes(HxCommandCall& call) {
     if (type.isDerivedFrom(HxObject::getClassTypeId()) && type.canCreateInstance())
       names.append(QString::fromStdString(type.getName()));
   call.setResult(matching(call, names));
+}
+
+/// Nothing is removed while something unsaved would go, unless `-force` is given.
+void clear(HxCommandCall& call) {
+  const bool force = isForced(call, 0);
+  QStringList unsaved;
+  for (const McHandle<HxObject>& object : HxObjectPool::instance().objects()) {
+    auto* const data = dynamic_cast<HxData*>(object.get());
+    if (data && data->isModified()) unsaved += data->getName();
+  }
+  if (!unsaved.isEmpty() && !force)
+    throw McException("not saved: " + toTcl(unsaved.join(", ")) + "; save or remove what is wanted, or give -force");
+  HxObjectPool::instance().clear();
+}
+
+// --- networks
+
+void saveNetwork(HxCommandCall& call) {
+  const bool force = isForced(call, 1);
+  for (const QString& lost : HxNetwork::save(call.words().back(), force))
+    HxMessage::printf("Not in the network: %s", lost.toStdString().c_str());
+}
+
+void nameResult(HxCommandCall& call) {
+  if (Tcl_Eval(call.interp(), toTcl(call.words()[1]).c_str()) != TCL_OK)
+    throw McException(Tcl_GetStringResult(call.interp()));
+  HxObject* const object = requireObject(fromTcl(Tcl_GetObjResult(call.interp())));
+  call.setResult(HxObjectPool::instance().rename(object, call.words().front()));
 }
 
 // --- preferences
@@ -187,6 +202,16 @@ std::vector<HxCommandRow> hostCommands() {
           load),
       row("create", "CLASS ?NAME?", 1, 2, "Makes an object of a class and returns its name.", create),
       row("remove", "NAME...", 1, -1, "Removes objects. Nothing is removed when one of them does not exist.", remove),
+      row("clear", "?-force?", 0, 1,
+          "Removes all objects. Without -force nothing is removed while one of them is not saved.", clear),
+      row("saveNetwork", "?-force? FILE", 1, 2,
+          "Saves the objects, their connections and the states of their ports as a script, FILE.quarn, which load "
+          "runs. "
+          "Data stay in their own files; nothing is written while some of them are not saved, unless -force is given.",
+          saveNetwork),
+      row("nameResult", "NAME SCRIPT", 2, 2,
+          "Runs a script that returns the name of an object, gives the object another name and returns it.",
+          nameResult),
       row("objects", "?PATTERN?", 0, 1, "Returns the names of the objects, all or those that match, sorted.", objects),
       row("classes", "?PATTERN?", 0, 1, "Returns the classes that create can make, all or those that match, sorted.",
           classes),

@@ -1,0 +1,160 @@
+#include "quarn/kernel/network/detail/NetworkWriter.h"
+
+#include <QFileInfo>
+#include <cstdio>
+#include <cstdlib>
+
+#include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/fields/HxStandardColormaps.h"
+#include "quarn/kernel/network/detail/sourcesFirst.h"
+#include "quarn/kernel/objects/HxData.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/ports/HxPortColormap.h"
+#include "quarn/kernel/script/detail/TclText.h"
+
+namespace quarn::detail {
+namespace {
+
+QString classOf(const HxObject& object) {
+  return QString::fromStdString(object.getTypeId().getName());
+}
+
+QString excerpt(const QString& text) {
+  return QString::fromStdString(McException::excerpt(text.toStdString()));
+}
+
+/// What an object writes for its creation.
+QString creationLines(HxData& data, const QByteArray& folder) {
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* file = open_memstream(&text, &size);
+  if (!file) throw McException(data.getName().toStdString() + ": there is no memory to write it into a network");
+  try {
+    data.saveCreation(file, folder.constData(), 0);
+  } catch (...) {
+    std::fclose(file);
+    std::free(text);
+    throw;
+  }
+  std::fclose(file);
+  const QString lines = QString::fromUtf8(text, static_cast<qsizetype>(size));
+  std::free(text);
+  return lines;
+}
+
+}  // namespace
+
+QString NetworkWriter::write() {
+  writeComment("Saved by " + HxApplication::instance()->skin()->getSaveInfo() + ".");
+  for (HxObject* object : sourcesFirst()) write(*object);
+  return text_;
+}
+
+NetworkWriter::Fate NetworkWriter::fateOf(HxObject& object) const {
+  if (auto* data = dynamic_cast<HxData*>(&object)) return fateOfData(*data);
+  if (object.getTypeId().canCreateInstance()) return {};
+  return {false, QString("no object of class %1 can be made by a script").arg(classOf(object))};
+}
+
+NetworkWriter::Fate NetworkWriter::fateOfData(HxData& data) const {
+  const HxObject* master = data.baseConnection.source();
+  switch (data.origin()) {
+    case HxData::Origin::File:
+      if (!QFileInfo::exists(data.getLoadCmd()))
+        return {true, QString("its file %1 is not there").arg(excerpt(data.getLoadCmd()))};
+      if (data.isModified()) return {true, QString("changes since it was saved as %1").arg(excerpt(data.getLoadCmd()))};
+      return {};
+    case HxData::Origin::Module:
+      if (!written_.contains(master))
+        return {false, QString("%1, which makes it, does not come back").arg(master->getName())};
+      if (data.isChangedSinceMade()) return {true, QString("changes since %1 made it").arg(master->getName())};
+      return {};
+    case HxData::Origin::Class:
+      break;
+  }
+  if (data.isModified()) return {false, "is not saved in a file"};
+  if (data.getTypeId().canCreateInstance()) return {};
+  return {false, QString("no object of class %1 can be made by a script").arg(classOf(data))};
+}
+
+void NetworkWriter::write(HxObject& object) {
+  text_ += "\n";
+  writeComment(QString("%1 (%2)").arg(object.getName(), classOf(object)));
+  const Fate fate = fateOf(object);
+  if (!fate.problem.isEmpty()) {
+    problems_ += object.getName() + ": " + fate.problem;
+    writeComment((fate.comesBack ? "not in this network: " : "left out: ") + fate.problem);
+  }
+  if (!fate.comesBack) return;
+
+  written_.insert(&object);
+  auto* data = dynamic_cast<HxData*>(&object);
+  const bool isMade = data && data->origin() == HxData::Origin::Module;
+  writeCreation(object);
+  // What the module has connected may not be what is wanted.
+  if (isMade) writeLine({object.getName(), "disconnectAll"});
+  bool hasMore = false;
+  for (const HxPort* port : object.ports()) {
+    const auto* connection = dynamic_cast<const HxConnection*>(port);
+    if (!connection || object.findPort(port->getName()) != port) continue;
+    if (isMade && connection == &data->baseConnection) continue;
+    hasMore = writeConnection(object, *connection) || hasMore;
+  }
+  for (const HxPort* port : object.ports()) {
+    if (object.findPort(port->getName()) == port) hasMore = writeState(object, *port) || hasMore;
+  }
+  if (hasMore) writeLine({object.getName(), "fire"});
+}
+
+void NetworkWriter::writeCreation(HxObject& object) {
+  if (auto* data = dynamic_cast<HxData*>(&object)) {
+    text_ += creationLines(*data, folder_);
+  } else {
+    writeLine({"create", classOf(object), object.getName()});
+  }
+  if (object.getLabel() != object.getName()) writeLine({object.getName(), "setLabel", object.getLabel()});
+}
+
+/// True when a command was written.
+bool NetworkWriter::writeConnection(const HxObject& object, const HxConnection& connection) {
+  const HxObject* source = connection.source();
+  if (!source) return false;
+  const auto line = [&](const QStringList& words) {
+    writeLine(QStringList{object.getName(), connection.getName()} + words);
+    return true;
+  };
+  if (written_.contains(source)) return line({"connect", source->getName()});
+  if (dynamic_cast<const HxPortColormap*>(&connection) && HxStandardColormaps::instance().isStandard(source))
+    return line({"connectStandard", source->getLabel()});
+  writeComment(QString("left out: \"%1\" was connected to %2").arg(connection.getName(), source->describe()));
+  return false;
+}
+
+bool NetworkWriter::writeState(const HxObject& object, const HxPort& port) {
+  QString state;
+  port.getState(state);
+  if (state.isEmpty()) return false;
+  writeLine({object.getName(), port.getName(), "setState", state});
+  return true;
+}
+
+/// A command in which each word is one word, whatever it holds.
+void NetworkWriter::writeLine(const QStringList& words) {
+  Tcl_Obj* const list = newTclList(words);
+  Tcl_IncrRefCount(list);
+  text_ += fromTcl(list) + "\n";
+  Tcl_DecrRefCount(list);
+}
+
+void NetworkWriter::writeComment(const QString& text) {
+  QString line = "# " + text;
+  for (QChar& c : line) {
+    if (c.category() == QChar::Other_Control) c = ' ';
+  }
+  // A backslash at its end would make the next line part of it.
+  if (line.endsWith('\\')) line += '.';
+  text_ += line + "\n";
+}
+
+}  // namespace quarn::detail

@@ -1,0 +1,708 @@
+#include <QDir>
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <chrono>
+#include <gmock/gmock.h>
+#include <thread>
+
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/app/HxInterrupt.h"
+#include "quarn/kernel/fields/HxColormap.h"
+#include "quarn/kernel/fields/HxStandardColormaps.h"
+#include "quarn/kernel/io/HxFileTypes.h"
+#include "quarn/kernel/network/HxNetwork.h"
+#include "tests/kernel/CommaLocale.h"
+#include "tests/kernel/NetworkObjects.h"
+#include "tests/kernel/TemporaryFolder.h"
+#include "tests/kernel/TestObjects.h"
+#include "tests/kernel/expectMcException.h"
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+namespace {
+
+class Network : public ::testing::Test {
+protected:
+  ~Network() override { HxObjectPool::instance().clear(); }
+
+  static HxObjectPool& pool() { return HxObjectPool::instance(); }
+
+  template <class Object = NetNote>
+  static Object* find(const char* name) {
+    auto* object = dynamic_cast<Object*>(pool().find(name));
+    EXPECT_NE(object, nullptr) << name;
+    return object;
+  }
+
+  /// A note that stands in a file of its own.
+  NetNote* addNote(const QString& name, const QByteArray& text = "text") {
+    const QString file = folder.write(name + ".note", text);
+    HxLoadOptions options;
+    options.name = name;
+    return find(HxFileTypes::instance().load(file, options).value(0).toUtf8().constData());
+  }
+
+  template <class Object>
+  Object* add(const QString& name) {
+    Object* object = new Object;
+    pool().add(object, name);
+    return object;
+  }
+
+  QString save(const QString& name = "a.quarn", bool force = false) {
+    const QString file = folder.file(name);
+    HxNetwork::save(file, force);
+    return file;
+  }
+
+  /// The commands of a saved network, without comments and empty lines.
+  QStringList commands(const QString& name = "a.quarn") const {
+    QStringList lines = QString::fromUtf8(folder.read(name)).split('\n', Qt::SkipEmptyParts);
+    lines.removeIf([](const QString& line) { return line.startsWith('#'); });
+    return lines;
+  }
+
+  QString writeNetwork(const QByteArray& text, const QString& name = "hand.quarn") const {
+    return folder.write(name, "# quarn network 1\n" + text);
+  }
+
+  static std::string failureOf(const QString& file) {
+    try {
+      HxNetwork::load(file);
+    } catch (const McException& failure) {
+      return failure.what();
+    }
+    ADD_FAILURE() << "nothing failed";
+    return {};
+  }
+
+  std::string refusalOfSaving(bool force = false) {
+    try {
+      save("a.quarn", force);
+    } catch (const McException& refusal) {
+      EXPECT_FALSE(QFile::exists(folder.file("a.quarn")));
+      return refusal.what();
+    }
+    ADD_FAILURE() << "it was saved";
+    return {};
+  }
+
+  const NoteFiles noteFiles;
+  TemporaryFolder folder;
+  HxRecordingSink sink;
+};
+
+// --- There and back
+
+TEST_F(Network, IsAScriptThatCanBeRead) {
+  NetNote* note = addNote("brain");
+  NetMaker* maker = add<NetMaker>("maker");
+  maker->dataConnection.connect(note);
+  maker->ending.setValue("two words");
+  maker->doIt.hit();
+  maker->fire();
+  note->number.setValue(7);
+  save();
+  EXPECT_THAT(folder.read("a.quarn").toStdString(), StartsWith("# quarn network 1\n# Saved by quarn "));
+  EXPECT_THAT(folder.read("a.quarn").toStdString(), HasSubstr("\n\n# maker (NetMaker)\ncreate NetMaker maker\n"));
+  const QStringList expected = {
+      "load brain.note -as brain",
+      "brain number setState 7",
+      "brain choice setState 0",
+      "brain colors setState {1 1 1 1 1 1}",
+      "brain map setState {1 0 0 1 1 1 1 1}",
+      "brain fire",
+      "create NetMaker maker",
+      "maker data connect brain",
+      "maker ending setState {two words}",
+      "maker fire",
+      "nameResult made {\"maker\" doIt hit; \"maker\" compute; \"maker\" getResult}",
+      "made disconnectAll",
+      "made number setState 0",
+      "made choice setState 0",
+      "made colors setState {1 1 1 1 1 1}",
+      "made map setState {1 0 0 1 1 1 1 1}",
+      "made fire",
+  };
+  EXPECT_EQ(commands().join("\n").toStdString(), expected.join("\n").toStdString());
+}
+
+/// Everything that a port can hold.
+void fillPorts(NetNote& note) {
+  note.words.setValue("{[exec touch canary]} \"$x\" \\\n; #");
+  note.number.setValue(-42);
+  note.choice.setValue(2);
+  note.colors.setColor(1, McColor(0.1F, 0.25F, 1));
+  note.map.setAlphaEnabled(false);
+  note.map.setLocalRangeActive(true);
+  note.map.setLocalRange(-1.5F, 1e-7F);
+  note.map.setDefaultColor(McColor(0, 0.5F, 1));
+  note.map.setDefaultAlpha(0.75F);
+}
+
+void expectFilledPorts(const NetNote& note) {
+  EXPECT_EQ(note.words.getValue(), "{[exec touch canary]} \"$x\" \\\n; #");
+  EXPECT_EQ(note.number.getValue(), -42);
+  EXPECT_EQ(note.choice.getValue(), 2);
+  EXPECT_EQ(note.colors.getColor(0), McColor(1, 1, 1));
+  EXPECT_EQ(note.colors.getColor(1), McColor(0.1F, 0.25F, 1));
+  EXPECT_FALSE(note.map.isAlphaEnabled());
+  EXPECT_TRUE(note.map.isLocalRangeActive());
+  EXPECT_EQ(note.map.localMin(), -1.5F);
+  EXPECT_EQ(note.map.localMax(), 1e-7F);
+  EXPECT_EQ(note.map.defaultColor(), McColor(0, 0.5F, 1));
+  EXPECT_EQ(note.map.defaultAlpha(), 0.75F);
+}
+
+TEST_F(Network, BringsBackPortsOfEveryKind) {
+  fillPorts(*addNote("brain", "of the brain"));
+  NetNote* second = addNote("second");
+  second->input.connect(find("brain"));
+  second->map.connect(HxStandardColormaps::instance().find("magma"));
+  const QString file = save();
+  const QByteArray text = folder.read("a.quarn");
+  pool().clear();
+  EXPECT_THAT(HxNetwork::load(file), ElementsAre("brain", "second"));
+  expectFilledPorts(*find("brain"));
+  EXPECT_EQ(find("brain")->text, "of the brain");
+  EXPECT_EQ(find("second")->input.source(), find("brain"));
+  EXPECT_EQ(find("second")->map.source(), HxStandardColormaps::instance().find("magma"));
+  EXPECT_FALSE(find("brain")->isModified());
+  EXPECT_GT(find("brain")->evaluations, 0);
+  save();
+  EXPECT_EQ(folder.read("a.quarn").toStdString(), text.toStdString());
+}
+
+TEST_F(Network, BringsBackColormapObjects) {
+  const McHandle<HxColormap> own(new HxColormap);
+  own->setEntries({{McColor(1, 0, 0), 1}, {McColor(0, 0, 1), 0.5F}});
+  pool().add(own, "viridis");
+  HxFileTypes::instance().save(own, "", folder.file("own.colormap"));
+  NetNote* both = add<NetNote>("both");
+  both->map.connect(own);
+  add<NetNote>("standard")->map.connect(HxStandardColormaps::instance().find("viridis"));
+  const QString file = save();
+  EXPECT_THAT(commands(), ::testing::Contains("load own.colormap -as viridis"));
+  EXPECT_THAT(commands(), ::testing::Contains("both map connect viridis"));
+  EXPECT_THAT(commands(), ::testing::Contains("standard map connectStandard viridis"));
+  pool().clear();
+  HxNetwork::load(file);
+  EXPECT_EQ(find("both")->map.source(), pool().find("viridis"));
+  EXPECT_EQ((*find<HxColormap>("viridis"))[1].alpha, 0.5F);
+  EXPECT_EQ(find("standard")->map.source(), HxStandardColormaps::instance().find("viridis"));
+}
+
+TEST_F(Network, HasModulesMakeTheirResultsAgain) {
+  NetMaker* maker = add<NetMaker>("maker");
+  maker->dataConnection.connect(addNote("brain", "abc"));
+  maker->ending.setValue("def");
+  maker->doIt.hit();
+  maker->fire();
+  NetNote* made = find("made");
+  pool().rename(made, "renamed");
+  made->setLabel("A label of its own");
+  fillPorts(*made);
+  addNote("reader")->input.connect(made);
+  const QString file = save();
+  pool().clear();
+  EXPECT_THAT(HxNetwork::load(file), ElementsAre("brain", "maker", "renamed", "reader"));
+  made = find("renamed");
+  EXPECT_EQ(made->text, "abcdef");
+  EXPECT_EQ(made->getLabel(), "A label of its own");
+  EXPECT_EQ(made->baseConnection.source(), pool().find("maker"));
+  EXPECT_EQ(find<NetMaker>("maker")->resultObject(), made);
+  EXPECT_EQ(find("reader")->input.source(), made);
+  expectFilledPorts(*made);
+}
+
+/// Connects its result like many modules do.
+class ConnectingMaker : public NetMaker {
+public:
+  void compute() override {
+    const bool hit = doIt.wasHit();
+    NetMaker::compute();
+    if (auto* made = dynamic_cast<NetNote*>(resultObject()); made && hit) made->input.connect(dataConnection.source());
+  }
+  McType getTypeId() const override { return ownType; }
+  inline static McType ownType;
+};
+
+TEST_F(Network, DoesNotConnectWhatWasDisconnected) {
+  ConnectingMaker::ownType = McType::create("ConnectingMaker", NetMaker::getClassTypeId(), []() -> void* {
+    return static_cast<NetMaker::McTypedRoot*>(new ConnectingMaker);
+  });
+  auto* maker = add<ConnectingMaker>("maker");
+  maker->dataConnection.connect(addNote("brain"));
+  maker->doIt.hit();
+  maker->fire();
+  ASSERT_NE(find("made")->input.source(), nullptr);
+  EXPECT_EQ(evaluate("made disconnectAll"), "");
+  EXPECT_EQ(find("made")->baseConnection.source(), maker);
+  const QString file = save();
+  pool().clear();
+  HxNetwork::load(file);
+  EXPECT_EQ(find("made")->input.source(), nullptr);
+  EXPECT_EQ(find("made")->baseConnection.source(), pool().find("maker"));
+  pool().clear();
+  McType::remove("ConnectingMaker");
+}
+
+TEST_F(Network, PutsSourcesFirst) {
+  NetNote* early = add<NetNote>("early");
+  NetMaker* maker = add<NetMaker>("maker");
+  NetNote* late = addNote("late");
+  early->input.connect(late);
+  maker->dataConnection.connect(early);
+  const QString file = save();
+  pool().clear();
+  EXPECT_THAT(HxNetwork::load(file), ElementsAre("late", "early", "maker"));
+  EXPECT_EQ(find("early")->input.source(), pool().find("late"));
+  EXPECT_EQ(find<NetMaker>("maker")->dataConnection.source(), pool().find("early"));
+}
+
+TEST_F(Network, IsLoadedTwiceBesideItself) {
+  addNote("brain")->number.setValue(3);
+  NetMaker* maker = add<NetMaker>("maker");
+  maker->dataConnection.connect(find("brain"));
+  maker->doIt.hit();
+  maker->fire();
+  addNote("reader")->input.connect(find("made"));
+  const QString file = save();
+  EXPECT_THAT(HxNetwork::load(file), ElementsAre("brain2", "maker2", "made2", "reader2"));
+  EXPECT_EQ(find<NetMaker>("maker2")->dataConnection.source(), pool().find("brain2"));
+  EXPECT_EQ(find("made2")->baseConnection.source(), pool().find("maker2"));
+  EXPECT_EQ(find("reader2")->input.source(), pool().find("made2"));
+  EXPECT_EQ(find("reader")->input.source(), pool().find("made"));
+  EXPECT_THAT(sink.consoleText(), HasSubstr("a.quarn: brain is called brain2 here."));
+  EXPECT_THAT(HxNetwork::load(file), ElementsAre("brain3", "maker3", "made3", "reader3"));
+  EXPECT_EQ(find("brain3")->number.getValue(), 3);
+}
+
+TEST_F(Network, KeepsTheOptionsThatAFileNeeds) {
+  const QString labels = folder.write("labels.txt", "1 one\n");
+  addNote("brain");
+  pool().clear();
+  HxLoadOptions options;
+  options.name = "brain";
+  options.labels = labels;
+  options.kind = "label";
+  options.values = {{1, 90}, {95, 95}, {-3, -1}};
+  HxFileTypes::instance().load(folder.file("brain.note"), options);
+  const QString file = save();
+  EXPECT_EQ(commands().front(), "load brain.note -as brain -labels labels.txt -kind label -values 1-90,95,-3--1");
+  pool().clear();
+  HxNetwork::load(file);
+  EXPECT_EQ(find("brain")->getLoadOptions().values, options.values);
+  EXPECT_EQ(find("brain")->getLoadOptions().labels, labels);
+}
+
+TEST_F(Network, MayMoveWithItsData) {
+  QDir(folder.path()).mkpath("one/data");
+  const QString data = folder.write("one/data/brain.note", "moved");
+  HxFileTypes::instance().load(data);
+  save("one/a.quarn");
+  EXPECT_THAT(commands("one/a.quarn").front().toStdString(), HasSubstr("load data/brain.note"));
+  pool().clear();
+  ASSERT_TRUE(QDir(folder.path()).rename("one", "two"));
+  HxNetwork::load(folder.file("two/a.quarn"));
+  EXPECT_EQ(find("brain.note")->text, "moved");
+}
+
+TEST_F(Network, NamesDataElsewhereInFull) {
+  QDir(folder.path()).mkpath("networks");
+  addNote("brain");
+  save("networks/a.quarn");
+  EXPECT_EQ(commands("networks/a.quarn").front(), "load " + folder.file("brain.note") + " -as brain");
+}
+
+TEST_F(Network, SeesDataBelowItThroughALink) {
+  QDir(folder.path()).mkpath("real");
+  ASSERT_TRUE(QFile::link(folder.file("real"), folder.file("link")));
+  HxFileTypes::instance().load(folder.write("real/brain.note", "x"));
+  save("link/a.quarn");
+  EXPECT_THAT(commands("link/a.quarn").front().toStdString(), StartsWith("load brain.note"));
+}
+
+TEST_F(Network, KeepsLabelsAndNamesThatLookLikeCode) {
+  const QStringList hostile = {"[exec touch canary]",
+                               "\"; exec touch canary; \"",
+                               "a\nexec touch canary",
+                               "$env(HOME)",
+                               "{",
+                               "}",
+                               "\\",
+                               "a\\\nb",
+                               "#",
+                               "-as",
+                               "100%n%s%1",
+                               "äöü 漢字",
+                               "brain]",
+                               "\t\r\n",
+                               "; exit",
+                               "{}",
+                               "a b",
+                               "\"",
+                               "'",
+                               "\\\\[",
+                               "*",
+                               "~/x",
+                               "..\\",
+                               "set"};
+  for (const QString& text : hostile) {
+    NetNote* note = add<NetNote>(text);
+    note->setLabel(text);
+    note->words.setValue(text);
+  }
+  QStringList names, labels;
+  for (const auto& object : pool().objects()) {
+    names += object->getName();
+    labels += object->getLabel();
+  }
+  const QString file = save();
+  pool().clear();
+  EXPECT_EQ(HxNetwork::load(file), names);
+  for (qsizetype i = 0; i < names.size(); ++i) {
+    const auto* note = find(names[i].toUtf8().constData());
+    EXPECT_EQ(note->getLabel(), labels[i]);
+    EXPECT_EQ(note->words.getValue(), hostile[i]);
+  }
+  EXPECT_FALSE(QFile::exists("canary"));
+}
+
+TEST_F(Network, KeepsFileNamesThatLookLikeCode) {
+  for (const char* name : {"a [exec touch canary]", "b; exit", "c $x {", "d \\"}) addNote(name);
+  const QString file = save();
+  pool().clear();
+  EXPECT_EQ(HxNetwork::load(file).size(), 4);
+  EXPECT_FALSE(QFile::exists("canary"));
+}
+
+TEST_F(Network, DoesNotDependOnTheLocale) {
+  const CommaLocale locale;
+  fillPorts(*addNote("brain"));
+  const QString file = save();
+  EXPECT_THAT(folder.read("a.quarn").toStdString(), HasSubstr("map setState {0 1 -1.5 1e-07 0 0.5 1 0.75}"));
+  pool().clear();
+  HxNetwork::load(file);
+  expectFilledPorts(*find("brain"));
+}
+
+TEST_F(Network, HoldsAHundredObjects) {
+  const NetNote* former = nullptr;
+  for (int i = 0; i < 100; ++i) {
+    NetNote* note = addNote(QString("note%1_").arg(i));
+    note->number.setValue(i);
+    if (former) note->input.connect(const_cast<NetNote*>(former));
+    former = note;
+  }
+  const QString file = save();
+  pool().clear();
+  EXPECT_EQ(HxNetwork::load(file).size(), 100);
+  EXPECT_EQ(find("note99_")->number.getValue(), 99);
+  EXPECT_EQ(find("note99_")->input.source(), pool().find("note98_"));
+}
+
+// --- What would be lost
+
+TEST_F(Network, IsNotSavedWhileDataAreNot) {
+  addNote("changed")->setText("new");
+  add<NetNote>("unsaved")->setText("new");
+  add<NetNote>("empty");
+  NetMaker* maker = add<NetMaker>("maker");
+  maker->dataConnection.connect(addNote("source"));
+  maker->doIt.hit();
+  maker->fire();
+  find("made")->parameters.set("note", 1);
+  EXPECT_EQ(evaluate("made parameters set note 2"), "");
+  EXPECT_EQ(refusalOfSaving(), folder.file("a.quarn").toStdString() +
+                                   ": not saved, since this would be lost:\n  changed: changes since it was saved as " +
+                                   folder.file("changed.note").toStdString() +
+                                   "\n  unsaved: is not saved in a file\n  made: changes since maker made it\n"
+                                   "Save or remove these objects, or give -force to do without.");
+}
+
+TEST_F(Network, LeavesOutWhatIsNotSavedWhenTold) {
+  addNote("changed", "old")->setText("new");
+  NetNote* unsaved = add<NetNote>("unsaved");
+  unsaved->setText("new");
+  addNote("reader")->input.connect(unsaved);
+  EXPECT_EQ(evaluate("saveNetwork -force {" + folder.file("a.quarn") + "}"), "");
+  EXPECT_THAT(sink.consoleText(), HasSubstr("Not in the network: unsaved: is not saved in a file\n"));
+  const std::string text = folder.read("a.quarn").toStdString();
+  EXPECT_THAT(text, HasSubstr("# not in this network: changes since it was saved as "));
+  EXPECT_THAT(text, HasSubstr("# left out: is not saved in a file\n"));
+  EXPECT_THAT(text, HasSubstr("# left out: \"input\" was connected to unsaved\n"));
+  pool().clear();
+  EXPECT_THAT(HxNetwork::load(folder.file("a.quarn")), ElementsAre("changed", "reader"));
+  EXPECT_EQ(find("changed")->text, "old");
+  EXPECT_EQ(find("reader")->input.source(), nullptr);
+}
+
+TEST_F(Network, NamesDataWhoseFileIsGone) {
+  addNote("brain");
+  ASSERT_TRUE(QFile::remove(folder.file("brain.note")));
+  EXPECT_THAT(refusalOfSaving(), HasSubstr("brain: its file " + folder.file("brain.note").toStdString()));
+}
+
+TEST_F(Network, NamesObjectsThatNoScriptCanMake) {
+  Log log;
+  pool().add(new TestModule(log), "module");
+  TestModule* maker = new TestModule(log);
+  pool().add(maker, "");
+  EXPECT_THAT(refusalOfSaving(), HasSubstr("module: no object of class HxCompModule can be made by a script"));
+}
+
+TEST_F(Network, LeavesOutResultsOfModulesThatDoNotComeBack) {
+  struct Nameless : TestModule {
+    using TestModule::TestModule;
+    bool canCreateData(HxData*, QString& script) override {
+      script = "anything";
+      return true;
+    }
+  };
+  Log log;
+  auto* module = new Nameless(log);
+  pool().add(module, "module");
+  module->setResult(new NetNote);
+  EXPECT_THAT(refusalOfSaving(), HasSubstr("NetNote: module, which makes it, does not come back"));
+}
+
+TEST_F(Network, ChangesThatDoNotCountAreNoReason) {
+  struct Picky : NetNote {
+    void setModified(unsigned int flags) override { NetNote::setModified(flags & 8); }
+  };
+  NetMaker* maker = add<NetMaker>("maker");
+  auto* result = new Picky;
+  maker->setResult(result);
+  EXPECT_FALSE(result->isChangedSinceMade());
+  result->touch(16);
+  EXPECT_FALSE(result->isChangedSinceMade());
+  EXPECT_TRUE(result->isModified()) << "since it was made";
+  result->touch(8);
+  EXPECT_TRUE(result->isChangedSinceMade());
+}
+
+TEST_F(Network, WantsItsSuffix) {
+  EXPECT_THAT(textOfException([&] { HxNetwork::save(folder.file("a.tcl")); }),
+              HasSubstr("a.tcl: the name must end in .quarn"));
+  EXPECT_THAT(evaluate("saveNetwork {" + folder.file("a.qm") + "}"), HasSubstr("must end in .quarn"));
+  EXPECT_THAT(evaluate("saveNetwork -all {" + folder.file("a.quarn") + "}"), HasSubstr("unknown option \"-all\""));
+}
+
+TEST_F(Network, LeavesTheOldFileWhenItCannotBeWritten) {
+  EXPECT_THAT(textOfException([&] { HxNetwork::save(folder.file("no/a.quarn")); }), HasSubstr("no/a.quarn: cannot be"));
+  folder.write("a.quarn", "old");
+  add<NetNote>("unsaved")->setText("new");
+  EXPECT_THROW(save(), McException);
+  EXPECT_EQ(folder.read("a.quarn"), "old");
+}
+
+// --- What fails on the way back
+
+TEST_F(Network, NamesAMissingFileAndLoadsTheRest) {
+  addNote("brain");
+  addNote("other")->number.setValue(5);
+  NetMaker* maker = add<NetMaker>("maker");
+  maker->dataConnection.connect(find("brain"));
+  maker->doIt.hit();
+  maker->fire();
+  const QString file = save();
+  pool().clear();
+  ASSERT_TRUE(QFile::remove(folder.file("brain.note")));
+  const std::string failure = failureOf(file);
+  EXPECT_THAT(failure, StartsWith(file.toStdString() + ": 2 of 22 commands failed; came back: other, maker\n"));
+  EXPECT_THAT(failure, HasSubstr("\n  a.quarn:5: " + folder.file("brain.note").toStdString() +
+                                 ": cannot be opened: No such file or directory\n"));
+  EXPECT_THAT(failure, HasSubstr("\n  a.quarn:26: \"maker\" has no result.\n"));
+  EXPECT_THAT(failure, HasSubstr("\n  brain did not come back; 6 commands that need it were skipped"));
+  EXPECT_THAT(failure, HasSubstr("\n  made did not come back; 6 commands that need it were skipped"));
+  EXPECT_EQ(find("other")->number.getValue(), 5);
+  EXPECT_EQ(pool().objects().size(), 2U);
+  EXPECT_FALSE(HxApplication::instance()->isLoadingNetwork());
+}
+
+TEST_F(Network, FailsAsACommandAndKeepsWhatCame) {
+  const QString file =
+      writeNetwork("create NetNote a\ncreate Nothing b\nb fire\na input connect b\ncreate NetNote c\n");
+  EXPECT_THAT(
+      evaluate("load {" + file + "}"),
+      AllOf(StartsWith("error: "), HasSubstr("hand.quarn:3: There is no class \"Nothing\"."),
+            HasSubstr("b did not come back; 2 commands that need it were skipped"), Not(HasSubstr("a.quarn:4"))));
+  EXPECT_EQ(evaluate("objects"), "a c");
+}
+
+TEST_F(Network, TellsEveryFailureWithItsLine) {
+  const QString file = writeNetwork(
+      "create NetNote a\n\n"
+      "a number setState {not a number}\n"
+      "a dance\n"
+      "a input connect\n"
+      "a separator setState x\n"
+      "a buttons hit 7\n"
+      "create HxColormap c; c master connect a\n"
+      "a map connect a\n"
+      "a map connectStandard nothing\n"
+      "a map connect grey\n"
+      "if {\n");
+  const std::string failure = failureOf(file);
+  EXPECT_THAT(failure, HasSubstr("8 of 12 commands failed; came back: a, c\n"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:4: Port \"number\" of \"a\" cannot take the state \"not a number\"."));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:5: a: \"dance\" is neither a port of it nor a command of networks"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:6: usage: input connect OBJECT"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:7: Port \"separator\" of \"a\" cannot take the state \"x\"."));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:8: hit: wrong value"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:10: \"a\" cannot be connected to port \"map\" of \"a\"."));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:11: nothing: wrong value"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:13: missing close-brace"));
+  EXPECT_EQ(find("a")->map.source(), HxStandardColormaps::instance().find("grey"));
+}
+
+TEST_F(Network, GoesOnBehindALineThatCannotBeRead) {
+  const std::string failure = failureOf(writeNetwork("create NetNote a\n# {\ncreate {NetNote}b\ncreate NetNote c\n"));
+  EXPECT_THAT(failure, HasSubstr("1 of 3 commands failed; came back: a, c\n  hand.quarn:4: extra characters after"));
+}
+
+TEST_F(Network, SetsTheLoadingFlag) {
+  struct Watcher : HxObjectPoolListener {
+    Watcher() { HxObjectPool::instance().addListener(this); }
+    ~Watcher() override { HxObjectPool::instance().removeListener(this); }
+    void objectAdded(HxObject*) override { wasLoading = HxApplication::instance()->isLoadingNetwork(); }
+    bool wasLoading = false;
+  } watcher;
+  HxNetwork::load(writeNetwork("create NetNote a\n"));
+  EXPECT_TRUE(watcher.wasLoading);
+  EXPECT_FALSE(HxApplication::instance()->isLoadingNetwork());
+}
+
+TEST_F(Network, WantsItsFirstLine) {
+  EXPECT_THAT(textOfException([&] { HxNetwork::load(folder.write("x.quarn", "create NetNote a\n")); }),
+              HasSubstr("x.quarn:1: \"create NetNote a\": is no network: \"# quarn network 1\" is expected"));
+  EXPECT_THAT(textOfException([&] { HxNetwork::load(folder.write("x.quarn", "# quarn network 2\n")); }),
+              HasSubstr("this version of networks is not known here"));
+  EXPECT_THAT(textOfException([&] { HxNetwork::load(folder.write("x.quarn", "")); }), HasSubstr("is no network"));
+  EXPECT_THAT(HxNetwork::load(folder.write("x.quarn", "\xEF\xBB\xBF# quarn network 1\r\ncreate NetNote a\r\n")),
+              ElementsAre("a"));
+}
+
+TEST_F(Network, TakesNoOptions) {
+  const QString file = writeNetwork("create NetNote a\n");
+  EXPECT_THAT(evaluate("load {" + file + "} -as b"), HasSubstr("a network takes no options"));
+  EXPECT_EQ(evaluate("load {" + file + "}"), "a");
+  EXPECT_TRUE(HxFileTypes::instance().suffixes().contains(".quarn"));
+}
+
+TEST_F(Network, CanBeWrittenByHand) {
+  const QString file = writeNetwork(
+      "foreach n {1 2 3} {\n  set note [create NetNote note$n]\n  $note number setState [expr {$n * $n}]\n}\n"
+      "create NetNote note2\n"
+      "set last [create NetNote]\n"
+      "$last input connect note3\n");
+  EXPECT_THAT(HxNetwork::load(file), ElementsAre("note1", "note2", "note3", "note2-2", "NetNote"));
+  EXPECT_EQ(find("note3")->number.getValue(), 9);
+  EXPECT_EQ(find("NetNote")->input.source(), pool().find("note3"));
+}
+
+// --- What a network cannot do
+
+TEST_F(Network, ReachesNoFilesAndNoPrograms) {
+  const QString canary = folder.file("canary");
+  const QStringList attempts = {
+      "exec touch CANARY",
+      "open CANARY w",
+      "open {| touch CANARY}",
+      "close [open CANARY w]",
+      "source " + folder.write("canary.tcl", "set f [open " + canary.toUtf8() + " w]; close $f"),
+      "file delete " + folder.write("kept", "x"),
+      "file mkdir CANARY",
+      "cd /",
+      "glob *",
+      "socket 127.0.0.1 9",
+      "exit 3",
+      "interp eval {} {exec touch CANARY}",
+      "interp invokehidden {} exec touch CANARY",
+      "after 0 {exec touch CANARY}",
+      "vwait forever",
+      "update",
+      "package require Tk",
+      "uplevel #0 {exec touch CANARY}",
+      "namespace eval :: {exec touch CANARY}",
+      "::tcl::file::delete " + folder.file("kept"),
+      "saveNetwork CANARY.quarn",
+      "remove a",
+      "preferences set {Temporary Directory} /",
+      "recover discard",
+      "a save CANARY",
+      "a save Notes CANARY",
+      "a parameters set x 1",
+      "a formats",
+      "load libexec.so",
+      "load /etc/passwd",
+      "load self.quarn",
+      "mine fire",
+      "a input connect mine",
+      "nameResult theirs {set x mine}",
+      "eval {exec touch CANARY}",
+      "rename unknown {}; exec touch CANARY",
+      "proc exec args {open CANARY w}; exec",
+  };
+  add<NetNote>("mine");
+  folder.write("self.quarn", "# quarn network 1\nload self.quarn\n");
+  for (QString attempt : attempts) {
+    attempt.replace("CANARY", canary);
+    const std::string failure = failureOf(writeNetwork("create NetNote a\n" + attempt.toUtf8() + "\n"));
+    EXPECT_THAT(failure, HasSubstr("hand.quarn:3: ")) << attempt.toStdString();
+    EXPECT_FALSE(QFile::exists(canary)) << attempt.toStdString();
+  }
+  EXPECT_TRUE(QFile::exists(folder.file("kept")));
+  EXPECT_FALSE(QFile::exists(canary + ".quarn"));
+  EXPECT_NE(pool().find("mine"), nullptr);
+}
+
+TEST_F(Network, LeavesTheInterpreterOfTheProcessAlone) {
+  HxNetwork::load(writeNetwork("set leak 1\nproc leakProc {} {}\nnamespace eval leakSpace {}\ncreate NetNote a\n"));
+  EXPECT_EQ(evaluate("info exists leak"), "0");
+  EXPECT_EQ(evaluate("info procs leakProc"), "");
+  EXPECT_EQ(evaluate("interp children"), "");
+  EXPECT_EQ(evaluate("a getClass"), "NetNote");
+}
+
+TEST_F(Network, StopsWhenTheUserInterrupts) {
+  const QString file = writeNetwork("create NetNote a\nwhile 1 {}\ncreate NetNote b\n");
+  std::jthread user([] {
+    while (HxObjectPool::instance().objects().empty()) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    HxInterrupt::request();
+  });
+  const auto error = HxInterpreter::instance().evaluate("load {" + file + "}");
+  ASSERT_TRUE(error);
+  EXPECT_TRUE(error->interrupted);
+  EXPECT_EQ(evaluate("objects"), "a");
+}
+
+// --- Commands around it
+
+TEST_F(Network, ClearNamesWhatIsNotSaved) {
+  addNote("brain");
+  EXPECT_EQ(evaluate("clear"), "");
+  EXPECT_EQ(evaluate("objects"), "");
+  add<NetNote>("unsaved")->setText("new");
+  EXPECT_EQ(evaluate("clear"), "error: not saved: unsaved; save or remove what is wanted, or give -force");
+  EXPECT_EQ(evaluate("objects"), "unsaved");
+  EXPECT_EQ(evaluate("clear -force; objects"), "");
+}
+
+TEST_F(Network, NameResultRenames) {
+  add<NetNote>("a");
+  EXPECT_EQ(evaluate("nameResult b {a getClass; set x a}"), "b");
+  EXPECT_EQ(evaluate("objects"), "b");
+  EXPECT_THAT(evaluate("nameResult c {set x nothing}"), HasSubstr("there is no object \"nothing\""));
+  EXPECT_THAT(evaluate("nameResult c {error oh}"), HasSubstr("oh"));
+}
+
+}  // namespace
