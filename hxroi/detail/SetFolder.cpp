@@ -93,7 +93,11 @@ void SetFolder::rollForward() {
   // Without a set file nobody could open the set, and so finish this. Where there is one it is the old one, which goes
   // with the old masks.
   const bool isFirst = !setFile.empty() && files_.kind(folderOf(masksDir_) + "/" + setFile) == FileKind::missing;
-  if (isFirst) moveSetFile(setFile);
+  if (isFirst) {
+    // The folder of the masks may be as new, and must not be missing beside the set file.
+    files_.syncDirectory(folderOf(masksDir_));
+    moveSetFile(setFile);
+  }
   moveMasks(names);
   files_.syncDirectory(masksDir_);
   if (!setFile.empty() && !isFirst) moveSetFile(setFile);
@@ -119,15 +123,27 @@ std::string SetFolder::findSetFile() const {
 void SetFolder::moveMasks(const std::vector<std::string>& names) {
   const std::set<std::string> all(names.begin(), names.end());
   const std::vector<std::string> present = files_.list(masksDir_);
+  std::vector<std::string> headers;
   for (const std::string& header : names) {
     if (!header.ends_with(kHeaderSuffix)) continue;
-    // Without its header a file belongs to a mask that has been moved, or was never complete.
+    headers.push_back(header);
     const std::string stem = header.substr(0, header.size() - kHeaderSuffix.size());
-    for (const std::string& name : {stem + ".dat", stem + ".fcp", header}) {
-      if (all.contains(name)) move(committed() + "/" + name, masksDir_ + "/" + name);
+    for (const std::string& name : {stem + ".dat", stem + ".fcp"}) {
+      if (all.contains(name)) moveIntoPlace(name);
     }
+  }
+  if (headers.empty()) return;
+  // Without its header a file belongs to a mask that has been moved, or was never complete. So none is to reach stable
+  // storage in its place ahead of what belongs to it.
+  files_.syncDirectory(masksDir_);
+  for (const std::string& header : headers) {
+    moveIntoPlace(header);
     removeOldRemains(files_, present, masksDir_ + "/" + header);
   }
+}
+
+void SetFolder::moveIntoPlace(const std::string& name) {
+  move(committed() + "/" + name, masksDir_ + "/" + name);
 }
 
 void SetFolder::moveSetFile(const std::string& name) {

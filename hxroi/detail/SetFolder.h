@@ -49,6 +49,7 @@ private:
   std::vector<std::string> stagedNames() const;
   std::string findSetFile() const;
   void moveMasks(const std::vector<std::string>& names);
+  void moveIntoPlace(const std::string& name);
   void moveSetFile(const std::string& name);
   void move(const std::string& from, const std::string& to);
 

@@ -1,0 +1,221 @@
+#include <QCryptographicHash>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <unordered_map>
+
+#include "CrashedDisk.h"
+#include "SetStateTest.h"
+
+/// ROI sets after the end of the computer at any moment of a save: whatever part of what was not synced is missing, the
+/// old or the new set is there.
+
+using hxvoxora::FileSystem;
+using hxvoxora::FileSystemOverride;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+namespace {
+
+constexpr McVec3i kGrid(40, 33, 36);
+
+class SetPowerLoss : public SetStateTest {
+protected:
+  SetPowerLoss() : disk_(folder / "disk"), copy_(folder / "copy") {
+    fs::create_directory(disk_);
+    file = disk_ / "set.ROIs.qm";
+    masks = disk_ / "set.ROIs-masks";
+    const char* given = std::getenv("QUARN_TEST_SEED");
+    seed_ = given ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 10)) : std::random_device()();
+    const char* states = std::getenv("QUARN_TEST_STATES");
+    states_ = states ? std::strtoul(states, nullptr, 10) : 5000;
+    std::printf("QUARN_TEST_SEED=%u QUARN_TEST_STATES=%lu\n", seed_, states_);
+    random_.seed(seed_);
+  }
+
+  Mask* addNoise(const std::string& name, const McVec3i& size) {
+    Mask* mask = addMask(name, kGrid);
+    changeNoise(*mask, size);
+    return mask;
+  }
+
+  void changeNoise(Mask& mask, const McVec3i& size) {
+    auto box = mask.getBox({0, 0, 0}, size, hxroi::AccessMode::WriteOnly);
+    for (auto bit : box) bit = (random_() & 1) != 0;
+  }
+
+  void fillFirst() {
+    addNoise("A", kGrid);
+    const McHandle<Group> group(new Group("G", McColor(1, 0, 0), nullptr));
+    group->addMask(makeMask("B", kGrid));
+    group->addMask(makeMask("C", kGrid));
+    rois->addRoi(group);
+    changeNoise(*rois->getMask("B"), {9, 9, 9});
+    addNoise("D", {5, 5, 5});
+    rois->parameters.set("Note", "first");
+  }
+
+  static std::string textOf(const State& state) {
+    std::string text;
+    for (const auto& [name, line] : state) text += name + ": " + line + "\n";
+    return text;
+  }
+
+  /// Saves, and notes how far the disk is when the save is said to be done.
+  void saveRecorded(const DiskRecorder& recorder) {
+    ASSERT_EQ(save(), 1) << console.consoleText();
+    saves_.push_back({recorder.changeCount(), textOf(stateOf(*rois))});
+  }
+
+  void rename(const std::vector<std::string>& from, const std::vector<std::string>& to) {
+    std::vector<Mask*> renamed;
+    for (const std::string& name : from) renamed.push_back(rois->getMask(name));
+    for (Mask* mask : renamed) mask->setName("away" + mask->name());
+    for (std::size_t i = 0; i < to.size(); ++i) renamed[i]->setName(to[i]);
+  }
+
+  /// Runs `work` on a recorded disk, then opens what the end of the computer may have left of it.
+  void endAtEveryMoment(const std::function<void(DiskRecorder&)>& work) {
+    std::vector<DiskChange> changes;
+    {
+      DiskRecorder recorder(FileSystem::posix(), disk_.string());
+      const FileSystemOverride current(recorder);
+      work(recorder);
+      changes = recorder.changes();
+      rois = nullptr;
+      hxroi::details::TemporaryFolder::leave();
+    }
+    ASSERT_FALSE(HasFatalFailure());
+    const CrashedDisk crashed(changes);
+    hxvoxora::PassingFileSystem plain(FileSystem::posix());
+    const FileSystemOverride current(plain);
+    int bad = 0;
+    for (std::size_t state = 0; state < states_ && bad < 5; ++state) {
+      const std::size_t end = state % (changes.size() + 1);
+      const auto names = static_cast<CrashedDisk::Kept>(random_() % CrashedDisk::kKeptKinds);
+      const auto bytes = static_cast<CrashedDisk::Kept>(random_() % CrashedDisk::kKeptKinds);
+      const auto tree = crashed.after(end, names, bytes, random_);
+      const std::string found = loadCopy(tree);
+      if (isAllowed(found, end)) continue;
+      ++bad;
+      ADD_FAILURE() << "state " << state << ": after " << end << " of " << changes.size() << " changes, names kept "
+                    << static_cast<int>(names) << ", bytes kept " << static_cast<int>(bytes) << "\n"
+                    << listing(tree) << "loaded as:\n"
+                    << found;
+    }
+    std::printf("%zu changes, %zu states, %zu different ones\n", changes.size(), states_, loaded_.size());
+    EXPECT_GT(loaded_.size(), changes.size() / 2) << "hardly any state differs";
+  }
+
+private:
+  struct Save {
+    std::size_t end;    ///< changes made when it was done
+    std::string state;  ///< what was saved
+  };
+
+  /// What is found is the set of the last save that was done, or of the one at work.
+  bool isAllowed(const std::string& found, std::size_t end) const {
+    std::string done = "nothing";
+    for (const Save& save : saves_) {
+      if (save.end > end) return found == done || found == save.state;
+      done = save.state;
+    }
+    return found == done;
+  }
+
+  static std::string listing(const CrashedDisk::Tree& tree) {
+    std::string text;
+    for (const auto& [name, content] : tree) {
+      text += "  " + name + (content ? " " + std::to_string(content->size()) : "/") + "\n";
+    }
+    return text;
+  }
+
+  static QByteArray digestOf(const CrashedDisk::Tree& tree) {
+    QCryptographicHash hash(QCryptographicHash::Sha1);
+    for (const auto& [name, content] : tree) {
+      hash.addData(QByteArrayView(name.c_str(), static_cast<qsizetype>(name.size()) + 1));
+      if (!content) continue;
+      hash.addData(QByteArray::number(static_cast<qulonglong>(content->size())));
+      hash.addData(QByteArrayView(content->data(), static_cast<qsizetype>(content->size())));
+    }
+    return hash.result();
+  }
+
+  std::string loadCopy(const CrashedDisk::Tree& tree) {
+    const auto [known, isNew] = loaded_.try_emplace(digestOf(tree).toStdString());
+    if (!isNew) return known->second;
+    fs::remove_all(copy_);
+    fs::create_directory(copy_);
+    for (const auto& [name, content] : tree) {
+      if (!content) {
+        fs::create_directory(copy_ / name);
+        continue;
+      }
+      std::ofstream stream((copy_ / name).string(), std::ios::binary);
+      stream.write(reinterpret_cast<const char*>(content->data()), static_cast<std::streamsize>(content->size()));
+    }
+    known->second = stateOfCopy();
+    // What was finished by opening the set is there the next time too.
+    if (loaded_.size() % 16 == 0) {
+      EXPECT_EQ(stateOfCopy(), known->second);
+    }
+    return known->second;
+  }
+
+  std::string stateOfCopy() {
+    const fs::path copy = copy_ / file.filename();
+    if (!fs::exists(copy)) return "nothing";
+    console.clear();
+    try {
+      const auto mesh = QuarnMesh::read(QString::fromStdString(copy.string()));
+      const McHandle<HxRois> set(new HxRois);
+      QString name;
+      if (set->readQuarnMesh(mesh.get(), copy.c_str(), name)) return textOf(stateOf(*set));
+      return "refused: " + console.consoleText();
+    } catch (const std::exception& failure) {
+      return std::string("failed: ") + failure.what();
+    }
+  }
+
+  const fs::path disk_;
+  const fs::path copy_;
+  std::uint32_t seed_;
+  std::size_t states_;
+  std::mt19937 random_;
+  std::vector<Save> saves_;
+  std::unordered_map<std::string, std::string> loaded_;
+};
+
+}  // namespace
+
+TEST_F(SetPowerLoss, SavesAndSavesOver) {
+  endAtEveryMoment([&](DiskRecorder& recorder) {
+    fillFirst();
+    saveRecorded(recorder);
+    changeNoise(*rois->getMask("A"), {11, 12, 13});
+    rois->getRoi("G")->setColor(McColor(0, 1, 0));
+    rois->parameters.set("Note", "second");
+    saveRecorded(recorder);
+    rois->removeRoi("D");
+    addNoise("E", {20, 20, 20});
+    rois->getMask("C")->setId("another");
+    rois->parameters.set("Note", "third");
+    saveRecorded(recorder);
+  });
+}
+
+TEST_F(SetPowerLoss, SavesWithExchangedNames) {
+  endAtEveryMoment([&](DiskRecorder& recorder) {
+    fillFirst();
+    saveRecorded(recorder);
+    rois = load(file);
+    rename({"A", "B"}, {"B", "A"});
+    saveRecorded(recorder);
+    rois = load(file);
+    rename({"B", "D", "C"}, {"D", "C", "B"});
+    rois->parameters.set("Note", "third");
+    saveRecorded(recorder);
+  });
+}
