@@ -23,6 +23,7 @@
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/voxora/files/PassingFileSystem.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "tests/hxroi_worker/killedWork.h"
 #include "tests/hxroi_worker/numberedSet.h"
 #include "tests/hxroi_worker/randomMask.h"
 
@@ -39,6 +40,8 @@
 ///       saves sets of the numbers from SEED on; a line for each
 ///   hxroi_worker TEMPORARY_DIRECTORY load COUNT SEED FILE
 ///       loads a set again and again and checks it; a line with each number
+///   hxroi_worker TEMPORARY_DIRECTORY MODE COUNT SEED FILE
+///       works until it is killed, see killedWork.h
 ///
 /// The status is 0, or 1 when a mask or set is not what it was made as, or could not be saved or loaded.
 
@@ -176,6 +179,7 @@ int main(int argc, char** argv) {
     if (mode == "churn") churn(count, random);
     if (mode == "save" && argc == 6) saveSets(count, std::atoi(argv[4]), argv[5]);
     if (mode == "load" && argc == 6) loadSets(count, argv[5]);
+    if (argc == 6) runUntilKilled(mode, std::atoi(argv[4]), argv[5]);
     hxroi::details::TemporaryFolder::leave();
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s\n", failure.what());
