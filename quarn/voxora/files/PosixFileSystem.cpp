@@ -32,6 +32,18 @@ auto uninterrupted(Call call) {
   }
 }
 
+/// Bytes that a write has moved. One that moves none would be repeated for ever.
+std::size_t written(ssize_t count, const std::string& path) {
+  if (count < 0) throw systemError("write", path, errno);
+  if (count == 0) throw systemError("write", path, ENOSPC);
+  return static_cast<std::size_t>(count);
+}
+
+/// An interrupted one has not failed: the bytes are still to be written.
+int syncDescriptor(int descriptor) {
+  return uninterrupted([&] { return ::fsync(descriptor); });
+}
+
 class PosixInputFile : public InputFile {
 public:
   PosixInputFile(const std::string& path, Descriptor descriptor)
@@ -74,13 +86,12 @@ public:
     while (!bytes.empty()) {
       const std::size_t piece = std::min(bytes.size(), maxBytesPerCall);
       const ssize_t count = uninterrupted([&] { return ::write(descriptor_.get(), bytes.data(), piece); });
-      if (count < 0) throw systemError("write", path(), errno);
-      bytes = bytes.subspan(static_cast<std::size_t>(count));
+      bytes = bytes.subspan(written(count, path()));
     }
   }
 
   void sync() override {
-    if (::fsync(descriptor_.get()) != 0) throw systemError("fsync", path(), errno);
+    if (syncDescriptor(descriptor_.get()) != 0) throw systemError("fsync", path(), errno);
   }
 
   void close() override {
@@ -121,9 +132,12 @@ public:
 
   void write(std::string_view text) override {
     if (::ftruncate(descriptor_.get(), 0) != 0) throw systemError("ftruncate", path(), errno);
-    const ssize_t count = uninterrupted([&] { return ::pwrite(descriptor_.get(), text.data(), text.size(), 0); });
-    if (count < 0) throw systemError("write", path(), errno);
-    if (static_cast<std::size_t>(count) != text.size()) throw systemError("write", path(), ENOSPC);
+    for (std::size_t done = 0; done < text.size();) {
+      const ssize_t count = uninterrupted([&] {
+        return ::pwrite(descriptor_.get(), text.data() + done, text.size() - done, static_cast<off_t>(done));
+      });
+      done += written(count, path());
+    }
   }
 
 private:
@@ -222,7 +236,7 @@ void PosixFileSystem::syncDirectory(const std::string& directory) {
   const std::string& path = directory.empty() ? "." : directory;
   const Descriptor descriptor = openPath(path, O_RDONLY | O_DIRECTORY);
   // Some file systems cannot sync folders and say so; there is nothing more to be done on them.
-  if (::fsync(descriptor.get()) != 0 && errno != EINVAL) throw systemError("fsync", path, errno);
+  if (syncDescriptor(descriptor.get()) != 0 && errno != EINVAL) throw systemError("fsync", path, errno);
 }
 
 void PosixFileSystem::makePrivateDirectory(const std::string& path) {
