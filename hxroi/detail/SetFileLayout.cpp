@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
+#include <cmath>
 #include <set>
 
 #include "quarn/base/McException.h"
@@ -102,7 +103,10 @@ private:
 
   void inspectColor(const HxParamBundle& roi) {
     float color[3];
-    if (hasElement(roi, kColor) && !roi.findReals(kColor, 3, color)) report(roi, "__color is not three reals");
+    if (!hasElement(roi, kColor)) return;
+    const bool isColor = roi.findReals(kColor, 3, color) &&
+                         std::all_of(color, color + 3, [](float part) { return std::isfinite(part); });
+    if (!isColor) report(roi, "__color is not three reals");
   }
 
   void inspectId(const HxParamBundle& roi) {
