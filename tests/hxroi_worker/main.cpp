@@ -26,6 +26,7 @@
 #include "tests/hxroi_worker/killedWork.h"
 #include "tests/hxroi_worker/numberedSet.h"
 #include "tests/hxroi_worker/randomMask.h"
+#include "tests/hxroi_worker/smallDisk.h"
 
 /// A process that makes masks or sets, for tests that kill it or run several.
 ///
@@ -42,6 +43,8 @@
 ///       loads a set again and again and checks it; a line with each number
 ///   hxroi_worker TEMPORARY_DIRECTORY MODE COUNT SEED FILE
 ///       works until it is killed, see killedWork.h
+///   hxroi_worker TEMPORARY_DIRECTORY disks COUNT SEED FILE
+///       saves on disks of many sizes, see smallDisk.h; the status is 77 when it cannot make any
 ///
 /// The status is 0, or 1 when a mask or set is not what it was made as, or could not be saved or loaded.
 
@@ -179,6 +182,7 @@ int main(int argc, char** argv) {
     if (mode == "churn") churn(count, random);
     if (mode == "save" && argc == 6) saveSets(count, std::atoi(argv[4]), argv[5]);
     if (mode == "load" && argc == 6) loadSets(count, argv[5]);
+    if (mode == "disks" && argc == 6 && !saveOnSmallDisks(argv[5])) return 77;
     if (argc == 6) runUntilKilled(mode, std::atoi(argv[4]), argv[5]);
     hxroi::details::TemporaryFolder::leave();
   } catch (const std::exception& failure) {
