@@ -15,7 +15,7 @@ using ::testing::IsEmpty;
 namespace {
 
 constexpr std::uint64_t kSteps = 64;
-constexpr McVec3i kGrid(90, 80, 70);
+constexpr McVec3i kGrid(64, 50, 40);
 
 class SetDiskFull : public SetStateTest {
 protected:

@@ -3,18 +3,20 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <unordered_map>
 
 #include "CrashedDisk.h"
 #include "SetStateTest.h"
+#include "quarn/voxora/files/FaultFileSystem.h"
 
 /// ROI sets after the end of the computer at any moment of a save: whatever part of what was not synced is missing, the
 /// old or the new set is there.
 
+using hxvoxora::FaultFileSystem;
+using hxvoxora::FileCall;
 using hxvoxora::FileSystem;
 using hxvoxora::FileSystemOverride;
-using ::testing::IsEmpty;
-using ::testing::Not;
 
 namespace {
 
@@ -29,7 +31,7 @@ protected:
     const char* given = std::getenv("QUARN_TEST_SEED");
     seed_ = given ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 10)) : std::random_device()();
     const char* states = std::getenv("QUARN_TEST_STATES");
-    states_ = states ? std::strtoul(states, nullptr, 10) : 5000;
+    states_ = states ? std::strtoul(states, nullptr, 10) : 4000;
     std::printf("QUARN_TEST_SEED=%u QUARN_TEST_STATES=%lu\n", seed_, states_);
     random_.seed(seed_);
   }
@@ -65,8 +67,11 @@ protected:
   /// Saves, and notes how far the disk is when the save is said to be done.
   void saveRecorded(const DiskRecorder& recorder) {
     ASSERT_EQ(save(), 1) << console.consoleText();
-    saves_.push_back({recorder.changeCount(), textOf(stateOf(*rois))});
+    noteSaved(recorder);
   }
+
+  /// From now on the set as it is must be there.
+  void noteSaved(const DiskRecorder& recorder) { saves_.push_back({recorder.changeCount(), textOf(stateOf(*rois))}); }
 
   void rename(const std::vector<std::string>& from, const std::vector<std::string>& to) {
     std::vector<Mask*> renamed;
@@ -217,5 +222,27 @@ TEST_F(SetPowerLoss, SavesWithExchangedNames) {
     rename({"B", "D", "C"}, {"D", "C", "B"});
     rois->parameters.set("Note", "third");
     saveRecorded(recorder);
+  });
+}
+
+TEST_F(SetPowerLoss, FinishesASaveThatWasInterrupted) {
+  std::unique_ptr<FaultFileSystem> files;  // masks may keep it until the end
+  endAtEveryMoment([&](DiskRecorder& recorder) {
+    fillFirst();
+    saveRecorded(recorder);
+    changeNoise(*rois->getMask("A"), {11, 12, 13});
+    rois->removeRoi("D");
+    rois->parameters.set("Note", "second");
+    const std::string wanted = textOf(stateOf(*rois));
+    files = std::make_unique<FaultFileSystem>(recorder);
+    for (std::uint64_t call = 1; !fs::exists(masks / ".committed"); ++call) {
+      const FileSystemOverride current(*files);
+      files->arm({.call = call, .only = FileCall::rename, .extent = FaultFileSystem::Extent::killed});
+      ASSERT_EQ(save(), 0);
+      files->disarm();
+    }
+    rois = load(file);
+    ASSERT_EQ(textOf(stateOf(*rois)), wanted);
+    noteSaved(recorder);
   });
 }
