@@ -109,7 +109,7 @@ std::vector<McHandle<HxData>> MaskRecovery::load() {
 void MaskRecovery::remember(const RecoveredMasks& recovered) {
   problems_.clear();
   for (const RecoveredMasks::Entry& entry : recovered.entries()) {
-    if (entry.isLoaded) known_.insert(entry.files.stem);
+    if (entry.isLoaded || entry.isUsed) known_.insert(entry.files.stem);
     if (!entry.problem.empty()) problems_[entry.files.stem] = entry.problem;
   }
 }

@@ -154,7 +154,7 @@ RecoveredMasks::~RecoveredMasks() = default;
 
 std::vector<McHandle<HxRois>> RecoveredMasks::load(const std::set<std::string>& known) {
   const auto isWanted = [&known](const Entry& entry) {
-    return entry.problem.empty() && !entry.isLoaded && !known.contains(entry.files.stem);
+    return entry.problem.empty() && !entry.isLoaded && !entry.isUsed && !known.contains(entry.files.stem);
   };
   std::vector<McHandle<HxRois>> all;
   for (Entry& entry : entries_) {
@@ -188,20 +188,26 @@ Entry* RecoveredMasks::findMask(const std::string& stem) {
   return found == entries_.end() ? nullptr : &*found;
 }
 
-/// Masks that were read but found no place in the set stay left-overs.
+/// When something of the set is lost all of it stays left: maybe what is missing comes back, or somebody knows what to
+/// do.
 McHandle<HxRois> RecoveredMasks::loadRecorded(Entry& record, const std::set<std::string>& known) {
   std::vector<std::pair<Entry*, McHandle<Mask>>> read;
   const auto loadStored = [&](const std::string& stem, const std::string& name) -> McHandle<Mask> {
     Entry* entry = known.contains(stem) ? nullptr : findMask(stem);
-    if (!entry || entry->isLoaded) return {};
+    if (!entry || entry->isLoaded || entry->isUsed) return {};
     read.emplace_back(entry, loadMask(*entry, name));
     return read.back().second;
   };
   try {
     const auto content = SetRecord::read(folder_ + "/" + record.files.stem + SetRecord::kExtension);
     McHandle<HxRois> rois = SetRecord::load(*content, loadStored);
-    for (const auto& [entry, mask] : read) entry->isLoaded = rois->containsRoi(mask);
-    record.isLoaded = true;
+    const auto lost = static_cast<std::size_t>(record.masks) - rois->getNumberOfMasks();
+    for (const auto& [entry, mask] : read) (lost == 0 ? entry->isLoaded : entry->isUsed) = rois->containsRoi(mask);
+    record.isLoaded = lost == 0;
+    if (lost > 0) {
+      record.problem = std::to_string(lost) + " of its " + std::to_string(record.masks) +
+                       " masks could not be brought back; its files stay in the temporary storage";
+    }
     return rois->getNumberOfRois() > 0 ? rois : McHandle<HxRois>();
   } catch (const std::exception& failure) {
     record.problem = failure.what();

@@ -37,7 +37,8 @@ public:
     std::uint64_t bytes = 0;          ///< of all files
     std::int64_t lastWriteNanos = 0;  ///< since the epoch
     std::string problem;              ///< why it cannot be recovered; empty when it can
-    bool isLoaded = false;
+    bool isLoaded = false;            ///< everything of it is in a new set
+    bool isUsed = false;              ///< it is in a new set that is not whole, so that it has to stay
   };
 
   /// Whether there are any. Reads none. McException for a folder that belongs to somebody else or that others may

@@ -12,13 +12,16 @@
 #include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
+#include "quarn/base/McColor.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxFileHelpers.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/kernel/params/HxParamBundle.h"
 #include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/files/VolumeHeader.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "quarn/voxora/readers/SoLDMReader.h"
 
 namespace hxroi::SetRecord {
 
@@ -32,8 +35,9 @@ namespace {
 constexpr const char* kContentType = "HxRoisRecord";
 constexpr const char* kLabel = "label";
 constexpr const char* kParameters = "parameters";
-/// A mask that reads files of a saved set: their path without extension.
+/// A mask that reads files of a saved set: their path without extension, and the mark of the save that they are of.
 constexpr const char* kSource = "__source";
+constexpr const char* kGeneration = "__generation";
 /// A mask that has no voxels on disk: its grid.
 constexpr const char* kGrid = "__grid";
 
@@ -60,6 +64,12 @@ bool hasTemporaryFiles(const Mask& mask) {
          hxvoxora::FileSystem::current().kind(prefix + ".ldm") == hxvoxora::FileKind::regular;
 }
 
+/// The save that the files a mask reads are of.
+std::string generationOf(const Mask& mask) {
+  const auto* reader = dynamic_cast<const SoLDMReader*>(mask.volumeMask()->reader());
+  return reader && reader->header() ? std::to_string(reader->header()->generation) : std::string();
+}
+
 /// Only what is saved beside a set has a name that others know.
 std::unique_ptr<HxParamBundle> describe(const Mask& mask) {
   auto bundle = RoiDescription::of(mask);
@@ -71,6 +81,7 @@ std::unique_ptr<HxParamBundle> describe(const Mask& mask) {
     bundle->set(setfile::kFilename, path(mask.temporaryPrefix()).filename().string());
   } else if (!mask.ownsTemporaryFiles() && !file.empty()) {
     bundle->set(kSource, path(file).replace_extension().string());
+    bundle->set(kGeneration, generationOf(mask));
   } else {
     bundle->set(kGrid, gridText(mask.dimensions()));
   }
@@ -110,7 +121,7 @@ private:
       McHandle<Mask> mask = voxels(bundle);
       if (!mask) throw McException("its voxels are lost");
       HxParamBundle attributes = bundle;
-      for (const char* element : {kSource, kGrid}) attributes.remove(element);
+      for (const char* element : {kSource, kGeneration, kGrid}) attributes.remove(element);
       RoiDescription::apply(attributes, *mask);
       return mask;
     } catch (const std::exception& failure) {
@@ -123,10 +134,19 @@ private:
     const std::string name = bundle.name();
     std::string text;
     if (bundle.findString(setfile::kFilename, text)) return loadStored_(text, name);
-    if (bundle.findString(kSource, text)) return McHandle<Mask>(Mask::loadFromFile(name, text));
+    if (bundle.findString(kSource, text)) return borrowed(bundle, text);
     const auto grid = bundle.findString(kGrid, text) ? gridFrom(text) : std::nullopt;
     if (!grid) throw McException("its grid is not known");
     return McHandle<Mask>(new Mask(name, *grid, false, Roi::nextHtmlColor(), nullptr));
+  }
+
+  /// Another mask may stand where the files were.
+  static McHandle<Mask> borrowed(const HxParamBundle& bundle, const std::string& prefix) {
+    McHandle<Mask> mask(Mask::loadFromFile(bundle.name(), prefix));
+    std::string generation;
+    bundle.findString(kGeneration, generation);
+    if (generationOf(*mask) != generation) throw McException(prefix + ".ldm: is not of the save that it read");
+    return mask;
   }
 
   const LoadStored& loadStored_;
@@ -192,6 +212,7 @@ McHandle<HxRois> load(const QuarnMesh& record, const LoadStored& loadStored) {
       HxMessage::printf("ROI %s is not recovered: %s", bundle->name().c_str(), failure.what());
     }
   }
+  rois->rebuildPortList();
   return rois;
 }
 

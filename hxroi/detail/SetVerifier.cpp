@@ -76,6 +76,7 @@ void SetVerifier::check(const HxParamBundle& parameters) {
   // Where the names are not to be followed nothing is opened.
   if (!rois || setfile::problemOfMasksDirectory(parameters, file_)) return;
   for (const HxParamBundle* roi : setfile::subBundles(*rois)) checkRoi(*roi);
+  reportStrangers();
   if (masks_ > static_cast<int>(HxRois::kMaximumNumberOfMasks)) {
     report_(QString::fromStdString(file_.string() + ": " + std::to_string(masks_) + " masks, more than " +
                                    std::to_string(HxRois::kMaximumNumberOfMasks)),
@@ -104,6 +105,7 @@ void SetVerifier::checkMask(const HxParamBundle& mask) {
   if (setfile::problemOfFilename(mask, masksDir_)) return;  // told already
   std::string name;
   mask.findString(setfile::kFilename, name);
+  if (!files_.insert(name).second) reportUnsound(mask, "another ROI of the set has the files \"" + name + "\"");
   try {
     const auto file = TiledFileReader::open(hxvoxora::FileSystem::current(), (masksDir_ / name).string() + ".ldm");
     const VolumeCheck content = hxvoxora::checkVolume(*file);
@@ -131,6 +133,20 @@ void SetVerifier::checkGrid(const TiledFileReader& file, std::vector<std::string
   if (n != *dimensions_) problems.push_back(sizeText(n) + " voxels, unlike the masks before it");
   if (tile != *tileDimensions_)
     problems.push_back("tiles of " + sizeText(tile) + " voxels, unlike the masks before it");
+}
+
+/// Masks that were taken out of the set stay in its folder when it is saved again; nothing is wrong with that.
+void SetVerifier::reportStrangers() {
+  auto& files = hxvoxora::FileSystem::current();
+  if (files.kind(masksDir_.string()) != hxvoxora::FileKind::directory) return;
+  std::string names;
+  for (const std::string& entry : files.list(masksDir_.string())) {
+    const boost::filesystem::path name(entry);
+    if (name.extension() != ".ldm" || files_.contains(name.stem().string())) continue;
+    names += (names.empty() ? "" : ", ") + name.stem().string();
+  }
+  if (!names.empty())
+    report_(QString::fromStdString(masksDir_.string() + ": masks of no ROI of the set: " + names), true);
 }
 
 void SetVerifier::reportUnsound(const HxParamBundle& roi, const std::string& problem) {

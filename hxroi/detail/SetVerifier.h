@@ -36,12 +36,14 @@ private:
   void checkName(const HxParamBundle& roi);
   void checkMask(const HxParamBundle& mask);
   void checkGrid(const hxvoxora::TiledFileReader& file, std::vector<std::string>& problems);
+  void reportStrangers();
   void reportUnsound(const HxParamBundle& roi, const std::string& problem);
 
   const boost::filesystem::path file_;
   const HxVerificationReport& report_;
   boost::filesystem::path masksDir_;
   std::set<std::string> names_;
+  std::set<std::string> files_;  ///< of masks, without folder and extension
   int masks_ = 0;
   std::optional<McVec3i> dimensions_, tileDimensions_;  ///< of the first mask that can be read
 };

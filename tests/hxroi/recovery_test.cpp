@@ -246,10 +246,21 @@ TEST_F(RecoveredSet, AMaskThatIsLostIsToldAndTheRestComesBack) {
   for (const auto& entry : RecoveredMasks::examine()) {
     if (entry.name == "mask2") boost::filesystem::remove(fileOf(entry, ".dat"));
   }
-  const auto sets = RecoveredMasks().load();
-  ASSERT_EQ(sets.size(), 1U);
+  const auto before = allFiles();
+  RecoveredMasks recovered;
+  const auto sets = recovered.load();
+  ASSERT_EQ(sets.size(), 1U) << "the other masks are in this set and in no second one";
   EXPECT_EQ(sets[0]->getNumberOfMasks(), 4U);
   EXPECT_EQ(sets[0]->getMask("mask2"), nullptr);
+  EXPECT_EQ(recovered.removeLoaded(), 0) << "what is missing may come back";
+  for (const std::string& name : before) EXPECT_TRUE(exists(temporary() / "tmp-masks" / name)) << name;
+  EXPECT_THAT(
+      std::count_if(recovered.entries().begin(), recovered.entries().end(),
+                    [](const auto& entry) {
+                      return entry.problem ==
+                             "1 of its 5 masks could not be brought back; its files stay in the temporary storage";
+                    }),
+      1);
   EXPECT_NE(console.consoleText().find("Mask mask2 is not recovered: its voxels are lost"), std::string::npos);
 }
 

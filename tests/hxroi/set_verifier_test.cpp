@@ -131,4 +131,18 @@ TEST_F(SetVerifierTest, FollowsNoFolderThatLeadsElsewhere) {
   EXPECT_THAT(sound, IsEmpty());
 }
 
+TEST_F(SetVerifierTest, TwoRoisWithTheSameFilesAreWrong) {
+  editSet([](HxParamBundle& parameters) { parameters.getBundle("__rois")->getBundle("D")->set("__filename", "A"); });
+  verify();
+  EXPECT_THAT(wrong, ElementsAre(HasSubstr("ROI \"D\": another ROI of the set has the files \"A\"")));
+}
+
+TEST_F(SetVerifierTest, TellsOfMasksThatBelongToNoRoi) {
+  rois->removeRoi("D");
+  ASSERT_EQ(save(), 1);
+  verify();
+  EXPECT_THAT(wrong, IsEmpty());
+  EXPECT_THAT(sound.back(), HasSubstr("set.ROIs-masks: masks of no ROI of the set: D"));
+}
+
 }  // namespace
