@@ -5,6 +5,8 @@ option(QUARN_BUILD_BENCH "Build the benchmarks" OFF)
 option(QUARN_FUZZ "Build the fuzz targets and what they need, nothing else (needs clang)" OFF)
 option(QUARN_WITH_FORMATS "Build the image readers and writers (needs ITK)" ON)
 option(QUARN_PRECOMPILE "Precompile what most tests include" OFF)
+option(QUARN_PRECOMPILE_LAYERS
+  "Precompile what most sources include; that each includes what it needs is checked by the other builds" OFF)
 set(QUARN_SANITIZE "" CACHE STRING "Sanitizers for all targets: address,undefined or thread")
 
 set(CMAKE_CXX_STANDARD 20)

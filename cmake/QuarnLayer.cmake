@@ -1,12 +1,13 @@
 include(GenerateExportHeader)
 
-# quarn_layer(<name> MACRO <EXPORT_MACRO> [MODULE] [PUBLIC <libs>] [PRIVATE <libs>])
+# quarn_layer(<name> MACRO <EXPORT_MACRO> [MODULE] [PUBLIC <libs>] [PRIVATE <libs>] [PRECOMPILE <headers>])
 #
 # Makes the library of the folder it is called from, out of all sources below that folder. Headers are public, and are
 # compiled alone by the target all_verify_interface_header_sets, unless they stand in a folder named "detail".
-# The alias is quarn::<name>; the export header is "<folder from the root>/export.h".
+# The alias is quarn::<name>; the export header is "<folder from the root>/export.h". With QUARN_PRECOMPILE_LAYERS the
+# headers given, and those of the standard library that most use, are read once.
 function(quarn_layer name)
-  cmake_parse_arguments(arg "" "MACRO" "PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(arg "" "MACRO" "PUBLIC;PRIVATE;PRECOMPILE" ${ARGN})
   file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}")
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
@@ -23,6 +24,10 @@ function(quarn_layer name)
   target_link_libraries(${target} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} quarn_compiler)
   set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR} OUTPUT_NAME quarn-${name})
+  if(QUARN_PRECOMPILE_LAYERS AND arg_PRECOMPILE)
+    target_precompile_headers(${target} PRIVATE <algorithm> <functional> <map> <memory> <string> <vector>
+      ${arg_PRECOMPILE})
+  endif()
 endfunction()
 
 # quarn_package(<name> MACRO <EXPORT_MACRO> [PUBLIC <libs>] [PRIVATE <libs>])
