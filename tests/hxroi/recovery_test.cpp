@@ -253,7 +253,10 @@ TEST_F(RecoveredSet, AMaskThatIsLostIsToldAndTheRestComesBack) {
   EXPECT_EQ(sets[0]->getNumberOfMasks(), 4U);
   EXPECT_EQ(sets[0]->getMask("mask2"), nullptr);
   EXPECT_EQ(recovered.removeLoaded(), 0) << "what is missing may come back";
-  for (const std::string& name : before) EXPECT_TRUE(exists((temporary() / "tmp-masks" / name).string())) << name;
+  for (const std::string& name : before) {
+    if (name.ends_with(".lock")) continue;
+    EXPECT_TRUE(exists((temporary() / "tmp-masks" / name).string())) << name;
+  }
   EXPECT_THAT(
       std::count_if(recovered.entries().begin(), recovered.entries().end(),
                     [](const auto& entry) {
