@@ -13,6 +13,7 @@
 #include "hxroi/detail/RecoveredMasks.h"
 #include "quarn/voxora/files/PassingFileSystem.h"
 #include "tests/hxroi_worker/killedSet.h"
+#include "tests/support/stride.h"
 
 /// Processes that are killed at random moments of their work with a ROI set. QUARN_TEST_KILLS tells how many for each
 /// kind of work.
@@ -82,7 +83,7 @@ protected:
     const char* given = std::getenv("QUARN_TEST_SEED");
     seed_ = given ? static_cast<std::uint32_t>(std::strtoul(given, nullptr, 10)) : std::random_device()();
     const char* kills = std::getenv("QUARN_TEST_KILLS");
-    kills_ = kills ? std::atoi(kills) : kDefaultKills;
+    kills_ = kills ? std::atoi(kills) : static_cast<int>(kDefaultKills / testStride());
     std::printf("QUARN_TEST_SEED=%u QUARN_TEST_KILLS=%d\n", seed_, kills_);
     random_.seed(seed_);
   }

@@ -8,6 +8,7 @@
 #include "SetStateTest.h"
 #include "quarn/voxora/files/FaultFileSystem.h"
 #include "quarn/voxora/files/PassingFileSystem.h"
+#include "tests/support/stride.h"
 
 /// Saves during which the n-th call to the file system fails, for every n: afterwards the set on disk is the old one or
 /// the new one.
@@ -89,7 +90,7 @@ protected:
   }
 
   void walk(const Workload& workload, Extent extent, const Kind& kind) {
-    for (std::uint64_t call = 1;; ++call) {
+    for (std::uint64_t call = 1;; call += testStride()) {
       SCOPED_TRACE("failing call " + std::to_string(call));
       hxvoxora::PassingFileSystem disk(FileSystem::posix());
       FaultFileSystem files(disk);

@@ -2,6 +2,7 @@
 #include "hxroi/package.h"
 #include "quarn/voxora/files/FaultFileSystem.h"
 #include "quarn/voxora/files/PassingFileSystem.h"
+#include "tests/support/stride.h"
 
 /// Sets whose save ended between the step that made it valid and its end.
 
@@ -160,9 +161,9 @@ TEST_F(SetInterrupted, FinishingCanFailOrEndAnywhere) {
   copy(masks, folder / "temporary" / "kept" / "masks");
   fs::copy_file(file, folder / "temporary" / "kept" / "file");
   for (const Extent extent : {Extent::once, Extent::forever, Extent::killed}) {
-    std::uint64_t call = 0;
-    for (bool hasFailed = true; hasFailed && !HasFailure();) {
-      SCOPED_TRACE("failing call " + std::to_string(++call));
+    std::uint64_t call = 1;
+    for (bool hasFailed = true; hasFailed && !HasFailure(); call += testStride()) {
+      SCOPED_TRACE("failing call " + std::to_string(call));
       fs::remove_all(masks);
       fs::remove(file);
       copy(folder / "temporary" / "kept" / "masks", masks);
