@@ -17,7 +17,8 @@ HXROI_API void quarnpackage_hxroi_finish();
 /// Reader of the file type: a parsed set file becomes a registered ROI set. Returns 1, or 0 after reporting why.
 HXROI_API int hxroi_readRois(QuarnMesh* mesh, const char* filename);
 
-/// Check of the file type: every mask of a parsed set file is read to its last byte. Nothing is loaded or changed.
+/// Check of the file type: every mask of a parsed set file is read to its last byte. Nothing is
+/// loaded, and nothing changed but that a save which was interrupted is finished first.
 HXROI_API void hxroi_verifyRois(QuarnMesh* mesh, const char* filename, const HxVerificationReport& report);
 
 /// Savers of the file type, one to a flavour of the header. 0 also for an object that is no ROI set, and when masks

@@ -427,6 +427,15 @@ TEST_F(Network, IsNotSavedWhileDataAreNot) {
                                    "Save or remove these objects, or give -force to do without.");
 }
 
+TEST_F(Network, IsNotSavedWhenAResultHasLostItsInput) {
+  NetMaker* maker = add<NetMaker>("maker");
+  maker->dataConnection.connect(addNote("source"));
+  maker->doIt.hit();
+  maker->fire();
+  maker->dataConnection.disconnect();
+  EXPECT_THAT(refusalOfSaving(), HasSubstr("made: maker, which makes it, has lost its input"));
+}
+
 TEST_F(Network, LeavesOutWhatIsNotSavedWhenTold) {
   addNote("changed", "old")->setText("new");
   NetNote* unsaved = add<NetNote>("unsaved");

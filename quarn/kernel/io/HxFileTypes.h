@@ -21,7 +21,7 @@ using HxNetworkLoader = std::function<QStringList(const QString& file)>;
 using HxQuarnMeshReader = std::function<int(QuarnMesh* mesh, const char* filename)>;
 /// Takes one finding of a check of a file, and whether what it is about is sound.
 using HxVerificationReport = std::function<void(const QString& finding, bool isSound)>;
-/// Checks a parsed parameter file and everything that it names, to the last byte. Changes nothing; what is wrong is
+/// Checks a parsed parameter file and everything that it names, to the last byte. Loads nothing; what is wrong is
 /// reported and not thrown.
 using HxQuarnMeshVerifier = std::function<void(QuarnMesh* mesh, const char* filename, const HxVerificationReport&)>;
 /// Writes an object. Returns 1, or 0 after reporting why; may throw McException instead.

@@ -8,6 +8,7 @@
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/fields/HxStandardColormaps.h"
 #include "quarn/kernel/network/detail/sourcesFirst.h"
+#include "quarn/kernel/objects/HxCompModule.h"
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/HxPortColormap.h"
@@ -57,6 +58,12 @@ NetworkWriter::Fate NetworkWriter::fateOf(HxObject& object) const {
   return {false, QString("no object of class %1 can be made by a script").arg(classOf(object))};
 }
 
+/// Without what is connected to its "data" a module cannot make its result again.
+bool NetworkWriter::hasInput(const HxObject& module) const {
+  const auto* compModule = dynamic_cast<const HxCompModule*>(&module);
+  return !compModule || written_.contains(compModule->dataConnection.source());
+}
+
 NetworkWriter::Fate NetworkWriter::fateOfData(HxData& data) const {
   const HxObject* master = data.baseConnection.source();
   switch (data.origin()) {
@@ -68,6 +75,9 @@ NetworkWriter::Fate NetworkWriter::fateOfData(HxData& data) const {
     case HxData::Origin::Module:
       if (!written_.contains(master))
         return {false, QString("%1, which makes it, does not come back").arg(master->getName())};
+      if (!hasInput(*master)) {
+        return {false, QString("%1, which makes it, has lost its input").arg(master->getName())};
+      }
       if (data.isChangedSinceMade()) return {true, QString("changes since %1 made it").arg(master->getName())};
       return {};
     case HxData::Origin::Class:

@@ -36,6 +36,7 @@ private:
 
   Fate fateOf(HxObject& object) const;
   Fate fateOfData(HxData& data) const;
+  bool hasInput(const HxObject& module) const;
   void write(HxObject& object);
   void writeCreation(HxObject& object);
   bool writeConnection(const HxObject& object, const HxConnection& connection);
