@@ -187,6 +187,12 @@ std::vector<std::string> problemsOf(const HxParamBundle& parameters, const path&
   return Inspection(file).run(parameters);
 }
 
+void requireSound(const HxParamBundle& parameters, const path& file) {
+  std::string text;
+  for (const std::string& problem : problemsOf(parameters, file)) text += (text.empty() ? "" : "\n") + problem;
+  if (!text.empty()) throw McException(text);
+}
+
 std::optional<std::string> problemOfFilename(const HxParamBundle& mask, const path& masksDir) {
   if (!hasElement(mask, kFilename)) return std::nullopt;
   std::string name;

@@ -52,6 +52,9 @@ std::optional<std::string> problemOfMasksDirectory(const HxParamBundle& paramete
 /// text for each element concerned, beginning with `file`.
 std::vector<std::string> problemsOf(const HxParamBundle& parameters, const path& file);
 
+/// Throws McException with all of them when there are any.
+void requireSound(const HxParamBundle& parameters, const path& file);
+
 /// Why the files that the bundle of a mask names must not be followed; nothing when they may, whether they exist or
 /// not. The text begins with the element.
 std::optional<std::string> problemOfFilename(const HxParamBundle& mask, const path& masksDir);

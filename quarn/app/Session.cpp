@@ -45,6 +45,7 @@ void showResult() {
 Session::Session(const CommandLine& line) : line_(line), terminal_(isUnattended()), begin_(HxMessage::mark()) {
   terminal_.setQuiet(line.quiet);
   HxMessage::setSink(&terminal_);
+  HxApplication::setUnattended(isUnattended());
 }
 
 Session::~Session() {

@@ -126,7 +126,7 @@ TEST_F(HostCommands, PreferencesAreReadAndSet) {
   resultOf("preferences set {LDA > Tile Size} 32");
   EXPECT_EQ("32", resultOf("preferences get {lda>tile size}"));
   resultOf("preferences set {LDA > Tile Size} " + former);
-  EXPECT_EQ("{LDA > Main Memory} {LDA > Tile Size} {Recovery Interval} {Temporary Directory}",
+  EXPECT_EQ("{LDA > Main Memory} {LDA > Tile Size} {Recovery Interval} {Temporary Directory} {Upgrade Older Files}",
             resultOf("preferences get"));
   EXPECT_THAT(errorOf("preferences get Colour"), HasSubstr("there is no preference \"Colour\""));
   EXPECT_THAT(errorOf("preferences set {LDA > Tile Size} 33"), HasSubstr("got \"33\""));

@@ -115,3 +115,27 @@ TEST(Message, EntriesOfThreadsStayWhole) {
   ASSERT_EQ(threads * entries, static_cast<int>(sink.consoleEntries.size()));
   for (const std::string& entry : sink.consoleEntries) EXPECT_EQ(std::string(50, entry.front()), entry);
 }
+
+namespace {
+
+/// A sink that knows boxes without titles only.
+class PlainSink : public HxRecordingSink {
+public:
+  void titledWarning(const QString& title, const QString& text) override { HxMessageSink::titledWarning(title, text); }
+};
+
+}  // namespace
+
+TEST(Message, WarningsMayHaveATitle) {
+  HxRecordingSink sink;
+  const HxMessage::Mark before = HxMessage::mark();
+  HxMessage::warning("Title", "text");
+  EXPECT_THAT(sink.titledWarnings, ElementsAre(Pair("Title", "text")));
+  EXPECT_THAT(sink.warnings, IsEmpty());
+  EXPECT_EQ("text", HxMessage::newestSince(before));
+  sink.clear();
+  EXPECT_THAT(sink.titledWarnings, IsEmpty());
+  PlainSink plain;
+  HxMessage::warning("Title", "text");
+  EXPECT_THAT(plain.warnings, ElementsAre("text"));
+}

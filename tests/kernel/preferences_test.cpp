@@ -142,7 +142,7 @@ TEST(Preferences, UnknownKeysAreNamed) {
   HxPreferences preferences;
   EXPECT_THAT(textOfException([&] { preferences.get("LDA > Colour"); }),
               HasSubstr("there is no preference \"LDA > Colour\"; there are: LDA > Main Memory, LDA > Tile Size, "
-                        "Recovery Interval, Temporary Directory"));
+                        "Recovery Interval, Temporary Directory, Upgrade Older Files"));
   EXPECT_THROW(preferences.set("", "x"), McException);
 }
 
@@ -157,4 +157,18 @@ TEST(Application, IsThereWithoutAWindow) {
   application->setLoadingNetwork(true);
   EXPECT_TRUE(application->isLoadingNetwork());
   application->setLoadingNetwork(false);
+}
+
+TEST(Preferences, OlderFilesAreAskedForUnlessTheUserSaysOtherwise) {
+  HxPreferences preferences;
+  EXPECT_EQ("ask", preferences.get("Upgrade Older Files"));
+  EXPECT_EQ(HxPreferences::OlderFiles::Ask, preferences.getOlderFiles());
+  preferences.set("upgrade older files", " Beside ");
+  EXPECT_EQ(HxPreferences::OlderFiles::Beside, preferences.getOlderFiles());
+  EXPECT_EQ("beside", preferences.get("Upgrade Older Files"));
+  preferences.set("Upgrade Older Files", "replace");
+  EXPECT_EQ(HxPreferences::OlderFiles::Replace, preferences.getOlderFiles());
+  EXPECT_THAT(textOfException([&] { preferences.set("Upgrade Older Files", "always"); }),
+              HasSubstr("\"Upgrade Older Files\": ask, beside or replace expected, got \"always\""));
+  EXPECT_EQ(HxPreferences::OlderFiles::Replace, preferences.getOlderFiles());
 }

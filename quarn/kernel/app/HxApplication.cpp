@@ -1,5 +1,7 @@
 #include "quarn/kernel/app/HxApplication.h"
 
+#include <QApplication>
+
 #include "quarn/kernel/app/HxProgress.h"
 
 namespace {
@@ -10,6 +12,8 @@ HxProgress& terminalProgress() {
 }
 
 McProgressInterface* chosenProgress = nullptr;
+
+bool isUnattended = false;
 
 QPointer<QWidget>& mainWidgetGuard() {
   static QPointer<QWidget> widget;
@@ -38,4 +42,11 @@ QWidget* HxApplication::mainWidget() {
 }
 void HxApplication::setMainWidget(QWidget* widget) {
   mainWidgetGuard() = widget;
+}
+
+bool HxApplication::canAsk() {
+  return !isUnattended && qobject_cast<QApplication*>(QCoreApplication::instance());
+}
+void HxApplication::setUnattended(bool unattended) {
+  isUnattended = unattended;
 }

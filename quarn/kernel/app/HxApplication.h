@@ -29,6 +29,12 @@ public:
   static QWidget* mainWidget();
   static void setMainWidget(QWidget* widget);
 
+  /// Whether a dialog can be shown and somebody may be there to answer it: the process has widgets, and nothing said
+  /// that the run is not watched.
+  static bool canAsk();
+  /// Says that nobody watches this run, as that of a script.
+  static void setUnattended(bool unattended);
+
   /// True while a saved network is being read by the interpreter: refused connections then show their reason.
   bool isLoadingNetwork() const { return loadingNetwork_; }
   void setLoadingNetwork(bool loading) { loadingNetwork_ = loading; }

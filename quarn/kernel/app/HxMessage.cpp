@@ -92,6 +92,10 @@ void HxMessage::warning(const QString& text) {
   showBox(text, [&](State& s) { s.sink->warning(text); });
 }
 
+void HxMessage::warning(const QString& title, const QString& text) {
+  showBox(text, [&](State& s) { s.sink->titledWarning(title, text); });
+}
+
 void HxMessage::critical(const QString& title, const QString& text) {
   showBox(text, [&](State& s) {
     ++s.count.criticals;

@@ -24,6 +24,7 @@ public:
   /// A modal error or warning, one button; recorded or written to standard error in unattended runs.
   static void error(const QString& text);
   static void warning(const QString& text);
+  static void warning(const QString& title, const QString& text);
 
   /// A modal message after which work cannot go on; an unattended run ends with status 1 after it.
   static void critical(const QString& title, const QString& text);

@@ -1,3 +1,7 @@
 #include "quarn/kernel/app/HxMessageSink.h"
 
 HxMessageSink::~HxMessageSink() = default;
+
+void HxMessageSink::titledWarning(const QString& /*title*/, const QString& text) {
+  warning(text);
+}

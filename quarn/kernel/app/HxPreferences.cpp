@@ -1,5 +1,6 @@
 #include "quarn/kernel/app/HxPreferences.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
@@ -7,8 +8,8 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/detail/privateFolder.h"
-#include "quarn/voxora/tiles/MemoryBudget.h"
 #include "quarn/kernel/io/HxRecovery.h"
+#include "quarn/voxora/tiles/MemoryBudget.h"
 #include "quarn/voxora/utilities/utilities.h"
 
 namespace {
@@ -65,6 +66,16 @@ int parseRecoveryInterval(const QString& key, const QString& value) {
   return seconds;
 }
 
+/// In the order of HxPreferences::OlderFiles.
+constexpr std::array olderFilesWords{"ask", "beside", "replace"};
+
+HxPreferences::OlderFiles parseOlderFiles(const QString& key, const QString& value) {
+  const std::string word = value.trimmed().toLower().toStdString();
+  const auto found = std::find(olderFilesWords.begin(), olderFilesWords.end(), word);
+  if (found == olderFilesWords.end()) refuse(key, value, QStringLiteral("ask, beside or replace"));
+  return static_cast<HxPreferences::OlderFiles>(found - olderFilesWords.begin());
+}
+
 /// One preference as a row: how it is called, read and set.
 struct Preference {
   QString key;
@@ -72,8 +83,8 @@ struct Preference {
   void (*set)(HxPreferences&, const QString& key, const QString& value);
 };
 
-const std::array<Preference, 4>& table() {
-  static const std::array<Preference, 4> rows{
+const std::array<Preference, 5>& table() {
+  static const std::array<Preference, 5> rows{
       Preference{QStringLiteral("LDA > Main Memory"),
                  [](const HxPreferences& p) { return mainMemoryText(p.getMainMemory()); },
                  [](HxPreferences& p, const QString& key, const QString& value) {
@@ -89,7 +100,14 @@ const std::array<Preference, 4>& table() {
                  }},
       Preference{QStringLiteral("Temporary Directory"),
                  [](const HxPreferences& p) { return p.getTemporaryDirectory(); },
-                 [](HxPreferences& p, const QString&, const QString& value) { p.setTemporaryDirectory(value); }}};
+                 [](HxPreferences& p, const QString&, const QString& value) { p.setTemporaryDirectory(value); }},
+      Preference{QStringLiteral("Upgrade Older Files"),
+                 [](const HxPreferences& p) {
+                   return QString::fromLatin1(olderFilesWords[static_cast<std::size_t>(p.getOlderFiles())]);
+                 },
+                 [](HxPreferences& p, const QString& key, const QString& value) {
+                   p.setOlderFiles(parseOlderFiles(key, value));
+                 }}};
   return rows;
 }
 

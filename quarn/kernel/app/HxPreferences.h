@@ -30,6 +30,17 @@ public:
   /// Also tells the tiled volumes. 0 stands for a quarter of the machine's memory.
   void setMainMemory(std::size_t bytes);
 
+  /// What becomes of files of an older format that have to be converted before they can be used ("Upgrade Older
+  /// Files").
+  enum class OlderFiles {
+    Ask,     ///< the user is asked where to put the new files; where nobody can be asked the file is refused
+    Beside,  ///< the new files are put beside the old ones, under another name
+    Replace  ///< the new files take the place of the old ones, which are kept under another name
+  };
+  /// As a text: ask, beside or replace.
+  OlderFiles getOlderFiles() const { return olderFiles_; }
+  void setOlderFiles(OlderFiles olderFiles) { olderFiles_ = olderFiles; }
+
   /// All keys, in the order of the table.
   static QStringList keys();
   /// Value of a preference as text. Throws McException for an unknown key.
@@ -39,4 +50,5 @@ public:
 
 private:
   QString temporaryDirectory_;  ///< empty: not set
+  OlderFiles olderFiles_ = OlderFiles::Ask;
 };

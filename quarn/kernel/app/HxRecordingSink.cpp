@@ -17,6 +17,9 @@ void HxRecordingSink::error(const QString& text) {
 void HxRecordingSink::warning(const QString& text) {
   warnings.push_back(text);
 }
+void HxRecordingSink::titledWarning(const QString& title, const QString& text) {
+  titledWarnings.emplace_back(title, text);
+}
 void HxRecordingSink::critical(const QString& title, const QString& text) {
   criticals.emplace_back(title, text);
 }
@@ -28,6 +31,7 @@ void HxRecordingSink::clear() {
   consoleEntries.clear();
   errors.clear();
   warnings.clear();
+  titledWarnings.clear();
   criticals.clear();
   ioErrors.clear();
 }

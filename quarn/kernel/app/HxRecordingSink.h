@@ -19,6 +19,7 @@ public:
   void console(const std::string& text) override;
   void error(const QString& text) override;
   void warning(const QString& text) override;
+  void titledWarning(const QString& title, const QString& text) override;
   void critical(const QString& title, const QString& text) override;
   void ioError(const QString& fileName) override;
 
@@ -29,8 +30,9 @@ public:
   std::vector<std::string> consoleEntries;  ///< raw UTF-8, one per call
   std::vector<QString> errors;
   std::vector<QString> warnings;
-  std::vector<std::pair<QString, QString>> criticals;  ///< title, text
-  std::vector<QString> ioErrors;                       ///< file names
+  std::vector<std::pair<QString, QString>> titledWarnings;  ///< title, text
+  std::vector<std::pair<QString, QString>> criticals;       ///< title, text
+  std::vector<QString> ioErrors;                            ///< file names
 
 private:
   HxMessageSink* former_;
