@@ -207,13 +207,33 @@ public:
   int writeZelto(const char* filename) { return write(filename, false, false); }
   int writeMivro(const char* filename) { return write(filename, false, true); }
 
-  /// Reads a parsed set file into this empty set. A save that was interrupted is finished before; when the file holds
-  /// something else now than when `mesh` was read from it, the present content counts. `registerName` is the name under
-  /// which the caller registers it. Returns 1, or 0 after the reason was printed.
+  /// Reads a parsed set file into this empty set; an older set is upgraded before (see upgradeRois). A save that was
+  /// interrupted is finished before; when the file holds something else now than when `mesh` was read from it, the
+  /// present content counts. `registerName` is the name under which the caller registers it; after an upgrade it
+  /// becomes the new file. Returns 1, or 0 after the reason was printed.
   int readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& registerName);
 
   /// Reader entry: a new set is filled and registered; on failure an I/O error is reported and the result is 0.
   static int readQuarnMesh_s(QuarnMesh* mesh, const char* filename);
+
+  /// Brings a set whose masks have files of the older layout to the present one: asks the user where to, unless
+  /// replaceExistingROIsWhenUpgrading(), the environment variable RUNNING_TEST or the preference "Upgrade Older Files"
+  /// answers for him, writes a new set file and new masks, and leaves the old files as they are, under other names when
+  /// they are replaced. `mesh` then holds what the new file holds, and `registerName` becomes its name. Other sets stay
+  /// untouched. Returns false when the user does not want to: the set cannot be loaded then. Throws McException when
+  /// the upgrade fails, with everything as it was.
+  bool upgradeRois(QuarnMesh* mesh, const char* filename, QString& registerName);
+
+  /// Whether upgrades of older sets take their place without asking; not so at the start.
+  static void replaceExistingROIsWhenUpgrading(bool replace);
+
+  /// The path, without extension, of the files that the bundle of a mask names. Throws McException when it names none.
+  boost::filesystem::path extractLdmFilenameFromBundle(const boost::filesystem::path& masksDir,
+                                                       const HxParamBundle* maskBundle) const;
+
+  /// The same for the members of a group, in their order.
+  std::vector<boost::filesystem::path> extractFilenamesFromGroup(const boost::filesystem::path& masksDir,
+                                                                 const HxParamBundle* groupBundle) const;
 
   /// Writes the files of one ROI below `masksDir` and returns its description for the set file; the caller owns it.
   /// A mask that cannot be written is reported on the console. So is a parameter of a group that its description cannot
@@ -305,7 +325,11 @@ private:
   void saveTo(const char* filename, bool flagA, bool flagB);
   void load(const QuarnMesh& parsed, const boost::filesystem::path& file);
   void fill(const HxParamBundle& content, const boost::filesystem::path& file);
+  std::vector<boost::filesystem::path> maskFiles(const boost::filesystem::path& masksDir,
+                                                 const HxParamBundle& setParameters) const;
   void refuseBorders(const std::vector<boost::filesystem::path>& maskPrefixes) const;
+
+  static bool s_replaceExistingROIsWhenUpgrading;
 
   PortDataConnectionCheck dataCheck_;
   std::optional<McVec3i> dimensions_;

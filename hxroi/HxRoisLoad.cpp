@@ -30,44 +30,11 @@ using setfile::path;
 
 namespace {
 
-void requireSound(const HxParamBundle& parameters, const path& file) {
-  std::string text;
-  for (const std::string& problem : setfile::problemsOf(parameters, file)) text += (text.empty() ? "" : "\n") + problem;
-  if (!text.empty()) throw McException(text);
-}
-
 /// The bundle of the ROIs, taken out of the parameters; an empty one when there is none.
 HxParamBundle takeRois(HxParamBundle& parameters) {
   HxParamBundle rois = *parameters.getBundle(setfile::kRois, true);
   parameters.remove(setfile::kRois);
   return rois;
-}
-
-/// Where the files of a described mask lie, without extension.
-path maskPrefix(const path& masksDir, const HxParamBundle& bundle) {
-  std::string name;
-  if (!bundle.findString(setfile::kFilename, name)) {
-    throw hxException(QCoreApplication::translate("HxRois", "failed while retreiving mask %1 filename.")
-                          .arg(QString::fromLatin1(bundle.name())));
-  }
-  if (const auto problem = setfile::problemOfFilename(bundle, masksDir)) {
-    throw McException(masksDir.string() + ": ROI \"" + bundle.name() + "\": " + *problem);
-  }
-  return masksDir / name;
-}
-
-std::vector<path> maskPrefixes(const path& masksDir, const HxParamBundle& rois) {
-  std::vector<path> prefixes;
-  for (const HxParamBundle* bundle : setfile::subBundles(rois)) {
-    if (setfile::describesMask(*bundle)) {
-      prefixes.push_back(maskPrefix(masksDir, *bundle));
-      continue;
-    }
-    for (const HxParamBundle* member : setfile::subBundles(*bundle)) {
-      if (setfile::describesMask(*member)) prefixes.push_back(maskPrefix(masksDir, *member));
-    }
-  }
-  return prefixes;
 }
 
 }  // namespace
@@ -80,17 +47,22 @@ int HxRois::readQuarnMesh_s(QuarnMesh* mesh, const char* filename) {
     HxMessage::ioError(file);
     return 0;
   }
-  HxData::registerData(rois, registerName);
+  HxData::registerData(rois, QFileInfo(registerName).fileName());
   return 1;
 }
 
-int HxRois::readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& /*registerName*/) {
+int HxRois::readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& registerName) {
   bool complete = false;
   try {
-    load(*mesh, filename);
-    rebuildPortList();
-    setLoadCmd(setfile::absoluteName(filename));
-    complete = true;
+    QString upgraded;
+    if (upgradeRois(mesh, filename, upgraded)) {
+      const path file = upgraded.isEmpty() ? path(filename) : path(QFile::encodeName(upgraded).toStdString());
+      if (!upgraded.isEmpty()) registerName = upgraded;
+      load(*mesh, file);
+      rebuildPortList();
+      setLoadCmd(setfile::absoluteName(file));
+      complete = true;
+    }
   } catch (const std::exception& failure) {
     HxMessage::printf("%s", failure.what());
   }
@@ -101,7 +73,7 @@ int HxRois::readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& /*regi
 
 void HxRois::load(const QuarnMesh& parsed, const path& file) {
   const hxroi::SetReading reading(FileSystem::current(), parsed, file);
-  requireSound(reading.content(), file);
+  setfile::requireSound(reading.content(), file);
   fill(reading.content(), file);
   reading.end();
 }
@@ -110,7 +82,7 @@ void HxRois::fill(const HxParamBundle& content, const path& file) {
   HxParamBundle settings = content;
   const HxParamBundle bundles = takeRois(settings);
   const path masksDir = setfile::masksDirectory(settings, file);
-  refuseBorders(maskPrefixes(masksDir, bundles));
+  refuseBorders(maskFiles(masksDir, content));
 
   parameters.copy(settings);
   for (const HxParamBundle* bundle : setfile::subBundles(bundles)) {
@@ -135,7 +107,7 @@ void HxRois::refuseBorders(const std::vector<path>& prefixes) const {
 }
 
 Mask* HxRois::loadMask(const path& masksDir, const HxParamBundle* bundle) const {
-  std::unique_ptr<Mask> mask(Mask::loadFromFile(bundle->name(), maskPrefix(masksDir, *bundle)));
+  std::unique_ptr<Mask> mask(Mask::loadFromFile(bundle->name(), extractLdmFilenameFromBundle(masksDir, bundle)));
   hxroi::RoiDescription::apply(*bundle, *mask);
   return mask.release();
 }

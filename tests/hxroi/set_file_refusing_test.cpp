@@ -271,7 +271,9 @@ TEST_F(SetFileRefusing, MaskFilesWithBordersAreRefusedByName) {
     EXPECT_TRUE(rois->hasBorders((masks / (std::string(name) + ".ldm")).string()));
   }
   console.clear();
+  HxApplication::setUnattended(true);
   EXPECT_EQ(load(file, 0)->getNumberOfRois(), 0U);
+  HxApplication::setUnattended(false);
   ASSERT_EQ(console.consoleEntries.size(), 1U);
   EXPECT_THAT(console.consoleEntries[0], HasSubstr((masks / "A.ldm").string()));
   EXPECT_THAT(console.consoleEntries[0], HasSubstr((masks / "B.ldm").string()));

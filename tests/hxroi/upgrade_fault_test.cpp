@@ -1,0 +1,164 @@
+#include <optional>
+
+#include "LegacySetTest.h"
+#include "quarn/voxora/files/FaultFileSystem.h"
+#include "quarn/voxora/files/PassingFileSystem.h"
+
+/// Upgrades during which the n-th call to the file system fails, once or from then on, or after which the process ends,
+/// for every n: the old set or the upgraded one loads, the old masks are still there, and the next try gets it done.
+
+using hxvoxora::FaultFileSystem;
+using hxvoxora::FileSystem;
+using hxvoxora::FileSystemOverride;
+using Extent = FaultFileSystem::Extent;
+
+namespace {
+
+class UpgradeFaults : public LegacySetTest {
+protected:
+  UpgradeFaults() {
+    fill(*addMask("A"), {0, 0, 0}, {5, 5, 5});
+    fill(*addMask("B"), {3, 3, 3}, {2, 3, 4});
+    saveLegacy({"A"});
+    fs::create_directory(folder / "kept");
+    fs::rename(file, folder / "kept" / "set.ROIs.qm");
+    fs::rename(masks, folder / "kept" / "set.ROIs-masks");
+    former = filesBelow(folder / "kept" / "set.ROIs-masks");
+  }
+
+  /// A fresh copy of the legacy set in a folder of its own; the path of its file.
+  path freshSet(const std::string& fileName) {
+    work = folder / "work";
+    fs::remove_all(work);
+    fs::create_directories(work / "set.ROIs-masks");
+    fs::copy_file(folder / "kept" / "set.ROIs.qm", work / fileName);
+    for (const auto& [name, content] : former) {
+      std::ofstream((work / "set.ROIs-masks" / name).string(), std::ios::binary) << content;
+    }
+    return work / fileName;
+  }
+
+  /// Whether the files of the old masks stand somewhere, unchanged.
+  bool areFormerMasksThere() const {
+    for (const auto& entry : fs::directory_iterator(work)) {
+      if (fs::is_directory(entry.path()) && filesBelow(entry.path()) == former) return true;
+    }
+    return false;
+  }
+
+  McHandle<HxRois> read(const path& from, int& result) {
+    const McHandle<HxRois> loaded(new HxRois);
+    try {
+      const auto mesh = QuarnMesh::read(QString::fromStdString(from.string()));
+      result = loaded->readQuarnMesh(mesh.get(), from.c_str(), registerName);
+    } catch (const McException& failure) {
+      console.console(failure.what());
+      result = 0;
+    }
+    return loaded;
+  }
+
+  /// Opens a legacy set `fileName` with one more call failing each time.
+  void walk(Extent extent, const std::string& fileName, const std::vector<std::string>& namesInTheEnd) {
+    for (std::uint64_t call = 1;; ++call) {
+      SCOPED_TRACE("failing call " + std::to_string(call));
+      const path set = freshSet(fileName);
+      hxvoxora::PassingFileSystem disk(FileSystem::posix());
+      FaultFileSystem files(disk);
+      const FileSystemOverride current(files);
+      console.clear();
+      int result = 0;
+      {
+        files.arm({.call = call, .extent = extent});
+        const auto loaded = read(set, result);
+        files.disarm();
+        if (result) expectWhole(*loaded);
+      }
+      const bool hasFailed = files.hasFailed();
+      EXPECT_TRUE(result || console.consoleText().find(work.string()) != std::string::npos) << console.consoleText();
+      EXPECT_TRUE(areFormerMasksThere());
+      console.clear();
+      expectLoads(set, namesInTheEnd);
+      if (!hasFailed || HasFailure()) {
+        EXPECT_TRUE(result);
+        EXPECT_GT(call, 50U) << "the upgrade touched no files";
+        return;
+      }
+      ASSERT_LT(call, 2000U);
+    }
+  }
+
+  /// The set itself or, when that is in place already, its upgraded form.
+  void expectLoads(const path& set, const std::vector<std::string>& namesInTheEnd) {
+    const path upgraded = work / "set-upgraded.ROIs.qm";
+    int result = 0;
+    expectWhole(*read(fs::exists(upgraded) ? upgraded : set, result));
+    EXPECT_EQ(result, 1) << console.consoleText();
+    EXPECT_TRUE(areFormerMasksThere());
+    EXPECT_EQ(namesIn(work), namesInTheEnd);
+  }
+
+  std::map<std::string, std::string> former;  ///< the old masks folder
+  path work;
+};
+
+const std::vector<std::string> kBeside{"set-upgraded.ROIs-masks", "set-upgraded.ROIs.qm", "set.ROIs-masks",
+                                       "set.ROIs.qm"};
+const std::vector<std::string> kInstead{"set.ROIs-masks", "set.ROIs-masks-legacy", "set.ROIs.qm", "set.ROIs.qm-legacy"};
+const std::vector<std::string> kRenamed{"other.ROIs-masks", "other.ROIs.qm", "other.ROIs.qm-legacy",
+                                        "set.ROIs-masks-legacy"};
+
+/// What an upgrade leaves that ends between the renaming of the old masks and that of the new ones.
+TEST_F(UpgradeFaults, FinishingAReplacementMayFailAsOftenAsItLikes) {
+  const ReplacingScope replacing;
+  for (std::uint64_t call = 1;; ++call) {
+    SCOPED_TRACE("failing call " + std::to_string(call));
+    const path set = freshSet("set.ROIs.qm");
+    int result = 0;
+    expectWhole(*read(set, result));
+    const path waiting = work / "set.ROIs.qm~replacing";
+    fs::create_directory(waiting);
+    fs::rename(work / "set.ROIs-masks", waiting / "set.ROIs-masks");
+    fs::rename(set, waiting / "set.ROIs.qm");
+    fs::rename(work / "set.ROIs.qm-legacy", set);
+    hxvoxora::PassingFileSystem disk(FileSystem::posix());
+    FaultFileSystem files(disk);
+    const FileSystemOverride current(files);
+    files.arm({.call = call});
+    const auto loaded = read(set, result);
+    files.disarm();
+    const bool hasFailed = files.hasFailed();
+    EXPECT_TRUE(areFormerMasksThere());
+    expectWhole(*read(set, result));
+    EXPECT_EQ(result, 1) << console.consoleText();
+    EXPECT_EQ(namesIn(work), (std::vector<std::string>{"set.ROIs-masks", "set.ROIs-masks-legacy", "set.ROIs.qm"}));
+    if (!hasFailed || HasFailure()) return;
+    ASSERT_LT(call, 1000U);
+  }
+}
+
+class UpgradeFaultsOfEachExtent : public UpgradeFaults, public testing::WithParamInterface<Extent> {};
+
+TEST_P(UpgradeFaultsOfEachExtent, NewFilesBesideTheOldOnes) {
+  const EnvironmentScope test("RUNNING_TEST", "1");
+  walk(GetParam(), "set.ROIs.qm", kBeside);
+}
+
+TEST_P(UpgradeFaultsOfEachExtent, NewFilesInThePlaceOfTheOldOnes) {
+  const ReplacingScope replacing;
+  walk(GetParam(), "set.ROIs.qm", kInstead);
+}
+
+TEST_P(UpgradeFaultsOfEachExtent, ReplacingARenamedFile) {
+  const ReplacingScope replacing;
+  walk(GetParam(), "other.ROIs.qm", kRenamed);
+}
+
+std::string nameOf(const testing::TestParamInfo<Extent>& extent) {
+  return extent.param == Extent::once ? "Once" : extent.param == Extent::killed ? "Killed" : "Forever";
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, UpgradeFaultsOfEachExtent,
+                         testing::Values(Extent::once, Extent::forever, Extent::killed), nameOf);
+
+}  // namespace
