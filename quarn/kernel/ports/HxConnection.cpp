@@ -40,13 +40,19 @@ bool HxConnection::accepts(const HxObject* source) const {
 
 bool HxConnection::connect(HxObject* source) {
   if (source == source_) return true;
-  if (source) {
-    if (!owner() || source == owner() || owner()->isUpstreamOf(*source)) return false;
-    if (!owner()->acceptConnection(this, source)) return false;
-    if (checker_ && !(*checker_)(source)) return false;
-  }
+  if (source && !wouldConnect(source)) return false;
   setSource(source);
   return true;
+}
+
+bool HxConnection::wouldConnect(HxObject* source) {
+  if (!owner() || source == owner() || owner()->isUpstreamOf(*source)) return false;
+  return owner()->acceptConnection(this, source) && (!checker_ || (*checker_)(source));
+}
+
+void HxConnection::allowEditing(bool allow) {
+  editable_ = allow;
+  showSource();
 }
 
 void HxConnection::setSource(HxObject* source) {
@@ -54,6 +60,7 @@ void HxConnection::setSource(HxObject* source) {
   if (source_) std::erase(source_->downstream_, this);
   source_ = source;
   if (source_) source_->downstream_.push_back(this);
+  showSource();
   touch(kConnectionChanged | kContentChanged);
 }
 

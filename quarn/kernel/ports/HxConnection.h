@@ -29,6 +29,8 @@ public:
   /// Connects `source`; null disconnects. Refused, with everything as it was, when the owner or the checker does not
   /// accept it or when the owner is upstream of it. Does not evaluate.
   bool connect(HxObject* source);
+  /// Whether connect() would take this object, which is not null.
+  bool wouldConnect(HxObject* source);
   void disconnect() { setSource(nullptr); }
 
   /// When the source of a tight connection is taken out of the pool, the owner goes with it.
@@ -36,7 +38,7 @@ public:
   bool isTight() const { return tight_; }
 
   /// Whether the user, also by script, may change the connection; programs always may. Default true.
-  void allowEditing(bool allow) { editable_ = allow; }
+  void allowEditing(bool allow);
   bool isEditingAllowed() const { return editable_; }
 
   /// A further rule, asked after the owner; not owned, null for none.
@@ -45,8 +47,12 @@ public:
   /// Commands: connect OBJECT, disconnect, source. A refused connection is told on the console, with the reason that
   /// the checker gives.
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
+  /// A list of the objects that can be connected, "source".
+  void createWidget(QWidget* parent) override;
 
 protected:
+  /// The widget is to show another source, or whether it may be changed.
+  virtual void showSource();
   /// Tells that the user must not change the connection now; false when that is allowed.
   bool refusesEditing() const;
 

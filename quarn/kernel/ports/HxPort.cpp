@@ -20,7 +20,8 @@ HxPort::~HxPort() {
   HxObjectPool& pool = HxObjectPool::instance();
   if (pool.selectedPort_ == this) pool.selectedPort_ = nullptr;
   if (owner_) std::erase(owner_->ports_, this);
-  delete frame_;
+  *alive_ = false;
+  dropWidget();
 }
 
 void HxPort::getState(QString&) const {}

@@ -5,6 +5,8 @@
 #include <QPointer>
 #include <QString>
 #include <QWidget>
+#include <functional>
+#include <memory>
 #include <tcl.h>
 
 #include "quarn/base/McTypedClass.h"
@@ -33,8 +35,9 @@ public:
   /// of every port: getState, setState TEXT, touch, send, getLabel, show, hide, isVisible.
   virtual int parse(Tcl_Interp* interp, int argc, char** argv);
 
-  /// Makes frame() and layout() with the label; ports add their own widgets to the layout. May be called again after
-  /// the widget was destroyed.
+  /// Makes frame() and layout() with the label; ports add their own widgets to the layout. They show the values of the
+  /// port whoever changes them, and what the user does to them changes the port and has the object evaluated. May be
+  /// called again after the widget was destroyed, or to have another one in its place.
   virtual void createWidget(QWidget* parent);
 
   HxPort(const HxPort&) = delete;
@@ -71,6 +74,19 @@ protected:
   /// Appends the port to the ports of `owner`.
   HxPort(HxObject* owner, const QString& name, const QString& label = QString());
 
+  /// Does what the user wants, then has the object evaluated. Failures are shown. The port and its widget may go
+  /// meanwhile, so this is the last thing that the answer to a signal does.
+  void act(const std::function<void()>& change);
+  /// The receiver for signals of the own widgets: it dies with them or, at once, with the port.
+  QObject* receiver() const { return receiver_; }
+  /// A part of the widget by its object name; null while there is none.
+  template <class Widget>
+  Widget* findWidget(const QString& name) const {
+    return frame_ ? frame_->findChild<Widget*>(name) : nullptr;
+  }
+  /// Called when the widget is made, and when the label has changed.
+  virtual void showLabel();
+
   /// The evaluation has seen the marks raised so far; it is over. Ports that keep more than marks extend both.
   virtual void settleMarks() { newFlags_.settle(); }
   virtual void clearMarks() { newFlags_.clearSettled(); }
@@ -79,6 +95,7 @@ private:
   friend class HxObject;
 
   int parseSetState(const QString& state);
+  void dropWidget();
 
   HxObject* owner_;
   QString name_;
@@ -86,4 +103,7 @@ private:
   HxNewFlags newFlags_;
   bool visible_ = true;
   QPointer<QFrame> frame_;
+  QPointer<QObject> receiver_;
+  int acting_ = 0;  ///< calls of act() that run
+  const std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };

@@ -41,6 +41,7 @@ const McColor& HxPortColorList::getColor(int i) const {
 void HxPortColorList::setColor(int i, const McColor& color) {
   if (!holds(i) || getColor(i) == color) return;
   colors_[static_cast<std::size_t>(i)] = color;
+  showColor(i);
   touch();
 }
 

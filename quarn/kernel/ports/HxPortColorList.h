@@ -26,8 +26,12 @@ public:
   bool setState(const QString& state) override;
   /// Commands: getColor ?NUMBER?, setColor ?NUMBER? R G B, with parts from 0 to 1.
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
+  /// Buttons in the colours, "color0" and so on, that open a colour dialog.
+  void createWidget(QWidget* parent) override;
 
 private:
+  void showColor(int i);
+  void chooseColor(int i);
   bool holds(int i) const { return i >= 0 && i < count(); }
   int parseGetColor(Tcl_Interp* interp, int argc, char** argv) const;
   int parseSetColor(Tcl_Interp* interp, int argc, char** argv);

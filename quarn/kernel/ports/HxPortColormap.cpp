@@ -53,6 +53,7 @@ template <typename Value>
 void HxPortColormap::change(Value& member, const Value& value, unsigned int flags) {
   if (member == value) return;
   member = value;
+  showSource();
   touch(flags);
 }
 

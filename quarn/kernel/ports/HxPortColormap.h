@@ -5,6 +5,7 @@
 #include "quarn/kernel/ports/HxConnection.h"
 
 class HxColormap;
+class QMenu;
 
 /// A connection to a colormap, and how it is to be used: over which values, and whether with its opacities. A constant
 /// colour stands in where no colormap is connected.
@@ -53,11 +54,21 @@ public:
   /// connectStandard COLORMAP, getMinMax, setMinMax MIN MAX, getColor, setColor R G B, getAlpha, setAlpha ALPHA,
   /// isAlphaEnabled, setAlphaEnabled 0|1.
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
+  /// A strip with the colours that opens a menu of colormaps, "colormap"; line edits "minimum" and "maximum"; a check
+  /// box "alpha".
+  void createWidget(QWidget* parent) override;
+
+protected:
+  void showSource() override;
+  void clearMarks() override;
 
 private:
   int parseConnectStandard(Tcl_Interp* interp, const QString& name);
   template <typename Value>
   void change(Value& member, const Value& value, unsigned int flags);
+  void fillMenu(QMenu& menu);
+  void chooseConstantColor();
+  void takeRange();
 
   bool constantColorEnabled_ = true;
   McColor defaultColor_{1, 1, 1};

@@ -20,8 +20,11 @@ public:
 
   /// Command: hit ?BUTTON?.
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
+  /// Push buttons, "button0" and so on; a single one carries the label.
+  void createWidget(QWidget* parent) override;
 
 protected:
+  void showLabel() override;
   void settleMarks() override;
   void clearMarks() override;
 

@@ -30,6 +30,7 @@ void HxPortInteger::setValue(std::int64_t value) {
   value = std::clamp(value, minimum_, maximum_);
   if (value == value_) return;
   value_ = value;
+  showValue();
   touch();
 }
 

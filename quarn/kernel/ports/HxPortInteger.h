@@ -26,8 +26,12 @@ public:
   bool setState(const QString& state) override;
   /// Commands: getValue, setValue NUMBER, getMinMax. A number outside the bounds is a wrong value.
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
+  /// A spin box, "value".
+  void createWidget(QWidget* parent) override;
 
 private:
+  void showValue();
+
   const std::int64_t minimum_, maximum_;
   std::int64_t value_;
 };

@@ -11,11 +11,13 @@ HxPortRadioBox::~HxPortRadioBox() = default;
 
 void HxPortRadioBox::setLabel(int button, const QString& label) {
   if (button >= 0 && button < buttons()) labels_[button] = label;
+  showValue();
 }
 
 void HxPortRadioBox::setValue(int value) {
   if (value == value_) return;
   value_ = value;
+  showValue();
   touch();
 }
 

@@ -29,8 +29,11 @@ public:
   bool setState(const QString& state) override;
   /// Commands: getValue, setValue BUTTON|LABEL, getLabels.
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
+  /// Radio buttons, "button0" and so on.
+  void createWidget(QWidget* parent) override;
 
 private:
+  void showValue();
   int parseSetValue(Tcl_Interp* interp, const QString& word);
 
   QStringList labels_;

@@ -10,4 +10,7 @@ public:
 
   HxPortSeparator(HxObject* owner, const QString& name, const QString& label = QString());
   ~HxPortSeparator() override;
+
+  /// The label as a heading before a line.
+  void createWidget(QWidget* parent) override;
 };

@@ -11,6 +11,7 @@ HxPortText::~HxPortText() = default;
 void HxPortText::setValue(const QString& value) {
   if (value == value_) return;
   value_ = value;
+  showValue();
   touch();
 }
 

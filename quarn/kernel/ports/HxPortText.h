@@ -21,7 +21,11 @@ public:
   bool setState(const QString& state) override;
   /// Commands: getValue, setValue TEXT.
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
+  /// A line edit, "value".
+  void createWidget(QWidget* parent) override;
 
 private:
+  void showValue();
+
   QString value_;
 };
