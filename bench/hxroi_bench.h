@@ -1,6 +1,6 @@
 #pragma once
 
-/// The benchmarks of the package, in two parts; each registers its own.
+/// The benchmarks of the package, in parts; each registers its own.
 namespace bench {
 
 /// Operators, bounding boxes and box views of single masks.
@@ -8,5 +8,8 @@ void addMaskBenchmarks();
 
 /// A real atlas: labels to masks, saving, loading and measuring the set.
 void addAtlasBenchmarks();
+
+/// Files of large sets: opening and checking them.
+void addSetBenchmarks();
 
 }  // namespace bench

@@ -1,5 +1,6 @@
-// Writes the inputs that the fuzzers start from: what our own writer makes of small volumes.
-//   fuzz_seeds FOLDER      FOLDER/header, FOLDER/index and FOLDER/data must exist
+// Writes the inputs that the fuzzers start from: what our own writer makes of small volumes, and ROI
+// set files.
+//   fuzz_seeds FOLDER      FOLDER/header, FOLDER/index, FOLDER/data and FOLDER/set must exist
 
 #include <cstdio>
 #include <fstream>
@@ -97,6 +98,40 @@ void saveSet(std::size_t number) {
   save("data/" + name + "-damage", withOptions(static_cast<unsigned>(number) | 8, toBytes({"\0\x12\x01", 3})));
 }
 
+std::string maskOf(const std::string& name, const std::string& elements) {
+  return "\"" + name + "\" {\n" + elements + "}\n";
+}
+
+std::string filename(const std::string& name) {
+  return "\"__filename\" text \"" + name + "\"\n";
+}
+
+/// Texts of ROI set files, whose masks are those of the target.
+void saveSetFiles() {
+  const std::string tail = "\"Id\" text \"1\"\n\"__color\" reals 1.0 0.5 0.25\n";
+  const std::string a = maskOf("A", filename("A") + tail), b = maskOf("B", filename("B"));
+  const std::string rois[] = {"",
+                              a,
+                              a + b,
+                              maskOf("G", a + b + "\"__color\" reals 0.0 1.0 0.0\n\"note\" text \"x\\n\\\"y\"\n"),
+                              maskOf("empty", "") + b,
+                              a + maskOf("C", filename("other")),
+                              a + a,
+                              maskOf("M", filename("missing")),
+                              maskOf("O", filename("older")),
+                              maskOf("P", filename("..")),
+                              maskOf("E", filename("A") + "\"__color\" reals 1.0\n\"Id\" integer 7\n")};
+  int number = 0;
+  for (const std::string& content : rois) {
+    const std::string text =
+        "# QuarnMesh 1 text quarnmesh\nparameters {\n\"ContentType\" text \"HxRois\"\n"
+        "\"masks-directory\" text \"set.ROIs-masks\"\n\"Materials\" {\n\"A\" {\n"
+        "\"Color\" reals 1.0 nan -inf\n}\n}\n\"count\" integer -3\n\"__rois\" {\n" +
+        content + "}\n}\n";
+    save("set/" + std::to_string(number++), toBytes(text));
+  }
+}
+
 }  // namespace
 
 int main(int count, char** words) {
@@ -107,5 +142,6 @@ int main(int count, char** words) {
   folder = words[1];
   saveHeaders();
   for (std::size_t i = 0; i < fuzz::headerCount; ++i) saveSet(i);
+  saveSetFiles();
   return 0;
 }

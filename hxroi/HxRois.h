@@ -210,7 +210,8 @@ public:
   /// Reads a parsed set file into this empty set; an older set is upgraded before (see upgradeRois). A save that was
   /// interrupted is finished before; when the file holds something else now than when `mesh` was read from it, the
   /// present content counts. `registerName` is the name under which the caller registers it; after an upgrade it
-  /// becomes the new file. Returns 1, or 0 after the reason was printed.
+  /// becomes the new file. Returns 1, or 0 after all ROIs that cannot be loaded were printed, a line each; the set then
+  /// holds those before the first of them.
   int readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& registerName);
 
   /// Reader entry: a new set is filled and registered; on failure an I/O error is reported and the result is 0.
@@ -241,7 +242,8 @@ public:
   HxParamBundle* saveMask(const std::string& masksDir, hxroi::details::Mask* mask) const;
   HxParamBundle* saveGroup(const std::string& masksDir, const hxroi::details::Group* group) const;
 
-  /// Makes the described ROI; the caller owns it. Throws McException naming bundle, element and value.
+  /// Makes the described ROI; the caller owns it. Throws McException naming bundle, element and value; for a group all
+  /// members that fail are told, a line each.
   hxroi::details::Mask* loadMask(const boost::filesystem::path& masksDir, const HxParamBundle* bundle) const;
   hxroi::details::Group* loadGroup(const boost::filesystem::path& masksDir, const HxParamBundle* bundle) const;
 
@@ -325,6 +327,8 @@ private:
   void saveTo(const char* filename, bool flagA, bool flagB);
   void load(const QuarnMesh& parsed, const boost::filesystem::path& file);
   void fill(const HxParamBundle& content, const boost::filesystem::path& file);
+  hxroi::details::Roi* loadRoi(const boost::filesystem::path& masksDir, const HxParamBundle* bundle) const;
+  void addLoaded(hxroi::details::Roi* roi, const boost::filesystem::path& file);
   std::vector<boost::filesystem::path> maskFiles(const boost::filesystem::path& masksDir,
                                                  const HxParamBundle& setParameters) const;
   void refuseBorders(const std::vector<boost::filesystem::path>& maskPrefixes) const;

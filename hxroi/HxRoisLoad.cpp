@@ -37,6 +37,31 @@ HxParamBundle takeRois(HxParamBundle& parameters) {
   return rois;
 }
 
+/// What is wrong with several things, so that all of it is told and not only what comes first.
+class Problems {
+public:
+  /// Runs `step`; false when it failed.
+  template <class Step>
+  bool collect(const Step& step) {
+    try {
+      step();
+      return true;
+    } catch (const McException& problem) {
+      text_ += (text_.empty() ? "" : "\n") + std::string(problem.what());
+      return false;
+    }
+  }
+
+  void throwIfAny() const {
+    if (!text_.empty()) throw McException(text_);
+  }
+
+  bool any() const { return !text_.empty(); }
+
+private:
+  std::string text_;
+};
+
 }  // namespace
 
 int HxRois::readQuarnMesh_s(QuarnMesh* mesh, const char* filename) {
@@ -85,14 +110,26 @@ void HxRois::fill(const HxParamBundle& content, const path& file) {
   refuseBorders(maskFiles(masksDir, content));
 
   parameters.copy(settings);
+  Problems problems;
   for (const HxParamBundle* bundle : setfile::subBundles(bundles)) {
-    McHandle<Roi> roi;
-    if (setfile::describesMask(*bundle)) {
-      roi = loadMask(masksDir, bundle);
-    } else {
-      roi = loadGroup(masksDir, bundle);
-    }
+    problems.collect([&] {
+      const McHandle<Roi> roi(loadRoi(masksDir, bundle));
+      if (!problems.any()) addLoaded(roi, file);
+    });
+  }
+  problems.throwIfAny();
+}
+
+Roi* HxRois::loadRoi(const path& masksDir, const HxParamBundle* bundle) const {
+  if (setfile::describesMask(*bundle)) return loadMask(masksDir, bundle);
+  return loadGroup(masksDir, bundle);
+}
+
+void HxRois::addLoaded(Roi* roi, const path& file) {
+  try {
     addRoi(roi);
+  } catch (const McException& refusal) {
+    throw McException(file.string() + ": ROI \"" + roi->name() + "\": " + refusal.what());
   }
 }
 
@@ -114,11 +151,15 @@ Mask* HxRois::loadMask(const path& masksDir, const HxParamBundle* bundle) const 
 
 Group* HxRois::loadGroup(const path& masksDir, const HxParamBundle* bundle) const {
   auto group = std::make_unique<Group>(bundle->name(), Roi::nextHtmlColor(), nullptr);
+  Problems problems;
   for (const HxParamBundle* member : setfile::subBundles(*bundle)) {
     if (!setfile::describesMask(*member)) continue;
-    const McHandle<Mask> mask(loadMask(masksDir, member));
-    group->addMask(mask);
+    problems.collect([&] {
+      const McHandle<Mask> mask(loadMask(masksDir, member));
+      group->addMask(mask);
+    });
   }
+  problems.throwIfAny();
   hxroi::RoiDescription::apply(hxroi::RoiDescription::withoutMembers(*bundle), *group);
   return group.release();
 }

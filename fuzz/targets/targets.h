@@ -21,4 +21,11 @@ bool index(std::span<const std::byte> input);
 /// is always noticed. Returns whether a tile was read.
 bool data(std::span<const std::byte> input);
 
+/// The text of a ROI set file; masks "A", "B" (the same grid), "other" (another grid) and "older" (the older layout)
+/// are there. One that is parsed comes back the same when it is written and parsed again. One that is loaded holds to
+/// the rules of a set and is loaded the same again; one that is refused is told in one entry. A set that is found sound
+/// is loaded. Nothing is written. Returns whether it was loaded. In a library of its own, as the set stands on the
+/// host.
+bool set(std::span<const std::byte> input);
+
 }  // namespace fuzz

@@ -137,7 +137,8 @@ TEST_F(BadSetFiles, MoreMasksThanASetHolds) {
   for (int i = 0; i < 100; ++i) hundred += mask("m" + std::to_string(i));
   expectRefusal(set(hundred), kReadable);
   EXPECT_EQ(loaded->getNumberOfMasks(), 100U);
-  expectRefusal(set(hundred + mask("m100")), "There is already 100 masks inside . No more mask can be inserted.");
+  expectRefusal(set(hundred + mask("m100")),
+                "SET: ROI \"m100\": There is already 100 masks inside . No more mask can be inserted.");
 }
 
 TEST_F(BadSetFiles, FilesOfMasksOutside) {
@@ -219,6 +220,7 @@ TEST_F(BadSetFiles, Identifiers) {
 }
 
 TEST_F(BadSetFiles, DifferentGrids) {
-  expectRefusal(set(mask("A") + mask("Other", "\"__filename\" text \"other\"")),
-                "Mask Other dimensions (2, 2, 2) does not match other rois dimensions (13, 11, 7).");
+  expectRefusal(
+      set(mask("A") + mask("Other", "\"__filename\" text \"other\"")),
+      "SET: ROI \"Other\": Mask Other dimensions (2, 2, 2) does not match other rois dimensions (13, 11, 7).");
 }

@@ -146,6 +146,20 @@ TEST_F(SetFileRefusing, LoadingStopsAtTheFirstRoiThatFails) {
   EXPECT_EQ(loaded->parameters.findBase("__rois"), nullptr);
 }
 
+TEST_F(SetFileRefusing, AllMasksWhoseFilesFailAreListed) {
+  fillSet();
+  ASSERT_EQ(save(), 1);
+  for (const char* name : {"B", "C", "D"}) fs::remove(masks / (std::string(name) + ".ldm"));
+  console.clear();
+  load(file, 0);
+  ASSERT_EQ(console.consoleEntries.size(), 1U);
+  const QStringList lines = QString::fromStdString(console.consoleEntries[0]).split('\n');
+  ASSERT_EQ(lines.size(), 3) << console.consoleEntries[0];
+  EXPECT_THAT(lines[0].toStdString(), HasSubstr((masks / "B.ldm").string()));
+  EXPECT_THAT(lines[1].toStdString(), HasSubstr((masks / "C.ldm").string()));
+  EXPECT_THAT(lines[2].toStdString(), HasSubstr((masks / "D.ldm").string()));
+}
+
 TEST_F(SetFileRefusing, AMaskWithoutAFileIsRefused) {
   HxParamBundle bundle("Lonely");
   EXPECT_EQ(refusalOf([&] { rois->loadMask(masks, &bundle); }), "failed while retreiving mask Lonely filename.");
@@ -257,7 +271,8 @@ TEST_F(SetFileRefusing, RulesOfTheSetHoldWhileLoading) {
   QString registerName;
   EXPECT_EQ(loaded->readQuarnMesh(mesh.get(), file.c_str(), registerName), 0);
   EXPECT_THAT(console.consoleEntries,
-              ElementsAre("Mask B dimensions (2, 2, 2) does not match other rois dimensions (13, 11, 7)."));
+              ElementsAre(file.string() + ": ROI \"B\": Mask B dimensions (2, 2, 2) does not match other rois " +
+                          "dimensions (13, 11, 7)."));
 }
 
 TEST_F(SetFileRefusing, MaskFilesWithBordersAreRefusedByName) {

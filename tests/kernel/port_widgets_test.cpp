@@ -449,6 +449,8 @@ TEST_F(PortWidgets, SurviveBeingMadeAnewByTheirOwnAction) {
   QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   EXPECT_FALSE(former);
   owner->onCompute = {};
+  panel->layout()->addWidget(style.frame());
+  QApplication::processEvents();
   click(part<QRadioButton>(style, "button0"));
   EXPECT_EQ(style.getValue(), 0);
 }
