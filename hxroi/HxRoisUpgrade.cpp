@@ -1,5 +1,6 @@
 #include <QCoreApplication>
 #include <QFile>
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <utility>
@@ -35,12 +36,22 @@ QString toQt(const path& name) {
   return QFile::decodeName(name.c_str());
 }
 
+path fromQt(const QString& name) {
+  return QFile::encodeName(name).toStdString();
+}
+
 std::string inQuotes(const char* text) {
   return std::string("\"") + text + "\"";
 }
 
 HxPreferences::OlderFiles preferred() {
   return HxApplication::instance()->settings()->getPreferences()->getOlderFiles();
+}
+
+Masks withLayout(const HxRois& rois, const std::vector<path>& prefixes) {
+  Masks masks;
+  for (const path& prefix : prefixes) masks.push_back({prefix, rois.hasBorders(prefix.string() + ".ldm")});
+  return masks;
 }
 
 /// Where nobody can be asked.
@@ -56,17 +67,21 @@ HxPreferences::OlderFiles preferred() {
                     ") or to replace, and load it again");
 }
 
-/// Nothing when the user does not want to.
-std::optional<QString> askForOutput(const path& file, const Masks& masks) {
+/// Asks until the upgrade is possible. Nothing when the user does not want to.
+std::optional<path> askForOutput(const path& file, const Masks& masks, const SetUpgrade& upgrade) {
   if (!HxApplication::canAsk()) refuseUnasked(file, masks);
   QxRoiUpdateDialog dialog(toQt(file), HxApplication::mainWidget(), nullptr, true, Qt::WindowFlags());
-  if (dialog.exec() == QDialog::Accepted) return dialog.filename();
+  while (dialog.exec() == QDialog::Accepted) {
+    const path output = fromQt(dialog.filename());
+    try {
+      upgrade.requirePossible(output);
+      return output;
+    } catch (const McException& problem) {
+      HxMessage::warning(QString::fromUtf8(problem.what()));
+    }
+  }
   HxMessage::printf("%s: is of an older format and was not upgraded, so that it is not loaded", file.c_str());
   return std::nullopt;
-}
-
-void tellUnasked(const path& file, const char* why) {
-  HxMessage::printf("%s: is of an older format and is upgraded without asking, since %s", file.c_str(), why);
 }
 
 void warnReplaced() {
@@ -75,18 +90,28 @@ void warnReplaced() {
                          "HxRois", "The format of the ROI file is deprecated. It will be updated automatically."));
 }
 
-/// The name of the upgraded set; nothing when the user does not want one.
-std::optional<QString> chooseOutput(const path& file, const Masks& masks, bool mustReplace) {
-  const bool prefersReplacing = preferred() == HxPreferences::OlderFiles::Replace;
-  if (mustReplace || prefersReplacing) {
-    tellUnasked(file, mustReplace ? "existing sets are to be replaced" : "the preferences say so");
-    warnReplaced();
-    return toQt(file);
-  }
-  const bool isTest = McEnvironment::getBool("RUNNING_TEST", true, false);
-  if (!isTest && preferred() == HxPreferences::OlderFiles::Ask) return askForOutput(file, masks);
-  tellUnasked(file, isTest ? "RUNNING_TEST is set" : "the preferences say so");
-  return QxRoiUpdateDialog::proposedName(toQt(file));
+struct Unasked {
+  bool replace;
+  const char* why;
+};
+
+/// What is done without asking; nothing when the user is to be asked.
+std::optional<Unasked> decideUnasked(bool mustReplace) {
+  if (mustReplace) return Unasked{true, "existing sets are to be replaced"};
+  if (McEnvironment::getBool("RUNNING_TEST", true, false)) return Unasked{false, "RUNNING_TEST is set"};
+  if (preferred() == HxPreferences::OlderFiles::Ask) return std::nullopt;
+  return Unasked{preferred() == HxPreferences::OlderFiles::Replace, "the preferences say so"};
+}
+
+/// The upgraded set; nothing when the user does not want one.
+std::optional<path> chooseOutput(const path& file, const Masks& masks, const SetUpgrade& upgrade, bool mustReplace) {
+  const std::optional<Unasked> unasked = decideUnasked(mustReplace);
+  if (!unasked) return askForOutput(file, masks, upgrade);
+  const path output = unasked->replace ? file : fromQt(QxRoiUpdateDialog::proposedName(toQt(file)));
+  HxMessage::printf("%s: is of an older format and is upgraded without asking, since %s", file.c_str(), unasked->why);
+  // There is no other name for files without the usual ending.
+  if (upgrade.replaces(output)) warnReplaced();
+  return output;
 }
 
 }  // namespace
@@ -104,27 +129,27 @@ bool HxRois::upgradeRois(QuarnMesh* mesh, const char* filename, QString& registe
   if (SetUpgrade::finishReplacement(files, file, setfile::masksDirectory(mesh->parameters, file))) {
     mesh->parameters.set(setfile::kMasksDirectory, setfile::masksDirectoryName(file));
   }
-  // A save that was interrupted may have begun to replace the old masks.
-  const hxroi::SetReading reading(files, *mesh, file);
-  const HxParamBundle& content = reading.content();
-  setfile::requireSound(content, file);
-  const path masksDir = setfile::masksDirectory(content, file);
+  std::optional<SetUpgrade> upgrade;
   Masks masks;
-  bool isLegacy = false;
-  for (const path& prefix : maskFiles(masksDir, content)) {
-    masks.push_back({prefix, hasBorders(prefix.string() + ".ldm")});
-    isLegacy = isLegacy || masks.back().isLegacy;
+  HxParamBundle updated;
+  {
+    // A save that was interrupted may have begun to replace the old masks. Others may save while the user thinks.
+    const hxroi::SetReading reading(files, *mesh, file);
+    updated = reading.content();
+    setfile::requireSound(updated, file);
+    const path masksDir = setfile::masksDirectory(updated, file);
+    masks = withLayout(*this, maskFiles(masksDir, updated));
+    if (std::ranges::none_of(masks, &SetUpgrade::MaskFiles::isLegacy)) return true;
+    upgrade.emplace(files, file, masksDir, masks);
+    reading.end();
   }
-  if (!isLegacy) return true;
-
-  const std::optional<QString> output = chooseOutput(file, masks, s_replaceExistingROIsWhenUpgrading);
+  const std::optional<path> output = chooseOutput(file, masks, *upgrade, s_replaceExistingROIsWhenUpgrading);
   if (!output) return false;
-  const path outputFile(QFile::encodeName(*output).toStdString());
-  HxParamBundle updated = content;
-  updated.set(setfile::kMasksDirectory, setfile::masksDirectoryName(outputFile));
-  if (!SetUpgrade(files, file, masksDir, std::move(masks)).run(outputFile, updated)) return false;
+  const path target = upgrade->targetOf(*output);
+  updated.set(setfile::kMasksDirectory, setfile::masksDirectoryName(target));
+  if (!upgrade->run(target, updated)) return false;
   mesh->parameters = updated;
-  registerName = *output;
+  registerName = toQt(target);
   return true;
 }
 

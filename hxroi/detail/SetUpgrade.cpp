@@ -2,16 +2,17 @@
 
 #include <QCoreApplication>
 #include <QFile>
-#include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <exception>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/SetFileLayout.h"
+#include "hxroi/detail/SetLock.h"
 #include "hxroi/detail/UpgradeFolder.h"
-#include "hxroi/details/Mask.h"
+#include "hxroi/details/MaskFiles.h"
 #include "quarn/base/McException.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/base/McProgressInterface.h"
@@ -46,32 +47,68 @@ SetUpgrade::path masksFolderOf(const SetUpgrade::path& setFile) {
   return setfile::folderOf(setFile) / setfile::masksDirectoryName(setFile);
 }
 
+constexpr QFileDevice::Permissions kOwners = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+constexpr QFileDevice::Permissions kAll = kOwners | QFileDevice::ExeOwner | QFileDevice::ReadGroup |
+                                          QFileDevice::WriteGroup | QFileDevice::ExeGroup | QFileDevice::ReadOther |
+                                          QFileDevice::WriteOther | QFileDevice::ExeOther;
+
 /// Those who could not look into the former file or folder do not get to look into the new one.
 void takeOverPermissions(const SetUpgrade::path& from, const SetUpgrade::path& to) {
-  const auto owners = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
-  QFile::setPermissions(QFile::decodeName(to.c_str()), owners | (QFile::permissions(QFile::decodeName(from.c_str())) &
-                                                                 QFile::permissions(QFile::decodeName(to.c_str()))));
+  const QString name = QFile::decodeName(to.c_str());
+  const QFileDevice::Permissions present = QFile::permissions(name) & kAll;
+  const QFileDevice::Permissions wanted = kOwners | (QFile::permissions(QFile::decodeName(from.c_str())) & present);
+  if (wanted == present || QFile::setPermissions(name, wanted)) return;
+  throw McException(to.string() + ": cannot be kept from those who may not read " + from.string());
+}
+
+/// Everything by which a change of the files of a set is noticed; a line for each file.
+std::string stateOf(FileSystem& files, const SetUpgrade::path& file, const std::vector<SetUpgrade::MaskFiles>& masks) {
+  std::string state;
+  const auto add = [&](const std::string& name) {
+    if (files.kind(name) != FileKind::regular) return;
+    const hxvoxora::FileIdentity id = files.openForReading(name, FileSystem::Links::refuse)->identity();
+    for (const auto number : {id.device, id.serial, id.size, static_cast<std::uint64_t>(id.changedNanos)}) {
+      state += std::to_string(number) + ' ';
+    }
+    state += QFile::encodeName(setfile::absoluteName(name)).toStdString() + '\n';
+  };
+  add(file.string());
+  for (const auto& mask : masks) {
+    for (const char* suffix : {".ldm", ".fcp", ".dat"}) add(mask.prefix.string() + suffix);
+  }
+  return state;
+}
+
+std::vector<SetUpgrade::MaskFiles> eachOnce(std::vector<SetUpgrade::MaskFiles> masks) {
+  std::set<SetUpgrade::path> seen;
+  std::erase_if(masks, [&](const auto& mask) { return !seen.insert(mask.prefix).second; });
+  return masks;
 }
 
 /// Of an upgrade that was cut off when all was in place. They are in nobody's way, so that they may stay.
 void removeRemains(UpgradeFolder& folder) {
   try {
-    if (!folder.exists() || folder.isComplete() || folder.hasMasks()) return;
+    const auto isOver = [&] { return !folder.isComplete() && !folder.hasMasks(); };
+    if (!folder.exists() || !isOver()) return;
     folder.take();
+    if (isOver()) folder.clear();
   } catch (const McException&) {
     // The next upgrade removes them.
   }
 }
 
+void tellKept(const SetUpgrade::path& file, const UpgradeFolder::Backups& kept) {
+  HxMessage::printf("%s: the former files are kept as %s and %s", file.c_str(), kept.file.c_str(), kept.masks.c_str());
+}
+
 }  // namespace
 
 SetUpgrade::SetUpgrade(FileSystem& files, path file, path masksDir, std::vector<MaskFiles> masks)
-    : files_(files), file_(std::move(file)), masksDir_(std::move(masksDir)) {
-  std::set<path> seen;
-  for (MaskFiles& mask : masks) {
-    if (seen.insert(mask.prefix).second) masks_.push_back(std::move(mask));
-  }
-}
+    : files_(files),
+      file_(std::move(file)),
+      masksDir_(std::move(masksDir)),
+      masks_(eachOnce(std::move(masks))),
+      source_(stateOf(files_, file_, masks_)) {}
 
 bool SetUpgrade::replaces(const path& output) const {
   boost::system::error_code unknown;
@@ -79,58 +116,88 @@ bool SetUpgrade::replaces(const path& output) const {
          (fs::equivalent(output, file_, unknown) && !unknown);
 }
 
-bool SetUpgrade::run(const path& output, const HxParamBundle& parameters) {
-  const bool isReplacement = replaces(output);
-  const path& target = isReplacement ? file_ : output;
+UpgradeFolder SetUpgrade::folderFor(const path& target) const {
+  return {files_, target, replaces(target) ? UpgradeFolder::Kind::instead : UpgradeFolder::Kind::beside};
+}
+
+void SetUpgrade::requirePossible(const path& output) const {
+  const path target = targetOf(output);
   setfile::requireWritable(target, masksFolderOf(target));
-  UpgradeFolder folder(files_, target, isReplacement ? UpgradeFolder::Kind::instead : UpgradeFolder::Kind::beside);
-  folder.take();
-  if (!isReplacement && finishEarlierOne(folder, target)) return true;
-  folder.clear();
+  boost::system::error_code unknown;
+  if (fs::equivalent(setfile::folderOf(target), masksDir_, unknown) && !unknown) {
+    throw McException(file_.string() + ": is not upgraded to " + target.string() + ": that is among its own masks");
+  }
+  if (canFinishEarlierOne(folderFor(target), target)) return;
   requireFree(target);
   requireSpace(target);
+}
+
+bool SetUpgrade::run(const path& output, const HxParamBundle& parameters) {
+  const path target = targetOf(output);
+  requirePossible(target);
+  UpgradeFolder folder = folderFor(target);
+  folder.take();
+  if (canFinishEarlierOne(folder, target)) {
+    folder.install(masksDir_);
+    HxMessage::printf("%s: an upgrade that was interrupted is finished", target.c_str());
+    return true;
+  }
+  folder.clear();
+  folder.noteSource(source_);
   files_.createDirectory(folder.masks().string(), FileSystem::Access::byMask);
   takeOverPermissions(masksDir_, folder.masks());
-  if (!convert(folder.masks())) return false;
-  if (isReplacement) folder.backUp(file_);
+  if (!convert(folder.masks())) {
+    HxMessage::printf("%s: upgrading was interrupted; nothing has changed", file_.c_str());
+    return false;
+  }
+  if (replaces(target)) folder.backUp(file_, masksDir_);
   writeSetFile(folder, parameters);
+  install(folder, target);
+  return true;
+}
+
+void SetUpgrade::install(UpgradeFolder& folder, const path& target) const {
+  const bool isReplacement = replaces(target);
+  // Where nobody has ever saved there is nobody to be kept away.
+  const auto lock = isReplacement && SetLock::isPresent(files_, masksDir_.string())
+                        ? SetLock::forSaving(files_, masksDir_.string())
+                        : nullptr;
+  requireUnchanged();
   const UpgradeFolder::Backups kept = folder.install(masksDir_);
   HxMessage::printf("%s: upgraded to %s", file_.c_str(), target.c_str());
-  if (isReplacement) {
-    HxMessage::printf("%s: the former files are kept as %s and %s", file_.c_str(), kept.file.c_str(),
-                      kept.masks.c_str());
-  }
-  return true;
+  if (isReplacement) tellKept(file_, kept);
 }
 
-/// An upgrade to the same file that was cut off when only the set file was still to be moved.
-bool SetUpgrade::finishEarlierOne(UpgradeFolder& folder, const path& output) const {
-  const bool masksAreInPlace = files_.kind(masksFolderOf(output).string()) == FileKind::directory;
-  const bool isFree = files_.kind(output.string()) == FileKind::missing;
-  if (!folder.isComplete() || folder.hasMasks() || !masksAreInPlace || !isFree) return false;
-  folder.keep();
-  folder.install(masksDir_);
-  HxMessage::printf("%s: an upgrade that was interrupted is finished", output.c_str());
-  return true;
+void SetUpgrade::requireUnchanged() const {
+  if (stateOf(files_, file_, masks_) == source_) return;
+  throw McException(file_.string() + ": was changed while it was upgraded, and is not upgraded; load it again");
 }
 
-void SetUpgrade::requireFree(const path& output) const {
-  const path newMasks = masksFolderOf(output);
+/// Whether an upgrade of the same files to the same place was cut off when only the set file was still to be moved.
+bool SetUpgrade::canFinishEarlierOne(const UpgradeFolder& folder, const path& target) const {
+  const bool masksAreInPlace = files_.kind(masksFolderOf(target).string()) == FileKind::directory;
+  const bool isFree = files_.kind(target.string()) == FileKind::missing;
+  return masksAreInPlace && isFree && folder.exists() && folder.isComplete() && !folder.hasMasks() &&
+         folder.sourceNote() == source_;
+}
+
+void SetUpgrade::requireFree(const path& target) const {
+  const path newMasks = masksFolderOf(target);
   const auto refuseExisting = [&](const path& name) {
     if (files_.kind(name.string()) == FileKind::missing) return;
-    throw McException(file_.string() + ": is not upgraded to " + output.string() + ": " + name.string() +
+    throw McException(file_.string() + ": is not upgraded to " + target.string() + ": " + name.string() +
                       " exists already and is not replaced");
   };
-  const bool isReplacement = replaces(output);
-  if (!isReplacement) refuseExisting(output);
+  const bool isReplacement = replaces(target);
+  if (!isReplacement) refuseExisting(target);
   if (!isReplacement || newMasks.filename() != masksDir_.filename()) refuseExisting(newMasks);
 }
 
 /// The new files take about as much as the old ones; mostly less, as they have no borders.
-void SetUpgrade::requireSpace(const path& output) const {
+void SetUpgrade::requireSpace(const path& target) const {
   std::uint64_t bytes = 0;
   for (const MaskFiles& mask : masks_) bytes += hxvoxora::fileSetBytes(files_, mask.prefix.string() + ".ldm");
-  const std::string folder = setfile::folderOf(output).string();
+  const std::string folder = setfile::folderOf(target).string();
   const std::uint64_t free = files_.freeSpace(folder);
   if (free >= bytes) return;
   throw McException(file_.string() + ": upgrading the set needs " + std::to_string(bytes) + " bytes, and only " +
@@ -139,8 +206,14 @@ void SetUpgrade::requireSpace(const path& output) const {
 
 bool SetUpgrade::convert(const path& newMasks) const {
   const ProgressDisplay display;
-  for (std::size_t i = 0; i < masks_.size(); ++i) {
-    if (!convert(masks_[i], newMasks / masks_[i].prefix.filename(), i)) return false;
+  try {
+    for (std::size_t i = 0; i < masks_.size(); ++i) {
+      if (!convert(masks_[i], newMasks / masks_[i].prefix.filename(), i)) return false;
+    }
+  } catch (const McException&) {
+    // Perhaps for a better reason.
+    requireUnchanged();
+    throw;
   }
   return true;
 }
@@ -152,10 +225,13 @@ bool SetUpgrade::convert(const MaskFiles& mask, const path& target, std::size_t 
     return !display.isInterrupted();
   };
   HxMessage::printf("Upgrading mask %s", mask.prefix.filename().c_str());
-  if (mask.isLegacy) {
-    return HxLDMConverter::updateToUlx9(mask.prefix.string() + ".ldm", target.string() + ".ldm", false, goOn);
+  const std::string from = mask.prefix.string(), to = target.string();
+  const bool isDone = mask.isLegacy ? HxLDMConverter::updateToUlx9(from + ".ldm", to + ".ldm", false, goOn)
+                                    : details::MaskFiles::copy(files_, from, to, FileSystem::Access::byMask, goOn);
+  if (!isDone) return false;
+  for (const char* suffix : {".ldm", ".fcp", ".dat"}) {
+    if (files_.kind(to + suffix) == FileKind::regular) takeOverPermissions(from + suffix, to + suffix);
   }
-  details::Mask::copyMask(mask.prefix, target);
   return goOn(1);
 }
 
@@ -178,17 +254,26 @@ bool SetUpgrade::finishReplacement(FileSystem& files, const path& file, const pa
     removeRemains(folder);
     return false;
   }
+  if (!folder.isReplaced(file)) {
+    HxMessage::printf("%s: an upgrade was interrupted, and the file was changed since; the upgraded set stays in %s",
+                      file.c_str(), folder.setFile().parent_path().c_str());
+    return false;
+  }
+  UpgradeFolder::Backups kept;
   try {
     folder.take();
     // Somebody else may have been faster.
-    if (!folder.isComplete()) return false;
-    folder.keep();
-    folder.install(masksDir);
+    if (!folder.isComplete()) {
+      if (!folder.hasMasks()) folder.clear();
+      return false;
+    }
+    kept = folder.install(masksDir);
   } catch (const McException& failure) {
-    throw McException(file.string() + ": an upgrade was interrupted and must first be finished, by somebody who may " +
-                      "write in its folder, by opening the set (" + failure.what() + ")");
+    throw McException(file.string() + ": an upgrade must first be finished, by somebody who may write in its folder, " +
+                      "by opening the set (" + failure.what() + ")");
   }
   HxMessage::printf("%s: an upgrade that was interrupted is finished", file.c_str());
+  if (kept.file != file) tellKept(file, kept);
   return true;
 }
 

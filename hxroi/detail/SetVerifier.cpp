@@ -6,6 +6,7 @@
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/detail/SetReading.h"
+#include "hxroi/detail/SetUpgrade.h"
 #include "hxroi/details/MaskHeader.h"
 #include "hxroi/details/Roi.h"
 #include "hxroi/details/boxes.h"
@@ -60,12 +61,19 @@ SetVerifier::SetVerifier(boost::filesystem::path file, const HxVerificationRepor
 
 void SetVerifier::run(const QuarnMesh& mesh) {
   try {
+    finishUpgrade(mesh.parameters);
     const SetReading reading(hxvoxora::FileSystem::current(), mesh, file_);
     check(reading.content());
     reading.end();
   } catch (const std::exception& failure) {
     report_(QString::fromStdString(failure.what()), false);
   }
+}
+
+void SetVerifier::finishUpgrade(const HxParamBundle& parameters) const {
+  if (setfile::problemOfMasksDirectory(parameters, file_)) return;
+  const boost::filesystem::path masksDir = setfile::masksDirectory(parameters, file_);
+  SetUpgrade::finishReplacement(hxvoxora::FileSystem::current(), file_, masksDir);
 }
 
 void SetVerifier::check(const HxParamBundle& parameters) {

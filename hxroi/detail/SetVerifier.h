@@ -26,11 +26,12 @@ public:
   /// `report` gets one finding for each sound mask, and one for everything that is wrong. It outlives the verifier.
   SetVerifier(boost::filesystem::path file, const HxVerificationReport& report);
 
-  /// `mesh` was read from the file. The set is kept as it is while it is checked; a save that was interrupted is
-  /// finished before.
+  /// `mesh` was read from the file. The set is kept as it is while it is checked; a save or
+  /// an upgrade that was interrupted is finished before.
   void run(const QuarnMesh& mesh);
 
 private:
+  void finishUpgrade(const HxParamBundle& parameters) const;
   void check(const HxParamBundle& parameters);
   void checkRoi(const HxParamBundle& roi);
   void checkName(const HxParamBundle& roi);

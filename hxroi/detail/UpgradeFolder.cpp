@@ -1,9 +1,8 @@
 #include "hxroi/detail/UpgradeFolder.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <cstdint>
 #include <exception>
-#include <span>
 
 #include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/details/logFailure.h"
@@ -16,7 +15,12 @@ using hxvoxora::FileSystem;
 
 namespace {
 
-constexpr std::size_t kPieceBytes = std::size_t{1} << 20;
+/// Of a name in a folder.
+constexpr std::size_t kLongestName = 255;
+/// The parameter files that are read are no longer.
+constexpr std::uint64_t kLongestFile = std::uint64_t{64} << 20;
+
+constexpr const char* kLegacy = "-legacy";
 
 UpgradeFolder::path folderFor(const UpgradeFolder::path& output, UpgradeFolder::Kind kind) {
   const char* ending = kind == UpgradeFolder::Kind::beside ? "~upgrading" : "~replacing";
@@ -44,14 +48,53 @@ UpgradeFolder::~UpgradeFolder() {
   }
 }
 
+FileKind UpgradeFolder::kindOf(const path& name) const {
+  return files_.kind(name.string());
+}
+
 bool UpgradeFolder::exists() const {
-  return kindOf(folder_) == FileKind::directory;
+  // Beside a set with a very long name there is none.
+  if (folder_.filename().size() > kLongestName || kindOf(folder_) != FileKind::directory) return false;
+  try {
+    const std::vector<std::string> names = files_.list(folder_.string());
+    return std::all_of(names.begin(), names.end(), [&](const std::string& name) { return holds(name); });
+  } catch (const McException&) {
+    // Somebody else's.
+    return false;
+  }
+}
+
+/// Whether an upgrade may have put something of this name there.
+bool UpgradeFolder::holds(const std::string& name) const {
+  const std::string file = output_.filename().string();
+  return name == ".lock" || name == ".source" || name == ".former" || name == file ||
+         name.starts_with(file + kLegacy) || path(name) == newMasks_.filename();
 }
 
 void UpgradeFolder::take() {
-  if (kindOf(folder_) == FileKind::missing) files_.createDirectory(folder_.string(), FileSystem::Access::byMask);
+  if (folder_.filename().size() > kLongestName) {
+    throw McException(McException::excerpt(output_.string()) + ": the name is too long for an upgrade; rename the set");
+  }
+  const bool isNew = kindOf(folder_) == FileKind::missing;
+  if (!isNew && !exists()) {
+    throw McException(folder_.string() + ": is in the way of an upgrade; rename it, or open the set as its owner");
+  }
+  try {
+    makeOrTake();
+    mustStay_ = !isNew;
+  } catch (...) {
+    if (isNew && !lock_) {
+      files_.remove(lockFile());
+      files_.removeDirectory(folder_.string());
+    }
+    throw;
+  }
+}
+
+void UpgradeFolder::makeOrTake() {
+  if (kindOf(folder_) == FileKind::missing) files_.createDirectory(folder_.string(), FileSystem::Access::ownerOnly);
   if (files_.kind(lockFile()) == FileKind::missing) {
-    files_.createExclusively(lockFile(), FileSystem::Access::byMask)->close();
+    files_.createExclusively(lockFile(), FileSystem::Access::ownerOnly)->close();
   }
   lock_ = files_.tryLock(lockFile());
   if (!lock_) throw McException(output_.string() + ": is being upgraded by another program, in " + folder_.string());
@@ -62,6 +105,7 @@ std::string UpgradeFolder::lockFile() const {
 }
 
 void UpgradeFolder::clear() {
+  mustStay_ = false;
   removeContent(folder_.string());
 }
 
@@ -79,18 +123,41 @@ void UpgradeFolder::removeContent(const std::string& folder) {
   }
 }
 
-void UpgradeFolder::backUp(const path& former) {
-  const auto source = files_.openForReading(former.string(), FileSystem::Links::refuse);
-  const auto copy = files_.createExclusively(backup().string(), FileSystem::Access::byMask);
-  const std::uint64_t size = source->identity().size;
-  std::vector<std::byte> piece;
-  for (std::uint64_t done = 0; done < size; done += piece.size()) {
-    piece.resize(static_cast<std::size_t>(std::min<std::uint64_t>(size - done, kPieceBytes)));
-    source->readFully(done, piece);
-    copy->append(piece);
-  }
-  copy->sync();
-  copy->close();
+void UpgradeFolder::write(const path& name, std::span<const std::byte> bytes) {
+  const auto file = files_.createExclusively(name.string(), FileSystem::Access::ownerOnly);
+  file->append(bytes);
+  file->sync();
+  file->close();
+}
+
+std::vector<std::byte> UpgradeFolder::contentOf(const path& name) const {
+  const auto file = files_.openForReading(name.string(), FileSystem::Links::refuse);
+  const std::uint64_t size = file->identity().size;
+  if (size > kLongestFile) throw McException(name.string() + ": too large for a parameter file");
+  std::vector<std::byte> bytes(static_cast<std::size_t>(size));
+  file->readFully(0, bytes);
+  return bytes;
+}
+
+void UpgradeFolder::noteSource(const std::string& state) {
+  write(noteFile(), std::as_bytes(std::span(state)));
+}
+
+std::string UpgradeFolder::sourceNote() const {
+  if (kindOf(noteFile()) != FileKind::regular) return {};
+  const auto bytes = contentOf(noteFile());
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+void UpgradeFolder::backUp(const path& former, const path& formerMasks) {
+  const auto bytes = contentOf(former);
+  write(formerFile(), bytes);
+  write(folder_ / (output_.filename().string() + freeEnding(formerMasks)), bytes);
+}
+
+bool UpgradeFolder::isReplaced(const path& file) const {
+  return kindOf(formerFile()) == FileKind::regular && kindOf(file) == FileKind::regular &&
+         contentOf(file) == contentOf(formerFile());
 }
 
 bool UpgradeFolder::isComplete() const {
@@ -101,22 +168,39 @@ bool UpgradeFolder::hasMasks() const {
   return kindOf(masks()) == FileKind::directory;
 }
 
-UpgradeFolder::Backups UpgradeFolder::freeBackups(const path& formerMasks) const {
+std::string UpgradeFolder::freeEnding(const path& formerMasks) const {
   for (int number = 1;; ++number) {
-    const std::string ending = number == 1 ? "-legacy" : "-legacy" + std::to_string(number);
-    const path masks(formerMasks.string() + ending), file(output_.string() + ending);
-    if (kindOf(masks) == FileKind::missing && kindOf(file) == FileKind::missing) return {masks, file};
+    const std::string ending = number == 1 ? kLegacy : kLegacy + std::to_string(number);
+    const Backups backups = backupsWith(formerMasks, ending);
+    if (kindOf(backups.masks) == FileKind::missing && kindOf(backups.file) == FileKind::missing) return ending;
   }
 }
 
+/// What the copy of the former set file that is to be moved has behind its name; empty when there is none.
+std::string UpgradeFolder::endingOfBackup() const {
+  const std::string start = output_.filename().string();
+  for (const std::string& name : files_.list(folder_.string())) {
+    if (name.starts_with(start + kLegacy)) return name.substr(start.size());
+  }
+  return {};
+}
+
+UpgradeFolder::Backups UpgradeFolder::backupsWith(const path& formerMasks, const std::string& ending) const {
+  return {formerMasks.string() + ending, output_.string() + ending};
+}
+
 UpgradeFolder::Backups UpgradeFolder::install(const path& formerMasks) {
-  const Backups backups = freeBackups(formerMasks);
+  const std::string ending = endingOfBackup();
+  const Backups backups = backupsWith(formerMasks, ending);
   try {
+    // Before anything leaves its place the folder itself must be there to stay.
+    sync(folder_.string());
     const bool masksAreNew = !hasMasks() && formerMasks == newMasks_;
     const bool replaces = kind_ == Kind::instead;
     if (replaces && !masksAreNew && kindOf(formerMasks) != FileKind::missing) move(formerMasks, backups.masks);
     if (hasMasks()) move(masks(), newMasks_);
-    if (replaces && kindOf(backup()) != FileKind::missing) move(backup(), backups.file);
+    if (replaces && !ending.empty()) move(folder_ / backups.file.filename(), backups.file);
+    requireFree(output_);
     files_.rename(setFile().string(), output_.string());
   } catch (...) {
     undoMoves();
@@ -133,7 +217,15 @@ UpgradeFolder::Backups UpgradeFolder::install(const path& formerMasks) {
   return backups;
 }
 
+/// Much may have come there since the upgrade began.
+void UpgradeFolder::requireFree(const path& name) const {
+  if (kind_ == Kind::instead && name == output_) return;
+  if (kindOf(name) == FileKind::missing) return;
+  throw McException(name.string() + ": exists by now and is not replaced");
+}
+
 void UpgradeFolder::move(const path& from, const path& to) {
+  requireFree(to);
   files_.rename(from.string(), to.string());
   moves_.push_back({from.string(), to.string()});
   sync(from.string());

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <boost/filesystem/path.hpp>
+#include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -14,8 +16,9 @@ namespace hxroi {
 /// The folder beside an upgraded ROI set in which its new files wait until all of them are there, and the way from
 /// there to their places (docs/format/roi-set.md, "Upgrading"). Failures are McException.
 ///
-/// It holds a whole set: the set file, which is written last and so tells that the set is complete, its masks folder,
-/// and in a replacement a copy of the former set file.
+/// It holds a whole set: the set file, which is written last and so tells that the set is complete, its masks folder, a
+/// note of what the set was made from, and in a replacement two copies of the former set file. Only its owner may look
+/// into it.
 class HXROI_API UpgradeFolder {
 public:
   using path = boost::filesystem::path;
@@ -28,31 +31,37 @@ public:
   /// For the set file `output`. Nothing is touched yet.
   UpgradeFolder(hxvoxora::FileSystem& files, const path& output, Kind kind);
 
-  /// Removes the folder and all in it when it was taken, unless a move that failed could not be undone. Never throws.
+  /// Removes the folder and all in it when it was taken, unless it holds an earlier upgrade that was not cleared, or a
+  /// move that failed could not be undone. Never throws.
   ~UpgradeFolder();
 
   UpgradeFolder(const UpgradeFolder&) = delete;
   UpgradeFolder& operator=(const UpgradeFolder&) = delete;
 
-  /// Whether an upgrade left the folder, or is at work in it.
+  /// Whether an upgrade left the folder, or is at work in it: it is a folder, no link to one, and holds nothing else
+  /// than an upgrade puts there.
   bool exists() const;
 
   /// Makes the folder, or takes the one that is there, and keeps others away from it. McException when somebody else is
-  /// at work.
+  /// at work, and when something else has its name.
   void take();
-
-  /// Says that an earlier upgrade is being finished: its files stay unless they can be put in their places.
-  void keep() { mustStay_ = true; }
 
   /// Where the new files are written.
   path setFile() const { return folder_ / output_.filename(); }
   path masks() const { return folder_ / newMasks_.filename(); }
 
-  /// Removes everything, so that the upgrade can begin.
+  /// Removes everything that is in the folder, so that an upgrade can begin.
   void clear();
 
-  /// Keeps a copy of the set file that is replaced.
-  void backUp(const path& former);
+  /// Notes what the set is made from, to be compared by whoever finishes the upgrade.
+  void noteSource(const std::string& state);
+  /// What was noted; empty when there is nothing.
+  std::string sourceNote() const;
+
+  /// Keeps a copy of the set file that is replaced, and chooses the names under which it and its masks will be kept.
+  void backUp(const path& former, const path& formerMasks);
+  /// Whether a file is still the one that is replaced.
+  bool isReplaced(const path& file) const;
 
   /// Whether all files of the new set are there, apart from the masks that may be in their place already.
   bool isComplete() const;
@@ -76,10 +85,18 @@ private:
     std::string to;
   };
 
-  Backups freeBackups(const path& formerMasks) const;
+  bool holds(const std::string& name) const;
+  void makeOrTake();
+  std::string freeEnding(const path& formerMasks) const;
+  std::string endingOfBackup() const;
+  Backups backupsWith(const path& formerMasks, const std::string& ending) const;
   std::string lockFile() const;
-  path backup() const { return folder_ / (output_.filename().string() + "-legacy"); }
-  hxvoxora::FileKind kindOf(const path& name) const { return files_.kind(name.string()); }
+  path noteFile() const { return folder_ / ".source"; }
+  path formerFile() const { return folder_ / ".former"; }
+  hxvoxora::FileKind kindOf(const path& name) const;
+  void write(const path& name, std::span<const std::byte> bytes);
+  std::vector<std::byte> contentOf(const path& name) const;
+  void requireFree(const path& name) const;
   void move(const path& from, const path& to);
   void undoMoves() noexcept;
   void removeContent(const std::string& folder);

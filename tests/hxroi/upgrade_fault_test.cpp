@@ -120,6 +120,7 @@ TEST_F(UpgradeFaults, FinishingAReplacementMayFailAsOftenAsItLikes) {
     fs::create_directory(waiting);
     fs::rename(work / "set.ROIs-masks", waiting / "set.ROIs-masks");
     fs::rename(set, waiting / "set.ROIs.qm");
+    fs::copy_file(work / "set.ROIs.qm-legacy", waiting / ".former");
     fs::rename(work / "set.ROIs.qm-legacy", set);
     hxvoxora::PassingFileSystem disk(FileSystem::posix());
     FaultFileSystem files(disk);
@@ -132,6 +133,40 @@ TEST_F(UpgradeFaults, FinishingAReplacementMayFailAsOftenAsItLikes) {
     expectWhole(*read(set, result));
     EXPECT_EQ(result, 1) << console.consoleText();
     EXPECT_EQ(namesIn(work), (std::vector<std::string>{"set.ROIs-masks", "set.ROIs-masks-legacy", "set.ROIs.qm"}));
+    if (!hasFailed || HasFailure()) return;
+    ASSERT_LT(call, 1000U);
+  }
+}
+
+/// What an upgrade to another file leaves that ends before the new set file is in its place.
+TEST_F(UpgradeFaults, FinishingAnUpgradeMayFailAsOftenAsItLikes) {
+  const EnvironmentScope test("RUNNING_TEST", "1");
+  for (std::uint64_t call = 1;; ++call) {
+    SCOPED_TRACE("failing call " + std::to_string(call));
+    const path set = freshSet("set.ROIs.qm");
+    int result = 0;
+    {
+      hxvoxora::PassingFileSystem disk(FileSystem::posix());
+      FaultFileSystem files(disk);
+      const FileSystemOverride current(files);
+      const path upgraded = work / "set-upgraded.ROIs.qm";
+      // Everything fails from the renaming of the set file on.
+      for (std::uint64_t rename = 1; !fs::exists(work / "set-upgraded.ROIs-masks"); ++rename) {
+        files.arm({.call = rename, .only = hxvoxora::FileCall::rename, .extent = Extent::killed});
+        read(set, result);
+        files.disarm();
+        ASSERT_LT(rename, 50U);
+      }
+      ASSERT_FALSE(fs::exists(upgraded));
+    }
+    hxvoxora::PassingFileSystem disk(FileSystem::posix());
+    FaultFileSystem files(disk);
+    const FileSystemOverride current(files);
+    files.arm({.call = call});
+    const auto loaded = read(set, result);
+    files.disarm();
+    const bool hasFailed = files.hasFailed();
+    expectLoads(set, {"set-upgraded.ROIs-masks", "set-upgraded.ROIs.qm", "set.ROIs-masks", "set.ROIs.qm"});
     if (!hasFailed || HasFailure()) return;
     ASSERT_LT(call, 1000U);
   }

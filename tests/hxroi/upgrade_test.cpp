@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "LegacySetTest.h"
+#include "hxroi/detail/SetUpgrade.h"
 #include "hxroi/details/MaskFiles.h"
 #include "hxroi/internal/QxRoiUpdateDialog.h"
 #include "hxroi/package.h"
@@ -206,6 +207,74 @@ TEST_F(Upgrade, NamesWithoutTheUsualEndingAreReplaced) {
   expectWhole(*open(other));
   EXPECT_THAT(namesIn(folder),
               ElementsAre("set.ROIs-masks", "set.ROIs-masks-legacy", "set.ROIs.mesh", "set.ROIs.mesh-legacy"));
+  EXPECT_EQ(console.titledWarnings.size(), 1U);
+}
+
+TEST_F(Upgrade, TestsTakeTheProposedNameWhateverIsPreferred) {
+  makeLegacySet();
+  prefer(HxPreferences::OlderFiles::Replace);
+  const EnvironmentScope test("RUNNING_TEST", "1");
+  expectWhole(*open(file));
+  EXPECT_TRUE(fs::exists(upgradedFile));
+  EXPECT_TRUE(isLegacy(masks, "A"));
+}
+
+TEST_F(Upgrade, AnotherNameOfTheFileIsTheFile) {
+  makeLegacySet();
+  const path other = folder / "other.ROIs.qm";
+  fs::create_hard_link(file, other);
+  expectWhole(*openAnswering(
+      [&](QxRoiUpdateDialog& dialog) {
+        type(dialog, other);
+        click(dialog, "upgradeButton");
+      },
+      1));
+  EXPECT_EQ(registerName, QString::fromStdString(file.string()));
+  EXPECT_TRUE(isLegacy(legacyMasks, "A"));
+  expectWhole(*open(file));
+}
+
+TEST_F(Upgrade, WhoChoosesWhatCannotBeIsAskedAgain) {
+  makeLegacySet();
+  std::ofstream(upgradedFile.string()) << "mine";
+  const path second = folder / "second.ROIs.qm";
+  expectWhole(*openAnswering(
+      [&](QxRoiUpdateDialog& dialog) {
+        QTimer::singleShot(0, [&] {
+          EXPECT_EQ(dialog.filename(), QString::fromStdString(upgradedFile.string()));
+          type(dialog, second);
+          click(dialog, "upgradeButton");
+        });
+        click(dialog, "upgradeButton");
+      },
+      1));
+  ASSERT_EQ(console.warnings.size(), 1);
+  EXPECT_THAT(console.warnings[0].toStdString(), HasSubstr(upgradedFile.string() + " exists already"));
+  EXPECT_EQ(contentOf(upgradedFile), "mine");
+  expectWhole(*open(second));
+}
+
+TEST_F(Upgrade, NotAmongTheOwnMasks) {
+  makeLegacySet();
+  auto mesh = QuarnMesh::read(QString::fromStdString(file.string()));
+  const hxroi::SetUpgrade upgrade(hxvoxora::FileSystem::posix(), file, masks, {{masks / "A", true}});
+  EXPECT_EQ(
+      refusalOf([&] { upgrade.requirePossible(masks / "new.ROIs.qm"); }),
+      file.string() + ": is not upgraded to " + (masks / "new.ROIs.qm").string() + ": that is among its own masks");
+}
+
+TEST_F(Upgrade, TheHostLoadsTheUpgradedFileByWhateverName) {
+  makeLegacySet();
+  const path output = folder / "new.ROIs";
+  openAnswering(
+      [&](QxRoiUpdateDialog& dialog) {
+        type(dialog, output);
+        click(dialog, "upgradeButton");
+      },
+      1);
+  const std::string content = contentOf(output);
+  EXPECT_TRUE(content.starts_with("# QuarnMesh 1 text "));
+  expectWhole(*open(output));
 }
 
 TEST_F(Upgrade, WhoAcceptsTheDialogGetsTheProposedFile) {
@@ -341,7 +410,7 @@ TEST_F(Upgrade, InterruptingLeavesEverythingAsItWas) {
     RecordingProgress progress;
     progress.interruptAfter = after;
     const ProgressScope scope(progress);
-    refusedText();
+    EXPECT_THAT(refusedText(), HasSubstr(file.string() + ": upgrading was interrupted; nothing has changed"));
     EXPECT_EQ(progress.calls.front(), "start Upgrading masks");
     EXPECT_EQ(progress.calls.back(), "stop");
   }
@@ -368,10 +437,40 @@ TEST_F(Upgrade, RemainsOfEarlierUpgradesGo) {
   const path work = folder / "set-upgraded.ROIs.qm~upgrading";
   fs::create_directories(work / "set-upgraded.ROIs-masks" / "deeper");
   std::ofstream((work / "set-upgraded.ROIs-masks" / "A.ldm").string()) << "half";
-  fs::create_symlink(file, work / "link");
+  std::ofstream((work / ".lock").string());
+  fs::create_symlink(file, work / "set-upgraded.ROIs-masks" / "link");
   expectWhole(*open(file));
   EXPECT_FALSE(fs::exists(work));
   EXPECT_TRUE(fs::exists(file));
+}
+
+TEST_F(Upgrade, NothingOfOthersGoes) {
+  makeLegacySet();
+  const EnvironmentScope test("RUNNING_TEST", "1");
+  const path work = folder / "set-upgraded.ROIs.qm~upgrading", mine = folder / "mine";
+  fs::create_directory(mine);
+  std::ofstream((mine / "canary").string()) << "mine";
+  fs::create_directory_symlink(mine, work);
+  EXPECT_THAT(refusedText(), HasSubstr(work.string() + ": is in the way of an upgrade"));
+  fs::remove(work);
+  fs::rename(mine, work);
+  EXPECT_THAT(refusedText(), HasSubstr(work.string() + ": is in the way of an upgrade"));
+  fs::remove_all(work);
+  std::ofstream(work.string()) << "mine";
+  EXPECT_THAT(refusedText(), HasSubstr(work.string() + ": is in the way of an upgrade"));
+}
+
+TEST_F(Upgrade, FoldersThatOnlyLookLikeRemainsStayWhenThePresentSetIsLoaded) {
+  fillSet();
+  saveLegacy({});
+  for (const char* ending : {"~upgrading", "~replacing"}) {
+    const path work(file.string() + ending);
+    fs::create_directory(work);
+    std::ofstream((work / "canary").string()) << "mine";
+  }
+  const auto before = filesBelow(folder);
+  expectWhole(*open(file));
+  EXPECT_EQ(filesBelow(folder), before);
 }
 
 TEST_F(Upgrade, FilesNamedTwiceAreConvertedOnce) {
@@ -393,6 +492,151 @@ TEST_F(Upgrade, PrivateSetsStayPrivate) {
   open(file);
   EXPECT_EQ(fs::status(upgradedFile).permissions(), fs::owner_read | fs::owner_write);
   EXPECT_EQ(fs::status(upgradedMasks).permissions(), fs::owner_all);
+}
+
+TEST_F(Upgrade, WhatIsKeptOfPrivateSetsStaysPrivate) {
+  makeLegacySet();
+  const auto ownersOnly = fs::owner_read | fs::owner_write;
+  fs::permissions(file, ownersOnly);
+  for (const char* suffix : {".ldm", ".fcp", ".dat"}) fs::permissions(masks / (std::string("A") + suffix), ownersOnly);
+  const ReplacingScope replacing;
+  expectWhole(*open(file));
+  EXPECT_EQ(fs::status(file).permissions(), ownersOnly);
+  EXPECT_EQ(fs::status(legacyFile).permissions(), ownersOnly);
+  EXPECT_EQ(fs::status(masks / "A.dat").permissions(), ownersOnly);
+  EXPECT_NE(fs::status(masks / "B.dat").permissions(), ownersOnly);
+}
+
+/// Calls `during` once, when the first folder is made in the folder of an upgrade.
+class MeanwhileFileSystem : public hxvoxora::PassingFileSystem {
+public:
+  explicit MeanwhileFileSystem(std::function<void()> during)
+      : PassingFileSystem(hxvoxora::FileSystem::posix()), during_(std::move(during)) {}
+  void createDirectory(const std::string& path, Access access) override {
+    PassingFileSystem::createDirectory(path, access);
+    if (path.ends_with("-masks") && during_) std::exchange(during_, nullptr)();
+  }
+
+private:
+  std::function<void()> during_;
+};
+
+TEST_F(Upgrade, WhatIsSavedMeanwhileIsNotLost) {
+  for (const bool replaces : {false, true}) {
+    SCOPED_TRACE(replaces);
+    makeLegacySet();
+    const EnvironmentScope test("RUNNING_TEST", "1");
+    const auto replacing = replaces ? std::make_unique<ReplacingScope>() : nullptr;
+    std::map<std::string, std::string> saved;
+    MeanwhileFileSystem files([&] {
+      fill(*rois->getMask("A"), {6, 6, 6}, {1, 1, 1});
+      EXPECT_EQ(save(), 1);
+      saved = filesBelow(folder);
+      std::erase_if(saved, [](const auto& entry) { return entry.first.find('~') != std::string::npos; });
+    });
+    console.clear();
+    {
+      const hxvoxora::FileSystemOverride current(files);
+      open(file, 0);
+    }
+    EXPECT_THAT(console.consoleText(), HasSubstr(file.string() + ": was changed while it was upgraded"));
+    EXPECT_EQ(filesBelow(folder), saved);
+    rois->removeAllRois();
+    expected.clear();
+  }
+}
+
+TEST_F(Upgrade, AFolderThatCannotBeTakenIsNotLeft) {
+  struct NoLocks : hxvoxora::PassingFileSystem {
+    using PassingFileSystem::PassingFileSystem;
+    std::unique_ptr<hxvoxora::FileLock> tryLock(const std::string& path) override {
+      throw McException("lock " + path + ": No locks available");
+    }
+  };
+  makeLegacySet();
+  const EnvironmentScope test("RUNNING_TEST", "1");
+  NoLocks disk(hxvoxora::FileSystem::posix());
+  const hxvoxora::FileSystemOverride current(disk);
+  const auto names = namesIn(folder);
+  EXPECT_THAT(refusedText(), HasSubstr("No locks available"));
+  EXPECT_EQ(namesIn(folder), names);
+}
+
+TEST_F(Upgrade, SetsWithVeryLongNamesLoad) {
+  fillSet();
+  saveLegacy({});
+  const path longFile = folder / (std::string(240, 'x') + ".ROIs.qm");
+  fs::rename(file, longFile);
+  expectWhole(*open(longFile));
+  makeLegacy(*rois->getMask("A"), masks / "A");
+  const ReplacingScope replacing;
+  console.clear();
+  open(longFile, 0);
+  EXPECT_THAT(console.consoleText(), HasSubstr("the name is too long for an upgrade"));
+}
+
+/// What a replacement leaves that ends when the new masks are in place.
+class CutReplacement : public Upgrade {
+protected:
+  CutReplacement() : waiting(file.string() + "~replacing") {
+    makeLegacySet();
+    const ReplacingScope replacing;
+    expectWhole(*open(file));
+    fs::create_directory(waiting);
+    std::ofstream((waiting / ".lock").string());
+    fs::rename(file, waiting / "set.ROIs.qm");
+    fs::copy_file(legacyFile, waiting / ".former");
+    fs::rename(legacyFile, file);
+    fs::copy_file(file, waiting / "set.ROIs.qm-legacy");
+    console.clear();
+  }
+
+  const path waiting;
+};
+
+TEST_F(CutReplacement, IsFinishedByTheNextToOpenTheSet) {
+  expectWhole(*open(file));
+  EXPECT_THAT(console.consoleText(), HasSubstr("an upgrade that was interrupted is finished"));
+  EXPECT_THAT(console.consoleText(), HasSubstr("kept as " + legacyFile.string() + " and " + legacyMasks.string()));
+  EXPECT_THAT(namesIn(folder),
+              ElementsAre("set.ROIs-masks", "set.ROIs-masks-legacy", "set.ROIs.qm", "set.ROIs.qm-legacy"));
+}
+
+TEST_F(CutReplacement, IsFinishedByACheck) {
+  std::vector<std::string> wrong;
+  const auto mesh = QuarnMesh::read(QString::fromStdString(file.string()));
+  hxroi_verifyRois(mesh.get(), file.c_str(), [&](const QString& finding, bool isSound) {
+    if (!isSound) wrong.push_back(finding.toStdString());
+  });
+  EXPECT_THAT(wrong, ElementsAre());
+  EXPECT_FALSE(fs::exists(waiting));
+}
+
+TEST_F(CutReplacement, DoesNotReplaceANewerSet) {
+  fill(*rois->getMask("A"), {6, 6, 6}, {1, 1, 1});
+  rois->removeRoi("D");
+  fs::remove(file);
+  ASSERT_EQ(save(), 1);
+  const std::string saved = contentOf(file);
+  console.clear();
+  EXPECT_EQ(open(file)->getNumberOfMasks(), 3U);
+  EXPECT_EQ(contentOf(file), saved);
+  EXPECT_TRUE(fs::exists(waiting / "set.ROIs.qm"));
+  EXPECT_THAT(console.consoleText(),
+              HasSubstr("the file was changed since; the upgraded set stays in " + waiting.string()));
+}
+
+TEST_F(Upgrade, AnUpgradeOfAnotherSetIsNotFinished) {
+  makeLegacySet();
+  const EnvironmentScope test("RUNNING_TEST", "1");
+  expectWhole(*open(file));
+  const path work(upgradedFile.string() + "~upgrading");
+  fs::create_directory(work);
+  std::ofstream((work / ".lock").string());
+  std::ofstream((work / ".source").string()) << "of another set\n";
+  fs::rename(upgradedFile, work / upgradedFile.filename());
+  EXPECT_THAT(refusedText(), HasSubstr(upgradedMasks.string() + " exists already and is not replaced"));
+  EXPECT_TRUE(fs::exists(work / upgradedFile.filename()));
 }
 
 TEST_F(Upgrade, BoxesComeAlong) {

@@ -137,5 +137,5 @@ TEST(Message, WarningsMayHaveATitle) {
   EXPECT_THAT(sink.titledWarnings, IsEmpty());
   PlainSink plain;
   HxMessage::warning("Title", "text");
-  EXPECT_THAT(plain.warnings, ElementsAre("text"));
+  EXPECT_THAT(plain.warnings, ElementsAre("Title text"));
 }

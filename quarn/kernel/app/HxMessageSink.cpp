@@ -2,6 +2,6 @@
 
 HxMessageSink::~HxMessageSink() = default;
 
-void HxMessageSink::titledWarning(const QString& /*title*/, const QString& text) {
-  warning(text);
+void HxMessageSink::titledWarning(const QString& title, const QString& text) {
+  warning(title + QLatin1Char(' ') + text);
 }

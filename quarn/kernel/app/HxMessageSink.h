@@ -20,7 +20,7 @@ public:
   virtual void error(const QString& text) = 0;
   virtual void warning(const QString& text) = 0;
 
-  /// The same with a title of its own; where boxes have no titles, the text alone.
+  /// The same with a title of its own; where boxes have no titles, title and text in one.
   virtual void titledWarning(const QString& title, const QString& text);
 
   /// A modal message after which work cannot go on.

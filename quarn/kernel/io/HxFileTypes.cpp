@@ -1,6 +1,7 @@
 #include "quarn/kernel/io/HxFileTypes.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <algorithm>
 
@@ -21,6 +22,12 @@ std::string excerpt(const QString& text) {
 
 bool endsIn(const QString& file, const QString& suffix) {
   return file.endsWith(suffix, Qt::CaseInsensitive);
+}
+
+/// Parameter files have names of all kinds; their first line tells them.
+bool beginsAsParameterFile(const QString& name) {
+  QFile file(name);
+  return QFileInfo(name).isFile() && file.open(QIODevice::ReadOnly) && file.read(12) == "# QuarnMesh ";
 }
 
 /// Notes what enters the pool while it lives.
@@ -139,7 +146,8 @@ QStringList HxFileTypes::load(const QString& file, const HxLoadOptions& options)
 
 bool HxFileTypes::isParameterFile(const QString& file) const {
   return endsIn(file, parameterFileSuffix) ||
-         std::ranges::any_of(meshReaders_, [&](const MeshEntry& entry) { return endsIn(file, entry.suffix); });
+         std::ranges::any_of(meshReaders_, [&](const MeshEntry& entry) { return endsIn(file, entry.suffix); }) ||
+         beginsAsParameterFile(file);
 }
 
 /// The one with the longest suffix that the name ends in.
