@@ -1,12 +1,14 @@
 #include "hxroi/detail/UpgradeFolder.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <exception>
 
 #include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/details/logFailure.h"
 #include "quarn/base/McException.h"
+#include "quarn/voxora/files/FileError.h"
 
 namespace hxroi {
 
@@ -58,8 +60,8 @@ bool UpgradeFolder::exists() const {
   try {
     const std::vector<std::string> names = files_.list(folder_.string());
     return std::all_of(names.begin(), names.end(), [&](const std::string& name) { return holds(name); });
-  } catch (const McException&) {
-    // Somebody else's.
+  } catch (const hxvoxora::FileError& failure) {
+    if (failure.number() != EACCES) throw;
     return false;
   }
 }
