@@ -61,18 +61,16 @@ void takeOverPermissions(const SetUpgrade::path& from, const SetUpgrade::path& t
   throw McException(to.string() + ": cannot be kept from those who may not read " + from.string());
 }
 
-/// Everything by which a change of the files of a set is noticed; a line for each file.
+/// What tells the files of a set from others, and by which a change of them is noticed: name, size and time of each.
+/// Wherever the set is moved it stays the same.
 std::string stateOf(FileSystem& files, const SetUpgrade::path& file, const std::vector<SetUpgrade::MaskFiles>& masks) {
   std::string state;
-  const auto add = [&](const std::string& name) {
-    if (files.kind(name) != FileKind::regular) return;
-    const hxvoxora::FileIdentity id = files.openForReading(name, FileSystem::Links::refuse)->identity();
-    for (const auto number : {id.device, id.serial, id.size, static_cast<std::uint64_t>(id.changedNanos)}) {
-      state += std::to_string(number) + ' ';
-    }
-    state += QFile::encodeName(setfile::absoluteName(name)).toStdString() + '\n';
+  const auto add = [&](const SetUpgrade::path& name) {
+    if (files.kind(name.string()) != FileKind::regular) return;
+    const hxvoxora::FileIdentity id = files.openForReading(name.string(), FileSystem::Links::refuse)->identity();
+    state += std::to_string(id.size) + ' ' + std::to_string(id.changedNanos) + ' ' + name.filename().string() + '\n';
   };
-  add(file.string());
+  add(file);
   for (const auto& mask : masks) {
     for (const char* suffix : {".ldm", ".fcp", ".dat"}) add(mask.prefix.string() + suffix);
   }

@@ -1,26 +1,14 @@
 #pragma once
 
-#include <QByteArray>
 #include <initializer_list>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "EnvironmentScope.h"
 #include "SetFileTest.h"
+#include "legacyFiles.h"
 #include "quarn/voxora/files/FileSystem.h"
-#include "tests/support/BorderedVolume.h"
-
-/// A variable of the environment, set while the object lives.
-class EnvironmentScope {
-public:
-  EnvironmentScope(const char* name, const char* value) : name_(name) { qputenv(name, value); }
-  ~EnvironmentScope() { qunsetenv(name_); }
-  EnvironmentScope(const EnvironmentScope&) = delete;
-  EnvironmentScope& operator=(const EnvironmentScope&) = delete;
-
-private:
-  const char* name_;
-};
 
 /// Replacing legacy sets without asking, while the object lives.
 class ReplacingScope {
@@ -36,26 +24,12 @@ class LegacySetTest : public SetFileTest {
 protected:
   using Voxels = BorderedVolume::Voxels;
 
-  static Voxels voxelsOf(const Mask& mask) {
-    Voxels voxels;
-    const auto view = mask.getConstBox();
-    for (const bool value : view) voxels.push_back(value);
-    return voxels;
-  }
-
   /// Saves the set, brings the files of the named masks to the older layout, and remembers what is in them all.
   void saveLegacy(std::initializer_list<std::string> names) {
     ASSERT_EQ(save(), 1);
     for (const std::string& name : names) makeLegacy(*rois->getMask(name), masks / name);
     for (const Mask* mask : rois->masks()) expected[mask->name()] = voxelsOf(*mask);
     console.clear();
-  }
-
-  static void makeLegacy(const Mask& mask, const path& prefix) {
-    const SbVec3i32 tile = mask.volumeMask()->getTileDimension();
-    BorderedVolume volume(mask.dimensions(), {tile[0], tile[1], tile[2]}, 2);
-    volume.voxels = voxelsOf(mask);
-    volume.write(hxvoxora::FileSystem::posix(), prefix.string() + ".ldm");
   }
 
   /// A set with all that a legacy one may have: masks and a group, all of the older layout.

@@ -9,8 +9,10 @@
 #include <random>
 #include <thread>
 
+#include "EnvironmentScope.h"
 #include "SetStateTest.h"
 #include "hxroi/detail/RecoveredMasks.h"
+#include "legacyFiles.h"
 #include "quarn/voxora/files/PassingFileSystem.h"
 #include "tests/hxroi_worker/killedSet.h"
 #include "tests/support/stride.h"
@@ -145,14 +147,28 @@ protected:
 
   void expectNoLitter() const { EXPECT_THAT(litter({"M0", "M1", "M2", "M3"}), IsEmpty()); }
 
-  /// All files of the set, byte for byte, apart from locks.
-  std::map<std::string, std::string> filesOfSet() const {
-    std::map<std::string, std::string> all{{"", contentOf(file)}};
-    for (const auto& entry : fs::directory_iterator(masks)) {
+  /// All files in a folder, byte for byte, apart from locks.
+  static std::map<std::string, std::string> filesIn(const fs::path& directory) {
+    std::map<std::string, std::string> all;
+    for (const auto& entry : fs::directory_iterator(directory)) {
       const std::string name = entry.path().filename().string();
-      if (name != ".lock" && name != ".turn") all[name] = contentOf(entry.path());
+      if (!name.starts_with(".")) all[name] = contentOf(entry.path());
     }
     return all;
+  }
+
+  /// All files of the set.
+  std::map<std::string, std::string> filesOfSet() const {
+    auto all = filesIn(masks);
+    all[""] = contentOf(file);
+    return all;
+  }
+
+  static std::vector<std::string> namesIn(const fs::path& directory) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(directory)) names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
   }
 
   /// Masks that killed processes left, by name; none is left afterwards.
@@ -240,6 +256,49 @@ TEST_F(KillLoop, SaveWithExchangedNames) {
   const McHandle<HxRois> last = load(file);
   ASSERT_EQ(last->writeQuarnMesh(file.c_str()), 1);
   expectNoLitter();
+}
+
+TEST_F(KillLoop, Upgrades) {
+  const fs::path older = file.string() + "-older";
+  fs::create_directory(older);
+  const McHandle<HxRois> set = killedset::make(3);
+  ASSERT_EQ(set->writeQuarnMesh((older / "set.ROIs.qm").c_str()), 1);
+  for (const char* name : {"M0", "M2", "M3"}) makeLegacy(*set->getMask(name), older / "set.ROIs-masks" / name);
+  for (const char* name : {".lock", ".turn"}) fs::remove(older / "set.ROIs-masks" / name);
+  const auto former = filesIn(older / "set.ROIs-masks");
+  const std::string expected = killedset::describe(*set);
+  const EnvironmentScope test("RUNNING_TEST", "1");
+
+  const auto folderOf = [&](int number) { return fs::path(file.string() + std::to_string(number)); };
+  const auto remove = [&](int number) {
+    fs::remove_all(folderOf(number));
+    fs::remove_all(folderOf(number).string() + "~");
+  };
+  const auto checkOne = [&](int number) {
+    const fs::path work = folderOf(number);
+    const bool isBeside = number % 2 == 0;
+    HxRois::replaceExistingROIsWhenUpgrading(!isBeside);
+    const bool isDone = fs::exists(work / "set-upgraded.ROIs.qm");
+    EXPECT_EQ(onDisk(work / (isDone ? "set-upgraded.ROIs.qm" : "set.ROIs.qm")), expected) << number;
+    HxRois::replaceExistingROIsWhenUpgrading(false);
+    const std::vector<std::string> beside{"set-upgraded.ROIs-masks", "set-upgraded.ROIs.qm", "set.ROIs-masks",
+                                          "set.ROIs.qm"};
+    const std::vector<std::string> instead{"set.ROIs-masks", "set.ROIs-masks-legacy", "set.ROIs.qm",
+                                           "set.ROIs.qm-legacy"};
+    EXPECT_EQ(namesIn(work), isBeside ? beside : instead) << number;
+    EXPECT_EQ(filesIn(work / (isBeside ? "set.ROIs-masks" : "set.ROIs-masks-legacy")), former) << number;
+  };
+
+  measure("upgrade");
+  for (int number = 1; number < kStep; ++number) remove(number);
+  killMany("upgrade", [&](int first, const std::vector<int>& done) {
+    const int last = first + static_cast<int>(done.size());
+    for (int number = first; number <= last; ++number) {
+      if (number < last || fs::exists(folderOf(number))) checkOne(number);
+      remove(number);
+    }
+    console.clear();
+  });
 }
 
 TEST_F(KillLoop, EditsAndFlushes) {

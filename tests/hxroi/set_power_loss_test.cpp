@@ -2,13 +2,17 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <span>
 #include <unordered_map>
 
 #include "CrashedDisk.h"
+#include "EnvironmentScope.h"
 #include "SetStateTest.h"
+#include "legacyFiles.h"
 #include "quarn/voxora/files/FaultFileSystem.h"
 #include "tests/support/stride.h"
 
@@ -72,6 +76,34 @@ protected:
     noteSaved(recorder);
   }
 
+  /// The end of the computer comes later than what was done until now, which is on stable storage.
+  void beginHere(const DiskRecorder& recorder) {
+    begin_ = recorder.changeCount();
+    noteSaved(recorder);
+  }
+
+  /// Puts the set on the disk with masks of the older layout.
+  void saveLegacy(DiskRecorder& recorder) {
+    ASSERT_EQ(save(), 1) << console.consoleText();
+    const fs::path aside = folder / "aside";
+    fs::create_directory(aside);
+    for (const char* name : {"A", "B", "D"}) {
+      makeLegacy(*rois->getMask(name), aside / name);
+      for (const char* suffix : {".ldm", ".fcp", ".dat"}) {
+        const std::string content = contentOf(aside / (std::string(name) + suffix));
+        const std::string target = (masks / (std::string(name) + suffix)).string();
+        recorder.remove(target);
+        const auto output = recorder.createExclusively(target, FileSystem::Access::byMask);
+        output->append(std::as_bytes(std::span(content)));
+        output->sync();
+        output->close();
+      }
+    }
+    recorder.syncDirectory(masks.string());
+    recorder.syncDirectory(disk_.string());
+    beginHere(recorder);
+  }
+
   /// From now on the set as it is must be there.
   void noteSaved(const DiskRecorder& recorder) { saves_.push_back({recorder.changeCount(), textOf(stateOf(*rois))}); }
 
@@ -99,7 +131,7 @@ protected:
     const FileSystemOverride current(plain);
     int bad = 0;
     for (std::size_t state = 0; state < states_ && bad < 5; ++state) {
-      const std::size_t end = state % (changes.size() + 1);
+      const std::size_t end = begin_ + state % (changes.size() + 1 - begin_);
       const auto names = static_cast<CrashedDisk::Kept>(random_() % CrashedDisk::kKeptKinds);
       const auto bytes = static_cast<CrashedDisk::Kept>(random_() % CrashedDisk::kKeptKinds);
       const auto tree = crashed.after(end, names, bytes, random_);
@@ -112,7 +144,7 @@ protected:
                     << found;
     }
     std::printf("%zu changes, %zu states, %zu different ones\n", changes.size(), states_, loaded_.size());
-    EXPECT_GT(loaded_.size(), std::min(changes.size() / 2, states_ / 4)) << "hardly any state differs";
+    EXPECT_GT(loaded_.size(), std::min((changes.size() - begin_) / 2, states_ / 4)) << "hardly any state differs";
   }
 
 private:
@@ -162,6 +194,8 @@ private:
       }
       std::ofstream stream((copy_ / name).string(), std::ios::binary);
       stream.write(reinterpret_cast<const char*>(content->data()), static_cast<std::streamsize>(content->size()));
+      stream.close();
+      takeOverTime(name);
     }
     known->second = stateOfCopy();
     // What was finished by opening the set is there the next time too.
@@ -171,8 +205,17 @@ private:
     return known->second;
   }
 
+  /// Times are not recorded; the disk itself has those of files that stay.
+  void takeOverTime(const std::string& name) const {
+    const auto original = std::filesystem::path((disk_ / name).string());
+    std::error_code missing;
+    const auto time = std::filesystem::last_write_time(original, missing);
+    if (!missing) std::filesystem::last_write_time(std::filesystem::path((copy_ / name).string()), time);
+  }
+
   std::string stateOfCopy() {
-    const fs::path copy = copy_ / file.filename();
+    const fs::path upgraded = copy_ / "set-upgraded.ROIs.qm";
+    const fs::path copy = fs::exists(upgraded) ? upgraded : copy_ / file.filename();
     if (!fs::exists(copy)) return "nothing";
     console.clear();
     try {
@@ -191,6 +234,7 @@ private:
   std::uint32_t seed_;
   std::size_t states_;
   std::mt19937 random_;
+  std::size_t begin_ = 0;
   std::vector<Save> saves_;
   std::unordered_map<std::string, std::string> loaded_;
 };
@@ -247,4 +291,27 @@ TEST_F(SetPowerLoss, FinishesASaveThatWasInterrupted) {
     ASSERT_EQ(textOf(stateOf(*rois)), wanted);
     noteSaved(recorder);
   });
+}
+
+TEST_F(SetPowerLoss, UpgradesBesideTheOldSet) {
+  const EnvironmentScope test("RUNNING_TEST", "1");
+  endAtEveryMoment([&](DiskRecorder& recorder) {
+    fillFirst();
+    saveLegacy(recorder);
+    rois = load(file);
+    EXPECT_TRUE(fs::exists(file.parent_path() / "set-upgraded.ROIs.qm"));
+    noteSaved(recorder);
+  });
+}
+
+TEST_F(SetPowerLoss, UpgradesInThePlaceOfTheOldSet) {
+  HxRois::replaceExistingROIsWhenUpgrading(true);
+  endAtEveryMoment([&](DiskRecorder& recorder) {
+    fillFirst();
+    saveLegacy(recorder);
+    rois = load(file);
+    EXPECT_TRUE(fs::exists(file.string() + "-legacy"));
+    noteSaved(recorder);
+  });
+  HxRois::replaceExistingROIsWhenUpgrading(false);
 }

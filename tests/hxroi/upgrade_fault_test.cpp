@@ -1,8 +1,10 @@
 #include <optional>
 
 #include "LegacySetTest.h"
+#include "QuotaFileSystem.h"
 #include "quarn/voxora/files/FaultFileSystem.h"
 #include "quarn/voxora/files/PassingFileSystem.h"
+#include "tests/support/stride.h"
 
 /// Upgrades during which the n-th call to the file system fails, once or from then on, or after which the process ends,
 /// for every n: the old set or the upgraded one loads, the old masks are still there, and the next try gets it done.
@@ -169,6 +171,34 @@ TEST_F(UpgradeFaults, FinishingAnUpgradeMayFailAsOftenAsItLikes) {
     expectLoads(set, {"set-upgraded.ROIs-masks", "set-upgraded.ROIs.qm", "set.ROIs-masks", "set.ROIs.qm"});
     if (!hasFailed || HasFailure()) return;
     ASSERT_LT(call, 1000U);
+  }
+}
+
+/// Disks of many sizes, with just too little room or just enough; `lie` bytes more than there are seem to be free.
+TEST_F(UpgradeFaults, OnDisksThatAreTooSmall) {
+  const EnvironmentScope test("RUNNING_TEST", "1");
+  constexpr std::uint64_t kSteps = 64;
+  for (const std::uint64_t lie : {std::uint64_t{0}, std::uint64_t{1} << 20}) {
+    int refused = 0;
+    for (std::uint64_t step = 0; step < kSteps; step += testStride()) {
+      SCOPED_TRACE("step " + std::to_string(step) + ", " + std::to_string(lie) + " bytes more claimed");
+      const path set = freshSet("set.ROIs.qm");
+      QuotaFileSystem files(FileSystem::posix(), work.string());
+      const FileSystemOverride current(files);
+      const std::uint64_t before = files.used();
+      files.setRoom(before + before * step / 40, lie);
+      int result = 0;
+      const auto loaded = read(set, result);
+      refused += result ? 0 : 1;
+      if (result) expectWhole(*loaded);
+      EXPECT_TRUE(areFormerMasksThere());
+      EXPECT_TRUE(result || namesIn(work) == (std::vector<std::string>{"set.ROIs-masks", "set.ROIs.qm"}));
+      files.setRoom(UINT64_MAX);
+      expectLoads(set, kBeside);
+      if (HasFailure()) return;
+    }
+    EXPECT_GT(refused, 0);
+    EXPECT_LT(refused, static_cast<int>(kSteps / testStride()));
   }
 }
 

@@ -34,6 +34,9 @@ protected:
 
   /// Opens the set while somebody does this with the dialog.
   McHandle<HxRois> openAnswering(const std::function<void(QxRoiUpdateDialog&)>& answer, int result) {
+    // Once the application was asked to end, as by a test before, no dialog opens until it was run again.
+    QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+    QCoreApplication::exec();
     QTimer::singleShot(0, [&] {
       auto* dialog = qobject_cast<QxRoiUpdateDialog*>(QApplication::activeModalWidget());
       ASSERT_TRUE(dialog);

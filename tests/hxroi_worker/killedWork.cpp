@@ -1,6 +1,7 @@
 #include "tests/hxroi_worker/killedWork.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -63,11 +64,24 @@ void own(int number, const std::string& file) {
   say(number);
 }
 
+/// Upgrades a copy of the set in the folder FILE-older: the new set comes beside the old one for even numbers, and
+/// takes its place for odd ones.
+void upgrade(int number, const std::string& file) {
+  const std::string folder = file + std::to_string(number);
+  std::filesystem::copy(file + "-older", folder + "~", std::filesystem::copy_options::recursive);
+  std::filesystem::rename(folder + "~", folder);
+  qputenv("RUNNING_TEST", "1");
+  HxRois::replaceExistingROIsWhenUpgrading(number % 2 != 0);
+  load(folder + "/set.ROIs.qm");
+  say(number);
+}
+
 }  // namespace
 
 bool runUntilKilled(const std::string& mode, int firstNumber, const std::string& file) {
   static const std::map<std::string, void (*)(int, const std::string&)> work = {
-      {"first", saveNew}, {"over", saveOver}, {"renames", saveRenamed}, {"flush", flushEdits}, {"borrow", own}};
+      {"first", saveNew},    {"over", saveOver}, {"renames", saveRenamed},
+      {"flush", flushEdits}, {"borrow", own},    {"upgrade", upgrade}};
   const auto found = work.find(mode);
   if (found == work.end()) return false;
   std::printf("begin\n");

@@ -29,7 +29,10 @@ void LabelledBlock::run() {
 }
 
 void LabelledBlock::labelRows(BlockScratch& scratch) {
-  auto& [rows, runs, openNumbers] = scratch;
+  // References of their own, since lambdas cannot take names of a structured binding everywhere.
+  auto& rows = scratch.rows;
+  auto& runs = scratch.runs;
+  auto& openNumbers = scratch.openNumbers;
   rows.read(*task.blocks, task.place, task.tile->bits());
   task.tile.reset();
   // Where there is much noise, most components are single voxels.
