@@ -40,15 +40,13 @@ HxParamBundle takeRois(HxParamBundle& parameters) {
 /// What is wrong with several things, so that all of it is told and not only what comes first.
 class Problems {
 public:
-  /// Runs `step`; false when it failed.
+  /// Runs `step`, which may fail.
   template <class Step>
-  bool collect(const Step& step) {
+  void collect(const Step& step) {
     try {
       step();
-      return true;
     } catch (const McException& problem) {
       text_ += (text_.empty() ? "" : "\n") + std::string(problem.what());
-      return false;
     }
   }
 
@@ -112,10 +110,9 @@ void HxRois::fill(const HxParamBundle& content, const path& file) {
   parameters.copy(settings);
   Problems problems;
   for (const HxParamBundle* bundle : setfile::subBundles(bundles)) {
-    problems.collect([&] {
-      const McHandle<Roi> roi(loadRoi(masksDir, bundle));
-      if (!problems.any()) addLoaded(roi, file);
-    });
+    McHandle<Roi> roi;
+    problems.collect([&] { roi = loadRoi(masksDir, bundle); });
+    if (!problems.any()) addLoaded(roi, file);
   }
   problems.throwIfAny();
 }
@@ -152,8 +149,14 @@ Mask* HxRois::loadMask(const path& masksDir, const HxParamBundle* bundle) const 
 Group* HxRois::loadGroup(const path& masksDir, const HxParamBundle* bundle) const {
   auto group = std::make_unique<Group>(bundle->name(), Roi::nextHtmlColor(), nullptr);
   Problems problems;
+  std::size_t masks = 0;
   for (const HxParamBundle* member : setfile::subBundles(*bundle)) {
     if (!setfile::describesMask(*member)) continue;
+    // No set could take it, and all files would be open.
+    if (++masks > kMaximumNumberOfMasks) {
+      throw McException(masksDir.string() + ": ROI \"" + bundle->name() + "\": a group of more than " +
+                        std::to_string(kMaximumNumberOfMasks) + " masks");
+    }
     problems.collect([&] {
       const McHandle<Mask> mask(loadMask(masksDir, member));
       group->addMask(mask);

@@ -141,6 +141,14 @@ TEST_F(BadSetFiles, MoreMasksThanASetHolds) {
                 "SET: ROI \"m100\": There is already 100 masks inside . No more mask can be inserted.");
 }
 
+TEST_F(BadSetFiles, MoreMasksInAGroupThanASetHolds) {
+  std::string members;
+  for (int i = 0; i < 100; ++i) members += mask("m" + std::to_string(i));
+  expectRefusal(set(mask("G", members)), kReadable);
+  EXPECT_EQ(loaded->getNumberOfMasks(), 100U);
+  expectRefusal(set(mask("G", members + mask("m100"))), "MASKS: ROI \"G\": a group of more than 100 masks");
+}
+
 TEST_F(BadSetFiles, FilesOfMasksOutside) {
   const auto told = [&](const std::string& element) { return refusal(set(mask("A", "\"__filename\" " + element))); };
   EXPECT_EQ(told("text \"../canary\""), "SET: ROI \"A\": __filename \"../canary\" is not a plain file name");
