@@ -146,7 +146,8 @@ HxInterpreter::HxInterpreter() : interp_(createInterpreter()) {
 void HxInterpreter::addObject(const QString& name, HxObjectCommand command) {
   if (name.isEmpty() || isCommand(name))
     throw McException("there is a command named \"" + McException::excerpt(name.toStdString()) + "\" already");
-  auto data = std::make_unique<ObjectCommand>(name, std::make_shared<const HxObjectCommand>(std::move(command)));
+  auto data = std::unique_ptr<ObjectCommand>(
+      new ObjectCommand{name, std::make_shared<const HxObjectCommand>(std::move(command))});
   objects_[name] =
       Tcl_CreateObjCommand(interp_, toTcl(name).c_str(), runObjectCommand, data.get(), forgetObjectCommand);
   data.release();
