@@ -103,6 +103,37 @@ TEST_F(RoisNetwork, BringsASetBackAsItWasShown) {
   EXPECT_THAT(console.errors, IsEmpty());
 }
 
+TEST_F(RoisNetwork, BringsBackAFieldThatIsSavedBesideItsSet) {
+  auto* brain = dynamic_cast<HxUniformLabelField3*>(HxObjectPool::instance().find("brain"));
+  ASSERT_NE(brain, nullptr);
+  const HxGeometry3 oblique{{-1.0 / 3, 2, 1e-7}, {0.7, 0.9, 1.1}, {0.8, -0.6, 0, 0.6, 0.8, 0, 0, 0, 1}};
+  brain->setGeometry(oblique);
+  brain->materials()->getBundle("Exterior");
+  brain->materials()->getBundle("Bone")->setMaterialColor(McColor(1, 0.1F, 0));
+  EXPECT_EQ(evaluate("brain save {" + fileName("brain.field.qm") + "}"), "");
+  addSavedSet();
+  HxNetwork::save(fileName("a.quarn"));
+  EXPECT_THAT(network(), HasSubstr("load brain.field.qm -as brain\n"));
+  HxObjectPool::instance().clear();
+
+  EXPECT_THAT(HxNetwork::load(fileName("a.quarn")), ElementsAre("brain", "rois"));
+  auto* again = dynamic_cast<HxUniformLabelField3*>(HxObjectPool::instance().find("brain"));
+  ASSERT_NE(again, nullptr);
+  EXPECT_EQ(again->latticeDimensions(), McDim3l(13, 11, 7));
+  EXPECT_EQ(again->lattice().getLabels()[5], 1);
+  EXPECT_EQ(again->lattice().getLabels()[6], 2);
+  EXPECT_EQ(again->geometry(), oblique);
+  McColor color;
+  ASSERT_EQ(again->materials()->bundleCount(), 2);
+  ASSERT_TRUE(again->materials()->getBundle(1)->getMaterialColor(color));
+  EXPECT_EQ(color, McColor(1, 0.1F, 0));
+  EXPECT_FALSE(again->isModified());
+  HxRois* set = findSet("rois");
+  ASSERT_NE(set, nullptr);
+  EXPECT_EQ(set->portData.source(), again);
+  EXPECT_EQ(count(*set->getMask("A")), 125U);
+}
+
 TEST_F(RoisNetwork, HasPortsOfRoisBeforeTheirStates) {
   addSavedSet();
   HxNetwork::save(fileName("a.quarn"));

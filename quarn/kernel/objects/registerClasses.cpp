@@ -4,6 +4,7 @@
 #include "quarn/kernel/fields/HxTable.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/fields/HxVolumeData.h"
+#include "quarn/kernel/io/HxFieldFile.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/network/HxNetwork.h"
 #include "quarn/kernel/objects/HxCompModule.h"
@@ -65,6 +66,7 @@ int readColormap(const QString& file, const HxLoadOptions&) {
   HxFileTypes::instance().registerSaver("HxTable", "CSV", ".csv", &saveTable);
   HxFileTypes::instance().registerSaver("HxColormap", "Colormap", ".colormap", &saveColormap);
   HxFileTypes::instance().registerReader("Colormap", {".colormap"}, &readColormap);
+  HxFieldFile::registerTypes();
   HxFileTypes::instance().registerNetworkLoader("Network", HxNetwork::suffix(), &HxNetwork::load);
   return true;
 }();
