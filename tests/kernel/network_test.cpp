@@ -329,6 +329,32 @@ TEST_F(Network, SeesDataBelowItThroughALink) {
   EXPECT_THAT(commands("link/a.quarn").front().toStdString(), StartsWith("load brain.note"));
 }
 
+TEST_F(Network, NamesDataAsSeenFromWhereALinkLeads) {
+  for (const char* name : {"real", "links", "more"}) QDir(folder.path()).mkpath(name);
+  ASSERT_TRUE(QFile::link(folder.file("real/a.quarn"), folder.file("links/link.quarn")));
+  ASSERT_TRUE(QFile::link("../links/link.quarn", folder.file("more/a.quarn")));
+  HxFileTypes::instance().load(folder.write("real/brain.note", "x"));
+  HxFileTypes::instance().load(folder.write("more/other.note", "y"));
+  // Once where there is no file yet, once over a file.
+  for (int time = 0; time < 2; ++time) {
+    save("more/a.quarn");
+    EXPECT_EQ(commands("real/a.quarn").front(), "load brain.note -as brain.note");
+    EXPECT_THAT(commands("real/a.quarn"),
+                ::testing::Contains("load " + folder.file("more/other.note") + " -as other.note"));
+  }
+  for (const char* way : {"more/a.quarn", "links/link.quarn", "real/a.quarn"}) {
+    pool().clear();
+    EXPECT_THAT(HxNetwork::load(folder.file(way)), ElementsAre("brain.note", "other.note")) << way;
+  }
+  EXPECT_TRUE(QFileInfo(folder.file("more/a.quarn")).isSymLink());
+}
+
+TEST_F(Network, GivesUpOnLinksThatLeadNowhere) {
+  ASSERT_TRUE(QFile::link(folder.file("b.quarn"), folder.file("a.quarn")));
+  ASSERT_TRUE(QFile::link(folder.file("a.quarn"), folder.file("b.quarn")));
+  EXPECT_THROW(HxNetwork::load(folder.file("a.quarn")), McException);
+}
+
 TEST_F(Network, KeepsLabelsAndNamesThatLookLikeCode) {
   const QStringList hostile = {"[exec touch canary]",
                                "\"; exec touch canary; \"",

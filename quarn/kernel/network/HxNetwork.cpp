@@ -25,6 +25,14 @@ QString firstLine() {
   return QString("# quarn network %1").arg(kVersion);
 }
 
+/// Where a file is that may be named by a link, or a link to a link, also one that leads to nothing yet. Files beside a
+/// network are named as seen from there, whichever way it is called.
+QString behindLinks(QString file) {
+  constexpr int kMostLinks = 40;
+  for (int n = 0; n < kMostLinks && QFileInfo(file).isSymLink(); ++n) file = QFileInfo(file).symLinkTarget();
+  return file;
+}
+
 /// Refused connections tell their reason while this lives.
 class LoadingFlag {
 public:
@@ -63,14 +71,15 @@ QStringList HxNetwork::save(const QString& file, bool force) {
   if (!hasSuffix(file))
     throw McException(excerpt(file) + ": the name must end in " + suffix().toStdString() +
                       ", or the file could not be loaded again");
-  NetworkWriter writer(QFileInfo(file).absolutePath());
+  const QString place = behindLinks(file);
+  NetworkWriter writer(QFileInfo(place).absolutePath());
   const QString text = firstLine() + "\n" + writer.write();
   const QStringList& problems = writer.problems();
   if (!problems.isEmpty() && !force)
     throw McException(excerpt(file) + ": not saved, since this would be lost:\n  " +
                       problems.join("\n  ").toStdString() +
                       "\nSave or remove these objects, or give -force to do without.");
-  HxFileHelpers::replaceFile(file, text.toUtf8());
+  HxFileHelpers::replaceFile(place, text.toUtf8());
   return problems;
 }
 
@@ -79,7 +88,7 @@ QStringList HxNetwork::load(const QString& file) {
   if (text.startsWith(QChar::ByteOrderMark)) text.remove(0, 1);
   requireKnownVersion(file, text);
   const LoadingFlag loading;
-  NetworkReader reader(file);
+  NetworkReader reader(file, QFileInfo(behindLinks(file)).absolutePath());
   reader.run(text);
   reader.requireComplete();
   return reader.names();

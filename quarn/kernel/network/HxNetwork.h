@@ -16,10 +16,10 @@ public:
   static QString suffix();
   static bool hasSuffix(const QString& file);
 
-  /// Writes all objects of the pool. Data files below the folder of `file` are named as seen from there. Throws
-  /// McException, and writes nothing, when the name does not end in suffix(), when the file cannot be written, or when
-  /// something would not come back as it is; everything of that kind is named then. With `force` that is written as far
-  /// as it can be, with a comment for each piece, and told in the result: "NAME: why".
+  /// Writes all objects of the pool. Data files below the folder of `file`, or of what it leads to as a link, are named
+  /// as seen from there. Throws McException, and writes nothing, when the name does not end in suffix(), when the file
+  /// cannot be written, or when something would not come back as it is; everything of that kind is named then. With
+  /// `force` that is written as far as it can be, with a comment for each piece, and told in the result: "NAME: why".
   static QStringList save(const QString& file, bool force = false);
 
   /// Runs a network and returns the names that its objects have got. An object whose name is taken gets another one,

@@ -39,8 +39,8 @@ bool isInterruption(const QString& errorCode) {
 
 }  // namespace
 
-NetworkReader::NetworkReader(const QString& file)
-    : file_(file), folder_(QFileInfo(file).absolutePath()), interp_(createSafeInterpreter()) {
+NetworkReader::NetworkReader(const QString& file, const QString& folder)
+    : file_(file), folder_(folder), interp_(createSafeInterpreter()) {
   define("load", [this](const Words& words) { return load(words); });
   define("create", [this](const Words& words) { return create(words); });
   define("nameResult", [this](const Words& words) { return nameResult(words); });

@@ -23,8 +23,8 @@ namespace quarn::detail {
 /// object, names it and works on its ports; it does not save or do what else the object can do.
 class NetworkReader {
 public:
-  /// Data files are looked for from the folder of `file`.
-  explicit NetworkReader(const QString& file);
+  /// `file` is what messages name; data files are looked for from `folder`.
+  NetworkReader(const QString& file, const QString& folder);
   ~NetworkReader();
   NetworkReader(const NetworkReader&) = delete;
   NetworkReader& operator=(const NetworkReader&) = delete;
