@@ -685,6 +685,38 @@ TEST_F(Network, ReachesNoFilesAndNoPrograms) {
       "eval {exec touch CANARY}",
       "rename unknown {}; exec touch CANARY",
       "proc exec args {open CANARY w}; exec",
+      "a words setState [pid]",
+      "info hostname",
+      "info nameofexecutable",
+      "info script",
+      "info loaded",
+      "chan pipe",
+      "chan names",
+      "encoding system",
+      "file exists /etc/passwd",
+      "file join a b",
+      "fconfigure stdout",
+      "puts stdout x",
+      "gets stdin",
+      "read stdin",
+      "clock seconds",
+      "time {set x 1}",
+      "trace add variable x write x",
+      "unload libexec.so",
+      "interp create",
+      "namespace delete ::",
+      "rename load {}",
+      "coroutine c set x",
+      "binary format a x",
+      "zlib crc32 x",
+      "::oo::class create c",
+      "::tcl::unsupported::disassemble script {}",
+      "::tcl::unsupported::representation x",
+      "::tcl::pkgconfig list",
+      "::tcl::info::hostname",
+      "::tcl::chan::pipe",
+      "::tcl::clock::seconds",
+      "::tcl::encoding::system",
   };
   add<NetNote>("mine");
   folder.write("self.quarn", "# quarn network 1\nload self.quarn\n");
@@ -700,24 +732,111 @@ TEST_F(Network, ReachesNoFilesAndNoPrograms) {
 }
 
 TEST_F(Network, LeavesTheInterpreterOfTheProcessAlone) {
-  HxNetwork::load(writeNetwork("set leak 1\nproc leakProc {} {}\nnamespace eval leakSpace {}\ncreate NetNote a\n"));
+  HxNetwork::load(writeNetwork("set leak 1\nproc leakProc {} {}\nset ::leak2 1\ncreate NetNote a\n"));
   EXPECT_EQ(evaluate("info exists leak"), "0");
+  EXPECT_EQ(evaluate("info exists leak2"), "0");
   EXPECT_EQ(evaluate("info procs leakProc"), "");
   EXPECT_EQ(evaluate("interp children"), "");
   EXPECT_EQ(evaluate("a getClass"), "NetNote");
 }
 
-TEST_F(Network, StopsWhenTheUserInterrupts) {
-  const QString file = writeNetwork("create NetNote a\nwhile 1 {}\ncreate NetNote b\n");
-  std::jthread user([] {
+/// Looks at the interpreter of a network while that is loaded.
+struct InterpreterWatcher : HxObjectPoolListener {
+  InterpreterWatcher() { HxObjectPool::instance().addListener(this); }
+  ~InterpreterWatcher() override { HxObjectPool::instance().removeListener(this); }
+
+  void objectAdded(HxObject*) override {
+    for (const QString& space : namespacesAtFirst()) {
+      const QString pattern = space == "::" ? "::*" : space + "::*";
+      const std::string found = evaluate("interp eval [interp children] {info commands " + pattern + "}");
+      ASSERT_EQ(found.find("error: "), std::string::npos) << found;
+      commands += QString::fromStdString(found).split(' ', Qt::SkipEmptyParts);
+    }
+  }
+
+  /// All that a safe interpreter has at first.
+  static QStringList namespacesAtFirst() {
+    const QString walk =
+        "set probe [interp create -safe]; set found [interp eval $probe {proc walk space {set all $space;"
+        "foreach child [namespace children $space] {lappend all {*}[walk $child]}; return $all}; walk ::}];"
+        "interp delete $probe; set found";
+    return QString::fromStdString(evaluate(walk)).split(' ', Qt::SkipEmptyParts);
+  }
+
+  QStringList commands;
+};
+
+/// The words in the second column of the table below a line that begins with `start`.
+QStringList documentedWords(const QString& start) {
+  QFile file(QStringLiteral(QUARN_SOURCE_DIR "/docs/format/network.md"));
+  EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+  const QString text = QString::fromUtf8(file.readAll());
+  const qsizetype from = text.indexOf("| " + start);
+  EXPECT_GE(from, 0) << start.toStdString();
+  const QString line = text.mid(from).section('\n', 0, 0);
+  QStringList words;
+  static const QRegularExpression quoted("`([^`]+)`");
+  for (const auto& match : quoted.globalMatch(line.section('|', 2, 2))) words += match.captured(1);
+  return words;
+}
+
+TEST_F(Network, HasTheCommandsThatAreDocumentedAndNoOthers) {
+  QStringList expected = {"::load", "::create", "::nameResult", "::unknown", "::first"};
+  for (const char* row : {"values", "variables", "procedures", "control"}) {
+    for (const QString& word : documentedWords(row)) expected += "::" + word;
+  }
+  for (const QString& word : documentedWords("`info`")) expected += "::tcl::info::" + word;
+  InterpreterWatcher watcher;
+  HxNetwork::load(writeNetwork("create NetNote first\ncreate NetNote second\n"));
+  // The parts of these are what the documentation of Tcl says; none of them reaches out of the interpreter.
+  static const QRegularExpression parts("^::tcl::(array|dict|string|mathfunc|mathop)::");
+  ASSERT_GT(watcher.commands.size(), 100);
+  watcher.commands.removeIf([](const QString& name) { return name.contains(parts); });
+  watcher.commands.removeDuplicates();
+  watcher.commands.sort();
+  expected.sort();
+  EXPECT_EQ(watcher.commands.join("\n").toStdString(), expected.join("\n").toStdString());
+}
+
+TEST_F(Network, UsesWhatItMay) {
+  HxNetwork::load(writeNetwork(
+      "proc double {list} {lmap x $list {expr {max(2 * $x, 0)}}}\n"
+      "dict set d a [double {1 2}]; array set q {b 3}; lappend q(b) [string toupper x]\n"
+      "try {throw {A B} oh} on error text {append text !}\n"
+      "create NetNote a\n"
+      "a words setState \"[dict get $d a] $q(b) $text [info exists d] [info level] [expr {min(3, -1.5, 2)}]\"\n"));
+  EXPECT_EQ(find("a")->words.getValue(), "2 4 3 X oh! 1 0 -1.5");
+}
+
+/// Interrupts soon after the first object came.
+std::jthread interruptingUser() {
+  return std::jthread([] {
     while (HxObjectPool::instance().objects().empty()) std::this_thread::yield();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     HxInterrupt::request();
   });
+}
+
+TEST_F(Network, StopsWhenTheUserInterrupts) {
+  const QString file = writeNetwork("create NetNote a\nwhile 1 {}\ncreate NetNote b\n");
+  const std::jthread user = interruptingUser();
   const auto error = HxInterpreter::instance().evaluate("load {" + file + "}");
   ASSERT_TRUE(error);
   EXPECT_TRUE(error->interrupted);
   EXPECT_EQ(evaluate("objects"), "a");
+}
+
+TEST_F(Network, CannotCatchThatTheUserInterrupts) {
+  const QString file = writeNetwork(
+      "create NetNote a\nset n 0\nproc spin {} {while 1 {}}\n"
+      "while {[incr n] < 3} {catch {expr {max(1, 2)}; try {spin} on error text {spin} finally {create NetNote c}}}\n"
+      "create NetNote b\n");
+  const std::jthread user = interruptingUser();
+  const auto error = HxInterpreter::instance().evaluate("load {" + file + "}");
+  ASSERT_TRUE(error);
+  EXPECT_TRUE(error->interrupted);
+  EXPECT_EQ(evaluate("objects"), "a");
+  EXPECT_EQ(evaluate("catch {error x} text; set text"), "x") << "the interpreter of the process goes on";
 }
 
 // --- Commands around it

@@ -73,6 +73,8 @@ int interruptScript(ClientData waiting, Tcl_Interp* interp, int code) {
     Tcl_CancelEval(static_cast<Tcl_Interp*>(waiting), nullptr, nullptr, 0);
     return code;
   }
+  // What runs in a safe interpreter has nothing to tidy up, and may be anybody's: it must not go on.
+  if (Tcl_IsSafe(interp)) Tcl_CancelEval(interp, nullptr, nullptr, TCL_CANCEL_UNWIND);
   setErrorText(interp, "interrupted");
   Tcl_SetErrorCode(interp, "QUARN", "INTERRUPT", nullptr);
   return TCL_ERROR;
