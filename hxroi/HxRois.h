@@ -280,6 +280,8 @@ public:
   void onEditorChanged() override;
   bool acceptConnection(HxConnection* connection, HxObject* source) override;
   void saveCreation(FILE* file, const char* directory, unsigned int flags) override;
+  /// The files of all masks in the file of the set.
+  void requireCompanionFiles() const override;
 
   /// The set, when it is the one selected, is evaluated.
   void objectSelected(HxObject* object) override;

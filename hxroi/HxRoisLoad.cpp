@@ -19,6 +19,7 @@
 #include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/kernel/params/HxParamBundle.h"
 #include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/files/fileSetParts.h"
 
 namespace fs = boost::filesystem;
 namespace setfile = hxroi::setfile;
@@ -92,6 +93,16 @@ int HxRois::readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& regist
   setSaveInfo(HxApplication::instance()->skin()->getSaveInfo());
   setModified(0);
   return complete ? 1 : 0;
+}
+
+void HxRois::requireCompanionFiles() const {
+  HxData::requireCompanionFiles();
+  if (getLoadCmd().isEmpty()) return;
+  const path file(QFile::encodeName(getLoadCmd()).toStdString());
+  const HxParamBundle content = QuarnMesh::read(getLoadCmd())->parameters;
+  setfile::requireSound(content, file);
+  for (const path& prefix : maskFiles(setfile::masksDirectory(content, file), content))
+    hxvoxora::fileSetBytes(FileSystem::current(), prefix.string() + ".ldm");
 }
 
 void HxRois::load(const QuarnMesh& parsed, const path& file) {

@@ -55,6 +55,23 @@ protected:
 
   static HxRois* findSet(const char* name) { return dynamic_cast<HxRois*>(HxObjectPool::instance().find(name)); }
 
+  /// A module, "convert", that has made "brain-rois" of the labels of the field.
+  void addConverted() {
+    const McHandle<HxUniformLabelField3ToHxRois> module(new HxUniformLabelField3ToHxRois);
+    HxObjectPool::instance().add(module, "convert");
+    EXPECT_EQ(evaluate("convert data connect brain; convert doIt hit; convert fire; convert getResult"), "brain-rois");
+  }
+
+  /// Saves the network, loads it into the empty workbench, and saves it once more.
+  void saveLoadAndSave() {
+    HxNetwork::save(fileName("a.quarn"));
+    const std::string text = network();
+    HxObjectPool::instance().clear();
+    HxNetwork::load(fileName("a.quarn"));
+    HxNetwork::save(fileName("a.quarn"));
+    EXPECT_EQ(network(), text);
+  }
+
   /// A set with ROIs in its file, connected to the field, in the pool.
   void addSavedSet() {
     fillSet();
@@ -192,9 +209,7 @@ TEST_F(RoisNetwork, TellsWhyAConnectionIsRefused) {
 }
 
 TEST_F(RoisNetwork, ConvertsLabelsAgain) {
-  const McHandle<HxUniformLabelField3ToHxRois> module(new HxUniformLabelField3ToHxRois);
-  HxObjectPool::instance().add(module, "convert");
-  EXPECT_EQ(evaluate("convert data connect brain; convert doIt hit; convert fire; convert getResult"), "brain-rois");
+  addConverted();
   HxNetwork::save(fileName("a.quarn"));
   EXPECT_THAT(network(), HasSubstr("nameResult brain-rois {\"convert\" doIt hit; \"convert\" compute; "
                                    "\"convert\" getResult}\n\"brain-rois\" fire\n"));
@@ -205,6 +220,84 @@ TEST_F(RoisNetwork, ConvertsLabelsAgain) {
   EXPECT_EQ(evaluate("brain-rois color-Undescribed-label-1 setColor 0 1 0; brain-rois fire"), "");
   EXPECT_THAT(refusalOf([&] { HxNetwork::save(fileName("a.quarn")); }),
               HasSubstr("brain-rois: changes since convert made it"));
+}
+
+TEST_F(RoisNetwork, IsSavedAtOnceAfterItWasLoaded) {
+  addConverted();
+  // Members of groups have colours of their own, which the file of the set does not keep.
+  fillSet();
+  HxObjectPool::instance().add(rois, "rois");
+  EXPECT_EQ(save(), 1);
+  EXPECT_EQ(evaluate("create HxRois empty; create HxUniformLabelField3 field; rois data connect brain; rois fire;"
+                     "rois colormap-A connect viridis; rois colormap-A setMinMax 5 6; rois fire"),
+            "");
+  saveLoadAndSave();
+  saveLoadAndSave();
+  EXPECT_FALSE(findSet("rois")->isModified());
+  EXPECT_EQ(findSet("brain-rois")->getNumberOfMasks(), 2U);
+}
+
+TEST_F(RoisNetwork, LoadedCountsChangesOfItsRois) {
+  addConverted();
+  addSavedSet();
+  HxNetwork::save(fileName("a.quarn"));
+  HxObjectPool::instance().clear();
+  HxNetwork::load(fileName("a.quarn"));
+  fill(*findSet("rois")->getMask("A"), {6, 6, 6}, {1, 1, 1});
+  findSet("rois")->fire();
+  findSet("brain-rois")->getMask("Undescribed-label-1")->setName("other");
+  findSet("brain-rois")->fire();
+  const std::string refusal = refusalOf([&] { HxNetwork::save(fileName("a.quarn")); });
+  EXPECT_THAT(refusal, HasSubstr("\n  rois: changes since it was saved as "));
+  EXPECT_THAT(refusal, HasSubstr("\n  brain-rois: changes since convert made it\n"));
+}
+
+TEST_F(RoisNetwork, IsNotSavedWhenTheLabelsHaveChanged) {
+  addConverted();
+  auto* field = dynamic_cast<HxUniformLabelField3*>(HxObjectPool::instance().find("brain"));
+  field->lattice().getLabels()[7] = 3;
+  field->notifyChanged();
+  field->setModified(0);
+  EXPECT_THAT(refusalOf([&] { HxNetwork::save(fileName("a.quarn")); }),
+              HasSubstr("\n  brain-rois: brain changed since convert made it\n"));
+}
+
+TEST_F(RoisNetwork, PassesOverRoisThatAreInNoFile) {
+  addSavedSet();
+  addMask("New");
+  rois->fire();
+  EXPECT_EQ(evaluate("rois colormap-New connect viridis; rois fire"), "");
+  EXPECT_EQ(evaluate("saveNetwork -force {" + fileName("a.quarn") + "}; clear -force"), "");
+  EXPECT_THAT(HxNetwork::load(fileName("a.quarn")), ElementsAre("brain", "rois"));
+  EXPECT_EQ(findSet("rois")->getMask("New"), nullptr);
+  EXPECT_THAT(console.consoleText(), HasSubstr("a.quarn: rois has no port \"color-New\" here;"));
+  EXPECT_EQ(findSet("rois")->portData.source(), HxObjectPool::instance().find("brain"));
+}
+
+TEST_F(RoisNetwork, OverwritesASavedResultAfterLoading) {
+  addConverted();
+  EXPECT_EQ(findSet("brain-rois")->writeQuarnMesh(qPrintable(fileName("converted.ROIs.qm"))), 1);
+  saveLoadAndSave();
+  HxRois* set = findSet("brain-rois");
+  EXPECT_EQ(evaluate("convert getResult"), "brain-rois");
+  EXPECT_EQ(evaluate("convert doIt hit; convert fire; objects"), "brain brain-rois convert");
+  EXPECT_EQ(findSet("brain-rois"), set);
+  EXPECT_TRUE(set->isModified());
+}
+
+TEST_F(RoisNetwork, IsNotSavedWhileFilesOfMasksAreGone) {
+  addSavedSet();
+  HxNetwork::save(fileName("a.quarn"));
+  for (const char* name : {"A.dat", "B.fcp", "D.ldm"}) {
+    const fs::path moved = folder / "moved";
+    fs::rename(masks / name, moved);
+    EXPECT_THAT(refusalOf([&] { HxNetwork::save(fileName("a.quarn")); }),
+                HasSubstr("\n  rois: open " + (masks / name).string() + ": No such file or directory\n"));
+    fs::rename(moved, masks / name);
+  }
+  fs::remove_all(masks);
+  EXPECT_THAT(refusalOf([&] { HxNetwork::save(fileName("a.quarn")); }),
+              HasSubstr("\n  rois: open " + (masks / "A.ldm").string()));
 }
 
 }  // namespace

@@ -55,6 +55,19 @@ protected:
     return object;
   }
 
+  /// A module that has made a note, "made", of another, with its last setting.
+  NetMaker* addMaker(NetNote* source, const QString& ending = "") {
+    NetMaker* maker = add<NetMaker>("maker");
+    maker->dataConnection.connect(source);
+    maker->ending.setValue(ending);
+    makeAgain(*maker);
+    return maker;
+  }
+  static void makeAgain(NetMaker& maker) {
+    maker.doIt.hit();
+    maker.fire();
+  }
+
   QString save(const QString& name = "a.quarn", bool force = false) {
     const QString file = folder.file(name);
     HxNetwork::save(file, force);
@@ -82,7 +95,17 @@ protected:
     return {};
   }
 
+  /// What is told about one object when the network is not saved.
+  std::vector<std::string> refusalsOf(const QString& name) {
+    std::vector<std::string> told;
+    for (const QString& line : QString::fromStdString(refusalOfSaving()).split('\n')) {
+      if (line.trimmed().startsWith(name + ": ")) told.push_back(line.trimmed().toStdString());
+    }
+    return told;
+  }
+
   std::string refusalOfSaving(bool force = false) {
+    QFile::remove(folder.file("a.quarn"));
     try {
       save("a.quarn", force);
     } catch (const McException& refusal) {
@@ -123,6 +146,7 @@ TEST_F(Network, IsAScriptThatCanBeRead) {
       "maker ending setState {two words}",
       "maker fire",
       "nameResult made {\"maker\" doIt hit; \"maker\" compute; \"maker\" getResult}",
+      "made setLabel made",
       "made disconnectAll",
       "made number setState 0",
       "made choice setState 0",
@@ -219,6 +243,68 @@ TEST_F(Network, HasModulesMakeTheirResultsAgain) {
   EXPECT_EQ(find<NetMaker>("maker")->resultObject(), made);
   EXPECT_EQ(find("reader")->input.source(), made);
   expectFilledPorts(*made);
+}
+
+TEST_F(Network, KeepsTheLabelOfAResultThatIsItsName) {
+  addMaker(addNote("brain"));
+  NetNote* made = find("made");
+  pool().rename(made, "renamed");
+  made->setLabel("renamed");
+  const QString file = save();
+  pool().clear();
+  HxNetwork::load(file);
+  EXPECT_EQ(find("renamed")->getLabel(), "renamed");
+  find("renamed")->setLabel("");
+  save();
+  pool().clear();
+  HxNetwork::load(file);
+  EXPECT_FALSE(find("renamed")->hasLabel());
+}
+
+TEST_F(Network, KeepsAResultInAFileAsTheResultOfItsModule) {
+  addMaker(addNote("brain", "abc"), "def");
+  NetNote* made = find("made");
+  made->setLoadCmd(folder.write("made.note", "abcdef"));
+  made->setModified(0);
+  const QString file = save();
+  EXPECT_THAT(commands(), ::testing::Contains("load made.note -as made"));
+  EXPECT_THAT(commands(), ::testing::Contains("made resultOf maker"));
+  pool().clear();
+  HxNetwork::load(file);
+  auto* maker = find<NetMaker>("maker");
+  made = find("made");
+  EXPECT_EQ(maker->resultObject(), made);
+  EXPECT_EQ(made->baseConnection.source(), maker);
+  EXPECT_FALSE(made->isModified());
+  maker->ending.setValue("ghi");
+  makeAgain(*maker);
+  EXPECT_EQ(evaluate("objects"), "brain made maker");
+  EXPECT_EQ(made->text, "abcghi");
+}
+
+TEST_F(Network, KeepsTheSlotOfAResultInAFile) {
+  auto* maker = add<NetMaker>("maker");
+  NetNote* note = addNote("brain");
+  maker->setResult(3, note);
+  note->setModified(0);
+  const QString file = save();
+  EXPECT_THAT(commands(), ::testing::Contains("brain resultOf maker 3"));
+  pool().clear();
+  HxNetwork::load(file);
+  EXPECT_EQ(find<NetMaker>("maker")->resultObject(3), find("brain"));
+  EXPECT_EQ(find<NetMaker>("maker")->resultObject(0), nullptr);
+}
+
+TEST_F(Network, RefusesResultsOfWhatIsNoModule) {
+  const std::string failure = failureOf(
+      writeNetwork("create NetNote a\ncreate NetMaker m\na resultOf b\na resultOf a\na resultOf m x\nm resultOf m\n"
+                   "m data connect a\na resultOf m\n"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:4: there is no module \"b\" in this network"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:5: there is no module \"a\" in this network"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:6: resultOf: a number of a slot is expected, got \"x\""));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:7: m cannot be a result of m"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:9: a cannot be a result of m"));
+  EXPECT_EQ(find<NetMaker>("m")->resultObject(), nullptr);
 }
 
 /// Connects its result like many modules do.
@@ -462,6 +548,83 @@ TEST_F(Network, IsNotSavedWhenAResultHasLostItsInput) {
   EXPECT_THAT(refusalOfSaving(), HasSubstr("made: maker, which makes it, has lost its input"));
 }
 
+TEST_F(Network, IsNotSavedWhenAModuleHasOtherSettings) {
+  NetMaker* maker = addMaker(addNote("brain"), "made with");
+  maker->ending.setValue("another");
+  EXPECT_THAT(refusalOfSaving(), HasSubstr("\n  made: port \"ending\" of maker changed since maker made it\n"));
+  maker->ending.setValue("made with");
+  save();
+  maker->ending.setValue("another");
+  makeAgain(*maker);
+  save();
+}
+
+TEST_F(Network, IsNotSavedWhenASourceHasOtherContent) {
+  NetNote* brain = addNote("brain");
+  NetNote* behind = addNote("behind");
+  brain->input.connect(behind);
+  NetMaker* maker = addMaker(brain);
+  brain->setText("other");
+  brain->setModified(0);
+  EXPECT_THAT(refusalOfSaving(), HasSubstr("\n  made: brain changed since maker made it\n"));
+  makeAgain(*maker);
+  behind->setText("other");
+  behind->setModified(0);
+  EXPECT_THAT(refusalOfSaving(), HasSubstr("\n  made: behind changed since maker made it\n"));
+  makeAgain(*maker);
+  brain->input.disconnect();
+  EXPECT_THAT(refusalOfSaving(), HasSubstr("\n  made: what maker is connected to changed since maker made it\n"));
+  brain->input.connect(behind);
+  save();
+  maker->dataConnection.connect(behind);
+  EXPECT_THAT(refusalsOf("made"), ElementsAre("made: what maker is connected to changed since maker made it"));
+}
+
+TEST_F(Network, IsSavedWhenASourceIsShownInAnotherWay) {
+  NetNote* brain = addNote("brain");
+  addMaker(brain);
+  brain->map.connect(HxStandardColormaps::instance().find("magma"));
+  brain->number.setValue(5);
+  brain->setLabel("label");
+  brain->fire();
+  save();
+}
+
+TEST_F(Network, IsNotSavedWhenASourceComesBackInAnotherWay) {
+  addNote("brain")->setText("not in its file");
+  addMaker(find("brain"));
+  EXPECT_THAT(refusalsOf("made"), ElementsAre("made: it was made from brain, which does not come back as it is"));
+}
+
+TEST_F(Network, NamesLabelsWhoseFileIsGone) {
+  HxLoadOptions options;
+  options.name = "brain";
+  options.labels = folder.write("labels.txt", "1 one\n");
+  HxFileTypes::instance().load(folder.write("brain.note", "x"), options);
+  save();
+  ASSERT_TRUE(QFile::remove(options.labels));
+  EXPECT_THAT(refusalsOf("brain"),
+              ElementsAre("brain: " + options.labels.toStdString() + ", with the names of its labels, is not there"));
+}
+
+TEST_F(Network, PassesOverPortsOfWhatComesBackInAnotherWay) {
+  NetNote* brain = addNote("brain");
+  brain->setText("new");
+  brain->number.setValue(4);
+  HxPortInteger own(brain, "own {", "Own", 0, 9);
+  HxConnection more(brain, "more", "More", HxData::getClassTypeId());
+  more.connect(addNote("other"));
+  const QString file = save("a.quarn", true);
+  EXPECT_THAT(commands().join("\n").toStdString(), HasSubstr("brain optional own\\ \\{ setState 0"));
+  EXPECT_THAT(commands(), ::testing::Contains("brain optional more connect other"));
+  pool().clear();
+  EXPECT_THAT(HxNetwork::load(file), ElementsAre("other", "brain"));
+  EXPECT_EQ(find("brain")->number.getValue(), 4);
+  EXPECT_THAT(sink.consoleText(),
+              HasSubstr("a.quarn: brain has no port \"more\" here; what is for it is passed over.\n"));
+  EXPECT_THAT(sink.consoleText(), HasSubstr("a.quarn: brain has no port \"own {\" here;"));
+}
+
 TEST_F(Network, LeavesOutWhatIsNotSavedWhenTold) {
   addNote("changed", "old")->setText("new");
   NetNote* unsaved = add<NetNote>("unsaved");
@@ -551,12 +714,12 @@ TEST_F(Network, NamesAMissingFileAndLoadsTheRest) {
   pool().clear();
   ASSERT_TRUE(QFile::remove(folder.file("brain.note")));
   const std::string failure = failureOf(file);
-  EXPECT_THAT(failure, StartsWith(file.toStdString() + ": 2 of 22 commands failed; came back: other, maker\n"));
+  EXPECT_THAT(failure, StartsWith(file.toStdString() + ": 2 of 23 commands failed; came back: other, maker\n"));
   EXPECT_THAT(failure, HasSubstr("\n  a.quarn:5: " + folder.file("brain.note").toStdString() +
                                  ": cannot be opened: No such file or directory\n"));
   EXPECT_THAT(failure, HasSubstr("\n  a.quarn:26: \"maker\" has no result.\n"));
   EXPECT_THAT(failure, HasSubstr("\n  brain did not come back; 6 commands that need it were skipped"));
-  EXPECT_THAT(failure, HasSubstr("\n  made did not come back; 6 commands that need it were skipped"));
+  EXPECT_THAT(failure, HasSubstr("\n  made did not come back; 7 commands that need it were skipped"));
   EXPECT_EQ(find("other")->number.getValue(), 5);
   EXPECT_EQ(pool().objects().size(), 2U);
   EXPECT_FALSE(HxApplication::instance()->isLoadingNetwork());

@@ -90,6 +90,7 @@ QStringList HxNetwork::load(const QString& file) {
   const LoadingFlag loading;
   NetworkReader reader(file, QFileInfo(behindLinks(file)).absolutePath());
   reader.run(text);
+  reader.settle();
   reader.requireComplete();
   return reader.names();
 }

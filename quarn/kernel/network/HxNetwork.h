@@ -24,6 +24,7 @@ public:
 
   /// Runs a network and returns the names that its objects have got. An object whose name is taken gets another one,
   /// and the network goes on with that one. What fails is passed over; then, with all the rest loaded, McException is
-  /// thrown that names file, line and reason of each failure. Commands outside those of networks do not exist.
+  /// thrown that names file, line and reason of each failure. Commands outside those of networks do not exist. What the
+  /// network does to the data, short of changing their content, does not make them modified.
   static QStringList load(const QString& file);
 };

@@ -21,6 +21,7 @@ public:
 
   /// What the user reads; the name unless a label was set.
   const QString& getLabel() const { return label_.isEmpty() ? name_ : label_; }
+  bool hasLabel() const { return !label_.isEmpty(); }
   /// Any text; the empty one brings the name back.
   void setLabel(const QString& label) { label_ = label; }
 

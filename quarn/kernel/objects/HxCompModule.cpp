@@ -4,6 +4,7 @@
 
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/objects/detail/HxEvaluation.h"
+#include "quarn/kernel/objects/detail/MakingRecord.h"
 #include "quarn/kernel/ports/HxPortDoIt.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxCompModule, HxObject)
@@ -34,8 +35,33 @@ void HxCompModule::setResult(int slot, HxData* data, unsigned int flags) {
   data->touch(flags);
   data->sinceMade_ = 0;
   place.touchTime_ = data->getTouchTime();
+  place.record_ = std::make_shared<const quarn::detail::MakingRecord>(*this);
   if (isInPool() && !data->isInPool()) HxObjectPool::instance().add(data, resultName(*data));
   quarn::detail::HxEvaluation::fireAfter(*this, *data);
+}
+
+bool HxCompModule::adoptResult(int slot, HxData* data) {
+  if (!data->baseConnection.connect(this)) return false;
+  if (const std::optional<int> other = slotOf(data); other && *other != slot) slots_[*other] = HxResultSlot();
+  HxResultSlot& place = slots_[slot];
+  const McHandle<HxData> former = place.object_;
+  if (former && former != data) former->baseConnection.disconnect();
+  place = HxResultSlot();
+  place.object_ = data;
+  return true;
+}
+
+std::optional<int> HxCompModule::slotOf(const HxData* data) const {
+  for (const auto& [number, slot] : slots_) {
+    if (slot.object() == data) return number;
+  }
+  return std::nullopt;
+}
+
+QString HxCompModule::changedSinceMaking(const HxData* data) const {
+  const std::optional<int> slot = slotOf(data);
+  const auto* record = slot ? findResultSlot(*slot)->record_.get() : nullptr;
+  return record ? record->differenceTo(*this) : QString();
 }
 
 bool HxCompModule::canCreateData(HxData* data, QString& script) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 
 #include "quarn/kernel/export.h"
 #include "quarn/kernel/objects/HxObject.h"
@@ -23,6 +24,16 @@ public:
   /// but stays in the pool. Null empties the slot.
   void setResult(HxData* data, unsigned int flags = 0xFFFFFFFFu) { setResult(0, data, flags); }
   void setResult(int slot, HxData* data, unsigned int flags = 0xFFFFFFFFu);
+
+  /// Puts an object into a slot that it had before it was saved and loaded again, so that the module finds it as its
+  /// result: connects its master and does nothing else to it. It counts as changed since it was made. A former result
+  /// is let go as by setResult(). False, with everything as it was, when it cannot be connected.
+  bool adoptResult(int slot, HxData* data);
+  /// The slot that holds `data`; nothing when none does.
+  std::optional<int> slotOf(const HxData* data) const;
+  /// What has changed, content of sources and settings of this module among it, since it made the result in such a way
+  /// that it might make another one now: words for a message; empty for nothing.
+  QString changedSinceMaking(const HxData* data) const;
 
   /// Here: a result in a slot that was not touched since it was set can be made again by a module that works on a
   /// single button named "doIt".

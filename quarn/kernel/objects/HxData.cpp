@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "quarn/base/McBox3f.h"
+#include "quarn/base/McException.h"
 #include "quarn/kernel/objects/HxEditor.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 
@@ -142,6 +143,12 @@ void HxData::setEditor(HxEditor* editor) {
 void HxData::setLoadCmd(const QString& fileName) {
   loadFile_ = fileName;
   loadOptions_ = HxLoadOptions();
+}
+
+void HxData::requireCompanionFiles() const {
+  const QString& labels = loadOptions_.labels;
+  if (labels.isEmpty() || QFileInfo::exists(labels)) return;
+  throw McException(McException::excerpt(labels.toStdString()) + ", with the names of its labels, is not there");
 }
 
 HxData::Origin HxData::origin() {

@@ -39,6 +39,8 @@ public:
   /// True when something worth saving changed after a module had set the object as its result, so that the module would
   /// not make the same again. Which changes count is asked of setModified(), whose effect is taken back.
   bool isChangedSinceMade();
+  /// What was changed up to now counts no more for isChangedSinceMade().
+  void forgetChangesSinceMade() { sinceMade_.store(0, std::memory_order_release); }
 
   // --- Place
 
@@ -65,6 +67,9 @@ public:
   /// The options that loading that file needs; the name among them does not count.
   void setLoadOptions(const HxLoadOptions& options) { loadOptions_ = options; }
   const HxLoadOptions& getLoadOptions() const { return loadOptions_; }
+  /// Looks for the files that loading the object again needs besides getLoadCmd(). Throws McException naming the first
+  /// that is missing. Here: the one with the names of labels.
+  virtual void requireCompanionFiles() const;
   /// Notes which program made the data. Shown to the user; not a parameter that is saved.
   void setSaveInfo(const QString& info) { saveInfo_ = info; }
   const QString& getSaveInfo() const { return saveInfo_; }

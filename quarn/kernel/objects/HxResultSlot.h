@@ -1,9 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "quarn/base/McHandle.h"
 #include "quarn/kernel/objects/HxData.h"
+
+namespace quarn::detail {
+class MakingRecord;
+}  // namespace quarn::detail
 
 /// A place for a result of a module.
 class HxResultSlot {
@@ -17,4 +22,5 @@ private:
 
   McHandle<HxData> object_;
   std::uint32_t touchTime_ = 0xFFFFFFFFu;
+  std::shared_ptr<const quarn::detail::MakingRecord> record_;  ///< null when the module has not made the object
 };

@@ -1,12 +1,15 @@
 #include <QFileInfo>
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxStandardColormaps.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/network/HxNetwork.h"
 #include "quarn/kernel/network/detail/NetworkReader.h"
+#include "quarn/kernel/objects/HxCompModule.h"
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/HxPortColormap.h"
@@ -131,6 +134,8 @@ int NetworkReader::runObject(Entry& entry, const Words& words) {
   if (!object->isInPool()) throw McException(excerpt(entry.name) + " is not there any more");
   const QString word = texts(words).value(1);
   if (words.size() > 2 && object->findPort(word)) return runPort(entry, words);
+  if (words.size() > 3 && word == "optional") return runOptional(entry, words);
+  if (word == "resultOf") return adopt(entry, words);
   static constexpr std::array kAllowed = {"fire",     "compute",  "getResult", "getLabel",
                                           "setLabel", "getClass", "ports",     "disconnectAll"};
   if (std::find(kAllowed.begin(), kAllowed.end(), word) == kAllowed.end())
@@ -138,6 +143,16 @@ int NetworkReader::runObject(Entry& entry, const Words& words) {
                       "\" is neither a port of it nor a command of networks");
   const auto parse = [object](Tcl_Interp* interp, int argc, char** argv) { return object->parse(interp, argc, argv); };
   return HxInterpreter::call(parse, interp_, static_cast<int>(words.size()), words.data());
+}
+
+/// A command of a port that the object may have or not.
+int NetworkReader::runOptional(const Entry& entry, Words words) {
+  words.erase(words.begin() + 1);
+  const QString port = fromTcl(words[1]);
+  if (entry.object->findPort(port)) return runPort(entry, std::move(words));
+  HxMessage::printf("%s: %s has no port \"%s\" here; what is for it is passed over.",
+                    excerpt(QFileInfo(file_).fileName()).c_str(), excerpt(entry.name).c_str(), excerpt(port).c_str());
+  return TCL_OK;
 }
 
 int NetworkReader::runPort(const Entry& entry, Words words) {
@@ -172,6 +187,23 @@ int NetworkReader::connect(const Entry& entry, Words words) {
   words[2] = command;
   words[3] = source;
   return HxInterpreter::call(parse, interp_, static_cast<int>(words.size()), words.data());
+}
+
+/// NAME resultOf MODULE ?SLOT?
+int NetworkReader::adopt(const Entry& entry, const Words& words) {
+  const QStringList rest = texts(words).mid(2);
+  requireCount(rest, 1, 2, "NAME resultOf MODULE ?SLOT?");
+  const auto found = entries_.find(rest.front());
+  if (found != entries_.end() && !found->second.object) return skip(found->second);
+  auto* const module = found == entries_.end() ? nullptr : dynamic_cast<HxCompModule*>(found->second.object.get());
+  if (!module) throw McException("there is no module \"" + excerpt(rest.front()) + "\" in this network");
+  auto* const data = dynamic_cast<HxData*>(entry.object.get());
+  bool isNumber = true;
+  const int slot = rest.size() > 1 ? rest[1].toInt(&isNumber) : 0;
+  if (!isNumber) throw McException("resultOf: a number of a slot is expected, got \"" + excerpt(rest[1]) + "\"");
+  if (!data || !module->adoptResult(slot, data))
+    throw McException(excerpt(entry.name) + " cannot be a result of " + excerpt(rest.front()));
+  return TCL_OK;
 }
 
 }  // namespace quarn::detail

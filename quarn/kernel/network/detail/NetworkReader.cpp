@@ -7,6 +7,7 @@
 #include "quarn/kernel/app/HxInterrupt.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/network/detail/safeInterpreter.h"
+#include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 #include "quarn/kernel/script/detail/TclText.h"
@@ -92,6 +93,15 @@ bool NetworkReader::runCommand(const ScriptCommand& command) {
   return true;
 }
 
+void NetworkReader::settle() {
+  for (const Entry* entry : order_) {
+    auto* const data = dynamic_cast<HxData*>(entry->object.get());
+    if (!data || !data->isInPool() || data->getTouchTime() != entry->touchTime) continue;
+    if (!entry->wasModified) data->setModified(0);
+    data->forgetChangesSinceMade();
+  }
+}
+
 QString NetworkReader::place(int line) const {
   return QFileInfo(file_).fileName() + ":" + QString::number(line);
 }
@@ -144,7 +154,12 @@ QString NetworkReader::bind(const QString& name, HxObject* object) {
   };
   QString unique = name;
   for (int number = 2; isTaken(unique); ++number) unique = name + "-" + QString::number(number);
-  entryNamed(unique).object = object;
+  Entry& entry = entryNamed(unique);
+  entry.object = object;
+  if (auto* const data = dynamic_cast<HxData*>(object)) {
+    entry.touchTime = data->getTouchTime();
+    entry.wasModified = data->isModified();
+  }
   if (object->getName() != unique)
     HxMessage::printf("%s: %s is called %s here.", excerpt(QFileInfo(file_).fileName()).c_str(),
                       excerpt(unique).c_str(), excerpt(object->getName()).c_str());

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
@@ -31,6 +32,9 @@ public:
 
   /// Runs command by command; what fails is noted and passed over. Throws McException when the user interrupts.
   void run(const QString& text);
+  /// What the network did to data, short of changing their content, shows them as they were when it was saved. It is
+  /// no change that would be lost.
+  void settle();
   /// Throws McException with all failures when there were any.
   void requireComplete() const;
   /// The objects that came, by their names in the pool.
@@ -41,7 +45,9 @@ private:
   struct Entry {
     QString name;
     McHandle<HxObject> object;
-    int skipped = 0;  ///< commands that were passed over for want of it
+    int skipped = 0;              ///< commands that were passed over for want of it
+    std::uint32_t touchTime = 0;  ///< of a data object, when it came
+    bool wasModified = false;     ///< then
   };
   using Words = std::vector<Tcl_Obj*>;
   using Handler = std::function<int(const Words& words)>;
@@ -63,7 +69,9 @@ private:
   bool isOurs(const HxObject* object) const;
   int runObject(Entry& entry, const Words& words);
   int runPort(const Entry& entry, Words words);
+  int runOptional(const Entry& entry, Words words);
   int connect(const Entry& entry, Words words);
+  int adopt(const Entry& entry, const Words& words);
   QString fromFolder(const QString& file) const;
   void answer(const QStringList& list);
   QString place(int line) const;

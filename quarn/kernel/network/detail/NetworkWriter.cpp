@@ -3,6 +3,7 @@
 #include <QFileInfo>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxApplication.h"
@@ -64,28 +65,56 @@ bool NetworkWriter::hasInput(const HxObject& module) const {
   return !compModule || written_.contains(compModule->dataConnection.source());
 }
 
+/// Why the other objects that a module is connected to let it make something else than before; empty when they do not.
+QString NetworkWriter::problemOfSources(const HxObject& module) const {
+  for (const HxPort* port : module.ports()) {
+    const auto* connection = dynamic_cast<const HxConnection*>(port);
+    const HxObject* source = connection ? connection->source() : nullptr;
+    if (!source || HxStandardColormaps::instance().isStandard(source)) continue;
+    const QString text = written_.contains(source) ? "it was made from %1, which does not come back as it is"
+                                                   : "it was made from %1, which does not come back";
+    if (!written_.contains(source) || different_.contains(source))
+      return text.arg(source->getName().isEmpty() ? source->describe() : source->getName());
+  }
+  return {};
+}
+
 NetworkWriter::Fate NetworkWriter::fateOfData(HxData& data) const {
-  const HxObject* master = data.baseConnection.source();
   switch (data.origin()) {
     case HxData::Origin::File:
-      if (!QFileInfo::exists(data.getLoadCmd()))
-        return {true, QString("its file %1 is not there").arg(excerpt(data.getLoadCmd()))};
-      if (data.isModified()) return {true, QString("changes since it was saved as %1").arg(excerpt(data.getLoadCmd()))};
-      return {};
+      return fateOfFile(data);
     case HxData::Origin::Module:
-      if (!written_.contains(master))
-        return {false, QString("%1, which makes it, does not come back").arg(master->getName())};
-      if (!hasInput(*master)) {
-        return {false, QString("%1, which makes it, has lost its input").arg(master->getName())};
-      }
-      if (data.isChangedSinceMade()) return {true, QString("changes since %1 made it").arg(master->getName())};
-      return {};
+      return fateOfResult(data);
     case HxData::Origin::Class:
       break;
   }
   if (data.isModified()) return {false, "is not saved in a file"};
   if (data.getTypeId().canCreateInstance()) return {};
   return {false, QString("no object of class %1 can be made by a script").arg(classOf(data))};
+}
+
+NetworkWriter::Fate NetworkWriter::fateOfFile(HxData& data) const {
+  const QString file = excerpt(data.getLoadCmd());
+  if (!QFileInfo::exists(data.getLoadCmd())) return {true, QString("its file %1 is not there").arg(file)};
+  try {
+    data.requireCompanionFiles();
+  } catch (const McException& failure) {
+    return {true, QString::fromUtf8(failure.what())};
+  }
+  if (data.isModified()) return {true, QString("changes since it was saved as %1").arg(file)};
+  return {};
+}
+
+NetworkWriter::Fate NetworkWriter::fateOfResult(HxData& data) const {
+  const HxObject* master = data.baseConnection.source();
+  const QString name = master->getName();
+  if (!written_.contains(master)) return {false, QString("%1, which makes it, does not come back").arg(name)};
+  if (!hasInput(*master)) return {false, QString("%1, which makes it, has lost its input").arg(name)};
+  if (data.isChangedSinceMade()) return {true, QString("changes since %1 made it").arg(name)};
+  const auto* module = dynamic_cast<const HxCompModule*>(master);
+  const QString change = module ? module->changedSinceMaking(&data) : QString();
+  if (!change.isEmpty()) return {true, QString("%1 changed since %2 made it").arg(change, name)};
+  return {true, problemOfSources(*master)};
 }
 
 void NetworkWriter::write(HxObject& object) {
@@ -99,18 +128,14 @@ void NetworkWriter::write(HxObject& object) {
   if (!fate.comesBack) return;
 
   written_.insert(&object);
+  if (!fate.problem.isEmpty()) different_.insert(&object);
   auto* data = dynamic_cast<HxData*>(&object);
   const bool isMade = data && data->origin() == HxData::Origin::Module;
   writeCreation(object);
+  writeLabel(object, isMade);
   // What the module has connected may not be what is wanted.
   if (isMade) writeLine({object.getName(), "disconnectAll"});
-  bool hasMore = false;
-  for (const HxPort* port : object.ports()) {
-    const auto* connection = dynamic_cast<const HxConnection*>(port);
-    if (!connection || object.findPort(port->getName()) != port) continue;
-    if (isMade && connection == &data->baseConnection) continue;
-    hasMore = writeConnection(object, *connection) || hasMore;
-  }
+  bool hasMore = writeConnections(object, isMade);
   for (const HxPort* port : object.ports()) {
     if (object.findPort(port->getName()) == port) hasMore = writeState(object, *port) || hasMore;
   }
@@ -123,7 +148,39 @@ void NetworkWriter::writeCreation(HxObject& object) {
   } else {
     writeLine({"create", classOf(object), object.getName()});
   }
-  if (object.getLabel() != object.getName()) writeLine({object.getName(), "setLabel", object.getLabel()});
+}
+
+/// A module may give what it makes any label; whatever else comes has none but its name.
+void NetworkWriter::writeLabel(const HxObject& object, bool isMade) {
+  if (isMade && !object.hasLabel()) return writeLine({object.getName(), "setLabel"});
+  if (isMade || object.getLabel() != object.getName()) writeLine({object.getName(), "setLabel", object.getLabel()});
+}
+
+/// True when a command was written.
+bool NetworkWriter::writeConnections(const HxObject& object, bool isMade) {
+  const auto* data = dynamic_cast<const HxData*>(&object);
+  bool isWritten = false;
+  for (const HxPort* port : object.ports()) {
+    const auto* connection = dynamic_cast<const HxConnection*>(port);
+    if (!connection || object.findPort(port->getName()) != port) continue;
+    if (!data || connection != &data->baseConnection) {
+      isWritten = writeConnection(object, *connection) || isWritten;
+    } else if (!isMade) {
+      isWritten = writeMaster(*data) || isWritten;
+    }
+  }
+  return isWritten;
+}
+
+/// The module must have what it made as its result again, or it would make a second one beside it.
+bool NetworkWriter::writeMaster(const HxData& data) {
+  const auto* module = dynamic_cast<const HxCompModule*>(data.baseConnection.source());
+  const std::optional<int> slot = written_.contains(module) ? module->slotOf(&data) : std::nullopt;
+  if (!slot) return writeConnection(data, data.baseConnection);
+  QStringList words{data.getName(), "resultOf", module->getName()};
+  if (*slot != 0) words += QString::number(*slot);
+  writeLine(words);
+  return true;
 }
 
 /// True when a command was written.
@@ -131,7 +188,7 @@ bool NetworkWriter::writeConnection(const HxObject& object, const HxConnection& 
   const HxObject* source = connection.source();
   if (!source) return false;
   const auto line = [&](const QStringList& words) {
-    writeLine(QStringList{object.getName(), connection.getName()} + words);
+    writeLine(addressOf(object, connection) + words);
     return true;
   };
   if (written_.contains(source)) return line({"connect", source->getName()});
@@ -145,8 +202,14 @@ bool NetworkWriter::writeState(const HxObject& object, const HxPort& port) {
   QString state;
   port.getState(state);
   if (state.isEmpty()) return false;
-  writeLine({object.getName(), port.getName(), "setState", state});
+  writeLine(addressOf(object, port) + QStringList{"setState", state});
   return true;
+}
+
+/// The words that a command of a port begins with. What does not come back as it is may come without some of its ports.
+QStringList NetworkWriter::addressOf(const HxObject& object, const HxPort& port) const {
+  if (different_.contains(&object)) return {object.getName(), "optional", port.getName()};
+  return {object.getName(), port.getName()};
 }
 
 /// A command in which each word is one word, whatever it holds.

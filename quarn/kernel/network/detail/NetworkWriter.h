@@ -36,11 +36,18 @@ private:
 
   Fate fateOf(HxObject& object) const;
   Fate fateOfData(HxData& data) const;
+  Fate fateOfFile(HxData& data) const;
+  Fate fateOfResult(HxData& data) const;
   bool hasInput(const HxObject& module) const;
+  QString problemOfSources(const HxObject& module) const;
   void write(HxObject& object);
   void writeCreation(HxObject& object);
+  void writeLabel(const HxObject& object, bool isMade);
+  bool writeConnections(const HxObject& object, bool isMade);
+  bool writeMaster(const HxData& data);
   bool writeConnection(const HxObject& object, const HxConnection& connection);
   bool writeState(const HxObject& object, const HxPort& port);
+  QStringList addressOf(const HxObject& object, const HxPort& port) const;
   void writeLine(const QStringList& words);
   void writeComment(const QString& text);
 
@@ -48,6 +55,7 @@ private:
   QString text_;
   QStringList problems_;
   std::set<const HxObject*> written_;
+  std::set<const HxObject*> different_;  ///< of those written: what does not come back as it is
 };
 
 }  // namespace quarn::detail
