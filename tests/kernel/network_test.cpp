@@ -9,6 +9,8 @@
 #include "quarn/kernel/app/HxInterrupt.h"
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/fields/HxStandardColormaps.h"
+#include "quarn/kernel/fields/HxUniformLabelField3.h"
+#include "quarn/kernel/io/HxFieldFile.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/network/HxNetwork.h"
 #include "tests/kernel/CommaLocale.h"
@@ -605,6 +607,22 @@ TEST_F(Network, NamesLabelsWhoseFileIsGone) {
   ASSERT_TRUE(QFile::remove(options.labels));
   EXPECT_THAT(refusalsOf("brain"),
               ElementsAre("brain: " + options.labels.toStdString() + ", with the names of its labels, is not there"));
+}
+
+TEST_F(Network, NamesTheDataFileOfAFieldThatIsGone) {
+  const McHandle<HxUniformLabelField3> field(new HxUniformLabelField3(McDim3l(3, 2, 1)));
+  pool().add(field, "field");
+  HxFieldFile::save(*field, folder.file("own.field.qm"));
+  save();
+  for (const QString& name : QDir(folder.path()).entryList({"own*"}, QDir::Files)) {
+    if (!name.endsWith(".qm")) {
+      EXPECT_TRUE(QFile::remove(folder.file(name)));
+    }
+  }
+  const std::vector<std::string> told = refusalsOf("field");
+  ASSERT_EQ(told.size(), 1U);
+  EXPECT_THAT(told.front(), HasSubstr(folder.path().toStdString() + "/own"));
+  EXPECT_THAT(told.front(), HasSubstr("No such file"));
 }
 
 TEST_F(Network, PassesOverPortsOfWhatComesBackInAnotherWay) {

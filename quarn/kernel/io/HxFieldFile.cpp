@@ -211,6 +211,12 @@ McHandle<HxUniformScalarField3> HxFieldFile::read(const QuarnMesh& mesh, const Q
   }
 }
 
+void HxFieldFile::requireFiles(const QString& file) {
+  const std::string text = quarn::detail::readParameterText(FileSystem::current(), encoded(file));
+  const std::unique_ptr<QuarnMesh> mesh = QuarnMesh::parse(QByteArray::fromStdString(text), file);
+  const OpenedField opened(FileSystem::current(), *mesh, file);
+}
+
 void HxFieldFile::verify(const QuarnMesh& mesh, const QString& file, const HxVerificationReport& report) {
   std::unique_ptr<OpenedField> opened;
   try {

@@ -27,6 +27,10 @@ public:
   /// The same for a file whose parameters have been read.
   static McHandle<HxUniformScalarField3> read(const QuarnMesh& mesh, const QString& file);
 
+  /// Looks whether the file and its data file can be opened and belong together; reads no voxels. Throws McException
+  /// naming the one at fault.
+  static void requireFiles(const QString& file);
+
   /// Checks a file whose parameters have been read, to the last byte of its voxels, without loading it.
   static void verify(const QuarnMesh& mesh, const QString& file, const HxVerificationReport& report);
 

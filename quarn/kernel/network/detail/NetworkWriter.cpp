@@ -8,6 +8,8 @@
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/fields/HxStandardColormaps.h"
+#include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/kernel/io/HxFieldFile.h"
 #include "quarn/kernel/network/detail/sourcesFirst.h"
 #include "quarn/kernel/objects/HxCompModule.h"
 #include "quarn/kernel/objects/HxData.h"
@@ -24,6 +26,11 @@ QString classOf(const HxObject& object) {
 
 QString excerpt(const QString& text) {
   return QString::fromStdString(McException::excerpt(text.toStdString()));
+}
+
+/// The workbench's own files of fields have their voxels in a data file.
+bool isFieldFile(const HxData& data) {
+  return dynamic_cast<const HxUniformScalarField3*>(&data) && data.getLoadCmd().endsWith(".qm", Qt::CaseInsensitive);
 }
 
 /// What an object writes for its creation.
@@ -98,6 +105,7 @@ NetworkWriter::Fate NetworkWriter::fateOfFile(HxData& data) const {
   if (!QFileInfo::exists(data.getLoadCmd())) return {true, QString("its file %1 is not there").arg(file)};
   try {
     data.requireCompanionFiles();
+    if (isFieldFile(data)) HxFieldFile::requireFiles(data.getLoadCmd());
   } catch (const McException& failure) {
     return {true, QString::fromUtf8(failure.what())};
   }
