@@ -33,7 +33,10 @@ bool areCurrent(const SoVolumeMask& node) {
     const auto present = hxvoxora::VolumeHeader::read(files, node.fileName());
     if (present.generation != reader->file()->header().generation) return false;
     const auto data = hxvoxora::openDataFile(files, node.fileName(), present);
-    return data->identity() == reader->file()->dataIdentity();
+    if (data->identity() != reader->file()->dataIdentity()) return false;
+    // The node has read its index; who copies the files or reads them next needs the one on disk.
+    const auto index = hxvoxora::openIndexFile(files, node.fileName(), present);
+    return index->identity() == reader->file()->indexIdentity();
   } catch (const McException&) {
     return false;
   }

@@ -16,7 +16,8 @@ using Access = hxvoxora::FileSystem::Access;
 using Durability = hxvoxora::FileSystem::Durability;
 
 /// Whether the set under the node's file name is the one that the node reads: neither removed nor replaced by another
-/// save, and the data file neither changed nor exchanged since it was opened. False for a node without a file.
+/// save, and data file and index neither changed, exchanged nor removed since they were opened. False for a node
+/// without a file.
 HXROI_API bool areCurrent(const SoVolumeMask& node);
 
 /// A node in memory that holds the voxels of `node`, those of its files as well as its edits; tiles are shared. Its

@@ -1,6 +1,7 @@
 #include <functional>
 
 #include "tests/hxroi/MaskTest.h"
+#include "tests/hxroi/QuotaFileSystem.h"
 
 namespace {
 
@@ -347,11 +348,15 @@ TEST_F(MaskAlgebra, FailedCopyOfFilesLeavesTheMask) {
   const auto source = saved(kLeft);
   const auto a = exact(kFar);
   const std::string prefix = a->temporaryPrefix();
-  boost::filesystem::remove(source->temporaryPrefix() + ".fcp");
-  EXPECT_THROW(a->store(*source), McException);
+  {
+    QuotaFileSystem full(hxvoxora::FileSystem::posix(), (folder / "temporary").string());
+    full.setRoom(0);
+    const hxvoxora::FileSystemOverride current(full);
+    EXPECT_THROW(a->store(*source), McException);
+  }
   EXPECT_EQ(a->temporaryPrefix(), prefix);
   EXPECT_EQ(count(*a), volume(kFar));
-  EXPECT_EQ(temporaryFiles().size(), 2U) << "what is left of the source";
+  EXPECT_EQ(temporaryFiles().size(), 3U) << "those of the source";
 }
 
 TEST_F(MaskAlgebra, MergingParametersNeverOverwrites) {

@@ -1,4 +1,5 @@
 #include "tests/hxroi/MaskTest.h"
+#include "tests/hxroi/QuotaFileSystem.h"
 
 /// Masks whose files are given to others, damaged or taken away while they are in use.
 
@@ -26,6 +27,12 @@ protected:
     for (const char* extension : {".ldm", ".dat", ".fcp"}) {
       boost::filesystem::remove((folder / "user").string() + extension);
     }
+  }
+
+  /// Data and header stay as they are.
+  void harmIndex(bool isCut) const {
+    const path index = folder / "user.fcp";
+    isCut ? boost::filesystem::resize_file(index, 20) : void(boost::filesystem::remove(index));
   }
 
   void useUnusableDirectory() const {
@@ -199,15 +206,37 @@ TEST_F(MaskReplacedFiles, StoringTakesVoxelsWhoseDataFileWasRemoved) {
   EXPECT_EQ(bitsOf(*target), bitsOf(*user));
 }
 
+TEST_F(MaskReplacedFiles, AnIndexThatIsGoneIsNotNeeded) {
+  for (const bool isCut : {false, true}) {
+    const auto user = userMask();
+    const auto bits = bitsOf(*user);
+    harmIndex(isCut);
+    EXPECT_FALSE(user->readsUnchanged(folder / "user"));
+    user->writeToFile(folder / "copy");
+    EXPECT_EQ(bitsOf(*load("copy")), bits);
+    const McHandle<Mask> copy = new Mask("copy", *user);
+    EXPECT_EQ(bitsOf(*copy), bits);
+    user->writeToFile(folder / "user");
+    EXPECT_EQ(bitsOf(*load("user")), bits);
+    harmIndex(isCut);
+    fill(*user, {0, 0, 0, 0, 0, 0});
+    EXPECT_EQ(count(*user), count(*copy) + 1);
+  }
+}
+
 TEST_F(MaskReplacedFiles, RefusedStoringGivesBackPrefixAndFileNames) {
   const auto source = makeMask(kGrid, kOwn, "source");
   source->flush(0);
-  boost::filesystem::remove(source->temporaryPrefix() + ".fcp");
   const auto files = temporaryFiles();
   useUnusableDirectory();
   const auto mask = makeMask(kGrid, kOther);
   useTemporaryDirectory(folder / "temporary");
-  EXPECT_THROW(mask->store(*source), McException);
+  {
+    QuotaFileSystem full(hxvoxora::FileSystem::posix(), (folder / "temporary").string());
+    full.setRoom(0);
+    const hxvoxora::FileSystemOverride current(full);
+    EXPECT_THROW(mask->store(*source), McException);
+  }
   EXPECT_EQ(mask->temporaryPrefix(), "");
   mask->flush(3);
   EXPECT_EQ(temporaryFiles(), files);

@@ -315,11 +315,11 @@ TEST_F(SetFileWriting, AFailedMaskKeepsItsLastGoodFiles) {
   fillSet();
   ASSERT_EQ(save(), 1);
   const McHandle<HxRois> loaded = load(file);
-  // The index of the mask's own files is damaged behind its back, so that they cannot be copied any more.
+  // The voxels of the mask's own files are damaged behind its back, so that they cannot be copied any more.
   Mask* a = rois->getMask("A");
-  fill(*a, {0, 0, 0}, {13, 11, 7});
+  fill(*a, {1, 1, 1}, {7, 6, 5});
   rois->flush(true);
-  fs::resize_file(a->temporaryPrefix() + ".fcp", 0);
+  fs::resize_file(a->temporaryPrefix() + ".dat", 0);
   EXPECT_EQ(save(), 1);
   EXPECT_THAT(console.consoleText(), HasSubstr("Error while saving mask A ("));
   EXPECT_TRUE(rois->isModified());

@@ -57,15 +57,18 @@ std::shared_ptr<TiledFileReader> TiledFileReader::open(FileSystem& fileSystem, c
   }
   std::unique_ptr<InputFile> data = openDataFile(fileSystem, ldmPath, header);
   const std::unique_ptr<InputFile> indexFile = openIndexFile(fileSystem, ldmPath, header);
+  const FileIdentity readIndex = indexFile->identity();
   auto index = std::make_unique<const TileIndex>(TileIndex::read(*indexFile, header, data->identity().size));
-  return std::shared_ptr<TiledFileReader>(new TiledFileReader(ldmPath, header, std::move(index), std::move(data)));
+  return std::shared_ptr<TiledFileReader>(
+      new TiledFileReader(ldmPath, header, std::move(index), readIndex, std::move(data)));
 }
 
 TiledFileReader::TiledFileReader(std::string path, VolumeHeader header, std::unique_ptr<const TileIndex> index,
-                                 std::unique_ptr<const InputFile> data)
+                                 const FileIdentity& readIndex, std::unique_ptr<const InputFile> data)
     : path_(std::move(path)),
       header_(std::move(header)),
       index_(std::move(index)),
+      readIndex_(readIndex),
       data_(std::move(data)),
       opened_(data_->identity()) {}
 

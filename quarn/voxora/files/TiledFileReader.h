@@ -80,6 +80,9 @@ public:
   /// The data file as it was opened.
   const FileIdentity& dataIdentity() const { return opened_; }
 
+  /// The tile index as it was when it was read.
+  const FileIdentity& indexIdentity() const { return readIndex_; }
+
   /// Bytes that a stored tile takes in the data file.
   std::uint32_t storedBytes(std::uint64_t tile) const;
 
@@ -88,7 +91,7 @@ public:
 
 private:
   TiledFileReader(std::string path, VolumeHeader header, std::unique_ptr<const TileIndex> index,
-                  std::unique_ptr<const InputFile> data);
+                  const FileIdentity& readIndex, std::unique_ptr<const InputFile> data);
 
   const StoredTile& stored(std::uint64_t tile) const;
   void checkNumber(std::uint64_t tile) const;
@@ -98,6 +101,7 @@ private:
   const std::string path_;
   const VolumeHeader header_;
   const std::unique_ptr<const TileIndex> index_;
+  const FileIdentity readIndex_;
   const std::unique_ptr<const InputFile> data_;
   const FileIdentity opened_;
 };
