@@ -1,7 +1,9 @@
 #include "hxroi/detail/SetRecord.h"
 
 #include <QFile>
+#include <algorithm>
 #include <array>
+#include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 #include <charconv>
 #include <exception>
@@ -38,8 +40,10 @@ constexpr const char* kParameters = "parameters";
 /// A mask that reads files of a saved set: their path without extension, and the mark of the save that they are of.
 constexpr const char* kSource = "__source";
 constexpr const char* kGeneration = "__generation";
-/// A mask that has no voxels on disk: its grid.
+/// A mask that was never written, none of whose voxels is set: its grid.
 constexpr const char* kGrid = "__grid";
+/// A mask whose voxels are nowhere on disk: its grid. Without the element it would be taken for a group.
+constexpr const char* kLost = "__lost";
 
 std::string gridText(const McVec3i& n) {
   return std::to_string(n.x) + " " + std::to_string(n.y) + " " + std::to_string(n.z);
@@ -70,26 +74,38 @@ std::string generationOf(const Mask& mask) {
   return reader && reader->header() ? std::to_string(reader->header()->generation) : std::string();
 }
 
+/// Whether the grid tells all about the voxels.
+bool isUnwrittenEmpty(const Mask& mask) {
+  const SoVolumeMask& node = *mask.volumeMask();
+  return !node.hasUnsavedEdits() && node.fileName().empty() && !node.defaultValue();
+}
+
 /// Only what is saved beside a set has a name that others know.
+void describeVoxels(const Mask& mask, HxParamBundle& bundle) {
+  const std::string file = mask.volumeMask()->fileName();
+  if (hasTemporaryFiles(mask)) {
+    bundle.set(setfile::kFilename, path(mask.temporaryPrefix()).filename().string());
+  } else if (!mask.ownsTemporaryFiles() && !file.empty()) {
+    bundle.set(kSource, boost::filesystem::absolute(file).replace_extension().string());
+    bundle.set(kGeneration, generationOf(mask));
+  } else {
+    bundle.set(isUnwrittenEmpty(mask) ? kGrid : kLost, gridText(mask.dimensions()));
+  }
+}
+
 std::unique_ptr<HxParamBundle> describe(const Mask& mask) {
   auto bundle = RoiDescription::of(mask);
   const McColor color = mask.color(false);
   const float rgb[] = {color.r, color.g, color.b};
   bundle->set(setfile::kColor, 3, rgb);
-  const std::string file = mask.volumeMask()->fileName();
-  if (hasTemporaryFiles(mask)) {
-    bundle->set(setfile::kFilename, path(mask.temporaryPrefix()).filename().string());
-  } else if (!mask.ownsTemporaryFiles() && !file.empty()) {
-    bundle->set(kSource, path(file).replace_extension().string());
-    bundle->set(kGeneration, generationOf(mask));
-  } else {
-    bundle->set(kGrid, gridText(mask.dimensions()));
-  }
+  for (const char* element : {setfile::kFilename, kSource, kGeneration, kGrid, kLost}) bundle->remove(element);
+  describeVoxels(mask, *bundle);
   return bundle;
 }
 
 bool isMask(const HxParamBundle& bundle) {
-  return bundle.findBase(setfile::kFilename) || bundle.findBase(kSource) || bundle.findBase(kGrid);
+  const auto elements = {setfile::kFilename, kSource, kGrid, kLost};
+  return std::any_of(elements.begin(), elements.end(), [&](const char* name) { return bundle.findBase(name); });
 }
 
 const HxParamBundle* roisOf(const QuarnMesh& record) {
@@ -121,7 +137,7 @@ private:
       McHandle<Mask> mask = voxels(bundle);
       if (!mask) throw McException("its voxels are lost");
       HxParamBundle attributes = bundle;
-      for (const char* element : {kSource, kGeneration, kGrid}) attributes.remove(element);
+      for (const char* element : {kSource, kGeneration, kGrid, kLost}) attributes.remove(element);
       RoiDescription::apply(attributes, *mask);
       return mask;
     } catch (const std::exception& failure) {
@@ -135,6 +151,7 @@ private:
     std::string text;
     if (bundle.findString(setfile::kFilename, text)) return loadStored_(text, name);
     if (bundle.findString(kSource, text)) return borrowed(bundle, text);
+    if (bundle.findString(kLost, text)) return {};
     const auto grid = bundle.findString(kGrid, text) ? gridFrom(text) : std::nullopt;
     if (!grid) throw McException("its grid is not known");
     return McHandle<Mask>(new Mask(name, *grid, false, Roi::nextHtmlColor(), nullptr));

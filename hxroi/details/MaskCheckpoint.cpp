@@ -15,10 +15,13 @@ using hxvoxora::VolumeHeader;
 
 void Mask::checkpoint() {
   if (m_temporaryPrefix.empty()) return;
-  if (m_filesUnderPrefix) saveMaskToTemporary();
+  const bool hasFile = !m_volumeMask->fileName().empty();
+  // Voxels of files that lost their names end with the process.
+  const bool isOrphan = hasFile && !NodeFiles::areCurrent(*m_volumeMask);
+  if (m_filesUnderPrefix || isOrphan) saveMaskToTemporary();
   if (!ownsTemporaryFiles()) return;
   if (isUnwrittenFull()) return writeUnwrittenFull();
-  if (hasFileOfFormerName()) countAsEdited();
+  if (hasFileOfFormerName() || (isOrphan && !NodeFiles::areCurrent(*m_volumeMask))) countAsEdited();
   flush(0);
 }
 

@@ -55,6 +55,30 @@ TEST_F(MaskCheckpoint, BorrowedMaskStaysInTheFilesOfTheUser) {
   EXPECT_TRUE(temporaryFiles().empty());
 }
 
+TEST_F(MaskCheckpoint, BorrowedMaskWhoseFilesAreGoneMovesToFilesOfItsOwn) {
+  for (const bool isReplaced : {false, true}) {
+    const auto user = borrowed(*makeMask({40, 30, 20}, McBox3i(0, 1, 0, 1, 0, 1), "other"));
+    const auto bits = bitsOf(*user);
+    if (isReplaced) makeMask({40, 30, 20}, McBox3i(5, 9, 5, 9, 5, 9), "new")->writeToFile(folder / "user");
+    if (!isReplaced) Mask::removeTemporaryFiles(folder / "user");
+    user->checkpoint();
+    EXPECT_TRUE(user->ownsTemporaryFiles());
+    EXPECT_EQ(bitsOf(*McHandle<Mask>(Mask::loadFromFile("again", user->temporaryPrefix()))), bits);
+    EXPECT_EQ(bitsOf(*user), bits);
+  }
+}
+
+TEST_F(MaskCheckpoint, OwnFilesThatVanishedAreWrittenAgain) {
+  const auto mask = makeMask({40, 30, 20}, McBox3i(1, 5, 1, 5, 1, 5), "mask");
+  mask->checkpoint();
+  const auto bits = bitsOf(*mask);
+  for (const char* extension : {".ldm", ".dat", ".fcp"}) {
+    boost::filesystem::remove(mask->temporaryPrefix() + extension);
+    mask->checkpoint();
+    EXPECT_EQ(bitsOf(*McHandle<Mask>(Mask::loadFromFile("again", mask->temporaryPrefix()))), bits) << extension;
+  }
+}
+
 TEST_F(MaskCheckpoint, FullMaskIsSavedAndStaysUnwritten) {
   {
     const auto full = makeMask({40, 30, 20}, true, "full");

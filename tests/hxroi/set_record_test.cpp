@@ -61,6 +61,34 @@ TEST_F(SetRecordTest, TellsOfFilesThatAreGone) {
   EXPECT_THAT(console.consoleText(), HasSubstr("Mask D is not recovered: "));
 }
 
+TEST_F(SetRecordTest, VoxelsThatAreNowhereOnDiskAreLost) {
+  const McHandle<HxRois> set(new HxRois);
+  set->addRoi(makeMask("Empty"));
+  set->addRoi(makeMask("Edited"));
+  fill(*set->getMask("Edited"), {0, 0, 0}, {2, 2, 2});
+  set->addRoi(new Mask("Full", {13, 11, 7}, true, McColor(), nullptr));
+  set->addRoi(makeMask("Removed"));
+  fill(*set->getMask("Removed"), {0, 0, 0}, {2, 2, 2});
+  set->getMask("Removed")->flush(0);
+  Mask::removeTemporaryFiles(set->getMask("Removed")->temporaryPrefix());
+  const auto back = comeBack(*set);
+  EXPECT_EQ(names(*back), std::vector<std::string>({"Empty"}));
+  EXPECT_EQ(SetRecord::maskCount(*SetRecord::read(record.string())), 4);
+  for (const char* name : {"Edited", "Full", "Removed"}) {
+    EXPECT_THAT(console.consoleText(),
+                HasSubstr("Mask " + std::string(name) + " is not recovered: its voxels are lost"));
+  }
+}
+
+TEST_F(SetRecordTest, FilesOfASetAreFoundFromAnywhere) {
+  const fs::path former = fs::current_path();
+  fs::current_path(folder);
+  const auto loaded = load("set.ROIs.qm");
+  SetRecord::write(*loaded, record.string());
+  fs::current_path(former);
+  EXPECT_EQ(read()->getNumberOfMasks(), 4U) << console.consoleText();
+}
+
 TEST_F(SetRecordTest, IsRefusedWhenItIsNone) {
   EXPECT_THAT(refusalOf([&] { SetRecord::read(file.string()); }), HasSubstr("is no record of a ROI set"));
 }
