@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <exception>
 #include <span>
 #include <string_view>
 #include <thread>
@@ -101,15 +102,20 @@ ReadingLock tryShared(FileSystem& files, const std::string& folder) {
 
 SetLock::SetLock(FileSystem& files, std::unique_ptr<FileLock> turn, std::unique_ptr<FileLock> lock)
     : files_(files), turn_(std::move(turn)), lock_(std::move(lock)), isAlone_(turn_ != nullptr) {
-  if (isAlone_) lock_->write(ownName());
+  if (isAlone_) writeHolder(ownName());
 }
 
 SetLock::~SetLock() {
-  if (!isAlone_) return;
+  if (isAlone_) writeHolder("");
+}
+
+/// The name only serves others; a full disk must not keep a set from being saved elsewhere or read. A name too many in
+/// a file that is not locked misleads nobody.
+void SetLock::writeHolder(const std::string& name) noexcept {
   try {
-    lock_->write("");
-  } catch (const McException&) {
-    // A name too many in a file that is not locked misleads nobody.
+    lock_->write(name);
+  } catch (const std::exception&) {
+    // Who meets the lock is told of another program.
   }
 }
 

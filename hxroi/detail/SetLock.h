@@ -47,6 +47,8 @@ private:
   SetLock(hxvoxora::FileSystem& files, std::unique_ptr<hxvoxora::FileLock> turn,
           std::unique_ptr<hxvoxora::FileLock> lock);
 
+  void writeHolder(const std::string& name) noexcept;
+
   hxvoxora::FileSystem& files_;
   std::unique_ptr<hxvoxora::FileLock> turn_;  ///< keeps readers from coming in ahead of a save that waits
   std::unique_ptr<hxvoxora::FileLock> lock_;

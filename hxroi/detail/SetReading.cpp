@@ -6,6 +6,7 @@
 #include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/detail/SetFolder.h"
 #include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxMessage.h"
 
 namespace hxroi {
 
@@ -75,10 +76,14 @@ void SetReading::finishSave(const std::string& masksDir) const {
   if (!files_.isWritable(masksDir) || !files_.isWritable(setfile::folderOf(file_).string())) refuse("");
   try {
     const auto lock = SetLock::forSaving(files_, masksDir);
-    SetFolder(files_, masksDir).rollForward();
+    SetFolder folder(files_, masksDir);
+    // Somebody else may have been faster.
+    if (!folder.hasCommitted()) return;
+    folder.rollForward();
   } catch (const McException& failure) {
     refuse(std::string(" (") + failure.what() + ")");
   }
+  HxMessage::printf("%s: a save that was interrupted is finished", file_.c_str());
 }
 
 void SetReading::end() const {

@@ -84,6 +84,16 @@ public:
 
 }  // namespace
 
+TEST_F(SetLocking, TheNameOfTheHolderIsNotNeeded) {
+  fs::create_directory(masks);
+  FaultFileSystem full(FileSystem::posix());
+  full.arm({.only = FileCall::write, .extent = Extent::forever});
+  const auto saving = SetLock::forSaving(full, masks.string());
+  EXPECT_TRUE(full.hasFailed());
+  EXPECT_TRUE(saving->isInPlace());
+  EXPECT_EQ(SetLock::tryForSaving(files(), masks.string()), nullptr);
+}
+
 TEST_F(SetLocking, WhoSavesIsAlone) {
   fs::create_directory(masks);
   auto saving = SetLock::forSaving(files(), masks.string());
