@@ -93,11 +93,10 @@ void SetFolder::rollForward() {
   // Without a set file nobody could open the set, and so finish this. Where there is one it is the old one, which goes
   // with the old masks.
   const bool isFirst = !setFile.empty() && files_.kind(folderOf(masksDir_) + "/" + setFile) == FileKind::missing;
-  if (isFirst) {
-    // The folder of the masks may be as new, and must not be missing beside the set file.
-    files_.syncDirectory(folderOf(masksDir_));
-    moveSetFile(setFile);
-  }
+  // The folder of the masks may be new, also where a set file stands that named another one, and must not be missing
+  // beside the new set file.
+  if (!setFile.empty()) files_.syncDirectory(folderOf(masksDir_));
+  if (isFirst) moveSetFile(setFile);
   moveMasks(names);
   files_.syncDirectory(masksDir_);
   if (!setFile.empty() && !isFirst) moveSetFile(setFile);

@@ -271,6 +271,21 @@ TEST_F(SetPowerLoss, SavesWithExchangedNames) {
   });
 }
 
+TEST_F(SetPowerLoss, SavesASetWhoseFileWasRenamed) {
+  endAtEveryMoment([&](DiskRecorder& recorder) {
+    fillFirst();
+    const fs::path former = file.parent_path() / "former.ROIs.qm";
+    ASSERT_EQ(rois->writeQuarnMesh(former.c_str()), 1);
+    recorder.rename(former.string(), file.string());
+    recorder.syncDirectory(file.parent_path().string());
+    noteSaved(recorder);
+    rois = load(file);
+    changeNoise(*rois->getMask("A"), {11, 12, 13});
+    rois->parameters.set("Note", "second");
+    saveRecorded(recorder);
+  });
+}
+
 TEST_F(SetPowerLoss, FinishesASaveThatWasInterrupted) {
   std::unique_ptr<FaultFileSystem> files;  // masks may keep it until the end
   endAtEveryMoment([&](DiskRecorder& recorder) {
