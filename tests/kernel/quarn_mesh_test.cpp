@@ -151,6 +151,19 @@ TEST(QuarnMesh, FailedWriteKeepsTheOldFileAndSaysWhy) {
   EXPECT_EQ("old", folder.read("old.qm"));
 }
 
+TEST(QuarnMesh, WhatCouldNotBeReadDoesNotReplaceAFile) {
+  const TemporaryFolder folder;
+  HxRecordingSink sink;
+  const QByteArray old = folder.write("old.qm", "old").toUtf8();
+  QuarnMesh mesh;
+  HxParamBundle* bundle = &mesh.parameters;
+  for (int depth = 0; depth < QuarnMesh::MAX_DEPTH; ++depth) bundle = bundle->getBundle("b");
+  EXPECT_EQ(0, mesh.write(old.constData(), QuarnMesh::TEXT, nullptr, true, false));
+  ASSERT_EQ(1u, sink.consoleEntries.size());
+  EXPECT_THAT(sink.consoleEntries[0], HasSubstr("nested too deeply"));
+  EXPECT_EQ("old", folder.read("old.qm"));
+}
+
 TEST(QuarnMesh, RealsSurviveBitForBit) {
   QuarnMesh mesh;
   const std::vector<double> reals{0.0,

@@ -60,10 +60,13 @@ void requireReplaceable(const QString& path) {
   fail(path, "is not a regular file, it is not replaced", "");
 }
 
-/// Makes a finished renaming survive a power cut; a file system that cannot do it is not an error.
+/// Makes a finished renaming survive a power cut. Some file systems cannot sync folders and say so; and a folder that
+/// may not be read cannot be synced by anybody who may only write in it.
 void syncFolderOf(const QString& path) {
   const Descriptor folder(open(QFile::encodeName(QFileInfo(path).absolutePath()).constData(), O_RDONLY | O_CLOEXEC));
-  if (folder.get() >= 0) fsync(folder.get());
+  if (folder.get() < 0 && errno == EACCES) return;
+  if (folder.get() < 0 || (fsync(folder.get()) != 0 && errno != EINVAL))
+    failWithErrno(path, "is written, but may not outlast the end of the computer");
 }
 
 }  // namespace

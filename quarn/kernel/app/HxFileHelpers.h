@@ -13,7 +13,8 @@ public:
 
   /// Writes `content` into a new file beside `path`, syncs it and renames it over `path`: `path` holds either what it
   /// held before or all of `content`. A link is followed, and stays. A device or pipe is never replaced. Throws
-  /// McException with the file's name and the reason; the old file stays then.
+  /// McException with the file's name and the reason; the old file stays then, unless the text says that the new one
+  /// is written: that it is there for good could not be made sure.
   static void replaceFile(const QString& path, const QByteArray& content);
 
   /// The whole content of a regular file. Throws McException when it is missing, a directory, another kind of file,

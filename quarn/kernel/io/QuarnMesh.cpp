@@ -24,7 +24,10 @@ int QuarnMesh::write(const char* filename, int format, const void* extra, bool f
     if (format != TEXT || extra)
       throw McException(McException::excerpt(file.toStdString()) + ": format " + std::to_string(format) +
                         " is not known");
-    HxFileHelpers::replaceFile(file, toText(flagA, flagB));
+    const QByteArray text = toText(flagA, flagB);
+    // What cannot be read must not take the place of a good file.
+    parse(text, file);
+    HxFileHelpers::replaceFile(file, text);
     return 1;
   } catch (const std::exception& error) {
     HxMessage::printf("%s", error.what());
