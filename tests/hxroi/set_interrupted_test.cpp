@@ -160,7 +160,7 @@ TEST_F(SetInterrupted, FinishingCanFailOrEndAnywhere) {
       hasFailed = files.hasFailed();
       files.disarm();
       if (result == 0) {
-        EXPECT_THAT(console.consoleText(), HasSubstr(masks.string()));
+        EXPECT_THAT(console.consoleText(), HasSubstr((folder / "set.ROIs").string()));
       }
       EXPECT_EQ(stateOnDisk(), newState) << console.consoleText();
       EXPECT_THAT(litter({"A", "B", "C", "D", "E"}), IsEmpty());
