@@ -32,6 +32,10 @@ class McProgressInterface;
 class QuarnMesh;
 struct Tcl_Interp;
 
+namespace hxroi {
+class SetOrigin;
+}
+
 namespace hxroi::details {
 class Group;
 class Mask;
@@ -201,7 +205,8 @@ public:
   /// Returns 1, or 0 after the reason was printed and, unless the user interrupted, an I/O error reported; nothing has
   /// changed then, or the text says that the set is saved and the next to open it has to finish that. A mask that
   /// cannot be written is reported and skipped: its last good files stay, or it is left out when it has none, and the
-  /// set stays modified.
+  /// set stays modified. Refused are a set that could not be loaded again, one whose masks belong to another set file
+  /// too, and a file that this set was loaded from or saved to and that somebody else has saved since.
   int write(const char* filename, bool flagA, bool flagB);
   int writeQuarnMesh(const char* filename) { return write(filename, true, false); }
   int writeZelto(const char* filename) { return write(filename, false, false); }
@@ -343,5 +348,6 @@ private:
   Index index_;  ///< by the names that the set knows, which a renaming that another set refused parts from their own
   MaskList masks_;
   std::map<std::string, std::unique_ptr<ColorInformation>> colorPorts_;
-  bool isRegistered_ = false;  ///< in the registry of volume data
+  bool isRegistered_ = false;                       ///< in the registry of volume data
+  std::shared_ptr<const hxroi::SetOrigin> origin_;  ///< what was loaded or saved last; null when that is not known
 };

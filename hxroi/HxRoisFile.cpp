@@ -2,6 +2,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <cstdint>
 #include <exception>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,10 +12,12 @@
 #include "hxroi/detail/RoiSaver.h"
 #include "hxroi/detail/SaveStopped.h"
 #include "hxroi/detail/SetFileLayout.h"
+#include "hxroi/detail/SetOrigin.h"
 #include "hxroi/detail/SetSave.h"
 #include "hxroi/detail/savedBytes.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
+#include "hxroi/details/Roi.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/io/QuarnMesh.h"
@@ -27,6 +30,7 @@ namespace setfile = hxroi::setfile;
 using hxroi::SaveStopped;
 using hxroi::details::Group;
 using hxroi::details::Mask;
+using hxroi::details::Roi;
 using hxvoxora::FileSystem;
 using setfile::path;
 
@@ -53,12 +57,44 @@ void refuseOwnMasksFolder(const HxRois& rois, const path& file) {
   }
 }
 
-/// Masks that were renamed since they were loaded read files that the save may replace by those of other masks.
+/// One of two would vanish. A set can get them when a renaming was refused by another set that has the ROI too.
+void requireDistinctNames(const HxRois& rois, const path& file) {
+  std::set<std::string> names;
+  const auto add = [&](const Roi& roi) {
+    if (names.insert(roi.name()).second) return;
+    throw McException(file.string() + ": not saved, since two ROIs of the set have the name " + roi.name() +
+                      "; give one of them another name");
+  };
+  for (const auto& roi : rois) {
+    add(*roi);
+    const auto* group = dynamic_cast<const Group*>(roi.get());
+    if (!group) continue;
+    for (const Mask& member : *group) add(member);
+  }
+}
+
+/// What cannot be loaded again must not take the place of a good file.
+void requireLoadable(const QByteArray& text, const path& file) {
+  try {
+    setfile::requireSound(QuarnMesh::parse(text, QFile::decodeName(file.c_str()))->parameters, file);
+  } catch (const McException& failure) {
+    throw McException(file.string() + ": not saved, since the set could not be loaded again: " + failure.what());
+  }
+}
+
+/// Masks that were renamed since they were loaded read files that the save may replace by those of other masks. Where
+/// the temporary storage has no room they go on reading those that they have open.
 void detachRenamedMasks(const HxRois& rois, const path& masksDir) {
-  for (const Mask* mask : rois.masks()) {
+  for (Mask* mask : rois.editableMasks()) {
     const path source = borrowedFile(*mask);
     if (source.empty() || source.stem() == mask->name()) continue;
-    if (isSameFolder(setfile::folderOf(source), masksDir)) rois.getMask(mask->name())->saveMaskToTemporary();
+    if (!isSameFolder(setfile::folderOf(source), masksDir)) continue;
+    try {
+      mask->saveMaskToTemporary();
+    } catch (const std::exception& failure) {
+      HxMessage::printf("Mask %s keeps reading %s, whatever takes the place of it: %s", mask->name().c_str(),
+                        source.c_str(), failure.what());
+    }
   }
 }
 
@@ -118,6 +154,7 @@ void HxRois::saveTo(const char* filename, bool flagA, bool flagB) {
   const path masksDir = setfile::folderOf(file) / directoryName;
   setfile::requireWritable(file, masksDir);
   refuseOwnMasksFolder(*this, file);
+  requireDistinctNames(*this, file);
 
   QuarnMesh mesh;
   mesh.parameters.copy(parameters);
@@ -128,6 +165,7 @@ void HxRois::saveTo(const char* filename, bool flagA, bool flagB) {
   HxParamBundle* bundles = mesh.parameters.getBundle(setfile::kRois);
 
   hxroi::SetSave save(FileSystem::current(), file, masksDir);
+  if (origin_) origin_->requireUnchanged(FileSystem::current(), file);
   save.requireDistinctFiles(maskNames(*this));
   HxMessage::printf("Saving masks to %s", masksDir.c_str());
   hxroi::SavingProgress progress(masks_.size());
@@ -136,7 +174,9 @@ void HxRois::saveTo(const char* filename, bool flagA, bool flagB) {
   save.requireSpace(bytesToSave(*this, masksDir) + static_cast<std::uint64_t>(mesh.toText(flagA, flagB).size()));
   hxroi::RoiSaver saver(save, &progress);
   saver.writeAll(*this, *bundles);
-  save.finish(mesh.toText(flagA, flagB).toStdString());
+  const QByteArray text = mesh.toText(flagA, flagB);
+  requireLoadable(text, file);
+  save.finish(text.toStdString(), mesh.parameters, origin_);
 
   setLoadCmd(setfile::absoluteName(file));
   parameters.set(setfile::kMasksDirectory, directoryName);

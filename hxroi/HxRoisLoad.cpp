@@ -8,6 +8,7 @@
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/RoiDescription.h"
 #include "hxroi/detail/SetFileLayout.h"
+#include "hxroi/detail/SetOrigin.h"
 #include "hxroi/detail/SetReading.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
@@ -110,6 +111,7 @@ void HxRois::load(const QuarnMesh& parsed, const path& file) {
   setfile::requireSound(reading.content(), file);
   fill(reading.content(), file);
   reading.end();
+  origin_ = hxroi::SetOrigin::read(FileSystem::current(), file, reading.content());
 }
 
 void HxRois::fill(const HxParamBundle& content, const path& file) {

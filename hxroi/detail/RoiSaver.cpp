@@ -24,13 +24,22 @@ using details::Roi;
 
 namespace {
 
+/// The file has elements of its own under these names.
+void warnReplaced(const char* kind, const Roi& roi, const char* element) {
+  if (!roi.parameters().findBase(element)) return;
+  HxMessage::printf("%s %s: parameter \"%s\" is left out of the file: it has another meaning there", kind,
+                    roi.name().c_str(), element);
+}
+
 std::unique_ptr<HxParamBundle> describeMask(const Mask& mask) {
+  for (const char* element : {setfile::kColor, setfile::kFilename}) warnReplaced("Mask", mask, element);
   auto bundle = RoiDescription::of(mask);
   bundle->set(setfile::kFilename, mask.name());
   return bundle;
 }
 
 std::unique_ptr<HxParamBundle> describeGroup(const Group& group) {
+  warnReplaced("Group", group, setfile::kColor);
   auto bundle = RoiDescription::of(group);
   for (const Mask& member : group) bundle->insert(describeMask(member));
   return bundle;

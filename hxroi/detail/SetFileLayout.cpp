@@ -60,6 +60,13 @@ std::string noFolderOfItsOwn(const path& folder) {
   return folder.string() + ": exists and is not a folder of its own";
 }
 
+void addMask(const HxParamBundle& bundle, std::vector<MaskEntry>& masks) {
+  MaskEntry mask{bundle.name(), {}, {}};
+  bundle.findString(kFilename, mask.file);
+  bundle.findString(kId, mask.id);
+  if (isPlainComponent(mask.file)) masks.push_back(std::move(mask));
+}
+
 /// Collects what is wrong with one set file.
 class Inspection {
 public:
@@ -209,6 +216,22 @@ std::optional<std::string> problemOfFilename(const HxParamBundle& mask, const pa
 bool describesMask(const HxParamBundle& bundle) {
   std::string name;
   return bundle.findString(kFilename, name);
+}
+
+std::vector<MaskEntry> masksOf(const HxParamBundle& parameters) {
+  std::vector<MaskEntry> masks;
+  const HxParamBase* rois = parameters.findBase(kRois);
+  if (!rois || !rois->isBundle()) return masks;
+  for (const HxParamBundle* roi : subBundles(static_cast<const HxParamBundle&>(*rois))) {
+    if (describesMask(*roi)) {
+      addMask(*roi, masks);
+      continue;
+    }
+    for (const HxParamBundle* member : subBundles(*roi)) {
+      if (describesMask(*member)) addMask(*member, masks);
+    }
+  }
+  return masks;
 }
 
 std::vector<const HxParamBundle*> subBundles(const HxParamBundle& bundle) {

@@ -65,4 +65,15 @@ bool describesMask(const HxParamBundle& bundle);
 /// The bundles below `bundle`, in their order.
 std::vector<const HxParamBundle*> subBundles(const HxParamBundle& bundle);
 
+/// A mask as a set file tells of it.
+struct MaskEntry {
+  std::string name;
+  std::string file;  ///< in the masks folder, without extension
+  std::string id;    ///< empty when there is none
+};
+
+/// All masks that the parameters of a set file describe, members of groups too. Files are left out whose names are no
+/// plain ones.
+std::vector<MaskEntry> masksOf(const HxParamBundle& parameters);
+
 }  // namespace hxroi::setfile

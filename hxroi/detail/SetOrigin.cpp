@@ -35,6 +35,14 @@ std::uint64_t generationOf(FileSystem& files, const std::string& header) {
   }
 }
 
+bool mayExist(FileSystem& files, const std::string& path) {
+  try {
+    return files.kind(path) != FileKind::missing;
+  } catch (const McException&) {
+    return true;
+  }
+}
+
 /// Whether both name one file, be it by another path to its folder.
 bool isSamePlace(const path& a, const path& b) {
   boost::system::error_code unknown;
@@ -60,9 +68,10 @@ SetOrigin::SetOrigin(FileSystem& files, const path& file, std::string_view text,
   place.masksDir = setfile::masksDirectory(content, place.file).string();
   place.digest = digestOf(text);
   for (const setfile::MaskEntry& mask : setfile::masksOf(content)) {
-    const std::uint64_t staging = staged.empty() ? 0 : generationOf(files, staged + "/" + mask.file + ".ldm");
-    place.generations[mask.file] =
-        staging != 0 ? staging : generationOf(files, place.masksDir + "/" + mask.file + ".ldm");
+    const std::string header = mask.file + ".ldm";
+    // One that cannot be looked at now must not be taken for the one that it replaces.
+    const bool isStaged = !staged.empty() && mayExist(files, staged + "/" + header);
+    place.generations[mask.file] = generationOf(files, (isStaged ? staged : place.masksDir) + "/" + header);
   }
   if (former) places_ = former->places_;
   std::erase_if(places_, [&](const Place& other) { return isSamePlace(other.file, place.file); });

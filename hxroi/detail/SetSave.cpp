@@ -1,50 +1,27 @@
 #include "hxroi/detail/SetSave.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <QString>
 #include <exception>
+#include <utility>
 
 #include "hxroi/detail/SaveStopped.h"
 #include "hxroi/detail/SetFileLayout.h"
+#include "hxroi/detail/SetOrigin.h"
+#include "hxroi/detail/readSetFile.h"
+#include "hxroi/detail/refuseSharedMasks.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/MaskFiles.h"
 #include "hxroi/details/logFailure.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/voxora/files/TiledFileReader.h"
+#include "quarn/voxora/nodes/SoVolumeMask.h"
 
 namespace hxroi {
 
 using details::Mask;
 using hxvoxora::FileKind;
 using hxvoxora::FileSystem;
-
-namespace {
-
-QString toQt(const boost::filesystem::path& name) {
-  return QFile::decodeName(name.c_str());
-}
-
-/// Those who could not read the file before do not get to read it now.
-FileSystem::Access accessOf(const boost::filesystem::path& file) {
-  const QFileInfo info(toQt(file));
-  constexpr auto others = QFileDevice::ReadGroup | QFileDevice::ReadOther;
-  return info.exists() && !(info.permissions() & others) ? FileSystem::Access::ownerOnly : FileSystem::Access::byMask;
-}
-
-void addNames(const HxParamBundle& bundle, std::map<std::string, std::string>& names) {
-  for (const HxParamBundle* roi : setfile::subBundles(bundle)) {
-    std::string id;
-    if (!setfile::describesMask(*roi)) {
-      addNames(*roi, names);
-    } else if (roi->findString(setfile::kId, id)) {
-      names[id] = roi->name();
-    }
-  }
-}
-
-}  // namespace
 
 SetSave::SetSave(FileSystem& files, const path& file, const path& masksDir)
     : files_(files), file_(file), masksDir_(masksDir.string()), folder_(files, masksDir_) {
@@ -74,7 +51,7 @@ void SetSave::begin() {
   }
   folder_.rollForward();
   folder_.removeStaged();
-  staging_ = std::make_unique<SetStaging>(files_, masksDir_);
+  staging_ = std::make_unique<SetStaging>(files_, masksDir_, file_.string());
 }
 
 /// A folder that was made for this save goes again.
@@ -116,39 +93,56 @@ bool SetSave::write(Mask& mask, const hxvoxora::WorkCallback& goOn) {
 }
 
 bool SetSave::hasFormerFiles(const Mask& mask) {
-  const auto former = formerNames().find(mask.id());
-  if (former == formerNames().end()) return false;
-  if (former->second != mask.name()) {
+  const auto found = formerMasks().find(mask.id());
+  if (found == formerMasks().end()) return false;
+  const FormerMask& former = found->second;
+  const path place = path(masksDir_) / mask.name();
+  if (former.prefix != place) {
     throw SaveStopped(SaveStopped::Reason::failure, file_.string() + ": not saved, since mask " + mask.name() +
                                                         " could not be written, and its former files, of mask " +
-                                                        former->second + ", would not be kept");
+                                                        former.name + " in " + former.prefix.string() +
+                                                        ".ldm, would not be kept");
   }
   try {
-    const auto file = hxvoxora::TiledFileReader::open(files_, masksDir_ + "/" + mask.name() + ".ldm");
-    return file->header().dimensions == mask.dimensions();
+    const auto file = hxvoxora::TiledFileReader::open(files_, place.string() + ".ldm");
+    const SbVec3i32 tile = mask.volumeMask()->getTileDimension();
+    return file->header().dimensions == mask.dimensions() &&
+           file->header().tileDimensions == McVec3i(tile[0], tile[1], tile[2]);
   } catch (const McException&) {
     return false;
   }
 }
 
-const std::map<std::string, std::string>& SetSave::formerNames() {
-  if (formerNames_) return *formerNames_;
-  formerNames_.emplace();
+const std::map<std::string, SetSave::FormerMask>& SetSave::formerMasks() {
+  if (formerMasks_) return *formerMasks_;
   try {
-    const auto mesh = QuarnMesh::read(toQt(file_));
-    if (setfile::masksDirectory(mesh->parameters, file_) == path(masksDir_)) {
-      addNames(*mesh->parameters.getBundle(setfile::kRois), *formerNames_);
-    }
-  } catch (const std::exception&) {
-    // There is no set in place that could be loaded.
+    formerMasks_ = readFormerMasks();
+  } catch (const McException& failure) {
+    throw SaveStopped(SaveStopped::Reason::failure, failure.what());
   }
-  return *formerNames_;
+  return *formerMasks_;
 }
 
-void SetSave::finish(std::string_view setFileContent) {
-  staging_->writeSetFile(file_.filename().string(), setFileContent, accessOf(file_));
+/// None when there is no set in place.
+std::map<std::string, SetSave::FormerMask> SetSave::readFormerMasks() const {
+  std::map<std::string, FormerMask> masks;
+  const auto mesh = parseSetFile(files_, file_);
+  if (!mesh) return masks;
+  const path folder = setfile::masksDirectory(mesh->parameters, file_);
+  for (const setfile::MaskEntry& mask : setfile::masksOf(mesh->parameters)) {
+    if (!mask.id.empty()) masks[mask.id] = {mask.name, folder / mask.file};
+  }
+  return masks;
+}
+
+void SetSave::finish(std::string_view setFileText, const HxParamBundle& content,
+                     std::shared_ptr<const SetOrigin>& origin) {
+  refuseSharedMasks(files_, file_, masksDir_, staging_->replacedMasks());
+  staging_->writeSetFile(setFileText);
   if (!lock_->isInPlace()) throw McException(masksDir_ + "/.lock: was removed during the save");
+  auto saved = std::make_shared<const SetOrigin>(files_, file_, setFileText, content, staging_->folder(), origin.get());
   staging_->commit();
+  origin = std::move(saved);
   hasMadeFolder_ = false;
   try {
     folder_.rollForward();

@@ -16,7 +16,11 @@
 #include "hxroi/export.h"
 #include "quarn/voxora/files/FileSystem.h"
 
+class HxParamBundle;
+
 namespace hxroi {
+
+class SetOrigin;
 
 /// One save of a ROI set: its masks are written, then finish() makes them and the set file the set in place, in one
 /// step. Without it, and after any failure before that step, everything on disk is as it was.
@@ -38,20 +42,29 @@ public:
 
   bool write(details::Mask& mask, const hxvoxora::WorkCallback& goOn) override;
 
-  /// Files of another mask are none. When the former files of this mask have another name, they may be replaced by
-  /// those of another mask, and this one would be lost: that stops the save.
+  /// Files of another mask are none. Where the set in place has this mask under another name, or in another folder, its
+  /// files may be replaced by those of another mask or would be forgotten, and it would be lost: that stops the save.
   bool hasFormerFiles(const details::Mask& mask) override;
 
-  /// Writes the set file and makes all that was written the set. Throws SaveStopped "unfinished" when the last part
-  /// fails, after which the new set is the saved one, and McException when anything before does.
-  void finish(std::string_view setFileContent);
+  /// Writes the set file, which holds `content` in the flavour of the text, and makes all that was written the set;
+  /// `origin` tells of it as soon as it counts. Throws SaveStopped "unfinished" when the last part fails, after which
+  /// the new set is the saved one, and McException when anything before does, and when another set file names masks
+  /// that would be replaced.
+  void finish(std::string_view setFileText, const HxParamBundle& content, std::shared_ptr<const SetOrigin>& origin);
 
 private:
+  /// A mask in the set in place.
+  struct FormerMask {
+    std::string name;
+    path prefix;  ///< of its files
+  };
+
   void makeFolder();
   void begin();
   void undo();
   bool ignoresCase() const;
-  const std::map<std::string, std::string>& formerNames();
+  const std::map<std::string, FormerMask>& formerMasks();
+  std::map<std::string, FormerMask> readFormerMasks() const;
 
   hxvoxora::FileSystem& files_;
   const path file_;
@@ -60,7 +73,7 @@ private:
   bool hasMadeFolder_ = false;
   std::unique_ptr<SetLock> lock_;
   std::unique_ptr<SetStaging> staging_;
-  std::optional<std::map<std::string, std::string>> formerNames_;  ///< by identifier; of the set in place
+  std::optional<std::map<std::string, FormerMask>> formerMasks_;  ///< by identifier; of the set in place
 };
 
 }  // namespace hxroi

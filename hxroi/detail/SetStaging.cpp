@@ -1,10 +1,12 @@
 #include "hxroi/detail/SetStaging.h"
 
+#include <boost/filesystem/path.hpp>
 #include <exception>
 #include <optional>
 #include <span>
 
 #include "hxroi/detail/SaveStopped.h"
+#include "hxroi/detail/accessRights.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/MaskFiles.h"
 #include "hxroi/details/MaskHeader.h"
@@ -23,6 +25,8 @@ namespace MaskHeader = details::MaskHeader;
 
 namespace {
 
+using Access = FileSystem::Access;
+
 constexpr auto kExtensions = {".ldm", ".dat", ".fcp"};
 
 void requirePlainPlaces(FileSystem& files, const std::string& prefix) {
@@ -39,9 +43,15 @@ bool tells(const hxvoxora::VolumeHeader& header, const char* tag, const std::opt
 
 }  // namespace
 
-SetStaging::SetStaging(FileSystem& files, const std::string& masksDir)
-    : files_(files), masksDir_(masksDir), folder_(files, masksDir), path_(folder_.newStaging()) {
-  files_.createDirectory(path_, Access::byMask);
+SetStaging::SetStaging(FileSystem& files, const std::string& masksDir, const std::string& setFile)
+    : files_(files),
+      masksDir_(masksDir),
+      setFile_(setFile),
+      hasPrivateFiles_(accessRights::isAnyPrivate(setFile, masksDir)),
+      folder_(files, masksDir),
+      path_(folder_.newStaging()) {
+  // Nobody looks at the new files before they have the rights of the former ones.
+  files_.createDirectory(path_, hasPrivateFiles_ ? Access::ownerOnly : Access::byMask);
 }
 
 SetStaging::~SetStaging() {
@@ -62,13 +72,18 @@ bool SetStaging::write(Mask& mask, const hxvoxora::WorkCallback& goOn) {
       return true;
     });
   }
-  try {
-    // Before the rest: there may be no room for the edits of one mask in the temporary storage, and enough here.
-    mask.flush(Mask::Force | Mask::AllLevels);
-  } catch (const std::exception& failure) {
-    throw McException(failure.what());
-  }
-  return whole(mask, [&] { return mask.writeToFile(path_ + "/" + mask.name(), goOn); });
+  return whole(mask, [&] {
+    if (!mask.writeToFile(path_ + "/" + mask.name(), goOn)) return false;
+    for (const char* extension : kExtensions) limitAccess(mask.name() + extension);
+    return true;
+  });
+}
+
+/// A mask that is new is no more public than the set.
+void SetStaging::limitAccess(const std::string& name) const {
+  const std::string place = masksDir_ + "/" + name;
+  const bool isNew = files_.kind(place) == FileKind::missing;
+  accessRights::limit(path_ + "/" + name, isNew ? setFile_ : place);
 }
 
 /// A mask that failed must not be taken for one that is complete.
@@ -102,24 +117,37 @@ void SetStaging::writeHeader(const Mask& mask, const std::string& place) {
     return;
   }
   const auto edited = MaskHeader::withBoxes(text, exact, approximated);
-  if (edited) writeFile(path_ + "/" + mask.name() + ".ldm", *edited, Access::byMask);
+  if (edited) writeFile(path_ + "/" + mask.name() + ".ldm", *edited, place + ".ldm");
 }
 
-void SetStaging::writeSetFile(const std::string& name, std::string_view content, Access access) {
+void SetStaging::writeSetFile(std::string_view content) {
   const std::string inner = SetFolder::setFileFolder(path_);
   files_.createDirectory(inner, Access::byMask);
-  writeFile(inner + "/" + name, content, access);
+  writeFile(inner + "/" + boost::filesystem::path(setFile_).filename().string(), content, setFile_);
   files_.syncDirectory(inner);
 }
 
-void SetStaging::writeFile(const std::string& path, std::string_view content, Access access) {
-  const auto file = files_.createExclusively(path, access);
+void SetStaging::writeFile(const std::string& path, std::string_view content, const std::string& place) {
+  const auto file = files_.createExclusively(path, Access::byMask);
+  accessRights::limit(path, place);
   file->append(std::as_bytes(std::span(content)));
   file->sync();
   file->close();
 }
 
+std::set<std::string> SetStaging::replacedMasks() const {
+  constexpr std::string_view suffix = ".dat";
+  std::set<std::string> names;
+  for (const std::string& name : files_.list(path_)) {
+    if (!name.ends_with(suffix) || files_.kind(masksDir_ + "/" + name) == FileKind::missing) continue;
+    names.insert(name.substr(0, name.size() - suffix.size()));
+  }
+  return names;
+}
+
 void SetStaging::commit() {
+  // Others may have to finish the save.
+  if (hasPrivateFiles_) accessRights::copy(masksDir_, path_);
   files_.syncDirectory(path_);
   files_.rename(path_, folder_.committed());
   isCommitted_ = true;

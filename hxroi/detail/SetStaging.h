@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -19,10 +20,8 @@ class Mask;
 /// saving. Failures are McException; nothing of the set in place changes before commit().
 class HXROI_API SetStaging {
 public:
-  using Access = hxvoxora::FileSystem::Access;
-
-  /// Makes the folder.
-  SetStaging(hxvoxora::FileSystem& files, const std::string& masksDir);
+  /// Makes the folder. `setFile` is the place of the set file.
+  SetStaging(hxvoxora::FileSystem& files, const std::string& masksDir, const std::string& setFile);
 
   /// Removes the folder with its files, unless they were committed.
   ~SetStaging();
@@ -35,8 +34,14 @@ public:
   /// it has written of a mask that failed cannot be taken back.
   bool write(details::Mask& mask, const hxvoxora::WorkCallback& goOn);
 
-  /// Writes the set file: `name` is that in the folder of the masks folder.
-  void writeSetFile(const std::string& name, std::string_view content, Access access);
+  /// Writes the set file.
+  void writeSetFile(std::string_view content);
+
+  /// Where the new files stand.
+  const std::string& folder() const { return path_; }
+
+  /// Names of the masks whose voxels in place are to be replaced.
+  std::set<std::string> replacedMasks() const;
 
   /// Makes this the set, in one step. What is in place does not show it before SetFolder::rollForward().
   void commit();
@@ -44,10 +49,13 @@ public:
 private:
   bool whole(const details::Mask& mask, const std::function<bool()>& work);
   void writeHeader(const details::Mask& mask, const std::string& place);
-  void writeFile(const std::string& path, std::string_view content, Access access);
+  void writeFile(const std::string& path, std::string_view content, const std::string& place);
+  void limitAccess(const std::string& name) const;
 
   hxvoxora::FileSystem& files_;
   const std::string masksDir_;
+  const std::string setFile_;
+  const bool hasPrivateFiles_;  ///< some that are in place may not be read by everybody
   SetFolder folder_;
   const std::string path_;
   bool isCommitted_ = false;

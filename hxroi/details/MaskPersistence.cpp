@@ -38,11 +38,22 @@ void Mask::writeToFile(const path& prefix) {
 }
 
 bool Mask::writeToFile(const path& prefix, const hxvoxora::WorkCallback& goOn) {
-  if (m_volumeMask->fileName().empty()) saveMaskToTemporary();
-  flush(Force | AllLevels);
   const bool isPrivate = prefix.string() == m_temporaryPrefix;
   const auto access = isPrivate ? Access::ownerOnly : Access::byMask;
-  if (!copyContent(prefix.string(), access, isPrivate ? Durability::passing : Durability::lasting, goOn)) return false;
+  if (m_volumeMask->fileName().empty()) saveMaskToTemporary();
+  bool isFlushed = true;
+  try {
+    flush(Force | AllLevels);
+  } catch (const McException&) {
+    // The temporary storage may have no room for edits, and the place where they are wanted may have some.
+    if (isPrivate || prefix.empty()) throw;
+    isFlushed = false;
+  }
+  if (!isFlushed) {
+    NodeFiles::write(*m_volumeMask, prefix.string(), s_saveParameters, true, access, Durability::lasting);
+  } else if (!copyContent(prefix.string(), access, isPrivate ? Durability::passing : Durability::lasting, goOn)) {
+    return false;
+  }
   const auto exact = cachedBoundingBox();
   const auto approximated = cachedApproximatedBoundingBox();
   if (!exact && !approximated) return true;

@@ -98,6 +98,8 @@ TEST_F(SetProcesses, KilledSaversLeaveWholeSets) {
     EXPECT_GE(found, saved.back()) << "round " << round;
     EXPECT_LE(found, saved.back() + 1) << "round " << round;
   }
+  rois = new HxRois;
+  rois->setLabel("set");
   numberedset::fill(*rois, 7);
   EXPECT_EQ(save(), 1);
   EXPECT_EQ(numberOnDisk(), 7);

@@ -161,12 +161,12 @@ TEST_F(SetSaveTest, FilesWithOtherTilesAreNoGoodFilesOfAMask) {
   ASSERT_EQ(save(), 1);
   const std::string id = rois->getMask("A")->id();
   const auto node = hxvoxora::makeRef<SoVolumeMask>();
-  node->initializeInMemory({13, 11, 7}, {64, 64, 64});
+  node->initializeInMemory({13, 11, 7}, {32, 32, 32});
   McHandle<Mask>(new Mask("A", node.get(), McColor(), nullptr))->writeToFile(masks / "A");
   rois = new HxRois;
   rois->setLabel("atlas");
   fillSet();
-  ASSERT_NE(rois->getMask("A")->volumeMask()->getTileDimension(), SbVec3i32(64, 64, 64));
+  ASSERT_NE(rois->getMask("A")->volumeMask()->getTileDimension(), SbVec3i32(32, 32, 32));
   rois->getMask("A")->setId(id);
   damage("A");
   EXPECT_EQ(save(), 1);

@@ -141,9 +141,10 @@ void holdSet(int masks, std::mt19937& random) {
 }
 
 void saveSets(int count, int firstNumber, const char* file) {
-  const McHandle<HxRois> set(new HxRois);
-  set->setLabel("set");
   for (int i = 0; i < count; ++i) {
+    // One that was saved here before would not replace what others have saved meanwhile.
+    const McHandle<HxRois> set(new HxRois);
+    set->setLabel("set");
     numberedset::fill(*set, firstNumber + i);
     if (!set->writeQuarnMesh(file) || set->isModified()) std::exit(1);
     std::printf("%d\n", firstNumber + i);
