@@ -8,6 +8,7 @@
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "tests/kernel/TemporaryFolder.h"
 #include "tests/kernel/TestObjects.h"
+#include "tests/kernel/expectMcException.h"
 
 namespace {
 
@@ -85,6 +86,24 @@ TEST(Colormap, IsLoadedAndSavedLikeOtherObjects) {
   const auto* loaded = dynamic_cast<HxColormap*>(HxObjectPool::instance().find(names[0]));
   ASSERT_NE(loaded, nullptr);
   EXPECT_EQ(entriesOf(*loaded), entriesOf(*redToBlue()));
+}
+
+TEST(Colormap, IsNotSavedWhereItCouldNotBeLoaded) {
+  const TemporaryFolder folder;
+  const McHandle<HxColormap> map = redToBlue();
+  map->touch(8);
+  for (const char* name : {"fire.txt", "fire", "fire.qm", "fire.csv"}) {
+    const QString file = folder.file(name);
+    EXPECT_EQ(textOfException([&] { HxFileTypes::instance().save(map, "", file); }),
+              file.toStdString() + ": the name must end in .colormap, or the file could not be loaded again");
+    EXPECT_FALSE(QFile::exists(file));
+  }
+  EXPECT_TRUE(map->isModified());
+  EXPECT_TRUE(map->getLoadCmd().isEmpty());
+  map->setEntries({{McColor(2, 0, 0), 1}});
+  const QString file = folder.file("a.colormap");
+  EXPECT_EQ(textOfException([&] { map->saveText(file); }),
+            file.toStdString() + ": colours or range of the colormap could not be read again.");
 }
 
 TEST(Colormap, RefusesFilesThatItCannotRead) {

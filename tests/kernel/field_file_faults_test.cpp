@@ -229,6 +229,20 @@ TEST_F(FieldFileFaults, AnInterruptLeavesEverything) {
   EXPECT_TRUE(wanted == FieldContent(*read()));
 }
 
+/// A folder that was copied during a save: the new parameter file was there under its first name, then under its last.
+TEST_F(FieldFileFaults, TheFieldInPlaceIsNeverTakenForALeftOver) {
+  const Field former = makeNoise(1, 40), latter = makeNoise(2, 40);
+  save(*former);
+  const auto files = disk.list("/d");
+  const std::string data = *std::ranges::find_if(files, [](const auto& name) { return name.ends_with(".dat"); });
+  const std::string generation = data.substr(data.size() - 20, 16);
+  disk.setContent(path("a.field.qm~" + generation), disk.content(path()));
+  AskingProgress progress([](int) { return true; });
+  const ProgressScope scope(progress);
+  EXPECT_THAT(textOfException([&] { save(*latter); }), HasSubstr("saving was interrupted"));
+  EXPECT_EQ(disk.list("/d"), files);
+}
+
 TEST_F(FieldFileFaults, ProgressComesToItsEnd) {
   const Field field = makeNoise(1, 40);
   RecordingProgress progress;

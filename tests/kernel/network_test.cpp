@@ -574,6 +574,10 @@ TEST_F(Network, IsNotSavedWhenASourceHasOtherContent) {
   behind->setModified(0);
   EXPECT_THAT(refusalOfSaving(), HasSubstr("\n  made: behind changed since maker made it\n"));
   makeAgain(*maker);
+  EXPECT_EQ(evaluate("brain parameters set Species mouse"), "");
+  brain->setModified(0);
+  EXPECT_THAT(refusalOfSaving(), HasSubstr("\n  made: brain changed since maker made it\n"));
+  makeAgain(*maker);
   brain->input.disconnect();
   EXPECT_THAT(refusalOfSaving(), HasSubstr("\n  made: what maker is connected to changed since maker made it\n"));
   brain->input.connect(behind);
@@ -782,6 +786,15 @@ TEST_F(Network, TellsEveryFailureWithItsLine) {
 TEST_F(Network, GoesOnBehindALineThatCannotBeRead) {
   const std::string failure = failureOf(writeNetwork("create NetNote a\n# {\ncreate {NetNote}b\ncreate NetNote c\n"));
   EXPECT_THAT(failure, HasSubstr("1 of 3 commands failed; came back: a, c\n  hand.quarn:4: extra characters after"));
+}
+
+TEST_F(Network, GivesUpATextThatIsNone) {
+  QByteArray text = "create NetNote a\n";
+  for (int i = 0; i < 100000; ++i) text += "\"a\"b\n";
+  const std::string failure = failureOf(writeNetwork(text + "create NetNote c\n"));
+  EXPECT_THAT(failure, HasSubstr("10 of 11 commands failed; came back: a\n"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:12: extra characters after close-quote; there is too much that cannot "
+                                 "be read, and the rest is passed over"));
 }
 
 TEST_F(Network, SetsTheLoadingFlag) {

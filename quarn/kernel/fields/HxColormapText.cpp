@@ -1,5 +1,6 @@
 #include <QStringList>
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <utility>
 
@@ -39,9 +40,17 @@ McException refusal(const QString& file, qsizetype line, const QString& text, co
 }  // namespace
 
 void HxColormap::saveText(const QString& file) const {
+  const auto isPart = [](float part) { return part >= 0 && part <= 1; };
+  const auto isSound = [&](const Entry& entry) {
+    return isPart(entry.color.r) && isPart(entry.color.g) && isPart(entry.color.b) && isPart(entry.alpha);
+  };
+  if (!std::isfinite(min_) || !std::isfinite(max_) || !std::all_of(entries_.begin(), entries_.end(), isSound))
+    throw hxException(QString("%1: colours or range of the colormap could not be read again.").arg(file));
   QString text = QString("%1\nrange %2 %3\n").arg(kFirstLine, realText(min_), realText(max_));
   for (const Entry& entry : entries_) text += colorText(entry.color) + " " + realText(entry.alpha) + "\n";
-  HxFileHelpers::replaceFile(file, text.toUtf8());
+  const QByteArray bytes = text.toUtf8();
+  if (bytes.size() > kMaximumBytes) throw hxException(QString("%1: the colormap has too many colours.").arg(file));
+  HxFileHelpers::replaceFile(file, bytes);
 }
 
 void HxColormap::loadText(const QString& file) {

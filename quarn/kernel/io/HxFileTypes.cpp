@@ -229,7 +229,8 @@ std::vector<HxSaverEntry> HxFileTypes::saversFor(const HxData& data) const {
 void HxFileTypes::save(HxData* data, const QString& format, const QString& file) {
   const HxSaverEntry saver = chooseSaver(*data, format, file);
   const bool isParameterFile = endsIn(saver.suffix, parameterFileSuffix);
-  if (isParameterFile && !endsIn(file, parameterFileSuffix))
+  const ReaderEntry* const reader = findReader(saver.suffix);
+  if (isParameterFile ? !endsIn(file, parameterFileSuffix) : reader && findReader(file) != reader)
     throw McException(excerpt(file) + ": the name must end in " + saver.suffix.toStdString() +
                       ", or the file could not be loaded again");
   const HxMessage::Mark before = HxMessage::mark();

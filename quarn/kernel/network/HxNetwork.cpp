@@ -89,7 +89,12 @@ QStringList HxNetwork::load(const QString& file) {
   requireKnownVersion(file, text);
   const LoadingFlag loading;
   NetworkReader reader(file, QFileInfo(behindLinks(file)).absolutePath());
-  reader.run(text);
+  try {
+    reader.run(text);
+  } catch (...) {
+    reader.settle();
+    throw;
+  }
   reader.settle();
   reader.requireComplete();
   return reader.names();

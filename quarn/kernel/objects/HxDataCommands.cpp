@@ -30,6 +30,8 @@ int HxData::parseParameters(Tcl_Interp* interp, int argc, char** argv) {
   if (result == TCL_OK && changes) {
     setModified(0xFFFFFFFFu);
     sinceMade_ = 0xFFFFFFFFu;
+    // What was made from the object may be another thing now.
+    HxData::touch(0);
   }
   return result;
 }

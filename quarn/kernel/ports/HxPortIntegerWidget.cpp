@@ -1,3 +1,5 @@
+#include <QPointer>
+
 #include "quarn/kernel/ports/HxPortInteger.h"
 #include "quarn/kernel/ports/detail/WholeNumberBox.h"
 
@@ -5,7 +7,11 @@ using quarn::detail::WholeNumberBox;
 
 void HxPortInteger::createWidget(QWidget* parent) {
   HxPort::createWidget(parent);
-  const auto take = [this](std::int64_t number) { act([this, number] { setValue(number); }); };
+  // The box may outlive the port for a moment, but not its receiver.
+  const QPointer<QObject> alive = receiver();
+  const auto take = [this, alive](std::int64_t number) {
+    if (alive) act([this, number] { setValue(number); });
+  };
   auto* box = new WholeNumberBox(minimum_, maximum_, take, frame());
   box->setObjectName("value");
   box->setMinimumWidth(90);

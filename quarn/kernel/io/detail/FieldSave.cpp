@@ -114,7 +114,9 @@ void FieldSave::removeAbandoned(std::uint64_t generation) {
   }
   const std::string parameters = pathOf(names_.newParameterFile(generation));
   const bool isUncommitted = files_.kind(parameters) != FileKind::missing;
-  if (isUncommitted) files_.remove(data[1]);
+  // A copy of the folder made during a save may hold the new parameter file under both its names.
+  if (isUncommitted && !isMentioned(names_.dataFile(generation), names_.newParameterFile(generation)))
+    files_.remove(data[1]);
   files_.remove(data[0]);
   files_.remove(parameters);
 }
@@ -173,7 +175,8 @@ void FieldSave::removeFormer() noexcept {
   for (const std::string& name : former_) {
     try {
       if (files_.kind(pathOf(name)) != FileKind::regular) continue;
-      if (!holdsGeneration(name, names_.generationOfData(name).value_or(0)) || isMentionedElsewhere(name)) continue;
+      if (!holdsGeneration(name, names_.generationOfData(name).value_or(0)) || isMentioned(name, bareNameOf(path_)))
+        continue;
       files_.remove(pathOf(name));
     } catch (const std::exception& failure) {
       HxMessage::printf("A former data file was left: %s", failure.what());
@@ -187,11 +190,13 @@ bool FieldSave::holdsGeneration(const std::string& name, std::uint64_t generatio
   return found == fielddata::makePrelude(generation);
 }
 
-/// Whether a copy of the parameter file still needs this data file.
-bool FieldSave::isMentionedElsewhere(const std::string& name) {
-  const std::string own = bareNameOf(path_);
+/// Whether a parameter file, but for one, needs this data file: a copy for example.
+bool FieldSave::isMentioned(const std::string& data, const std::string& except) {
+  // As texts are written.
+  std::string name;
+  for (const char c : data) name += c == '"' ? std::string("\\\"") : std::string(1, c);
   for (const std::string& entry : files_.list(folder_)) {
-    if (entry == own || entry.find(".qm") == std::string::npos) continue;
+    if (entry == except || entry.find(".qm") == std::string::npos) continue;
     const std::string path = pathOf(entry);
     if (files_.kind(path) != FileKind::regular) continue;
     if (files_.openForReading(path, FileSystem::Links::refuse)->identity().size > std::uint64_t{QuarnMesh::MAX_BYTES})

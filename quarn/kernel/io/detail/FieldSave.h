@@ -41,7 +41,7 @@ private:
   std::unique_ptr<hxvoxora::FileLock> lockNewData() const;
   void writeParameters(const std::string& text);
   void removeFormer() noexcept;
-  bool isMentionedElsewhere(const std::string& name);
+  bool isMentioned(const std::string& data, const std::string& except);
   bool holdsGeneration(const std::string& name, std::uint64_t generation);
   void removeMade() noexcept;
 

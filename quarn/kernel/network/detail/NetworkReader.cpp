@@ -78,8 +78,10 @@ void NetworkReader::run(const QString& text) {
 bool NetworkReader::runCommand(const ScriptCommand& command) {
   ++commands_;
   if (!command.problem.empty()) {
-    note(command.line, QString::fromStdString(command.problem));
-    return true;
+    const bool isLast = ++unreadable_ == kMostUnreadable;
+    const QString more = isLast ? "; there is too much that cannot be read, and the rest is passed over" : "";
+    note(command.line, QString::fromStdString(command.problem) + more);
+    return !isLast;
   }
   const int code = Tcl_EvalEx(interp_, command.text.data(), static_cast<int>(command.text.size()), TCL_EVAL_GLOBAL);
   if (code == TCL_RETURN) return false;
@@ -97,9 +99,18 @@ void NetworkReader::settle() {
   for (const Entry* entry : order_) {
     auto* const data = dynamic_cast<HxData*>(entry->object.get());
     if (!data || !data->isInPool() || data->getTouchTime() != entry->touchTime) continue;
+    tellDifference(*entry, *data);
     if (!entry->wasModified) data->setModified(0);
     data->forgetChangesSinceMade();
   }
+}
+
+/// Both may be what the user wants, the settings in the network or those that came with the file.
+void NetworkReader::tellDifference(const Entry& entry, HxData& data) const {
+  if (entry.wasModified || data.origin() != HxData::Origin::File || !data.isModified()) return;
+  HxMessage::printf("%s: %s has the settings of this network now, which differ from those in its file %s.",
+                    excerpt(QFileInfo(file_).fileName()).c_str(), excerpt(entry.name).c_str(),
+                    excerpt(data.getLoadCmd()).c_str());
 }
 
 QString NetworkReader::place(int line) const {

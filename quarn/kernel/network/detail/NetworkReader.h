@@ -12,6 +12,7 @@
 #include "quarn/base/McHandle.h"
 #include "quarn/kernel/network/detail/NetworkScript.h"
 
+class HxData;
 class HxObject;
 
 namespace quarn::detail {
@@ -49,6 +50,9 @@ private:
     std::uint32_t touchTime = 0;  ///< of a data object, when it came
     bool wasModified = false;     ///< then
   };
+  /// After so many commands that cannot even be read a text is no network.
+  static constexpr int kMostUnreadable = 10;
+
   using Words = std::vector<Tcl_Obj*>;
   using Handler = std::function<int(const Words& words)>;
 
@@ -74,6 +78,7 @@ private:
   int adopt(const Entry& entry, const Words& words);
   QString fromFolder(const QString& file) const;
   void answer(const QStringList& list);
+  void tellDifference(const Entry& entry, HxData& data) const;
   QString place(int line) const;
 
   const QString file_;
@@ -84,6 +89,7 @@ private:
   std::vector<Entry*> order_;
   QStringList failures_;
   int commands_ = 0;
+  int unreadable_ = 0;
 };
 
 }  // namespace quarn::detail
