@@ -27,6 +27,7 @@ namespace setfile = hxroi::setfile;
 using hxroi::details::Group;
 using hxroi::details::Mask;
 using hxroi::details::Roi;
+using hxvoxora::FileKind;
 using hxvoxora::FileSystem;
 using setfile::path;
 
@@ -118,7 +119,12 @@ void HxRois::fill(const HxParamBundle& content, const path& file) {
   HxParamBundle settings = content;
   const HxParamBundle bundles = takeRois(settings);
   const path masksDir = setfile::masksDirectory(settings, file);
-  refuseBorders(maskFiles(masksDir, content));
+  const std::vector<path> prefixes = maskFiles(masksDir, content);
+  if (!prefixes.empty() && FileSystem::current().kind(masksDir.string()) == FileKind::missing) {
+    throw McException(masksDir.string() + ": the folder with the masks of " + file.string() +
+                      " is missing; a set file and its folder go together and keep their names");
+  }
+  refuseBorders(prefixes);
 
   parameters.copy(settings);
   Problems problems;

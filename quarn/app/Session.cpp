@@ -175,7 +175,7 @@ int runChecked(const QStringList& words) {
     return session.run();
   } catch (const std::exception& error) {
     printError(QStringLiteral("quarn: ") + QString::fromUtf8(error.what()));
-    return Session::FAILURE;
+    return HxInterrupt::isRequested() ? Session::INTERRUPTED : Session::FAILURE;
   }
 }
 

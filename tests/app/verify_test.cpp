@@ -66,3 +66,26 @@ TEST_F(Verify, FilesThatCannotBeCheckedAreWrong) {
   EXPECT_THAT(outcome.output, AllOf(HasSubstr("set.ROIs.qm: all sound\n"), HasSubstr("notes.txt: only parameter files"),
                                     HasSubstr("missing.ROIs.qm: 1 wrong\n")));
 }
+
+TEST_F(Verify, FindsTheSetThatAFieldWasNotSavedOver) {
+  const QString field = program.file("a.field.qm");
+  const std::string refusal = ": is there and holds something of another kind; remove it first, or take another name";
+  const Outcome outcome = program.runScript("load " TEMPLATES
+                                            "/brodmann.nii.gz -as atlas -kind label -values 1-2\n"
+                                            "atlas save {" +
+                                            field.toUtf8() +
+                                            "}\n"
+                                            "puts [catch {atlas save {" +
+                                            set.toUtf8() +
+                                            "}} why]\nputs $why\n"
+                                            "load {" +
+                                            set.toUtf8() +
+                                            "} -as rois\n"
+                                            "puts [catch {rois save QuarnMesh {" +
+                                            field.toUtf8() + "}} why]\nputs $why\n");
+  EXPECT_EQ(0, outcome.status) << outcome.errors;
+  EXPECT_THAT(outcome.output, HasSubstr("1\n" + set.toStdString() + refusal));
+  EXPECT_THAT(outcome.output, HasSubstr("1\n" + field.toStdString() + refusal));
+  EXPECT_EQ(0, verify().status);
+  EXPECT_EQ(0, program.run({"--verify", field}).status);
+}

@@ -171,7 +171,10 @@ TEST_F(BadSetFiles, FoldersOutside) {
   fs::create_directory(folder / "canary-masks");
   fs::create_directory_symlink(folder / "canary-masks", folder / "linked");
   EXPECT_EQ(told("linked"), "SET: masks-directory \"linked\": ./linked: exists and is not a folder of its own");
-  EXPECT_EQ(told("missing"), "Mask A cannot be read: open ./missing/A.ldm: No such file or directory");
+  EXPECT_EQ(
+      told("missing"),
+      "./missing: the folder with the masks of SET is missing; a set file and its folder go together and keep their "
+      "names");
 }
 
 TEST_F(BadSetFiles, NamesOfRois) {

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include "SetFileTest.h"
+#include "quarn/kernel/io/HxFileTypes.h"
 #include "tests/support/RecordingProgress.h"
 
 using ::testing::ElementsAre;
@@ -112,6 +113,17 @@ TEST_F(SetFileRefusing, AFolderThatTakesNoFiles) {
   EXPECT_THAT(console.consoleEntries.back(), HasSubstr("/proc"));
 }
 
+TEST_F(SetFileRefusing, FilesOfAnotherKindAreNotReplaced) {
+  auto& types = HxFileTypes::instance();
+  fillSet();
+  ASSERT_EQ(save(), 1);
+  const McHandle<HxUniformScalarField3> field(new HxUniformScalarField3(McDim3l(2, 2, 2), McPrimType::Uint8));
+  const std::string before = contentOf(file);
+  EXPECT_EQ(refusalOf([&] { types.save(field, "Field", QString::fromStdString(file.string())); }),
+            file.string() + ": is there and holds something of another kind; remove it first, or take another name");
+  EXPECT_EQ(contentOf(file), before);
+}
+
 TEST_F(SetFileRefusing, AFailedSetFileTakesItsMasksAlong) {
   addMask("A");
   rois->parameters.set("Note", std::string(1 << 20, 'x'));
@@ -158,6 +170,17 @@ TEST_F(SetFileRefusing, AllMasksWhoseFilesFailAreListed) {
   EXPECT_THAT(lines[0].toStdString(), HasSubstr((masks / "B.ldm").string()));
   EXPECT_THAT(lines[1].toStdString(), HasSubstr((masks / "C.ldm").string()));
   EXPECT_THAT(lines[2].toStdString(), HasSubstr((masks / "D.ldm").string()));
+}
+
+TEST_F(SetFileRefusing, AMissingMasksFolderIsToldOnce) {
+  fillSet();
+  ASSERT_EQ(save(), 1);
+  fs::rename(masks, folder / "elsewhere");
+  console.clear();
+  load(file, 0);
+  EXPECT_THAT(console.consoleEntries,
+              ElementsAre(masks.string() + ": the folder with the masks of " + file.string() +
+                          " is missing; a set file and its folder go together and keep their names"));
 }
 
 TEST_F(SetFileRefusing, AMaskWithoutAFileIsRefused) {

@@ -56,6 +56,18 @@ TEST_F(FileTypes, LongestSuffixDecides) {
   EXPECT_EQ(QStringList("image2"), types().load(folder.write("B.FOO", "x")));
 }
 
+TEST_F(FileTypes, FilesOfOtherKindsAreNotReplaced) {
+  const Reader image("Image", {".foo"}, "image");
+  const QString file = folder.write("a.foo", "x");
+  const McHandle<HxData> table(newTable());
+  EXPECT_EQ(
+      textOfException([&] { types().save(table, "CSV", file); }),
+      file.toStdString() + ": is there and holds something of another kind; remove it first, or take another name");
+  EXPECT_EQ(folder.read("a.foo"), "x");
+  types().save(table, "CSV", folder.write("a.csv", "x"));
+  EXPECT_NE(folder.read("a.csv"), "x");
+}
+
 TEST_F(FileTypes, SuffixHasOneReader) {
   const Reader image("Image", {".foo"}, "image");
   EXPECT_THAT(textOfException([] {

@@ -233,6 +233,17 @@ void HxFileTypes::save(HxData* data, const QString& format, const QString& file)
   if (isParameterFile ? !endsIn(file, parameterFileSuffix) : reader && findReader(file) != reader)
     throw McException(excerpt(file) + ": the name must end in " + saver.suffix.toStdString() +
                       ", or the file could not be loaded again");
+  const auto isOfAnotherKind = [&] {
+    if (!beginsAsParameterFile(file)) return QFileInfo(file).isFile() && findReader(file) && findReader(file) != reader;
+    try {
+      return entryFor(*QuarnMesh::read(file), file).suffix != saver.suffix;
+    } catch (const McException&) {
+      return !endsIn(file, saver.suffix);
+    }
+  };
+  if (isOfAnotherKind())
+    throw McException(excerpt(file) + ": is there and holds something of another kind; remove it first, or take " +
+                      "another name");
   const HxMessage::Mark before = HxMessage::mark();
   if (saver.save(data, file.toUtf8().constData())) return;
   const std::optional<std::string> said = HxMessage::newestSince(before);

@@ -44,9 +44,12 @@ OpenedField::OpenedField(hxvoxora::FileSystem& files, const QuarnMesh& mesh, con
     requireSoundParameters(*mesh_, file);
     try {
       data_ = std::make_unique<FieldDataReader>(files, folderPrefixOf(path_) + description_.dataFile, description_);
-    } catch (const McException&) {
+    } catch (const McException& failure) {
       // A save may have put another data file in the place of the one that was there a moment ago.
       auto newer = newerContent();
+      if (!newer && files.kind(folderPrefixOf(path_) + description_.dataFile) == hxvoxora::FileKind::missing)
+        throw McException(McException::excerpt(path_) +
+                          ": the data file that goes with it is missing: " + failure.what());
       if (!newer) throw;
       newer_ = std::move(newer);
       mesh_ = newer_.get();
