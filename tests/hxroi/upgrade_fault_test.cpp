@@ -62,7 +62,7 @@ protected:
 
   /// Opens a legacy set `fileName` with one more call failing each time.
   void walk(Extent extent, const std::string& fileName, const std::vector<std::string>& namesInTheEnd) {
-    for (std::uint64_t call = 1;; ++call) {
+    for (std::uint64_t call = 1;; call += testStride()) {
       SCOPED_TRACE("failing call " + std::to_string(call));
       const path set = freshSet(fileName);
       hxvoxora::PassingFileSystem disk(FileSystem::posix());
@@ -113,7 +113,7 @@ const std::vector<std::string> kRenamed{"other.ROIs-masks", "other.ROIs.qm", "ot
 /// What an upgrade leaves that ends between the renaming of the old masks and that of the new ones.
 TEST_F(UpgradeFaults, FinishingAReplacementMayFailAsOftenAsItLikes) {
   const ReplacingScope replacing;
-  for (std::uint64_t call = 1;; ++call) {
+  for (std::uint64_t call = 1;; call += testStride()) {
     SCOPED_TRACE("failing call " + std::to_string(call));
     const path set = freshSet("set.ROIs.qm");
     int result = 0;
@@ -143,7 +143,7 @@ TEST_F(UpgradeFaults, FinishingAReplacementMayFailAsOftenAsItLikes) {
 /// What an upgrade to another file leaves that ends before the new set file is in its place.
 TEST_F(UpgradeFaults, FinishingAnUpgradeMayFailAsOftenAsItLikes) {
   const EnvironmentScope test("RUNNING_TEST", "1");
-  for (std::uint64_t call = 1;; ++call) {
+  for (std::uint64_t call = 1;; call += testStride()) {
     SCOPED_TRACE("failing call " + std::to_string(call));
     const path set = freshSet("set.ROIs.qm");
     int result = 0;
