@@ -124,12 +124,21 @@ void SetVerifier::checkMask(const HxParamBundle& mask) {
     checkBox(*file, MaskHeader::kBoundingBox, content, problems);
     checkBox(*file, MaskHeader::kApproximatedBoundingBox, content, problems);
     checkGrid(*file, problems);
+    checkNames(*file, name, problems);
     for (const std::string& problem : problems) reportUnsound(mask, problem);
     if (problems.empty())
       report_(QString::fromLatin1(mask.name()) + ": " + QString::fromStdString(contentText(*file, content)), true);
   } catch (const std::exception& failure) {
     reportUnsound(mask, failure.what());
   }
+}
+
+/// Files that were copied over those of another mask are whole, and the voxels are not those of the mask.
+void SetVerifier::checkNames(const TiledFileReader& file, const std::string& name, std::vector<std::string>& problems) {
+  const std::string& data = file.header().dataFile;
+  if (data == name + ".dat") return;
+  problems.push_back(file.path() + ": belongs to the data file \"" + McException::excerpt(data) +
+                     "\", as if it were a copy of another mask");
 }
 
 void SetVerifier::checkGrid(const TiledFileReader& file, std::vector<std::string>& problems) {

@@ -36,6 +36,8 @@ private:
   void checkRoi(const HxParamBundle& roi);
   void checkName(const HxParamBundle& roi);
   void checkMask(const HxParamBundle& mask);
+  static void checkNames(const hxvoxora::TiledFileReader& file, const std::string& name,
+                         std::vector<std::string>& problems);
   void checkGrid(const hxvoxora::TiledFileReader& file, std::vector<std::string>& problems);
   void reportStrangers();
   void reportUnsound(const HxParamBundle& roi, const std::string& problem);

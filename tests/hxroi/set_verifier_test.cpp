@@ -145,4 +145,14 @@ TEST_F(SetVerifierTest, TellsOfMasksThatBelongToNoRoi) {
   EXPECT_THAT(sound.back(), HasSubstr("set.ROIs-masks: masks of no ROI of the set: D"));
 }
 
+TEST_F(SetVerifierTest, AMaskCopiedOverAnotherIsTold) {
+  for (const char* suffix : {".dat", ".fcp", ".ldm"}) {
+    fs::copy_file(masks / (std::string("A") + suffix), masks / (std::string("D") + suffix),
+                  fs::copy_options::overwrite_existing);
+  }
+  verify();
+  EXPECT_THAT(wrong, ElementsAre("ROI \"D\": " + (masks / "D.ldm").string() +
+                                 ": belongs to the data file \"A.dat\", as if it were a copy of another mask"));
+}
+
 }  // namespace

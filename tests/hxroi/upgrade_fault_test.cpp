@@ -179,7 +179,7 @@ TEST_F(UpgradeFaults, OnDisksThatAreTooSmall) {
   const EnvironmentScope test("RUNNING_TEST", "1");
   constexpr std::uint64_t kSteps = 64;
   for (const std::uint64_t lie : {std::uint64_t{0}, std::uint64_t{1} << 20}) {
-    int refused = 0;
+    int refused = 0, done = 0;
     for (std::uint64_t step = 0; step < kSteps; step += testStride()) {
       SCOPED_TRACE("step " + std::to_string(step) + ", " + std::to_string(lie) + " bytes more claimed");
       const path set = freshSet("set.ROIs.qm");
@@ -189,7 +189,7 @@ TEST_F(UpgradeFaults, OnDisksThatAreTooSmall) {
       files.setRoom(before + before * step / 40, lie);
       int result = 0;
       const auto loaded = read(set, result);
-      refused += result ? 0 : 1;
+      ++(result ? done : refused);
       if (result) expectWhole(*loaded);
       EXPECT_TRUE(areFormerMasksThere());
       EXPECT_TRUE(result || namesIn(work) == (std::vector<std::string>{"set.ROIs-masks", "set.ROIs.qm"}));
@@ -198,7 +198,7 @@ TEST_F(UpgradeFaults, OnDisksThatAreTooSmall) {
       if (HasFailure()) return;
     }
     EXPECT_GT(refused, 0);
-    EXPECT_LT(refused, static_cast<int>(kSteps / testStride()));
+    EXPECT_GT(done, 0);
   }
 }
 
