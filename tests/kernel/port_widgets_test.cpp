@@ -455,6 +455,21 @@ TEST_F(PortWidgets, SurviveBeingMadeAnewByTheirOwnAction) {
   EXPECT_EQ(style.getValue(), 0);
 }
 
+TEST_F(PortWidgets, KeepTheSourceWhenWhatIsChosenHasGone) {
+  const McHandle<TestData> brain(new TestData(log, "")), other(new TestData(log, ""));
+  HxObjectPool::instance().add(brain, "brain");
+  HxObjectPool::instance().add(other, "other");
+  ASSERT_TRUE(owner->dataConnection.connect(brain));
+  owner->dataConnection.createWidget(panel.get());
+  auto* box = part<QComboBox>(owner->dataConnection, "source");
+  press(box, Qt::Key_Shift);
+  ASSERT_EQ(box->itemText(box->count() - 1), "other");
+  HxObjectPool::instance().remove(other);
+  press(box, Qt::Key_End);
+  EXPECT_EQ(owner->dataConnection.source(), brain.get());
+  EXPECT_EQ(box->currentText(), "brain");
+}
+
 TEST_F(PortWidgets, SurviveTheirObject) {
   Log otherLog;
   McHandle<TestModule> module(new TestModule(otherLog, ""));

@@ -12,7 +12,9 @@ void HxConnection::createWidget(QWidget* parent) {
   showSource();
   QObject::connect(box, &QComboBox::activated, receiver(), [this, box] {
     HxObject* object = HxObjectPool::instance().find(box->chosen());
-    if (object == source_) return showSource();
+    // What is listed may have gone since; that is no wish for none.
+    const bool isGone = !object && !box->chosen().isEmpty();
+    if (object == source_ || isGone) return showSource();
     act([this, object] {
       connect(object);
       showSource();
