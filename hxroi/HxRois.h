@@ -338,7 +338,6 @@ private:
   void addLoaded(hxroi::details::Roi* roi, const boost::filesystem::path& file);
   std::vector<boost::filesystem::path> maskFiles(const boost::filesystem::path& masksDir,
                                                  const HxParamBundle& setParameters) const;
-  void refuseBorders(const std::vector<boost::filesystem::path>& maskPrefixes) const;
 
   static bool s_replaceExistingROIsWhenUpgrading;
 

@@ -119,12 +119,10 @@ void HxRois::fill(const HxParamBundle& content, const path& file) {
   HxParamBundle settings = content;
   const HxParamBundle bundles = takeRois(settings);
   const path masksDir = setfile::masksDirectory(settings, file);
-  const std::vector<path> prefixes = maskFiles(masksDir, content);
-  if (!prefixes.empty() && FileSystem::current().kind(masksDir.string()) == FileKind::missing) {
+  if (!maskFiles(masksDir, content).empty() && FileSystem::current().kind(masksDir.string()) == FileKind::missing) {
     throw McException(masksDir.string() + ": the folder with the masks of " + file.string() +
                       " is missing; a set file and its folder go together and keep their names");
   }
-  refuseBorders(prefixes);
 
   parameters.copy(settings);
   Problems problems;
@@ -147,16 +145,6 @@ void HxRois::addLoaded(Roi* roi, const path& file) {
   } catch (const McException& refusal) {
     throw McException(file.string() + ": ROI \"" + roi->name() + "\": " + refusal.what());
   }
-}
-
-void HxRois::refuseBorders(const std::vector<path>& prefixes) const {
-  std::string legacy;
-  for (const path& prefix : prefixes) {
-    const std::string header = prefix.string() + ".ldm";
-    if (hasBorders(header)) legacy += (legacy.empty() ? "" : ", ") + header;
-  }
-  if (legacy.empty()) return;
-  throw McException(legacy + ": tiles with borders, the older layout of mask files, cannot be read");
 }
 
 Mask* HxRois::loadMask(const path& masksDir, const HxParamBundle* bundle) const {

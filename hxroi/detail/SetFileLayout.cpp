@@ -9,14 +9,13 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxFileHelpers.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace fs = boost::filesystem;
 
 namespace hxroi::setfile {
 
 namespace {
-
-constexpr std::size_t kLongestComponent = 255;
 
 QString toQt(const path& name) {
   return QFile::decodeName(name.c_str());
@@ -30,10 +29,6 @@ void requireWritableFolder(const path& folder) {
   if (!HxFileHelpers::isWritable(toQt(folder))) {
     throw McException(folder.string() + ": not a folder in which files can be made");
   }
-}
-
-bool isControl(char c) {
-  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
 /// A folder that is a link leads elsewhere.
@@ -64,7 +59,7 @@ void addMask(const HxParamBundle& bundle, std::vector<MaskEntry>& masks) {
   MaskEntry mask{bundle.name(), {}, {}};
   bundle.findString(kFilename, mask.file);
   bundle.findString(kId, mask.id);
-  if (isPlainComponent(mask.file)) masks.push_back(std::move(mask));
+  if (hxvoxora::isPlainName(mask.file)) masks.push_back(std::move(mask));
 }
 
 /// Collects what is wrong with one set file.
@@ -150,14 +145,9 @@ std::string masksDirectoryName(const path& file) {
   return file.stem().string() + "-masks";
 }
 
-bool isPlainComponent(std::string_view name) {
-  if (name.empty() || name == "." || name == ".." || name.size() > kLongestComponent) return false;
-  return std::none_of(name.begin(), name.end(), [](char c) { return c == '/' || c == '\\' || isControl(c); });
-}
-
 void requireWritable(const path& file, const path& masksDir) {
   requireWritableFolder(folderOf(file));
-  if (!isPlainComponent(masksDir.filename().string())) {
+  if (!hxvoxora::isPlainName(masksDir.filename().string())) {
     throw McException(file.string() + ": the name of the file does not make a name for the folder of its masks");
   }
   const fs::file_status target = fs::symlink_status(file);
@@ -182,7 +172,7 @@ std::optional<std::string> problemOfMasksDirectory(const HxParamBundle& paramete
   if (parameters.findBase(kMasksDirectory) && !parameters.findString(kMasksDirectory, name)) {
     return "masks-directory is not a text";
   }
-  if (!isPlainComponent(name)) {
+  if (!hxvoxora::isPlainName(name)) {
     return "masks-directory " + inQuotes(name) + " is not the name of a folder beside the file";
   }
   const path folder = folderOf(file) / name;
@@ -204,7 +194,7 @@ std::optional<std::string> problemOfFilename(const HxParamBundle& mask, const pa
   if (!hasElement(mask, kFilename)) return std::nullopt;
   std::string name;
   if (!mask.findString(kFilename, name)) return "__filename is not a text";
-  if (!isPlainComponent(name)) return "__filename " + inQuotes(name) + " is not a plain file name";
+  if (!hxvoxora::isPlainName(name)) return "__filename " + inQuotes(name) + " is not a plain file name";
   for (const char* suffix : {".ldm", ".fcp", ".dat"}) {
     if (!masksDir.empty() && !isRegularOrMissing(masksDir / (name + suffix))) {
       return "__filename " + inQuotes(name) + ": " + (masksDir / (name + suffix)).string() + " is not a regular file";

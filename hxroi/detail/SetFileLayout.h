@@ -32,10 +32,6 @@ QString absoluteName(const path& file);
 /// Name of the masks folder of a set file: its stem followed by "-masks" ("set.ROIs.qm": "set.ROIs-masks").
 std::string masksDirectoryName(const path& file);
 
-/// Whether `name` is one component of a path that stays in its folder on every system: not empty, not "." or "..", no
-/// separator, no control character, at most 255 bytes.
-bool isPlainComponent(std::string_view name);
-
 /// Throws McException unless set and masks can be written there: the folder of `file` and, when there is one, the masks
 /// folder are folders of their own (no links) that can be written, and `file` is new or a regular file.
 void requireWritable(const path& file, const path& masksDir);

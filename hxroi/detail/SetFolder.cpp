@@ -9,10 +9,12 @@
 #include "hxroi/detail/SetFileLayout.h"
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/VolumeHeader.h"
+#include "quarn/voxora/files/fileNames.h"
 #include "quarn/voxora/files/fileSetParts.h"
 
 namespace hxroi {
 
+using hxvoxora::bareName;
 using hxvoxora::FileKind;
 using hxvoxora::FileSystem;
 
@@ -33,10 +35,6 @@ bool isStagedName(std::string_view name) {
 
 std::string folderOf(const std::string& path) {
   return setfile::folderOf(path).string();
-}
-
-std::string bareName(const std::string& path) {
-  return path.substr(path.rfind('/') + 1);
 }
 
 /// What a save that was cut off left beside the files of a mask before sets were saved as a whole.

@@ -12,6 +12,7 @@
 #include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/detail/SetLock.h"
 #include "hxroi/detail/UpgradeFolder.h"
+#include "hxroi/detail/accessRights.h"
 #include "hxroi/details/MaskFiles.h"
 #include "quarn/base/McException.h"
 #include "quarn/base/McHandle.h"
@@ -45,20 +46,6 @@ private:
 
 SetUpgrade::path masksFolderOf(const SetUpgrade::path& setFile) {
   return setfile::folderOf(setFile) / setfile::masksDirectoryName(setFile);
-}
-
-constexpr QFileDevice::Permissions kOwners = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
-constexpr QFileDevice::Permissions kAll = kOwners | QFileDevice::ExeOwner | QFileDevice::ReadGroup |
-                                          QFileDevice::WriteGroup | QFileDevice::ExeGroup | QFileDevice::ReadOther |
-                                          QFileDevice::WriteOther | QFileDevice::ExeOther;
-
-/// Those who could not look into the former file or folder do not get to look into the new one.
-void takeOverPermissions(const SetUpgrade::path& from, const SetUpgrade::path& to) {
-  const QString name = QFile::decodeName(to.c_str());
-  const QFileDevice::Permissions present = QFile::permissions(name) & kAll;
-  const QFileDevice::Permissions wanted = kOwners | (QFile::permissions(QFile::decodeName(from.c_str())) & present);
-  if (wanted == present || QFile::setPermissions(name, wanted)) return;
-  throw McException(to.string() + ": cannot be kept from those who may not read " + from.string());
 }
 
 /// What tells the files of a set from others, and by which a change of them is noticed: name, size and time of each.
@@ -143,7 +130,7 @@ bool SetUpgrade::run(const path& output, const HxParamBundle& parameters) {
   folder.clear();
   folder.noteSource(source_);
   files_.createDirectory(folder.masks().string(), FileSystem::Access::byMask);
-  takeOverPermissions(masksDir_, folder.masks());
+  accessRights::limit(folder.masks(), masksDir_);
   if (!convert(folder.masks())) {
     HxMessage::printf("%s: upgrading was interrupted; nothing has changed", file_.c_str());
     return false;
@@ -228,7 +215,7 @@ bool SetUpgrade::convert(const MaskFiles& mask, const path& target, std::size_t 
                                     : details::MaskFiles::copy(files_, from, to, FileSystem::Access::byMask, goOn);
   if (!isDone) return false;
   for (const char* suffix : {".ldm", ".fcp", ".dat"}) {
-    if (files_.kind(to + suffix) == FileKind::regular) takeOverPermissions(from + suffix, to + suffix);
+    if (files_.kind(to + suffix) == FileKind::regular) accessRights::limit(to + suffix, from + suffix);
   }
   return goOn(1);
 }
@@ -239,7 +226,7 @@ void SetUpgrade::writeSetFile(UpgradeFolder& folder, const HxParamBundle& parame
   if (!rois->writeQuarnMesh(folder.setFile().c_str())) {
     throw McException(file_.string() + ": the upgraded set could not be written");
   }
-  takeOverPermissions(file_, folder.setFile());
+  accessRights::limit(folder.setFile(), file_);
 }
 
 bool SetUpgrade::finishReplacement(FileSystem& files, const path& file, const path& masksDir) {

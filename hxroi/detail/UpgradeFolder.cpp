@@ -9,6 +9,7 @@
 #include "hxroi/details/logFailure.h"
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/FileError.h"
+#include "quarn/voxora/files/readWhole.h"
 
 namespace hxroi {
 
@@ -132,13 +133,8 @@ void UpgradeFolder::write(const path& name, std::span<const std::byte> bytes) {
   file->close();
 }
 
-std::vector<std::byte> UpgradeFolder::contentOf(const path& name) const {
-  const auto file = files_.openForReading(name.string(), FileSystem::Links::refuse);
-  const std::uint64_t size = file->identity().size;
-  if (size > kLongestFile) throw McException(name.string() + ": too large for a parameter file");
-  std::vector<std::byte> bytes(static_cast<std::size_t>(size));
-  file->readFully(0, bytes);
-  return bytes;
+std::string UpgradeFolder::contentOf(const path& name) const {
+  return hxvoxora::readWhole(files_, name.string(), kLongestFile, FileSystem::Links::refuse);
 }
 
 void UpgradeFolder::noteSource(const std::string& state) {
@@ -147,12 +143,12 @@ void UpgradeFolder::noteSource(const std::string& state) {
 
 std::string UpgradeFolder::sourceNote() const {
   if (kindOf(noteFile()) != FileKind::regular) return {};
-  const auto bytes = contentOf(noteFile());
-  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+  return contentOf(noteFile());
 }
 
 void UpgradeFolder::backUp(const path& former, const path& formerMasks) {
-  const auto bytes = contentOf(former);
+  const std::string content = contentOf(former);
+  const auto bytes = std::as_bytes(std::span(content));
   write(formerFile(), bytes);
   write(folder_ / (output_.filename().string() + freeEnding(formerMasks)), bytes);
 }

@@ -95,7 +95,7 @@ private:
   path formerFile() const { return folder_ / ".former"; }
   hxvoxora::FileKind kindOf(const path& name) const;
   void write(const path& name, std::span<const std::byte> bytes);
-  std::vector<std::byte> contentOf(const path& name) const;
+  std::string contentOf(const path& name) const;
   void requireFree(const path& name) const;
   void move(const path& from, const path& to);
   void undoMoves() noexcept;

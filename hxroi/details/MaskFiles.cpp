@@ -14,12 +14,14 @@
 #include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/files/TiledFileReader.h"
 #include "quarn/voxora/files/VolumeHeader.h"
+#include "quarn/voxora/files/fileNames.h"
 #include "quarn/voxora/files/fileSetParts.h"
 
 namespace hxroi::details::MaskFiles {
 
 namespace {
 
+using hxvoxora::bareName;
 using hxvoxora::FileKind;
 using hxvoxora::FileSystem;
 using hxvoxora::VolumeHeader;
@@ -29,14 +31,6 @@ void requirePrefix(const std::string& prefix, const char* role) {
     throw McException(std::string("The files of a mask cannot be copied: the ") + role +
                       " has no path, since there is no usable temporary directory");
   }
-}
-
-std::string folderOf(const std::string& path) {
-  return path.substr(0, path.rfind('/') + 1);
-}
-
-std::string bareName(const std::string& path) {
-  return path.substr(path.rfind('/') + 1);
 }
 
 MaskHeader::FileNames namesFor(const std::string& prefix) {
@@ -165,7 +159,7 @@ void writeHeader(FileSystem& files, const std::string& ldmPath, const std::strin
   file.write(text);
   file.complete();
   file.moveIntoPlace();
-  files.syncDirectory(folderOf(ldmPath));
+  files.syncDirectory(hxvoxora::folderOf(ldmPath));
 }
 
 }  // namespace hxroi::details::MaskFiles

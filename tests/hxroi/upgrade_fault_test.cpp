@@ -60,6 +60,17 @@ protected:
     return loaded;
   }
 
+  /// Opens a set while one call fails; false when there are fewer calls.
+  bool openWithFailing(std::uint64_t call, const path& set) {
+    hxvoxora::PassingFileSystem disk(FileSystem::posix());
+    FaultFileSystem files(disk);
+    const FileSystemOverride current(files);
+    files.arm({.call = call});
+    int result = 0;
+    read(set, result);
+    return files.hasFailed();
+  }
+
   /// Opens a legacy set `fileName` with one more call failing each time.
   void walk(Extent extent, const std::string& fileName, const std::vector<std::string>& namesInTheEnd) {
     for (std::uint64_t call = 1;; call += testStride()) {
@@ -124,13 +135,7 @@ TEST_F(UpgradeFaults, FinishingAReplacementMayFailAsOftenAsItLikes) {
     fs::rename(set, waiting / "set.ROIs.qm");
     fs::copy_file(work / "set.ROIs.qm-legacy", waiting / ".former");
     fs::rename(work / "set.ROIs.qm-legacy", set);
-    hxvoxora::PassingFileSystem disk(FileSystem::posix());
-    FaultFileSystem files(disk);
-    const FileSystemOverride current(files);
-    files.arm({.call = call});
-    const auto loaded = read(set, result);
-    files.disarm();
-    const bool hasFailed = files.hasFailed();
+    const bool hasFailed = openWithFailing(call, set);
     EXPECT_TRUE(areFormerMasksThere());
     expectWhole(*read(set, result));
     EXPECT_EQ(result, 1) << console.consoleText();
@@ -161,13 +166,7 @@ TEST_F(UpgradeFaults, FinishingAnUpgradeMayFailAsOftenAsItLikes) {
       }
       ASSERT_FALSE(fs::exists(upgraded));
     }
-    hxvoxora::PassingFileSystem disk(FileSystem::posix());
-    FaultFileSystem files(disk);
-    const FileSystemOverride current(files);
-    files.arm({.call = call});
-    const auto loaded = read(set, result);
-    files.disarm();
-    const bool hasFailed = files.hasFailed();
+    const bool hasFailed = openWithFailing(call, set);
     expectLoads(set, {"set-upgraded.ROIs-masks", "set-upgraded.ROIs.qm", "set.ROIs-masks", "set.ROIs.qm"});
     if (!hasFailed || HasFailure()) return;
     ASSERT_LT(call, 1000U);

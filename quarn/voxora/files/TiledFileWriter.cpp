@@ -8,9 +8,9 @@
 #include "quarn/voxora/files/detail/FileSetSwap.h"
 #include "quarn/voxora/files/detail/TileIndexBuilder.h"
 #include "quarn/voxora/files/detail/abandonedFiles.h"
-#include "quarn/voxora/files/detail/fileNames.h"
 #include "quarn/voxora/files/detail/filePrelude.h"
 #include "quarn/voxora/files/detail/tilePacking.h"
+#include "quarn/voxora/files/fileNames.h"
 #include "quarn/voxora/files/fileSetParts.h"
 
 namespace hxvoxora {
@@ -24,7 +24,7 @@ constexpr std::size_t largePieceBytes = bufferBytes / 8;
 
 /// The header to be written: that of the caller with names and generation.
 VolumeHeader completed(const std::string& ldmPath, const VolumeHeader& header) {
-  std::string stem = detail::bareName(ldmPath);
+  std::string stem = bareName(ldmPath);
   if (!stem.ends_with(headerSuffix) || stem.size() == headerSuffix.size()) {
     throw McException(McException::excerpt(ldmPath) + ": the name of a volume must end in " +
                       std::string(headerSuffix));
@@ -40,7 +40,7 @@ VolumeHeader completed(const std::string& ldmPath, const VolumeHeader& header) {
   result.indexFile = stem + ".fcp";
   result.generation = drawGeneration();
   result.validate(ldmPath);
-  if (asideName(result.dataFile, result.generation).size() > detail::maxNameBytes) {
+  if (asideName(result.dataFile, result.generation).size() > maxNameBytes) {
     throw McException(McException::excerpt(ldmPath) + ": the name is too long");
   }
   return result;
@@ -60,7 +60,7 @@ struct TiledFileWriter::State {
   State(FileSystem& files, const std::string& ldmPath, const VolumeHeader& wanted, FileSystem::Access whoMayUse)
       : fileSystem(files),
         path(ldmPath),
-        folder(detail::folderPrefix(ldmPath)),
+        folder(folderPrefix(ldmPath)),
         header(completed(ldmPath, wanted)),
         access(whoMayUse) {}
 
@@ -69,7 +69,7 @@ struct TiledFileWriter::State {
   std::string newPath(const std::string& name) const { return folder + asideName(name, header.generation); }
 
   void start() {
-    for (const std::string& name : {detail::bareName(path), header.dataFile, header.indexFile}) {
+    for (const std::string& name : {bareName(path), header.dataFile, header.indexFile}) {
       checkTarget(fileSystem, folder + name);
     }
     detail::removeAbandoned(fileSystem, path, header);
@@ -229,7 +229,7 @@ void TiledFileWriter::addElement(const std::string& name, const std::string& tex
 }
 
 void TiledFileWriter::requireSpace(std::uint64_t bytes) const {
-  const std::uint64_t free = state_->fileSystem.freeSpace(detail::folderOf(state_->path));
+  const std::uint64_t free = state_->fileSystem.freeSpace(folderOf(state_->path));
   if (free >= bytes) return;
   throw McException(McException::excerpt(state_->path) + ": " + std::to_string(bytes) + " bytes are needed, and only " +
                     std::to_string(free) + " are free in its folder");
@@ -249,7 +249,7 @@ void TiledFileWriter::commit() {
   state.data.reset();
   state.write(state.header.indexFile, index.toBytes(state.header, state.dataBytes));
   const std::string headerText = state.header.toXml(state.elements);
-  state.write(detail::bareName(state.path), std::as_bytes(std::span(headerText)));
+  state.write(bareName(state.path), std::as_bytes(std::span(headerText)));
   detail::FileSetSwap(state.fileSystem, state.path, state.header, state.header.generation).run();
   state.created.clear();
 }

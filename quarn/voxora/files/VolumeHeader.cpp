@@ -10,8 +10,8 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/FileSystem.h"
-#include "quarn/voxora/files/detail/fileNames.h"
 #include "quarn/voxora/files/detail/xmlCheck.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace hxvoxora {
 
@@ -163,9 +163,9 @@ int halved(int size, int level) {
 }
 
 void checkFileName(const std::string& path, std::string_view element, const std::string& name) {
-  const std::string objection = detail::nameObjection(name);
+  const std::string objection = nameObjection(name);
   if (!objection.empty()) refuse(path, element, name, objection);
-  if (name == detail::bareName(path)) refuse(path, element, name, "the header itself");
+  if (name == bareName(path)) refuse(path, element, name, "the header itself");
 }
 
 std::string escaped(std::string_view text) {
@@ -241,7 +241,7 @@ void VolumeHeader::validate(const std::string& path) const {
   checkFileName(path, "DataFile", dataFile);
   checkFileName(path, "IndexFile", indexFile);
   if (dataFile == indexFile) refuse(path, "IndexFile", indexFile, "also named as DataFile");
-  if (generation == 0) refuse(path, "Generation", detail::generationText(generation), "is 0");
+  if (generation == 0) refuse(path, "Generation", generationText(generation), "is 0");
 }
 
 bool VolumeHeader::isContentName(std::string_view name) {
@@ -264,7 +264,7 @@ std::string VolumeHeader::toXml(const std::vector<Element>& further) const {
   if (!contentName.empty()) add("Name", contentName);
   add("DataFile", dataFile);
   add("IndexFile", indexFile);
-  add("Generation", detail::generationText(generation));
+  add("Generation", generationText(generation));
   for (const auto& [name, value] : further) add(name, value);
   return text + "</" + std::string(rootName) + ">\n";
 }

@@ -5,8 +5,8 @@
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/detail/FileSetSwap.h"
 #include "quarn/voxora/files/detail/abandonedFiles.h"
-#include "quarn/voxora/files/detail/fileNames.h"
 #include "quarn/voxora/files/detail/filePrelude.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace hxvoxora {
 
@@ -24,7 +24,7 @@ std::unique_ptr<InputFile> openPart(FileSystem& fileSystem, const std::string& p
     return open(path);
   } catch (const McException&) {
     const std::string aside = asideName(path, generation);
-    const bool nameFits = detail::bareName(aside).size() <= detail::maxNameBytes;
+    const bool nameFits = bareName(aside).size() <= maxNameBytes;
     if (!nameFits || fileSystem.kind(aside) == FileKind::missing) throw;
     return open(aside);
   }
@@ -33,17 +33,17 @@ std::unique_ptr<InputFile> openPart(FileSystem& fileSystem, const std::string& p
 }  // namespace
 
 std::string asideName(std::string_view name, std::uint64_t generation) {
-  return std::string(name) + "~" + detail::generationText(generation);
+  return std::string(name) + "~" + generationText(generation);
 }
 
 std::unique_ptr<InputFile> openDataFile(FileSystem& fileSystem, const std::string& ldmPath,
                                         const VolumeHeader& header) {
-  return openPart(fileSystem, detail::folderPrefix(ldmPath) + header.dataFile, detail::dataMagic, header.generation);
+  return openPart(fileSystem, folderPrefix(ldmPath) + header.dataFile, detail::dataMagic, header.generation);
 }
 
 std::unique_ptr<InputFile> openIndexFile(FileSystem& fileSystem, const std::string& ldmPath,
                                          const VolumeHeader& header) {
-  return openPart(fileSystem, detail::folderPrefix(ldmPath) + header.indexFile, detail::indexMagic, header.generation);
+  return openPart(fileSystem, folderPrefix(ldmPath) + header.indexFile, detail::indexMagic, header.generation);
 }
 
 std::uint64_t fileSetBytes(FileSystem& fileSystem, const std::string& ldmPath) {

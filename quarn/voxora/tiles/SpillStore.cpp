@@ -5,7 +5,7 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/FileSystem.h"
-#include "quarn/voxora/files/detail/fileNames.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace hxvoxora::detail {
 

@@ -4,8 +4,8 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/io/detail/fieldDataLayout.h"
-#include "quarn/kernel/io/detail/fieldFileNames.h"
 #include "quarn/voxora/files/byteCodec.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace quarn::detail {
 
@@ -42,7 +42,8 @@ void FieldDataReader::checkPrelude(const FieldDescription& field) const {
   const fielddata::Prelude wanted = fielddata::makePrelude(field.generation);
   if (!std::equal(found.begin(), found.begin() + 6, wanted.begin())) fail("it is not the data file of a field");
   if (!std::equal(found.begin() + 6, found.begin() + 8, wanted.begin() + 6)) fail("its version is not known");
-  if (found != wanted) fail("its generation is not " + markText(field.generation) + " of \"field/generation\"");
+  if (found != wanted)
+    fail("its generation is not " + hxvoxora::generationText(field.generation) + " of \"field/generation\"");
 }
 
 void FieldDataReader::readTable(const FieldDescription& field) {

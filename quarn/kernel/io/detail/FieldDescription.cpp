@@ -6,7 +6,7 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
-#include "quarn/kernel/io/detail/fieldFileNames.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace quarn::detail {
 namespace {
@@ -36,15 +36,15 @@ public:
 
   std::uint64_t mark(const char* name, bool mayBeZero = false) const {
     const std::string written = text(name);
-    if (mayBeZero && written == markText(0)) return 0;
-    const auto mark = parseMark(written);
+    if (mayBeZero && written == hxvoxora::generationText(0)) return 0;
+    const auto mark = hxvoxora::parseGeneration(written);
     if (!mark) fail(name, "16 hexadecimal digits are expected");
     return *mark;
   }
 
   std::string fileName(const char* name) const {
     const std::string written = text(name);
-    if (!isPlainFileName(written)) fail(name, "this is not a plain file name");
+    if (!hxvoxora::isPlainName(written)) fail(name, "this is not a plain file name");
     return written;
   }
 
@@ -121,9 +121,9 @@ void FieldDescription::write(HxParamBundle& root) const {
   bundle.set("box", 6, box.data());
   bundle.set("data-file", dataFile);
   bundle.set("data-bytes", static_cast<std::int64_t>(dataBytes));
-  bundle.set("generation", markText(generation));
+  bundle.set("generation", hxvoxora::generationText(generation));
   bundle.set("byte-order", littleEndian);
-  bundle.set("table-checksum", markText(tableChecksum));
+  bundle.set("table-checksum", hxvoxora::generationText(tableChecksum));
   if (!replaces.empty()) bundle.set("replaces", replaces);
 }
 

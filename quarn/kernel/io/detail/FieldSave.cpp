@@ -14,7 +14,9 @@
 #include "quarn/kernel/io/detail/FieldDescription.h"
 #include "quarn/kernel/io/detail/fieldDataLayout.h"
 #include "quarn/voxora/files/FileError.h"
+#include "quarn/voxora/files/fileNames.h"
 #include "quarn/voxora/files/fileSetParts.h"
+#include "quarn/voxora/files/readWhole.h"
 
 namespace quarn::detail {
 
@@ -38,19 +40,14 @@ FileSystem::Access accessOf(const std::string& path) {
 }  // namespace
 
 std::string readParameterText(FileSystem& files, const std::string& path) {
-  const auto file = files.openForReading(path, FileSystem::Links::follow);
-  const std::uint64_t size = file->identity().size;
-  if (size > std::uint64_t{QuarnMesh::MAX_BYTES}) throw McException(McException::excerpt(path) + ": is too long");
-  std::string text(size, '\0');
-  file->readFully(0, std::as_writable_bytes(std::span(text)));
-  return text;
+  return hxvoxora::readWhole(files, path, std::uint64_t{QuarnMesh::MAX_BYTES}, FileSystem::Links::follow);
 }
 
 FieldSave::FieldSave(FileSystem& files, const std::string& path)
     : files_(files),
       path_(path),
-      folder_(folderOfPath(path)),
-      folderPrefix_(folderPrefixOf(path)),
+      folder_(hxvoxora::folderOf(path)),
+      folderPrefix_(hxvoxora::folderPrefix(path)),
       names_(path),
       generation_(hxvoxora::drawGeneration()),
       access_(accessOf(path)) {
@@ -65,8 +62,8 @@ FieldSave::~FieldSave() {
 }
 
 void FieldSave::requireReplaceable() {
-  const std::string name = bareNameOf(path_);
-  if (!isPlainFileName(name)) refuse("is not the name of a file");
+  const std::string name = hxvoxora::bareName(path_);
+  if (!hxvoxora::isPlainName(name)) refuse("is not the name of a file");
   if (name.size() > maxFieldNameBytes) refuse("its name has more than " + std::to_string(maxFieldNameBytes) + " bytes");
   const FileKind kind = files_.kind(path_);
   if (kind != FileKind::missing && kind != FileKind::regular) refuse("exists and is not a regular file");
@@ -175,7 +172,8 @@ void FieldSave::removeFormer() noexcept {
   for (const std::string& name : former_) {
     try {
       if (files_.kind(pathOf(name)) != FileKind::regular) continue;
-      if (!holdsGeneration(name, names_.generationOfData(name).value_or(0)) || isMentioned(name, bareNameOf(path_)))
+      if (!holdsGeneration(name, names_.generationOfData(name).value_or(0)) ||
+          isMentioned(name, hxvoxora::bareName(path_)))
         continue;
       files_.remove(pathOf(name));
     } catch (const std::exception& failure) {

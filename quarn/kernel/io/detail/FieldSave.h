@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "quarn/kernel/io/detail/fieldFileNames.h"
+#include "quarn/kernel/io/detail/FieldFileNames.h"
 #include "quarn/voxora/files/FileSystem.h"
 
 namespace quarn::detail {

@@ -2,12 +2,12 @@
 
 #include "quarn/base/McProgressInterface.h"
 #include "quarn/kernel/app/HxApplication.h"
-#include "quarn/kernel/io/detail/fieldFileNames.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace quarn::detail {
 
 FileProgress::FileProgress(const char* verb, const std::string& path) {
-  HxApplication::progress()->start(std::string(verb) + " " + bareNameOf(path));
+  HxApplication::progress()->start(std::string(verb) + " " + hxvoxora::bareName(path));
 }
 
 FileProgress::~FileProgress() {

@@ -6,9 +6,10 @@
 #include "quarn/base/McException.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/kernel/io/detail/FieldFileNames.h"
 #include "quarn/kernel/io/detail/FieldSave.h"
 #include "quarn/kernel/io/detail/fieldDataLayout.h"
-#include "quarn/kernel/io/detail/fieldFileNames.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace quarn::detail {
 namespace {
@@ -43,11 +44,12 @@ OpenedField::OpenedField(hxvoxora::FileSystem& files, const QuarnMesh& mesh, con
     description_ = parsing(file, [&] { return FieldDescription::parse(mesh_->parameters); });
     requireSoundParameters(*mesh_, file);
     try {
-      data_ = std::make_unique<FieldDataReader>(files, folderPrefixOf(path_) + description_.dataFile, description_);
+      data_ =
+          std::make_unique<FieldDataReader>(files, hxvoxora::folderPrefix(path_) + description_.dataFile, description_);
     } catch (const McException& failure) {
       // A save may have put another data file in the place of the one that was there a moment ago.
       auto newer = newerContent();
-      if (!newer && files.kind(folderPrefixOf(path_) + description_.dataFile) == hxvoxora::FileKind::missing)
+      if (!newer && files.kind(hxvoxora::folderPrefix(path_) + description_.dataFile) == hxvoxora::FileKind::missing)
         throw McException(McException::excerpt(path_) +
                           ": the data file that goes with it is missing: " + failure.what());
       if (!newer) throw;
@@ -93,7 +95,7 @@ std::string OpenedField::summary() const {
 std::string OpenedField::strangers() const {
   const FieldFileNames names(path_);
   std::string text;
-  for (const std::string& name : files_.list(folderOfPath(path_))) {
+  for (const std::string& name : files_.list(hxvoxora::folderOf(path_))) {
     if (!names.generationOfData(name) || name == description_.dataFile) continue;
     text += (text.empty() ? "" : ", ") + name;
   }

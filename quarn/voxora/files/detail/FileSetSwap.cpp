@@ -1,8 +1,8 @@
 #include "quarn/voxora/files/detail/FileSetSwap.h"
 
 #include "quarn/base/McException.h"
-#include "quarn/voxora/files/detail/fileNames.h"
 #include "quarn/voxora/files/detail/filePrelude.h"
+#include "quarn/voxora/files/fileNames.h"
 #include "quarn/voxora/files/fileSetParts.h"
 
 namespace hxvoxora::detail {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "quarn/base/McException.h"
-#include "quarn/voxora/files/detail/fileNames.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace hxvoxora::detail {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "quarn/voxora/files/detail/fileNames.h"
 #include "quarn/voxora/files/detail/littleEndian.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace hxvoxora::detail {
 

@@ -11,19 +11,6 @@ namespace quarn::detail {
 /// The longest name of a parameter file for which all others keep below 256 bytes.
 constexpr std::size_t maxFieldNameBytes = 230;
 
-/// Everything up to and with the last "/"; empty for a bare name.
-std::string folderPrefixOf(std::string_view path);
-/// The folder of a path as file systems take it; empty for the working folder.
-std::string folderOfPath(std::string_view path);
-std::string bareNameOf(std::string_view path);
-
-/// Whether `name` may name a file from inside another: one component, 1 to 255 bytes, no control characters.
-bool isPlainFileName(std::string_view name);
-
-/// A mark as 16 lower-case hexadecimal digits, and back; nothing for what is none, or is 0.
-std::string markText(std::uint64_t mark);
-std::optional<std::uint64_t> parseMark(std::string_view text);
-
 /// Names, without folder, of the files that belong to the parameter file of this path.
 class FieldFileNames {
 public:
