@@ -158,6 +158,22 @@ int Session::statusOf(const std::optional<HxScriptError>& error) const {
 
 namespace {
 
+int tellFailure(const std::exception& error) {
+  printError(QStringLiteral("quarn: ") + QString::fromUtf8(error.what()));
+  return HxInterrupt::wasRequested() ? Session::INTERRUPTED : Session::FAILURE;
+}
+
+/// The wish to stop is looked at before the end of the session, which forgets it.
+int runSession(const CommandLine& line) {
+  Session session(line);
+  try {
+    session.prepare();
+    return session.run();
+  } catch (const std::exception& error) {
+    return tellFailure(error);
+  }
+}
+
 int runChecked(const QStringList& words) {
   try {
     const CommandLine line = CommandLine::parse(words.mid(1));
@@ -170,12 +186,9 @@ int runChecked(const QStringList& words) {
       printOut(CommandLine::help());
       return 0;
     }
-    Session session(line);
-    session.prepare();
-    return session.run();
+    return runSession(line);
   } catch (const std::exception& error) {
-    printError(QStringLiteral("quarn: ") + QString::fromUtf8(error.what()));
-    return HxInterrupt::isRequested() ? Session::INTERRUPTED : Session::FAILURE;
+    return tellFailure(error);
   }
 }
 

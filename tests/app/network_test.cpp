@@ -1,5 +1,6 @@
 #include <QElapsedTimer>
 #include <QProcess>
+#include <csignal>
 #include <gmock/gmock.h>
 #include <random>
 
@@ -29,6 +30,21 @@ TEST(NetworkFiles, ThatComeBackInPartFailUnlessTheUserGoesOn) {
   const Outcome attended = program.run({file, "--interactive"}, "puts <[objects]>\n");
   EXPECT_THAT(attended.output, HasSubstr("<t>"));
   EXPECT_THAT(attended.errors + attended.output, HasSubstr("brain did not come back"));
+}
+
+TEST(NetworkFiles, StopOnCtrlCAsScriptsDo) {
+  const Program program;
+  const QString first = program.write("first.quarn", "# quarn network 1\ncreate HxTable t\n");
+  const QString endless = program.write("endless.quarn", "# quarn network 1\nwhile 1 {}\n");
+  QProcess process;
+  process.setProcessEnvironment(program.environment);
+  process.start(QUARN_PROGRAM, {first, endless, "--command", "puts no"});
+  ASSERT_TRUE(process.waitForReadyRead(30000));
+  ASSERT_EQ(0, kill(static_cast<pid_t>(process.processId()), SIGINT));
+  ASSERT_TRUE(process.waitForFinished(10000));
+  EXPECT_EQ(QProcess::NormalExit, process.exitStatus());
+  EXPECT_EQ(130, process.exitCode());
+  EXPECT_THAT(process.readAllStandardError().toStdString(), HasSubstr("endless.quarn:2: interrupted"));
 }
 
 TEST(NetworkFiles, AreWholeWheneverTheProgramIsKilled) {

@@ -1020,6 +1020,15 @@ TEST_F(Network, StopsWhenTheUserInterrupts) {
   EXPECT_EQ(evaluate("objects"), "a");
 }
 
+TEST_F(Network, StopsWhenTheUserHasInterruptedBefore) {
+  const QString file = writeNetwork("create NetNote a\nwhile 1 {}\n");
+  HxInterrupt::request();
+  EXPECT_ANY_THROW(HxNetwork::load(file));
+  EXPECT_TRUE(HxInterrupt::wasRequested());
+  HxInterrupt::clear();
+  EXPECT_FALSE(HxInterrupt::wasRequested());
+}
+
 TEST_F(Network, CannotCatchThatTheUserInterrupts) {
   const QString file = writeNetwork(
       "create NetNote a\nset n 0\nproc spin {} {while 1 {}}\n"

@@ -133,6 +133,10 @@ bool HxInterrupt::isRequested() {
   return requested.load();
 }
 
+bool HxInterrupt::wasRequested() {
+  return wishes.load() > 0;
+}
+
 int HxInterrupt::endSignal() {
   return firstEndSignal.load();
 }

@@ -22,6 +22,8 @@ public:
   static void request();
   /// True from a wish until it is answered. Any thread.
   static bool isRequested();
+  /// True from a wish until clear(), answered or not. Any thread.
+  static bool wasRequested();
   /// The number of the first signal that asked the process to end; 0 when there was none. Any thread. Never forgotten.
   static int endSignal();
   /// The wish has been heard; the number of wishes goes on counting.

@@ -64,10 +64,13 @@ int callGuarded(const HxObjectCommand& function, Tcl_Interp* interp, int objc, T
   return TCL_ERROR;
 }
 
+/// Tcl's own work that a wish to stop has to wait for. Tcl asks in the user-interface thread only.
+constinit int uninterruptedWork = 0;
+
 /// Runs after a wish to stop: between two commands of a script, or without `interp` where a command waits for events,
 /// which then fails.
 int interruptScript(ClientData waiting, Tcl_Interp* interp, int code) {
-  if (!HxInterrupt::isRequested()) return code;
+  if (uninterruptedWork > 0 || !HxInterrupt::isRequested()) return code;
   HxInterrupt::answer();
   if (!interp) {
     Tcl_CancelEval(static_cast<Tcl_Interp*>(waiting), nullptr, nullptr, 0);
@@ -136,10 +139,18 @@ HxInterpreter& HxInterpreter::instance() {
   return interpreter;
 }
 
-HxInterpreter::HxInterpreter() : interp_(createInterpreter()) {
+HxInterpreter::Uninterrupted::Uninterrupted() {
+  ++uninterruptedWork;
+}
+
+HxInterpreter::Uninterrupted::~Uninterrupted() {
+  if (--uninterruptedWork == 0 && HxInterrupt::isRequested()) Tcl_AsyncMark(instance().interruption_);
+}
+
+HxInterpreter::HxInterpreter()
+    : interp_(createInterpreter()), interruption_(Tcl_AsyncCreate(interruptScript, interp_)) {
   HxCommandTable::instance().attach(interp_);
-  Tcl_AsyncHandler const handler = Tcl_AsyncCreate(interruptScript, interp_);
-  HxInterrupt::setListener([handler, interp = interp_](int wishes) {
+  HxInterrupt::setListener([handler = interruption_, interp = interp_](int wishes) {
     Tcl_AsyncMark(handler);
     if (wishes > 1) Tcl_CancelEval(interp, nullptr, nullptr, TCL_CANCEL_UNWIND);
   });

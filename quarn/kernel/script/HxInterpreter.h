@@ -63,6 +63,16 @@ public:
   /// Sets $argv0, $argv and $argc.
   void setArguments(const QString& program, const QStringList& arguments);
 
+  /// While one lives a wish to stop (HxInterrupt) waits until the last of them has gone: for work of Tcl's own that
+  /// must not fail, such as making an interpreter. User-interface thread.
+  class QUARN_KERNEL_API Uninterrupted {
+  public:
+    Uninterrupted();
+    ~Uninterrupted();
+    Uninterrupted(const Uninterrupted&) = delete;
+    Uninterrupted& operator=(const Uninterrupted&) = delete;
+  };
+
   /// Makes the script that runs end now, past every `catch`; evaluate() then answers with this status.
   void requestExit(int status);
 
@@ -79,6 +89,7 @@ private:
   HxScriptError describeError(int code, const QString& fileName) const;
 
   Tcl_Interp* interp_;
+  Tcl_AsyncHandler interruption_;
   int depth_ = 0;  ///< evaluations that run
   std::optional<int> exitRequest_;
   std::map<QString, Tcl_Command> objects_;  ///< commands of objects by name

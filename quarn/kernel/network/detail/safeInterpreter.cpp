@@ -117,6 +117,7 @@ void keepOnlyAllowed(Tcl_Interp* interp) {
 Tcl_Interp* createSafeInterpreter() {
   // The parent gets a command of the child's name; with a colon in it, it is no object's.
   static int number = 0;
+  const HxInterpreter::Uninterrupted whole;
   const std::string name = "network:" + std::to_string(++number);
   Tcl_Interp* const interp = Tcl_CreateSlave(HxInterpreter::instance().tclInterp(), name.c_str(), 1);
   if (!interp) throw McException("no interpreter can be made for a network");
