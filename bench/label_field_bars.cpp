@@ -1,5 +1,4 @@
 #include <cstdint>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -14,7 +13,6 @@
 #include "hxroi/details/Mask.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
-#include "quarn/voxora/nodes/SoCpuBufferBitSet.h"
 
 /// The components of a mask as labels of one byte, over its bounding box, beside the labelling of a whole image; and as
 /// masks with files, beside segments in memory.
@@ -25,13 +23,8 @@ namespace {
 
 using hxroi::details::Mask;
 
-McHandle<Mask> maskOf(const PackedVolume& volume) {
-  const auto buffer = hxvoxora::makeRef<SoCpuBufferBitSet>();
-  buffer->setSize(8 * volume.bits.size());
-  std::memcpy(buffer->bytes(), volume.bits.data(), volume.bits.size());
-  const MaskRef node = emptyMask(volume.size);
-  edited(*node, [&] { node->replaceBox(volume.box(), buffer.get()); });
-  return new Mask("bodies", node.get(), McColor(), nullptr);
+McHandle<Mask> bodies() {
+  return new Mask("bodies", maskOf(solidBodies({512, 512, 512}, 1)).get(), McColor(), nullptr);
 }
 
 /// The number of components. The field is made anew each time, as the peer's result is.
@@ -53,7 +46,7 @@ std::uint64_t splitAll(const Mask& mask) {
 void addSplitting() {
   if (!PeerMask::isAvailable()) return;
   addContest("split into masks with files", "100 bodies 512^3", Against::Peer, 5, [] {
-    const auto mask = std::make_shared<const McHandle<Mask>>(maskOf(solidBodies({512, 512, 512}, 1)));
+    const auto mask = std::make_shared<const McHandle<Mask>>(bodies());
     const auto peer = std::make_shared<const PeerMask>((*mask)->volumeMask()->snapshot());
     const auto ours = [mask, count = peer->countSegments()] {
       if (splitAll(**mask) != count) throw std::runtime_error("the peer finds another number of components");
@@ -68,7 +61,7 @@ void addLabelFieldBars() {
   addSplitting();
   if (!ItkMask::isAvailable()) return;
   addContest("8-bit label field", "100 bodies 512^3", Against::Peer, 5, [] {
-    const auto mask = std::make_shared<const McHandle<Mask>>(maskOf(solidBodies({512, 512, 512}, 1)));
+    const auto mask = std::make_shared<const McHandle<Mask>>(bodies());
     const auto peer = std::make_shared<const ItkMask>((*mask)->volumeMask()->snapshot());
     const auto ours = [mask, count = peer->countComponents(100)] {
       if (labelAll(**mask) != count) throw std::runtime_error("the peer finds another number of components");

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "bench/fillMask.h"
 #include "bench/hxroi_bench.h"
 #include "bench/limits.h"
 #include "bench/measure.h"
@@ -37,10 +38,7 @@ struct Operands {
     for (std::uint64_t i = 0; i < 2; ++i) {
       volumes.push_back(kind.draw(kind.size, 1 + i));
       masks[i] = emptyMask(kind, i == 0 ? "First" : "Second");
-      {
-        BoxProxy view = masks[i]->getBox({0, 0, 0}, masks[i]->dimensions(), AccessMode::WriteOnly);
-        std::memcpy(view.bits(), volumes[i].bits.data(), volumes[i].bits.size());
-      }
+      fillMask(*masks[i], volumes[i]);
       masks[i]->getBoundingBox();
     }
   }

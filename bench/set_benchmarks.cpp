@@ -1,16 +1,15 @@
 #include <QString>
 #include <benchmark/benchmark.h>
-#include <cstring>
 #include <memory>
 #include <string>
 
+#include "bench/fillMask.h"
 #include "bench/hxroi_bench.h"
 #include "bench/limits.h"
 #include "bench/measure.h"
 #include "bench/traffic.h"
 #include "bench/volumes.h"
 #include "hxroi/HxRois.h"
-#include "hxroi/details/BoxProxy.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/package.h"
 #include "quarn/base/McHandle.h"
@@ -22,8 +21,6 @@ namespace bench {
 namespace {
 
 using benchmark::State;
-using hxroi::AccessMode;
-using hxroi::details::BoxProxy;
 using hxroi::details::Mask;
 
 /// A set on disk that holds the same volume so many times, and what its tiles take when they are unpacked.
@@ -48,8 +45,7 @@ private:
   static McHandle<Mask> maskOf(const PackedVolume& volume) {
     const McVec3i size(volume.size[0], volume.size[1], volume.size[2]);
     McHandle<Mask> mask(new Mask("volume", size, false, McColor(1, 0.5F, 0), nullptr));
-    BoxProxy view = mask->getBox({0, 0, 0}, size, AccessMode::WriteOnly);
-    std::memcpy(view.bits(), volume.bits.data(), volume.bits.size());
+    fillMask(*mask, volume);
     return mask;
   }
 
