@@ -22,6 +22,9 @@ void addFileBars();
 void addComponentBars();
 void addLabelFieldBars();
 
+/// Label images to masks, beside ITK.
+void addLabelBars();
+
 /// Dilation and erosion beside the peer, ITK and SciPy.
 void addMorphologyBars();
 

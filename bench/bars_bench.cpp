@@ -38,6 +38,7 @@ int main(int argc, char** argv) {
   bench::addFileBars();
   bench::addComponentBars();
   bench::addLabelFieldBars();
+  bench::addLabelBars();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

@@ -64,13 +64,13 @@ void HxUniformLabelField3ToHxRois::compute() {
   if (!portDoIt.wasHit(0) || !field) return;
 
   // Whatever can fail without the set is done before the set is emptied.
-  hxroi::LabelConversion conversion(*field);
+  hxroi::LabelConversion conversion(*field, *HxApplication::progress());
   McHandle<HxRois> rois = mcinterface_cast<HxRois>(resultObject(0));
   if (!rois) rois = makeSet(*field);
   FormerContent former(*rois);
   former.takeOut();
   try {
-    conversion.run(*rois, *HxApplication::progress());
+    conversion.run(*rois);
   } catch (const hxroi::ConversionInterrupted&) {
     former.putBack();
     throw;

@@ -71,6 +71,15 @@ std::uint8_t Brain::voxel(const int (&place)[3]) const {
   return voxels_[row * static_cast<std::size_t>(size_[0]) + static_cast<std::size_t>(place[0])];
 }
 
+Brain::Voxels Brain::enlarged(int factor) const {
+  Voxels large{{factor * size_[0], factor * size_[1], factor * size_[2]}, {}};
+  large.values.reserve(voxels_.size() * static_cast<std::size_t>(factor * factor * factor));
+  for (int z = 0; z < large.size[2]; ++z)
+    for (int y = 0; y < large.size[1]; ++y)
+      for (int x = 0; x < large.size[0]; ++x) large.values.push_back(voxel({x / factor, y / factor, z / factor}));
+  return large;
+}
+
 /// The bits of a box, or nothing when all of them are alike.
 struct Brain::Block {
   bool anySet = false, anyClear = false;

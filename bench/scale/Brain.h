@@ -15,6 +15,13 @@ public:
   /// Reads a gzip-packed NIfTI file of unsigned bytes; throws std::runtime_error naming the file when it is not one.
   explicit Brain(const std::string& file);
 
+  /// Each voxel as a cube of `factor` voxels a side: the dimensions, and the values, x fastest.
+  struct Voxels {
+    SbVec3i32 size;
+    std::vector<std::uint8_t> values;
+  };
+  Voxels enlarged(int factor) const;
+
   /// Puts the mask of a threshold into an empty mask on a cube, block by block: at no time is there more than a block
   /// in memory beside the mask. One transaction per layer of blocks.
   void draw(SoVolumeMask& mask, int threshold) const;

@@ -2,16 +2,19 @@
 
 #include <QCoreApplication>
 #include <QStringList>
-#include <bitset>
 #include <exception>
 #include <string>
+#include <utility>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/HxRoisHelpers.h"
+#include "hxroi/details/toolkitBoxes.h"
 #include "quarn/base/McColor.h"
 #include "quarn/base/McProgressInterface.h"
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
+#include "quarn/voxora/labels/separateLabels.h"
+#include "quarn/voxora/utilities/utilities.h"
 
 namespace hxroi {
 
@@ -55,23 +58,24 @@ private:
 
 ConversionInterrupted::ConversionInterrupted() : McException(hxException(tr("The conversion was interrupted."))) {}
 
-LabelConversion::LabelConversion(const HxUniformLabelField3& field) : field_(field) {
+LabelConversion::LabelConversion(const HxUniformLabelField3& field, McProgressInterface& progress)
+    : field_(field), progress_(progress) {
   copyMaterials();
   makeMasks();
 }
 
-void LabelConversion::run(HxRois& rois, McProgressInterface& progress) {
+void LabelConversion::run(HxRois& rois) {
   HxParamBundle& materials = *rois.parameters.getMaterials(1);
   materials.removeAll();
   materials.copy(records_);
-  const StepSequence sequence(progress, masks_.size());
+  const StepSequence sequence(progress_, masks_.size());
   for (auto next = masks_.begin(); next != masks_.end(); ++next) {
-    const auto& [label, mask] = *next;
-    if (progress.isInterrupted()) throw ConversionInterrupted();
-    const Step step(progress, tr("Converting label %1").arg(label));
+    auto& [label, mask] = *next;
+    if (progress_.isInterrupted()) throw ConversionInterrupted();
+    const Step step(progress_, tr("Converting label %1").arg(label));
     try {
-      fill(label, mask, progress);
-      rois.addRoi(mask);
+      fill(label, mask);
+      rois.addRoi(mask.mask);
     } catch (const std::exception& failure) {
       const QString leftOut = tr("Labels left out: %1").arg(namesFrom(next));
       throw hxException(QString::fromUtf8(failure.what()) + "\n" + leftOut);
@@ -91,13 +95,13 @@ void LabelConversion::copyMaterials() {
 
 /// In the order in which the labels appear in the field, so that colours are drawn in that order.
 void LabelConversion::makeMasks() {
-  const std::uint8_t* labels = field_.lattice().getLabels();
-  std::bitset<256> seen;
-  seen.set(0);
-  for (std::int64_t i = 0, count = field_.voxelCount(); i < count && !seen.all(); ++i) {
-    if (seen.test(labels[i])) continue;
-    seen.set(labels[i]);
-    masks_.emplace(labels[i], makeMask(labels[i]));
+  const McVec3i size = HxRoisHelpers::gridOf(field_);
+  const hxvoxora::TileGrid grid(toToolkit(size), hxvoxora::utilities::computeLDMTileSize(McDim3l(size)));
+  auto contents = hxvoxora::separateLabels(field_.lattice().getLabels(), grid,
+                                           [this](double) { return !progress_.isInterrupted(); });
+  if (!contents) throw ConversionInterrupted();
+  for (hxvoxora::LabelContent& content : *contents) {
+    masks_.emplace(content.label, LabelMask{makeMask(content.label), std::move(content.content)});
   }
 }
 
@@ -111,16 +115,18 @@ Mask* LabelConversion::makeMask(int label) const {
   return new Mask(name, HxRoisHelpers::gridOf(field_), false, color, nullptr);
 }
 
-void LabelConversion::fill(int label, Mask* mask, McProgressInterface& progress) {
-  HxRoisHelpers::store(&field_, label, mask, &progress);
-  progress.setText(tr("Flushing mask %1").arg(label).toStdString());
-  mask->flush(2);
+void LabelConversion::fill(int label, LabelMask& mask) {
+  mask.mask->setContent(std::exchange(mask.content, {}));
+  const auto depth = static_cast<float>(field_.lattice().dimensions().nz);
+  progress_.setValue((depth - 1) / depth);
+  progress_.setText(tr("Flushing mask %1").arg(label).toStdString());
+  mask.mask->flush(2);
 }
 
 QString LabelConversion::namesFrom(Masks::const_iterator next) const {
   QStringList names;
   for (; next != masks_.end(); ++next) {
-    names << QString::number(next->first) + " " + QString::fromLatin1(next->second->name());
+    names << QString::number(next->first) + " " + QString::fromLatin1(next->second.mask->name());
   }
   return names.join(", ");
 }

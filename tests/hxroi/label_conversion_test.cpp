@@ -284,7 +284,7 @@ TEST_F(LabelConversion, TooManyLabelsKeepTheFirstHundred) {
 
 TEST_F(LabelConversion, AnInterruptionLeavesNoResult) {
   RecordingProgress progress;
-  progress.interruptAfter = 1;
+  progress.interruptAfter = 2;  // the labels are read and one mask is made
   const ProgressScope scope(progress);
   const auto field = makeLabels({3, 1, 1}, {1, 2, 3});
   ASSERT_TRUE(module->dataConnection.connect(field));
@@ -292,6 +292,18 @@ TEST_F(LabelConversion, AnInterruptionLeavesNoResult) {
   EXPECT_EQ(refusalOf([&] { module->fire(1); }), "The conversion was interrupted.");
   EXPECT_EQ(module->resultObject(0), nullptr);
   EXPECT_THAT(progress.calls, ElementsAre("steps 3", "step Converting label 1", "text Flushing mask 1", "end", "done"));
+}
+
+TEST_F(LabelConversion, AnInterruptionWhileTheLabelsAreReadTouchesNoSet) {
+  RecordingProgress progress;
+  progress.interruptAfter = 0;
+  const ProgressScope scope(progress);
+  const auto field = makeLabels({3, 1, 1}, {1, 2, 3});
+  ASSERT_TRUE(module->dataConnection.connect(field));
+  module->portDoIt.hit(0);
+  EXPECT_EQ(refusalOf([&] { module->fire(1); }), "The conversion was interrupted.");
+  EXPECT_EQ(module->resultObject(0), nullptr);
+  EXPECT_THAT(progress.calls, IsEmpty());
 }
 
 TEST_F(LabelConversion, AnInterruptionPutsTheFormerContentBack) {
@@ -304,7 +316,7 @@ TEST_F(LabelConversion, AnInterruptionPutsTheFormerContentBack) {
   field->materials()->getBundle(1)->setName("Other");
 
   RecordingProgress progress;
-  progress.interruptAfter = 1;
+  progress.interruptAfter = 2;
   const ProgressScope scope(progress);
   module->portDoIt.hit(0);
   EXPECT_EQ(refusalOf([&] { module->fire(1); }), "The conversion was interrupted.");
