@@ -101,6 +101,8 @@ public:
 
   /// The mask, or group, of that name; null when there is none or it is of the other kind.
   hxroi::details::Mask* getMask(const std::string& name) const;
+  /// McException when there is no mask of that name.
+  const hxroi::details::Mask& namedMask(const std::string& name) const;
   hxroi::details::Group* getGroup(const std::string& name) const;
 
   bool containsRoi(const hxroi::details::Roi* roi) const;
@@ -320,7 +322,6 @@ private:
   void enterMask(const hxroi::details::Mask* mask);
   void leaveMask(const hxroi::details::Mask* mask);
 
-  const hxroi::details::Mask& namedMask(const std::string& name) const;
   std::vector<const hxroi::details::Mask*> namedMasks(const std::vector<std::string>& names) const;
   hxroi::details::Mask* mergeNamedMasks(const std::vector<std::string>& names) const;
   hxroi::details::Mask* substractNamedMasks(const std::vector<std::string>& names) const;

@@ -49,5 +49,10 @@ void HxRois::createAndInsertRoiFromBinaryLabelField(HxUniformLabelField3* field)
     HxMessage::printf("%s", refusal.what());
     return;
   }
-  HxRoisHelpers::store(field, 1, mask, nullptr);
+  try {
+    HxRoisHelpers::store(field, 1, mask, nullptr);
+  } catch (...) {
+    removeRoi(name);
+    throw;
+  }
 }

@@ -1,0 +1,73 @@
+#include <QCoreApplication>
+#include <sstream>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/commands/SetCommand.h"
+#include "hxroi/details/Mask.h"
+#include "quarn/base/McBox3f.h"
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "quarn/voxora/utilities/utilities.h"
+
+/// Commands that change nothing.
+namespace hxroi::commands {
+
+using details::Mask;
+using details::Roi;
+
+int getDimensions(const SetCommand& call) {
+  if (call.rois.getNumberOfMasks() == 0) return refused("Can not query roi dimension with no masks inserted.");
+  const McVec3i& dimensions = call.rois.dimensions();
+  for (int axis = 0; axis < 3; ++axis) Tcl_VaAppendElement(call.interp, "%i", dimensions[axis]);
+  return TCL_OK;
+}
+
+int getMaskBoundingBox(const SetCommand& call) {
+  const int form = call.checkForm(call.argc == 3);
+  if (form != HX_CMD_GO_ON) return form;
+  const Mask* mask = call.rois.getMask(call.name(2));
+  if (!mask) {
+    console().printf("no such mask %s", call.argv[2]);
+    return TCL_ERROR;
+  }
+  McBox3f dataBox;
+  call.rois.getBoundingBox(dataBox.data());
+  const McBox3f box = mask->getBoundingBox(dataBox);
+  for (int i = 0; i < 6; ++i) Tcl_VaAppendElement(call.interp, "%f", static_cast<double>(box[i]));
+  return TCL_OK;
+}
+
+int allMasks(const SetCommand& call) {
+  for (const Mask* mask : call.rois.masks()) Tcl_VaAppendElement(call.interp, "%s", utf8(mask->name()).c_str());
+  return TCL_OK;
+}
+
+int firstLevelRois(const SetCommand& call) {
+  for (const auto& roi : call.rois) Tcl_VaAppendElement(call.interp, "%s", utf8(roi->name()).c_str());
+  return TCL_OK;
+}
+
+int getId(const SetCommand& call) {
+  if (call.argc < 3) return refused("syntax: getId <roiName>");
+  const Roi* roi = call.rois.getRoi(call.name(2));
+  if (!roi) {
+    console().printf("Roi %s doesn't exist", call.argv[2]);
+    return TCL_ERROR;
+  }
+  Tcl_VaAppendElement(call.interp, "%s", utf8(roi->id()).c_str());
+  return TCL_OK;
+}
+
+int getLDAResourceParameters(const SetCommand& call) {
+  const QString title = QCoreApplication::translate("HxRois", "----LDA resource parameters for ROI");
+  for (const Mask* mask : call.rois.masks()) {
+    console().printf("%s %s%s", qPrintable(title), utf8(mask->name()).c_str(), "----");
+    std::ostringstream parameters;
+    hxvoxora::utilities::outputLDMResourceParameters(mask->volumeMask(), parameters);
+    console().printf("%s", parameters.str().c_str());
+  }
+  return TCL_OK;
+}
+
+}  // namespace hxroi::commands
