@@ -4,6 +4,8 @@
 #include <memory>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/HxRoisProviderFromHxUniformLabelField3.h"
+#include "hxroi/HxRoisProviderFromHxUniformLabelField3Factory.h"
 #include "hxroi/HxUniformLabelField3ToHxRois.h"
 #include "hxroi/detail/MaskRecovery.h"
 #include "hxroi/detail/SetVerifier.h"
@@ -20,6 +22,10 @@ struct ClassEntry {
 
 /// In the order of registration; they leave in reverse.
 constexpr ClassEntry kClasses[] = {
+    {&HxRoisProviderFromHxUniformLabelField3Factory::initClass,
+     &HxRoisProviderFromHxUniformLabelField3Factory::exitClass},
+    {&HxRoisProviderFromHxUniformLabelField3::initClass, &HxRoisProviderFromHxUniformLabelField3::exitClass},
+    {&HxRoisProviderInterface::initClass, &HxRoisProviderInterface::exitClass},
     {&HxRois::initClass, &HxRois::exitClass},
     {&HxUniformLabelField3ToHxRois::initClass, &HxUniformLabelField3ToHxRois::exitClass},
 };

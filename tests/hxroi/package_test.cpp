@@ -7,9 +7,14 @@
 #include "quarn/base/McType.h"
 #include "quarn/kernel/packages/HxPackageManifest.h"
 
-using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
 
 namespace {
+
+/// In the order of their registration: a parent comes before its child whatever the package asks for first.
+const std::vector<std::string> kRoiClasses{"HxRoisProviderFromHxUniformLabelField3Factory", "HxRoisProviderInterface",
+                                           "HxRoisProviderFromHxUniformLabelField3", "HxRois",
+                                           "HxUniformLabelField3ToHxRois"};
 
 std::vector<std::string> registeredRoiClasses() {
   std::vector<std::string> names;
@@ -20,18 +25,18 @@ std::vector<std::string> registeredRoiClasses() {
 }
 
 TEST(Package, RegistersWhenTheLibraryIsLoaded) {
-  EXPECT_THAT(registeredRoiClasses(), ElementsAre("HxRois", "HxUniformLabelField3ToHxRois"));
+  EXPECT_THAT(registeredRoiClasses(), ElementsAreArray(kRoiClasses));
 }
 
 TEST(Package, RegistersAndUnregistersOnce) {
   quarnpackage_hxroi_init();
   quarnpackage_hxroi_init();
-  EXPECT_THAT(registeredRoiClasses(), ElementsAre("HxRois", "HxUniformLabelField3ToHxRois"));
+  EXPECT_THAT(registeredRoiClasses(), ElementsAreArray(kRoiClasses));
   quarnpackage_hxroi_finish();
   quarnpackage_hxroi_finish();
   EXPECT_TRUE(registeredRoiClasses().empty());
   quarnpackage_hxroi_init();
-  EXPECT_THAT(registeredRoiClasses(), ElementsAre("HxRois", "HxUniformLabelField3ToHxRois"));
+  EXPECT_THAT(registeredRoiClasses(), ElementsAreArray(kRoiClasses));
 }
 
 TEST(Package, ObjectsAreMadeByName) {
@@ -45,7 +50,12 @@ TEST(Package, ManifestNamesWhatTheLibraryHas) {
   const auto manifest = HxPackageManifest::fromFile(QUARN_BINARY_DIR "/packages/hxroi.json");
   EXPECT_EQ(manifest.name, "hxroi");
   EXPECT_EQ(manifest.abi, quarn::packageAbi());
-  EXPECT_EQ(manifest.classes, QStringList({"HxRois", "HxUniformLabelField3ToHxRois"}));
+  const QStringList classes{"HxRoisProviderFromHxUniformLabelField3Factory", "HxRoisProviderFromHxUniformLabelField3",
+                            "HxRoisProviderInterface", "HxRois", "HxUniformLabelField3ToHxRois"};
+  EXPECT_EQ(manifest.classes, classes);
+  ASSERT_EQ(manifest.interfaceFactories.size(), 1U);
+  EXPECT_EQ(manifest.interfaceFactories[0].className, "HxUniformLabelField3");
+  EXPECT_EQ(manifest.interfaceFactories[0].factory, "HxRoisProviderFromHxUniformLabelField3Factory");
   ASSERT_EQ(manifest.fileTypes.size(), 1U);
   const auto& type = manifest.fileTypes[0];
   EXPECT_EQ(type.contentType, "HxRois");

@@ -96,7 +96,8 @@ NetworkWriter::Fate NetworkWriter::fateOfData(HxData& data) const {
       break;
   }
   const auto* module = dynamic_cast<const HxCompModule*>(data.baseConnection.source());
-  if (module && module->slotOf(&data)) return {false, QString("changes since %1 made it").arg(module->getName())};
+  if (module && module->isInPool() && module->slotOf(&data))
+    return {false, QString("changes since %1 made it").arg(module->getName())};
   if (data.isModified()) return {false, "is not saved in a file"};
   if (data.getTypeId().canCreateInstance()) return {};
   return {false, QString("no object of class %1 can be made by a script").arg(classOf(data))};
