@@ -25,6 +25,7 @@
 #include "quarn/kernel/ports/HxPortDoIt.h"
 #include "quarn/kernel/ports/HxPortInteger.h"
 #include "quarn/kernel/ports/HxPortRadioBox.h"
+#include "quarn/kernel/ports/HxPortReal.h"
 #include "quarn/kernel/ports/HxPortSeparator.h"
 #include "quarn/kernel/ports/HxPortText.h"
 #include "tests/kernel/CommaLocale.h"
@@ -164,6 +165,21 @@ TEST_F(PortWidgets, TextShowsWhatAProgramSets) {
   EXPECT_EQ(evaluate("owner text setValue {from a script}"), "");
   EXPECT_EQ(part<QLineEdit>(text, "value")->text(), "from a script");
   EXPECT_EQ(newEvaluations(), 0);
+}
+
+TEST_F(PortWidgets, RealNumbersAreTyped) {
+  HxPortReal level(owner, "level", "Level", 0.5);
+  level.createWidget(panel.get());
+  auto* edit = part<QLineEdit>(level, "value");
+  EXPECT_EQ(edit->text(), "0.5");
+  typeOver(edit, "-1.25");
+  EXPECT_EQ(level.getValue(), -1.25);
+  EXPECT_EQ(newEvaluations(), 1);
+  typeOver(edit, "high");
+  EXPECT_EQ(level.getValue(), -1.25);
+  EXPECT_EQ(edit->text(), "-1.25");
+  level.setValue(1e6);
+  EXPECT_EQ(edit->text(), "1e+06");
 }
 
 TEST_F(PortWidgets, NumbersAreTypedAndStepped) {

@@ -1,5 +1,7 @@
 #include <QLabel>
+#include <cmath>
 #include <gmock/gmock.h>
+#include <limits>
 
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
@@ -9,6 +11,7 @@
 #include "quarn/kernel/ports/HxPortDoIt.h"
 #include "quarn/kernel/ports/HxPortInteger.h"
 #include "quarn/kernel/ports/HxPortRadioBox.h"
+#include "quarn/kernel/ports/HxPortReal.h"
 #include "quarn/kernel/ports/HxPortSeparator.h"
 #include "quarn/kernel/ports/HxPortText.h"
 #include "tests/kernel/TestObjects.h"
@@ -225,6 +228,32 @@ TEST_F(Ports, HoldANumberInsideBounds) {
   EXPECT_EQ(count.getValue(), 8);
   EXPECT_FALSE(count.setState("many"));
   EXPECT_EQ(count.getValue(), 8);
+}
+
+TEST_F(Ports, HoldARealNumber) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  HxPortReal level(owner, "level", "Level", -infinity);
+  level.untouch();
+  level.setValue(-infinity);
+  level.setValue(std::nan(""));
+  EXPECT_FALSE(level.isNew());
+  EXPECT_EQ(evaluate("owner level getValue"), "-inf");
+  EXPECT_EQ(evaluate("owner level setValue 0.1; owner level getValue"), "0.1");
+  EXPECT_TRUE(level.isNew());
+  EXPECT_EQ(level.getValue(), 0.1);
+  for (const char* wrong : {"nan", "1,5", "1.5x", "0x10", "1e999"})
+    EXPECT_THAT(evaluate(QString("owner level setValue ") + wrong), HasSubstr(wrong));
+  EXPECT_THAT(evaluate("owner level setValue {}"), HasSubstr("value"));
+  EXPECT_EQ(level.getValue(), 0.1);
+  EXPECT_EQ(evaluate("owner level setValue inf; owner level getValue"), "inf");
+  QString state;
+  level.setValue(-1e-300);
+  level.getState(state);
+  EXPECT_EQ(state, "-1e-300");
+  EXPECT_TRUE(level.setState(" 12345678.75 "));
+  EXPECT_EQ(level.getValue(), 12345678.75);
+  EXPECT_FALSE(level.setState("many"));
+  EXPECT_EQ(level.getValue(), 12345678.75);
 }
 
 TEST_F(Ports, HoldALineOfText) {

@@ -16,6 +16,7 @@
 #include "quarn/kernel/ports/HxPortDoIt.h"
 #include "quarn/kernel/ports/HxPortInteger.h"
 #include "quarn/kernel/ports/HxPortRadioBox.h"
+#include "quarn/kernel/ports/HxPortReal.h"
 #include "quarn/kernel/ports/HxPortSeparator.h"
 #include "quarn/kernel/ports/HxPortText.h"
 
@@ -61,6 +62,7 @@ int readColormap(const QString& file, const HxLoadOptions&) {
   HxPortDoIt::initClass();
   HxPortInteger::initClass();
   HxPortRadioBox::initClass();
+  HxPortReal::initClass();
   HxPortSeparator::initClass();
   HxPortText::initClass();
   HxFileTypes::instance().registerSaver("HxTable", "CSV", ".csv", &saveTable);
