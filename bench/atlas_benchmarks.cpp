@@ -27,6 +27,7 @@
 #include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "roitools/RoiMeasure.h"
+#include "roitools/RoiOverlap.h"
 
 namespace bench {
 
@@ -59,6 +60,12 @@ HxUniformLabelField3& atlas() {
 HxUniformLabelField3& cortex() {
   static const McHandle<HxUniformScalarField3> field =
       readLabels("HarvardOxford-cort-maxprob-thr0-1mm.nii.gz", nullptr, "1-48");
+  return dynamic_cast<HxUniformLabelField3&>(*field);
+}
+
+/// An atlas on the grid of atlas() with 41 labels.
+HxUniformLabelField3& areas() {
+  static const McHandle<HxUniformScalarField3> field = readLabels("brodmann.nii.gz", nullptr, "1-48");
   return dynamic_cast<HxUniformLabelField3&>(*field);
 }
 
@@ -202,12 +209,30 @@ void addMeasuring() {
   });
 }
 
+/// All pairs of the masks of two atlases, those of one atlas among themselves too.
+void addOverlaps() {
+  addTo("set: overlaps of all pairs", "aal 1-90 and brodmann, 131 masks", 5, [](State& state) {
+    const McHandle<HxRois> one = atlasSet(), other = setOf(areas());
+    roitools::OverlapInput input;
+    std::size_t bytes = 0;
+    for (const HxRois* rois : {one.get(), other.get()}) {
+      for (const Mask* mask : rois->masks()) {
+        input.rois.push_back(contentOf(*mask));
+        bytes += payloadBytes(input.rois.back());
+      }
+    }
+    if (input.rois.size() != 131) throw McException("There are " + std::to_string(input.rois.size()) + " masks.");
+    timeRuns(state, read(bytes), [&] { benchmark::DoNotOptimize(roitools::countOverlaps(input, {})); });
+  });
+}
+
 }  // namespace
 
 void addAtlasBenchmarks() {
   addConversion();
   addSetFiles();
   addMeasuring();
+  addOverlaps();
 }
 
 }  // namespace bench

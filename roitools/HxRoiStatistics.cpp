@@ -8,11 +8,10 @@
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxTable.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
-#include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/objects/hxconnection_cast.h"
-#include "quarn/kernel/script/HxCommands.h"
 #include "roitools/RoiTable.h"
 #include "roitools/ShownProgress.h"
+#include "roitools/saveResult.h"
 
 MC_CLASS_IMPL(HxRoiStatistics, HxCompModule)
 
@@ -64,13 +63,6 @@ void HxRoiStatistics::compute() {
 }
 
 int HxRoiStatistics::parse(Tcl_Interp* interp, int argc, char** argv) {
-  if (argc < 2 || !cmdCheck(QString::fromUtf8(argv[1]), "save", "?CSV? FILE")) {
-    return HxCompModule::parse(interp, argc, argv);
-  }
-  if (const int go = cmdHelp(interp, argv[1], argc == 3 || argc == 4, argc, argv); go != HX_CMD_GO_ON) return go;
-  auto* table = resultObject(0);
-  if (!table) throw hxException(tr("%1 has no result to save yet: hit \"doIt\" and fire it first.").arg(getLabel()));
-  HxFileTypes::instance().save(table, argc == 4 ? QString::fromUtf8(argv[2]) : QString(),
-                               QString::fromUtf8(argv[argc - 1]));
-  return TCL_OK;
+  const std::optional<int> saved = roitools::parseSaveResult(*this, interp, argc, argv);
+  return saved ? *saved : HxCompModule::parse(interp, argc, argv);
 }

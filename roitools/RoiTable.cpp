@@ -7,29 +7,26 @@
 #include <vector>
 
 #include "hxroi/HxRois.h"
-#include "hxroi/details/Group.h"
-#include "hxroi/details/Mask.h"
+#include "hxroi/details/Roi.h"
 #include "quarn/base/McException.h"
 #include "quarn/base/McProgressInterface.h"
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/fields/HxTable.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
-#include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "roitools/RoiContent.h"
 #include "roitools/RoiMeasure.h"
 
 namespace roitools {
 
 namespace {
 
-using hxroi::details::Group;
-using hxroi::details::Mask;
 using hxroi::details::Roi;
 using Cell = HxTable::Cell;
 using Kind = HxTable::Kind;
 
 constexpr int kDecimals = 2;
 
-/// Names, colours and identifiers of ROIs are Latin-1; cells are UTF-8.
+/// Identifiers of ROIs are Latin-1; cells are UTF-8.
 std::string utf8(const std::string& latin1) {
   return QString::fromLatin1(latin1.c_str()).toStdString();
 }
@@ -80,31 +77,12 @@ void appendValues(HxTable::Row& row, const Moments& values) {
   }
 }
 
-/// The content of a volume that holds every voxel of the members, of which there is at least one.
-hxvoxora::TileSnapshot unionOf(const Group& group) {
-  const auto sum = hxvoxora::makeRef<SoVolumeMask>();
-  const SoVolumeMask& first = *group.begin()->volumeMask();
-  const SbVec3i32 size = first.dataDimension();
-  const SbBox3i32 whole(SbVec3i32(0, 0, 0), SbVec3i32(size[0] - 1, size[1] - 1, size[2] - 1));
-  sum->initializeInMemory(size, first.getTileDimension());
-  const int transaction = sum->beginTransaction();
-  for (const Mask& member : group) sum->combineBox(whole, *member.volumeMask(), hxvoxora::TruthTable::Or);
-  sum->endTransaction(transaction);
-  return sum->snapshot();
-}
-
-RoiMeasure measureRoi(const Roi& roi, const HxUniformScalarField3* image) {
-  if (const auto* mask = dynamic_cast<const Mask*>(&roi)) return measure(mask->volumeMask()->snapshot(), image);
-  const auto& group = dynamic_cast<const Group&>(roi);
-  return group.size() == 0 ? RoiMeasure() : measure(unionOf(group), image);
-}
-
 HxTable::Row rowOf(const Roi& roi, const HxUniformScalarField3* image, const HxRegScalarField3* place) {
-  const RoiMeasure measure = measureRoi(roi, image);
+  const RoiMeasure measure = roitools::measure(contentOf(roi), image);
   HxTable::Row row;
-  row.emplace_back(utf8(roi.name()));
+  row.emplace_back(shownName(roi));
   row.emplace_back();
-  if (roi.parent()) row.back() = utf8(roi.parent()->name());
+  if (roi.parent()) row.back() = shownGroup(roi);
   row.emplace_back(static_cast<std::int64_t>(measure.voxels));
   row.emplace_back();
   if (place) row.back() = static_cast<double>(measure.voxels) * place->voxelVolume();
@@ -114,18 +92,6 @@ HxTable::Row rowOf(const Roi& roi, const HxUniformScalarField3* image, const HxR
   row.emplace_back(utf8(roi.id()));
   row.emplace_back(colorText(roi.color()));
   return row;
-}
-
-/// Top-level ROIs in the order of the set, each group followed by its members.
-std::vector<const Roi*> roisInOrder(const HxRois& rois) {
-  std::vector<const Roi*> all;
-  for (const auto& roi : rois) {
-    all.push_back(roi.get());
-    if (const auto* group = dynamic_cast<const Group*>(roi.get())) {
-      for (const Mask& member : *group) all.push_back(&member);
-    }
-  }
-  return all;
 }
 
 }  // namespace

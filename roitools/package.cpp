@@ -1,14 +1,17 @@
+#include "roitools/HxRoiOverlap.h"
 #include "roitools/HxRoiSplit.h"
 #include "roitools/HxRoiStatistics.h"
 
 /// Entry points that the host calls after opening and before closing the package.
 extern "C" {
 ROITOOLS_API void quarnpackage_roitools_init() {
+  HxRoiOverlap::initClass();
   HxRoiSplit::initClass();
   HxRoiStatistics::initClass();
 }
 ROITOOLS_API void quarnpackage_roitools_finish() {
   HxRoiStatistics::exitClass();
   HxRoiSplit::exitClass();
+  HxRoiOverlap::exitClass();
 }
 }
