@@ -1,3 +1,4 @@
+#include "roitools/HxRangeToLabels.h"
 #include "roitools/HxRoiOverlap.h"
 #include "roitools/HxRoiSplit.h"
 #include "roitools/HxRoiStatistics.h"
@@ -5,6 +6,7 @@
 /// Entry points that the host calls after opening and before closing the package.
 extern "C" {
 ROITOOLS_API void quarnpackage_roitools_init() {
+  HxRangeToLabels::initClass();
   HxRoiOverlap::initClass();
   HxRoiSplit::initClass();
   HxRoiStatistics::initClass();
@@ -13,5 +15,6 @@ ROITOOLS_API void quarnpackage_roitools_finish() {
   HxRoiStatistics::exitClass();
   HxRoiSplit::exitClass();
   HxRoiOverlap::exitClass();
+  HxRangeToLabels::exitClass();
 }
 }
