@@ -118,7 +118,7 @@ TEST_F(FileTypes, ParameterFilesGoByTheirContentType) {
   EXPECT_EQ(QStringList("mine"), types().load(file, options));
   options.kind = "label";
   EXPECT_THAT(textOfException([&] { types().load(file, options); }),
-              HasSubstr("a.thing.qm: -labels, -kind and -values"));
+              HasSubstr("a.thing.qm: -labels, -colors, -kind and -values"));
   EXPECT_THROW(types().registerQuarnMeshReader("HxThing", ".x", {}), McException);
   types().unregisterQuarnMeshReader("HxThing");
   EXPECT_THAT(textOfException([&] { types().load(file); }),

@@ -184,6 +184,7 @@ TEST_F(HostCommands, LoadRefusesWrongOptions) {
   EXPECT_THAT(errorOf(load + "-as"), HasSubstr("option \"-as\" has no value"));
   EXPECT_THAT(errorOf(load + "-color red"), HasSubstr("unknown option \"-color\""));
   EXPECT_THAT(errorOf(load + "-labels {" + folder.file("no.txt") + "}"), HasSubstr("no.txt: cannot be opened"));
+  EXPECT_THAT(errorOf(load + "-colors {" + folder.file("no.lut") + "}"), HasSubstr("no.lut: cannot be opened"));
   EXPECT_EQ("", resultOf("objects"));
 }
 

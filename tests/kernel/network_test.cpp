@@ -379,15 +379,17 @@ TEST_F(Network, KeepsTheOptionsThatAFileNeeds) {
   HxLoadOptions options;
   options.name = "brain";
   options.labels = labels;
+  options.colors = folder.write("labels.lut", "1 one 0 0 9 255\n");
   options.kind = "label";
   options.values = {{1, 90}, {95, 95}, {-3, -1}};
   HxFileTypes::instance().load(folder.file("brain.note"), options);
   const QString file = save();
-  EXPECT_EQ(commands().front(), "load brain.note -as brain -labels labels.txt -kind label -values 1-90,95,-3--1");
+  EXPECT_EQ(commands().front(), "load brain.note -as brain -labels labels.txt -colors labels.lut -kind label -values 1-90,95,-3--1");
   pool().clear();
   HxNetwork::load(file);
   EXPECT_EQ(find("brain")->getLoadOptions().values, options.values);
   EXPECT_EQ(find("brain")->getLoadOptions().labels, labels);
+  EXPECT_EQ(find("brain")->getLoadOptions().colors, folder.file("labels.lut"));
 }
 
 TEST_F(Network, MayMoveWithItsData) {
@@ -611,6 +613,17 @@ TEST_F(Network, NamesLabelsWhoseFileIsGone) {
   ASSERT_TRUE(QFile::remove(options.labels));
   EXPECT_THAT(refusalsOf("brain"),
               ElementsAre("brain: " + options.labels.toStdString() + ", with the names of its labels, is not there"));
+}
+
+TEST_F(Network, NamesColoursWhoseFileIsGone) {
+  HxLoadOptions options;
+  options.name = "brain";
+  options.colors = folder.write("labels.lut", "1 one 0 0 9 255\n");
+  HxFileTypes::instance().load(folder.write("brain.note", "x"), options);
+  save();
+  ASSERT_TRUE(QFile::remove(options.colors));
+  EXPECT_THAT(refusalsOf("brain"),
+              ElementsAre("brain: " + options.colors.toStdString() + ", with the colours of its labels, is not there"));
 }
 
 TEST_F(Network, NamesTheDataFileOfAFieldThatIsGone) {

@@ -55,7 +55,8 @@ public:
     auto* const data = objects_.size() == 1 ? dynamic_cast<HxData*>(objects_.front()) : nullptr;
     if (!data || data->getLoadCmd().isEmpty()) return;
     HxLoadOptions noted = options;
-    if (!noted.labels.isEmpty()) noted.labels = QFileInfo(noted.labels).absoluteFilePath();
+    for (QString* const file : {&noted.labels, &noted.colors})
+      if (!file->isEmpty()) *file = QFileInfo(*file).absoluteFilePath();
     data->setLoadOptions(noted);
   }
   /// Takes everything out of the pool again, the newest first.
@@ -167,8 +168,8 @@ HxFileReader HxFileTypes::readerFor(const QString& file) {
   if (const ReaderEntry* entry = findReader(file)) return entry->read;
   if (isParameterFile(file)) {
     return [this](const QString& name, const HxLoadOptions& options) {
-      if (!options.labels.isEmpty() || !options.kind.isEmpty() || !options.values.empty())
-        throw McException(excerpt(name) + ": -labels, -kind and -values are for images");
+      if (!options.toWords().isEmpty())
+        throw McException(excerpt(name) + ": -labels, -colors, -kind and -values are for images");
       return readQuarnMesh(name);
     };
   }

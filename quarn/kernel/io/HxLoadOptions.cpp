@@ -36,6 +36,9 @@ void setOption(HxLoadOptions& options, const QString& option, const QString& val
   } else if (option == QLatin1String("-labels")) {
     HxFileHelpers::requireReadable(value);
     options.labels = value;
+  } else if (option == QLatin1String("-colors")) {
+    HxFileHelpers::requireReadable(value);
+    options.colors = value;
   } else if (option == QLatin1String("-kind")) {
     if (value != QLatin1String("scalar") && value != QLatin1String("label"))
       throw McException("-kind: scalar or label is expected, got \"" + excerpt(value) + "\"");
@@ -43,7 +46,8 @@ void setOption(HxLoadOptions& options, const QString& option, const QString& val
   } else if (option == QLatin1String("-values")) {
     options.values = HxLoadOptions::parseRanges(value);
   } else {
-    throw McException("unknown option \"" + excerpt(option) + "\": -as, -labels, -kind or -values is expected");
+    throw McException("unknown option \"" + excerpt(option) +
+                      "\": -as, -labels, -colors, -kind or -values is expected");
   }
 }
 
@@ -66,6 +70,7 @@ HxLoadOptions HxLoadOptions::fromWords(const QStringList& words) {
 QStringList HxLoadOptions::toWords() const {
   QStringList words, ranges;
   if (!labels.isEmpty()) words << "-labels" << labels;
+  if (!colors.isEmpty()) words << "-colors" << colors;
   if (!kind.isEmpty()) words << "-kind" << kind;
   for (const auto& range : values) ranges << rangeText(range);
   if (!ranges.isEmpty()) words << "-values" << ranges.join(",");

@@ -11,15 +11,17 @@
 /// What the user said about a file to be loaded, beyond its name.
 struct QUARN_KERNEL_API HxLoadOptions {
   QString name;                             ///< name for the object; empty: made from the file name
-  QString labels;                           ///< text file with label names; empty: none
+  QString labels;                           ///< file with label names, perhaps with colours; empty: none
+  QString colors;                           ///< file with label colours; empty: those of `labels`
   QString kind;                             ///< "", "scalar" or "label"
   std::vector<std::pair<int, int>> values;  ///< label values wanted, as inclusive ranges; empty: all
 
   /// True when `values` admits `value`.
   bool admits(int value) const;
 
-  /// Reads the words "-as NAME", "-labels FILE", "-kind scalar|label" and "-values RANGES" of a command. Throws
-  /// McException naming the option and what is wrong with it; a file with labels must be there.
+  /// Reads the words "-as NAME", "-labels FILE", "-colors FILE", "-kind scalar|label" and "-values RANGES" of a
+  /// command. Throws McException naming the option and what is wrong with it; files with labels and colours must be
+  /// there.
   static HxLoadOptions fromWords(const QStringList& words);
   /// Words that fromWords() reads; the name is not among them.
   QStringList toWords() const;

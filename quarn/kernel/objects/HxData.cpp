@@ -146,9 +146,13 @@ void HxData::setLoadCmd(const QString& fileName) {
 }
 
 void HxData::requireCompanionFiles() const {
-  const QString& labels = loadOptions_.labels;
-  if (labels.isEmpty() || QFileInfo::exists(labels)) return;
-  throw McException(McException::excerpt(labels.toStdString()) + ", with the names of its labels, is not there");
+  const auto require = [](const QString& file, const char* content) {
+    if (file.isEmpty() || QFileInfo::exists(file)) return;
+    throw McException(McException::excerpt(file.toStdString()) + ", with the " + content +
+                      " of its labels, is not there");
+  };
+  require(loadOptions_.labels, "names");
+  require(loadOptions_.colors, "colours");
 }
 
 HxData::Origin HxData::origin() {
@@ -168,7 +172,8 @@ std::string HxData::loadingLine(const char* directory) const {
   std::vector<std::string> words{"load", fileSeenFrom(directory, loadFile_).toStdString(), "-as",
                                  getName().toStdString()};
   HxLoadOptions options = loadOptions_;
-  if (!options.labels.isEmpty()) options.labels = fileSeenFrom(directory, options.labels);
+  for (QString* const file : {&options.labels, &options.colors})
+    if (!file->isEmpty()) *file = fileSeenFrom(directory, *file);
   for (const QString& word : options.toWords()) words.push_back(word.toStdString());
   return scriptLine(words);
 }

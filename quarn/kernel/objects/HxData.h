@@ -68,7 +68,7 @@ public:
   void setLoadOptions(const HxLoadOptions& options) { loadOptions_ = options; }
   const HxLoadOptions& getLoadOptions() const { return loadOptions_; }
   /// Looks for the files that loading the object again needs besides getLoadCmd(). Throws McException naming the first
-  /// that is missing. Here: the one with the names of labels.
+  /// that is missing. Here: those with names and colours of labels.
   virtual void requireCompanionFiles() const;
   /// Notes which program made the data. Shown to the user; not a parameter that is saved.
   void setSaveInfo(const QString& info) { saveInfo_ = info; }

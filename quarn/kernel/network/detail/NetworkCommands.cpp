@@ -66,11 +66,13 @@ QString NetworkReader::fromFolder(const QString& file) const {
 
 int NetworkReader::load(const Words& words) {
   QStringList rest = texts(words).mid(1);
-  requireCount(rest, 1, 9, "load FILE ?-as NAME? ?-labels TEXTFILE? ?-kind scalar|label? ?-values RANGES?");
+  requireCount(rest, 1, 11, "load FILE ?-as NAME? ?-labels FILE? ?-colors FILE? ?-kind scalar|label? ?-values RANGES?");
   const QString file = fromFolder(rest.takeFirst());
   const QString name = optionOf(rest, "-as");
-  if (const qsizetype labels = rest.indexOf("-labels"); labels >= 0 && labels + 1 < rest.size())
-    rest[labels + 1] = fromFolder(rest[labels + 1]);
+  for (const char* const option : {"-labels", "-colors"}) {
+    const qsizetype at = rest.indexOf(option);
+    if (at >= 0 && at + 1 < rest.size()) rest[at + 1] = fromFolder(rest[at + 1]);
+  }
   QStringList loaded;
   try {
     if (HxNetwork::hasSuffix(file)) throw McException(excerpt(file) + ": a network cannot load another one");

@@ -195,10 +195,10 @@ std::vector<HxCommandRow> hostCommands() {
         QString::fromLatin1(name), QString::fromLatin1(words), minWords, maxWords, QString::fromLatin1(help), handler};
   };
   return {
-      row("load", "FILE ?-as NAME? ?-labels TEXTFILE? ?-kind scalar|label? ?-values RANGES?", 1, 9,
-          "Loads a file and returns the names of its objects. -as names the object; -labels reads the names of labels "
-          "from "
-          "a text file; -kind says how an image is meant; -values keeps some label values only, as in 1-90,95.",
+      row("load", "FILE ?-as NAME? ?-labels FILE? ?-colors FILE? ?-kind scalar|label? ?-values RANGES?", 1, 11,
+          "Loads a file and returns the names of its objects. -as names the object; -labels reads the names of labels, "
+          "and colours if it has them, from a file, -colors the colours from another one; -kind says how an image is "
+          "meant; -values keeps some label values only, as in 1-90,95.",
           load),
       row("create", "CLASS ?NAME?", 1, 2, "Makes an object of a class and returns its name.", create),
       row("remove", "NAME...", 1, -1, "Removes objects. Nothing is removed when one of them does not exist.", remove),
