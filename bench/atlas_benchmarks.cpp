@@ -209,8 +209,29 @@ void addMeasuring() {
   });
 }
 
+/// Boxes of 200^3 voxels in a row along the diagonal of a grid of 4096^3, each of which meets its neighbours.
+roitools::OverlapInput boxesOnLargeGrid() {
+  roitools::OverlapInput input;
+  for (int i = 0; i < 100; ++i) {
+    const auto volume = hxvoxora::makeRef<SoVolumeMask>();
+    volume->initializeInMemory(SbVec3i32(4096, 4096, 4096), SbVec3i32(64, 64, 64));
+    const int transaction = volume->beginTransaction();
+    const int low = 39 * i, high = low + 199;
+    volume->fillBox(SbBox3i32(SbVec3i32(low, low, low), SbVec3i32(high, high, high)), 1);
+    volume->endTransaction(transaction);
+    input.rois.push_back(volume->snapshot());
+  }
+  return input;
+}
+
 /// All pairs of the masks of two atlases, those of one atlas among themselves too.
 void addOverlaps() {
+  addTo("set: overlaps of all pairs", "100 boxes of 200^3 on 4096^3", 3, [](State& state) {
+    const roitools::OverlapInput input = boxesOnLargeGrid();
+    std::size_t bytes = 0;
+    for (const auto& content : input.rois) bytes += payloadBytes(content);
+    timeRuns(state, read(bytes), [&] { benchmark::DoNotOptimize(roitools::countOverlaps(input, {})); });
+  });
   addTo("set: overlaps of all pairs", "aal 1-90 and brodmann, 131 masks", 5, [](State& state) {
     const McHandle<HxRois> one = atlasSet(), other = setOf(areas());
     roitools::OverlapInput input;

@@ -20,7 +20,7 @@ constexpr float checkingShare = 0.5F;
 
 bool wantsLabels(const QString& file, const HxLoadOptions& options, const detail::NiftiHeader& header) {
   const bool isLabelFile = options.kind.isEmpty() && header.isLabelImage;
-  const bool isLabelField = options.kind == QLatin1String("label") || !options.labels.isEmpty() || isLabelFile;
+  const bool isLabelField = options.kind == QLatin1String("label") || LabelNames::areGiven(options) || isLabelFile;
   if (!isLabelField && !options.values.empty()) {
     detail::refuse(file, QStringLiteral("is read as a scalar field, from which no label values can be chosen"));
   }
@@ -33,15 +33,14 @@ void checkOptions(const QString& file, const HxLoadOptions& options) {
     detail::refuse(file, QStringLiteral("cannot be read as ") + detail::quoted(options.kind.toStdString()) +
                              QStringLiteral("; kinds are \"scalar\" and \"label\""));
   }
-  if (isScalar && !options.labels.isEmpty()) {
-    detail::refuse(file, QStringLiteral("is read as a scalar field, which has no label names"));
+  if (isScalar && LabelNames::areGiven(options)) {
+    detail::refuse(file, QStringLiteral("is read as a scalar field, which has no label names or colours"));
   }
 }
 
 McHandle<HxUniformScalarField3> readField(const QString& file, const HxLoadOptions& options,
                                           const detail::ReadingProgress& progress) {
-  std::optional<LabelNames> names;
-  if (!options.labels.isEmpty()) names = LabelNames::read(options.labels);
+  const std::optional<LabelNames> names = LabelNames::forOptions(options);
   const detail::NiftiFile image =
       detail::NiftiFile::open(file, [&progress](float fraction) { progress.advance(checkingShare * fraction); });
   const bool isLabelField = wantsLabels(file, options, image.header);

@@ -3,6 +3,7 @@
 #include <QFileInfo>
 #include <QStringList>
 
+#include "quarn/formats/labelTables.h"
 #include "quarn/formats/readNifti.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 
@@ -25,6 +26,7 @@ void registerFormats() {
     const QStringList suffixes = {QStringLiteral(".nii"),    QStringLiteral(".nii.gz"), QStringLiteral(".hdr"),
                                   QStringLiteral(".hdr.gz"), QStringLiteral(".img"),    QStringLiteral(".img.gz")};
     HxFileTypes::instance().registerReader(QStringLiteral("NIfTI"), suffixes, loadNifti);
+    registerLabelTables();
     return true;
   }();
   static_cast<void>(isRegistered);
