@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "quarn/formats/detail/ByteStream.h"
+#include "quarn/kernel/io/ByteStream.h"
 #include "quarn/formats/detail/fault.h"
 
 namespace quarn::formats::detail {

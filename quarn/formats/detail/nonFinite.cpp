@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "quarn/formats/detail/ByteStream.h"
+#include "quarn/kernel/io/ByteStream.h"
 
 namespace quarn::formats::detail {
 
