@@ -99,7 +99,9 @@ int HxRois::readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& regist
 
 void HxRois::requireCompanionFiles() const {
   HxData::requireCompanionFiles();
-  if (getLoadCmd().isEmpty()) return;
+  // Files of other kinds, from which packages make sets, have no masks beside them.
+  const bool isSetFile = origin_ || getLoadCmd().endsWith(QStringLiteral(".qm"), Qt::CaseInsensitive);
+  if (getLoadCmd().isEmpty() || !isSetFile) return;
   const path file(QFile::encodeName(getLoadCmd()).toStdString());
   const HxParamBundle content = QuarnMesh::read(getLoadCmd())->parameters;
   setfile::requireSound(content, file);

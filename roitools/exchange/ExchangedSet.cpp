@@ -1,0 +1,135 @@
+#include "roitools/exchange/ExchangedSet.h"
+
+#include <QStringList>
+#include <algorithm>
+#include <map>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/details/Group.h"
+#include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxMessage.h"
+
+namespace roitools {
+
+using hxroi::details::Group;
+using hxroi::details::Mask;
+using hxroi::details::Roi;
+
+namespace {
+
+constexpr qsizetype mostNamesTold = 10;
+
+std::string utf8(const std::string& latin1) {
+  return QString::fromLatin1(latin1.c_str()).toStdString();
+}
+
+std::string latin1(const std::string& utf8) {
+  return QString::fromStdString(utf8).toLatin1().toStdString();
+}
+
+QString excerpt(const std::string& text) {
+  return QString::fromStdString(McException::excerpt(text));
+}
+
+bool hasMoreThanIsExchanged(const Roi& roi) {
+  const HxParamBundle& parameters = roi.parameters();
+  bool hasParameters = false;
+  for (int i = 0; i < parameters.size(); ++i) {
+    const std::string& name = parameters[i]->name();
+    hasParameters = hasParameters || (name != "Id" && name != "Segment");
+  }
+  return hasParameters || roi.colormap(false) || roi.colormapRange(false) != std::pair(0.0F, 1.0F) ||
+         !roi.isAlphaEnabled();
+}
+
+void tellNames(const QString& file, const QString& what, const QStringList& names) {
+  if (names.isEmpty()) return;
+  QString list = names.mid(0, mostNamesTold).join(QStringLiteral(", "));
+  if (names.size() > mostNamesTold) list += QStringLiteral(", and %1 more").arg(names.size() - mostNamesTold);
+  HxMessage::printf("%s: %s: %s", qUtf8Printable(excerpt(file.toStdString())), qUtf8Printable(what),
+                    qUtf8Printable(list));
+}
+
+}  // namespace
+
+ExchangedSet ExchangedSet::of(const HxRois& rois, const QString& file) {
+  if (rois.getNumberOfMasks() == 0)
+    throw McException(McException::excerpt(file.toStdString()) + ": the set has no masks, and thus no grid");
+  ExchangedSet all;
+  int position = 0;
+  for (const auto& roi : rois) {
+    if (auto* const mask = dynamic_cast<Mask*>(roi.get())) all.masks.push_back({mask, {}});
+    if (auto* const group = dynamic_cast<Group*>(roi.get())) {
+      all.groups.push_back({utf8(group->name()), group->color(), position});
+      for (Mask& member : *group) all.masks.push_back({&member, all.groups.back().name});
+    }
+    ++position;
+  }
+  return all;
+}
+
+void ExchangedSet::insertInto(HxRois& rois) const {
+  std::map<std::string, Group*> made;
+  const auto makeGroup = [&](const ExchangedGroup& group) {
+    return new Group(latin1(group.name), group.color, nullptr);
+  };
+  for (const ExchangedMask& entry : masks) {
+    if (entry.group.empty()) {
+      rois.addRoi(entry.mask);
+      continue;
+    }
+    Group*& group = made[entry.group];
+    if (!group) {
+      const auto known = std::ranges::find(groups, entry.group, &ExchangedGroup::name);
+      const ExchangedGroup unknown{entry.group, entry.mask->color(false)};
+      group = makeGroup(known == groups.end() ? unknown : *known);
+      rois.addRoi(group);
+    }
+    group->addMask(entry.mask);
+  }
+  for (const ExchangedGroup& group : groups) {
+    if (!made.contains(group.name)) rois.insertRoi(makeGroup(group), static_cast<unsigned long>(group.position));
+  }
+}
+
+void tellWhatIsNotExchanged(const HxRois& rois, const QString& file) {
+  const bool hasMore = std::any_of(rois.begin(), rois.end(), [](const auto& roi) {
+    const auto* const group = dynamic_cast<const Group*>(roi.get());
+    return hasMoreThanIsExchanged(*roi) || (group && std::any_of(group->begin(), group->end(), [](const Mask& m) {
+                                              return hasMoreThanIsExchanged(m);
+                                            }));
+  });
+  if (!hasMore) return;
+  HxMessage::printf(
+      "%s: parameters, colormaps and transparency of the ROIs are not in it; a set file (.ROIs.qm) holds them",
+      McException::excerpt(file.toStdString()).c_str());
+}
+
+std::string FittedNames::fit(const std::string& utf8, const std::string& fallback) {
+  const std::string fitting = utf8.empty() ? fallback : Roi::fixedName(latin1(utf8));
+  const std::string name = unique(fitting);
+  if (name != fitting) {
+    repeated_.append(QStringLiteral("\"%1\" -> %2").arg(excerpt(utf8), excerpt(name)));
+  } else if (name != utf8) {
+    changed_.append(QStringLiteral("\"%1\" -> %2").arg(excerpt(utf8), excerpt(name)));
+  }
+  taken_.insert(name);
+  return name;
+}
+
+/// Without the digits at its end, and the first free number from 0 behind.
+std::string FittedNames::unique(const std::string& name) const {
+  if (!taken_.contains(name)) return name;
+  const std::string stem = name.substr(0, name.find_last_not_of("0123456789") + 1);
+  for (std::size_t number = 0;; ++number) {
+    const std::string candidate = stem + std::to_string(number);
+    if (!taken_.contains(candidate)) return candidate;
+  }
+}
+
+void FittedNames::tell(const QString& file) const {
+  tellNames(file, QStringLiteral("names were changed to those that ROIs can have"), changed_);
+  tellNames(file, QStringLiteral("names stand there more than once and were numbered"), repeated_);
+}
+
+}  // namespace roitools

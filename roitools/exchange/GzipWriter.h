@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "quarn/voxora/files/OutputFile.h"
+#include "roitools/export.h"
+
+namespace roitools {
+
+/// Writes bytes behind those of a file as one gzip member, which every reader of gzip takes. Blocks are packed in
+/// parallel; the result does not depend on the number of threads. Failures are McException. One thread at a time.
+class ROITOOLS_API GzipWriter {
+public:
+  /// `file` is not owned and outlives the object.
+  explicit GzipWriter(hxvoxora::OutputFile& file);
+
+  /// Packs and writes the bytes. Large pieces are best: each takes the room of its packed form.
+  void append(std::span<const std::byte> bytes);
+
+  /// The end of the member, with its checksum. Nothing may follow.
+  void finish();
+
+private:
+  hxvoxora::OutputFile& file_;
+  std::uint32_t checksum_;
+  std::uint64_t count_ = 0;
+  std::vector<std::vector<std::byte>> packed_;  ///< room that is used again
+};
+
+}  // namespace roitools

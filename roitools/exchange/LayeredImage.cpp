@@ -1,0 +1,133 @@
+#include "roitools/exchange/LayeredImage.h"
+
+#include <QFile>
+#include <algorithm>
+#include <limits>
+#include <span>
+
+#include "quarn/base/McException.h"
+#include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/files/byteCodec.h"
+
+namespace roitools {
+
+using hxvoxora::FileSystem;
+using quarn::ByteStream;
+using quarn::NrrdHeader;
+
+namespace {
+
+constexpr std::int64_t slabBytes = 4 << 20;
+constexpr std::int64_t mostRowBytes = 256 << 20;
+
+}  // namespace
+
+LayeredImage::LayeredImage(const QString& file) : file_(file), header_(NrrdHeader::read(file)) {
+  requireLabels();
+  readAxes();
+  openData();
+  const std::int64_t rowBytes = grid_.x * layerCount_ * NrrdHeader::bytesOf(header_.type);
+  slabs_ = std::make_unique<Slabs>(rowBytes, grid_.y, grid_.z, slabBytes);
+}
+
+void LayeredImage::requireLabels() const {
+  if (header_.type == NrrdHeader::Type::float32 || header_.type == NrrdHeader::Type::float64)
+    refuseField("type", "labels are whole numbers", NrrdHeader::nameOf(header_.type));
+  for (const char* key : {"Segmentation_MasterRepresentation", "Segmentation_SourceRepresentation"}) {
+    const std::string* const representation = header_.find(key);
+    if (representation && representation->find("Fractional") != std::string::npos)
+      refuse(file_, std::string("key \"") + key + "\": only labels can be read, got \"" +
+                        McException::excerpt(*representation) + "\"");
+  }
+}
+
+void LayeredImage::readAxes() {
+  const std::size_t axes = header_.sizes.size();
+  if (axes != 3 && axes != 4) refuseField("dimension", "3 or 4 is expected", std::to_string(axes));
+  if (axes == 4) {
+    const std::string kind = header_.kinds.empty() ? "???" : header_.kinds.front();
+    if (kind != "list" && kind != "vector" && kind != "???" && kind != "none")
+      refuseField("kinds", "the first of four axes must be a list of layers", kind);
+    layerCount_ = header_.sizes.front();
+  }
+  for (int axis = 0; axis < 3; ++axis) {
+    const std::int64_t size = header_.sizes[axes - 3 + static_cast<std::size_t>(axis)];
+    if (size > std::numeric_limits<int>::max())
+      refuseField("sizes", "masks have at most 2147483647 voxels along an axis", std::to_string(size));
+    grid_[axis] = static_cast<int>(size);
+  }
+  // The product of all sizes was found to fit.
+  if (grid_.x * layerCount_ > mostRowBytes / NrrdHeader::bytesOf(header_.type))
+    refuseField("sizes", "a row of all layers takes too much room",
+                std::to_string(layerCount_) + " " + std::to_string(grid_.x));
+}
+
+void LayeredImage::openData() {
+  using Encoding = NrrdHeader::Encoding;
+  if (header_.encoding != Encoding::raw && header_.encoding != Encoding::gzip)
+    refuse(file_, "field \"encoding\": only raw and gzip can be read");
+  if (header_.lineSkip != 0) refuseField("line skip", "only 0 can be read", std::to_string(header_.lineSkip));
+  dataFile_ = header_.dataPath(file_);
+  FileSystem& files = FileSystem::current();
+  const std::string path = QFile::encodeName(dataFile_).toStdString();
+  if (!header_.dataFile.empty() && files.kind(path) != hxvoxora::FileKind::regular)
+    refuse(dataFile_, "the data file is missing, or is not a regular file");
+  requireBytes(files.openForReading(path, FileSystem::Links::follow)->identity().size);
+  const bool isPacked = header_.encoding == Encoding::gzip;
+  std::uint64_t offset = header_.dataOffset;
+  if (header_.byteSkip < 0)
+    offset = files.openForReading(path, FileSystem::Links::follow)->identity().size -
+             static_cast<std::uint64_t>(header_.dataBytes());
+  data_ = std::make_unique<ByteStream>(dataFile_, offset, isPacked ? ByteStream::Form::gzip : ByteStream::Form::plain);
+  if (header_.byteSkip > 0) data_->skip(header_.byteSkip);
+}
+
+/// Whether `stored` bytes, those of the data file, may hold the data.
+void LayeredImage::requireBytes(std::uint64_t stored) const {
+  const std::uint64_t header = std::min(stored, header_.dataOffset);
+  const std::uint64_t available = stored - header;
+  const auto needed = static_cast<std::uint64_t>(header_.dataBytes()) +
+                      static_cast<std::uint64_t>(std::max<std::int64_t>(header_.byteSkip, 0));
+  if (header_.encoding == NrrdHeader::Encoding::raw && available < needed)
+    refuse(dataFile_, "is cut: it holds " + std::to_string(available) + " bytes of data, the header asks for " +
+                          std::to_string(needed));
+  if (needed / hxvoxora::mostBytesPerPackedByte > available)
+    refuse(dataFile_, "is cut: its " + std::to_string(available) + " packed bytes cannot hold the " +
+                          std::to_string(needed) + " that the header asks for");
+}
+
+Slabs::Slab LayeredImage::next() {
+  const Slabs::Slab slab = slabs_->next();
+  if (!slab) {
+    requireEnd();
+    return slab;
+  }
+  bytes_.resize(static_cast<std::size_t>(slab.bytes));
+  if (data_->read(bytes_) < bytes_.size())
+    refuse(dataFile_, "is cut: its data end in slice " + std::to_string(slab.z) + " of " + std::to_string(grid_.z));
+  if (header_.endian == NrrdHeader::Endian::big) swapBytes();
+  return slab;
+}
+
+/// Only behind the last byte of packed data is their checksum looked at. Some writers pad their files.
+void LayeredImage::requireEnd() {
+  constexpr std::size_t longestTail = 1 << 20;
+  if (!data_->isCompressed()) return;
+  bytes_.resize(longestTail);
+  if (data_->read(bytes_) == longestTail) refuse(dataFile_, "holds more data than the header tells");
+}
+
+void LayeredImage::swapBytes() {
+  const auto size = static_cast<std::ptrdiff_t>(NrrdHeader::bytesOf(header_.type));
+  for (auto at = bytes_.begin(); size > 1 && at != bytes_.end(); at += size) std::reverse(at, at + size);
+}
+
+void LayeredImage::refuse(const QString& file, const std::string& what) const {
+  throw McException(McException::excerpt(file.toStdString()) + ": " + what);
+}
+
+void LayeredImage::refuseField(const char* field, const std::string& what, const std::string& value) const {
+  refuse(file_, std::string("field \"") + field + "\": " + what + ", got \"" + McException::excerpt(value) + "\"");
+}
+
+}  // namespace roitools

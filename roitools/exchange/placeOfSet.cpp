@@ -1,0 +1,85 @@
+#include "roitools/exchange/placeOfSet.h"
+
+#include <QFileInfo>
+#include <algorithm>
+#include <cmath>
+
+#include "hxroi/HxRois.h"
+#include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/fields/HxUniformLabelField3.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
+
+namespace roitools {
+
+namespace {
+
+/// Files round their numbers; what differs by less than this part of a voxel anywhere is one place.
+constexpr double tolerance = 1e-3;
+
+McDim3l dimensionsOf(const McVec3i& grid) {
+  return {grid.x, grid.y, grid.z};
+}
+
+HxUniformScalarField3* findField(const ReadSet& read) {
+  const McHandle<HxUniformScalarField3> place = makePlace(read.geometry);
+  for (const McHandle<HxObject>& object : HxObjectPool::instance().objects()) {
+    auto* const field = dynamic_cast<HxUniformScalarField3*>(object.get());
+    if (field && field->latticeDimensions() == dimensionsOf(read.grid) && isSamePlace(*field, *place)) return field;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+bool isSamePlace(const HxUniformScalarField3& field, const HxUniformScalarField3& other) {
+  const McDim3l size = field.latticeDimensions();
+  const HxGeometry3 geometry = field.geometry();
+  const double voxel = std::min({geometry.voxelSize[0], geometry.voxelSize[1], geometry.voxelSize[2]});
+  for (int corner = 0; corner < 8; ++corner) {
+    const auto at = [&](int axis) { return (corner >> axis & 1) != 0 ? static_cast<double>(size[axis] - 1) : 0.0; };
+    const auto a = field.voxelToWorld(at(0), at(1), at(2));
+    const auto b = other.voxelToWorld(at(0), at(1), at(2));
+    if (!(std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]) <= tolerance * voxel)) return false;
+  }
+  return true;
+}
+
+McHandle<HxUniformScalarField3> makePlace(const HxGeometry3& geometry) {
+  McHandle<HxUniformScalarField3> place(new HxUniformScalarField3(McDim3l(1, 1, 1), McPrimType::Uint8));
+  place->setGeometry(geometry);
+  return place;
+}
+
+McHandle<HxUniformScalarField3> makeGridField(const McVec3i& grid, const HxGeometry3& geometry, const QString& file) {
+  try {
+    const McHandle<HxUniformLabelField3> field(new HxUniformLabelField3(dimensionsOf(grid)));
+    field->setGeometry(geometry);
+    HxLoadOptions options;
+    options.kind = QStringLiteral("scalar");
+    field->setLoadCmd(QFileInfo(file).absoluteFilePath());
+    field->setLoadOptions(options);
+    field->setModified(0);
+    return field.get();
+  } catch (const McException& failure) {
+    throw McException(McException::excerpt(file.toStdString()) + ": " + failure.what());
+  }
+}
+
+void connectToPlace(const ReadSet& read, const QString& name, const QString& file) {
+  HxUniformScalarField3* field = findField(read);
+  if (!field) {
+    try {
+      const McHandle<HxUniformScalarField3> made = makeGridField(read.grid, read.geometry, file);
+      HxData::registerData(made, name + QStringLiteral("-grid"));
+      field = made.get();
+    } catch (const McException& failure) {
+      HxMessage::printf("%s; the set lies nowhere in the world until a field is connected to its \"data\"",
+                        failure.what());
+      return;
+    }
+  }
+  read.rois->portData.connect(field);
+}
+
+}  // namespace roitools

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+#include "roitools/exchange/readSegmentation.h"
+#include "roitools/export.h"
+
+class HxUniformScalarField3;
+
+namespace roitools {
+
+/// A set has no place in the world of its own: it lies where the field at its "data" does. This connects a set that was
+/// read to a field of the pool that has its grid and place, or else to a new one: a label field, all 0, which is
+/// registered as `name`-grid and comes from `file` again with the option "-kind scalar". Without memory for that the
+/// set stays without, and the console tells.
+ROITOOLS_API void connectToPlace(const ReadSet& read, const QString& name, const QString& file);
+
+/// A field of one voxel with a geometry, to work out world positions with.
+ROITOOLS_API McHandle<HxUniformScalarField3> makePlace(const HxGeometry3& geometry);
+
+/// Whether the corners of the grid of `field` lie where they do by the geometry of `other`. Files round their numbers:
+/// a thousandth of a voxel does not count.
+ROITOOLS_API bool isSamePlace(const HxUniformScalarField3& field, const HxUniformScalarField3& other);
+
+/// The field that connectToPlace() makes, not registered. Throws McException naming `file` when there is no memory for
+/// it.
+ROITOOLS_API McHandle<HxUniformScalarField3> makeGridField(const McVec3i& grid, const HxGeometry3& geometry,
+                                                           const QString& file);
+
+}  // namespace roitools

@@ -1,0 +1,71 @@
+#ifdef QUARN_WITH_FORMATS
+
+#include "hxroi/HxUniformLabelField3ToHxRois.h"
+#include "quarn/formats/registerFormats.h"
+#include "quarn/kernel/io/NrrdHeader.h"
+#include "roitools/HxRoisToLabels.h"
+#include "tests/roitools/exchange/ExchangeTest.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+
+/// Two atlases of one brain, which overlap nearly everywhere, in one set.
+class AtlasExchange : public ExchangeTest {
+protected:
+  AtlasExchange() {
+    HxUniformLabelField3ToHxRois::initClass();
+    HxRoisToLabels::initClass();
+    quarn::formats::registerFormats();
+    HxLoadOptions options;
+    options.values = {{1, 59}};
+    rois_ = convert(load("aal.nii.gz", "aal.nii.txt", options));
+    const McHandle<HxRois> brodmann = convert(load("brodmann.nii.gz", "", {}));
+    rois_->copyAllMasksFrom(brodmann);
+    EXPECT_EQ(rois_->getNumberOfMasks(), 100U);
+  }
+
+  static HxUniformLabelField3* load(const char* image, const char* names, HxLoadOptions options) {
+    const QString folder = "/usr/share/mricron/templates/";
+    EXPECT_TRUE(QFile::exists(folder + image)) << image << " is missing: install the package mricron-data";
+    if (*names) options.labels = folder + names;
+    options.kind = "label";
+    const QStringList loaded = HxFileTypes::instance().load(folder + image, options);
+    return dynamic_cast<HxUniformLabelField3*>(HxObjectPool::instance().find(loaded.value(0)));
+  }
+
+  static McHandle<HxRois> convert(HxUniformLabelField3* field) {
+    const McHandle<HxUniformLabelField3ToHxRois> module(new HxUniformLabelField3ToHxRois);
+    EXPECT_TRUE(module->dataConnection.connect(field));
+    module->portDoIt.hit(0);
+    module->fire();
+    const McHandle<HxRois> rois(dynamic_cast<HxRois*>(module->resultObject(0)));
+    EXPECT_TRUE(rois->portData.connect(field));
+    return rois;
+  }
+
+  McHandle<HxRois> rois_;
+};
+
+TEST_F(AtlasExchange, SegmentationComesBackVoxelByVoxel) {
+  HxFileTypes::instance().save(rois_, QString(), path("brain.seg.nrrd"));
+  const auto header = quarn::NrrdHeader::read(path("brain.seg.nrrd"));
+  EXPECT_EQ(header.sizes, (std::vector<std::int64_t>{2, 181, 217, 181}));
+  const HxRois* const back = loadSet(path("brain.seg.nrrd"));
+  ASSERT_TRUE(back);
+  expectEqual(*back, *rois_);
+  EXPECT_EQ(back->portData.source(), rois_->portData.source()) << "the atlas lies where the segmentation does";
+}
+
+TEST_F(AtlasExchange, LabelsNameEveryPairThatOverlaps) {
+  const McHandle<HxRoisToLabels> module(new HxRoisToLabels);
+  ASSERT_TRUE(module->dataConnection.connect(rois_));
+  module->portDoIt.hit(0);
+  const std::string text = refusal([&] { module->fire(); });
+  EXPECT_THAT(text, HasSubstr("Precentral_L and Undescribed-label-6 share "));
+  EXPECT_THAT(text, HasSubstr(" more pairs"));
+}
+
+}  // namespace
+
+#endif
