@@ -7,9 +7,9 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/io/detail/NrrdParser.h"
-#include "quarn/kernel/io/detail/fieldFileNames.h"
 #include "quarn/kernel/io/detail/nrrdWords.h"
 #include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace quarn {
 
@@ -48,7 +48,7 @@ const std::string* NrrdHeader::find(std::string_view key) const {
 
 QString NrrdHeader::dataPath(const QString& file) const {
   if (dataFile.empty()) return file;
-  if (!detail::isPlainFileName(dataFile))
+  if (!hxvoxora::isPlainName(dataFile))
     throw McException(McException::excerpt(file.toStdString()) + ": field \"data file\": the plain name of a file in " +
                       "the same folder is expected, got \"" + McException::excerpt(dataFile) + "\"");
   const QString folder = file.left(file.lastIndexOf(QLatin1Char('/')) + 1);
