@@ -66,15 +66,19 @@ McHandle<HxUniformScalarField3> makeGridField(const McVec3i& grid, const HxGeome
   }
 }
 
-void connectToPlace(const ReadSet& read, const QString& name, const QString& file) {
+void connectToPlace(const ReadSet& read, const QString& name, const QString& file, std::int64_t mostVoxels) {
   HxUniformScalarField3* field = findField(read);
   if (!field) {
     try {
+      const McDim3l size = dimensionsOf(read.grid);
+      if (size.nx > mostVoxels / size.ny / size.nz)
+        throw McException(McException::excerpt(file.toStdString()) +
+                          ": no field is made for a grid of so many voxels; -kind scalar makes one all the same");
       const McHandle<HxUniformScalarField3> made = makeGridField(read.grid, read.geometry, file);
       HxData::registerData(made, name + QStringLiteral("-grid"));
       field = made.get();
     } catch (const McException& failure) {
-      HxMessage::printf("%s; the set lies nowhere in the world until a field is connected to its \"data\"",
+      HxMessage::printf("%s. The set lies nowhere in the world until a field is connected to its \"data\".",
                         failure.what());
       return;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <cstdint>
 
 #include "roitools/exchange/readSegmentation.h"
 #include "roitools/export.h"
@@ -11,9 +12,11 @@ namespace roitools {
 
 /// A set has no place in the world of its own: it lies where the field at its "data" does. This connects a set that was
 /// read to a field of the pool that has its grid and place, or else to a new one: a label field, all 0, which is
-/// registered as `name`-grid and comes from `file` again with the option "-kind scalar". Without memory for that the
-/// set stays without, and the console tells.
-ROITOOLS_API void connectToPlace(const ReadSet& read, const QString& name, const QString& file);
+/// registered as `name`-grid and comes from `file` again with the option "-kind scalar". It takes a byte for each
+/// voxel, which masks do not: for grids of more than `mostVoxels`, or without memory, the set stays without, and the
+/// console tells.
+ROITOOLS_API void connectToPlace(const ReadSet& read, const QString& name, const QString& file,
+                                 std::int64_t mostVoxels = std::int64_t{1} << 30);
 
 /// A field of one voxel with a geometry, to work out world positions with.
 ROITOOLS_API McHandle<HxUniformScalarField3> makePlace(const HxGeometry3& geometry);

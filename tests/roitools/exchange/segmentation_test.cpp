@@ -7,6 +7,7 @@
 #include "quarn/voxora/files/FaultFileSystem.h"
 #include "quarn/voxora/files/byteCodec.h"
 #include "roitools/ShownProgress.h"
+#include "roitools/exchange/placeOfSet.h"
 #include "roitools/exchange/saveSegmentation.h"
 #include "tests/roitools/exchange/ExchangeTest.h"
 #include "tests/support/RecordingProgress.h"
@@ -169,6 +170,15 @@ TEST_F(Segmentation, ConnectsToAFieldThatLiesThere) {
   options.name = "mine";
   EXPECT_EQ(HxFileTypes::instance().load(path("brain.seg.nrrd"), options), QStringList("mine"));
   EXPECT_EQ(dynamic_cast<HxRois*>(HxObjectPool::instance().find("mine"))->portData.source(), field);
+}
+
+TEST_F(Segmentation, MakesNoFieldForAGridThatIsTooLarge) {
+  const roitools::ReadSet read{makeSet(grid_), grid_, kOblique, {}};
+  roitools::connectToPlace(read, "brain", "brain.seg.nrrd", 70 * 41 * 23 - 1);
+  EXPECT_FALSE(read.rois->portData.source());
+  EXPECT_THAT(messages_.consoleText(), HasSubstr("brain.seg.nrrd: no field is made for a grid of so many voxels"));
+  roitools::connectToPlace(read, "brain", "brain.seg.nrrd", 70 * 41 * 23);
+  EXPECT_EQ(read.rois->portData.source(), HxObjectPool::instance().find("brain-grid"));
 }
 
 TEST_F(Segmentation, TellsWhatIsNotInTheFile) {
@@ -343,6 +353,19 @@ TEST_F(Segmentation, KeepsNamesThatRoisCannotHave) {
   EXPECT_EQ(*header.find("Segment1_ID"), "other") << "one identifier for two segments is none";
 }
 
+TEST_F(Segmentation, KeepsWhatSegmentsHadInASetFile) {
+  const std::string keys = "Segment0_Name:=Left kidney\nSegment0_Tags:=a:b|\n";
+  HxRois* const rois = loadSet(peerFile(lines("uint8", "2 1 1", keys), "\1\1"));
+  ASSERT_EQ(rois->writeQuarnMesh(qPrintable(path("set.ROIs.qm"))), 1);
+  const McHandle<HxRois> back(new HxRois);
+  QString name;
+  ASSERT_EQ(back->readQuarnMesh(QuarnMesh::read(path("set.ROIs.qm")).get(), qPrintable(path("set.ROIs.qm")), name), 1);
+  HxFileTypes::instance().save(back, QString(), path("again.seg.nrrd"));
+  const auto header = quarn::NrrdHeader::read(path("again.seg.nrrd"));
+  EXPECT_EQ(*header.find("Segment0_Name"), "Left kidney");
+  EXPECT_EQ(*header.find("Segment0_Tags"), "a:b|");
+}
+
 TEST_F(Segmentation, SurvivesHostileNames) {
   const std::string nasty = "a\\nb\"'{}[exec x]$\\\\ \x01\xff";
   const HxRois* const rois = loadSet(peerFile(
@@ -453,6 +476,35 @@ TEST_F(Segmentation, ReadsNoWrongVoxelFromAFlippedBit) {
   }
   // A few bits only fill bytes up.
   EXPECT_GE(refusals, bits - 16);
+}
+
+TEST_F(Segmentation, SurvivesChangesAnywhere) {
+  constexpr unsigned seed = 20;
+  std::mt19937 random(seed);
+  HxFileTypes::instance().save(makeSet(McVec3i(9, 8, 7)), QString(), path("brain.seg.nrrd"));
+  const std::string whole = read("brain.seg.nrrd");
+  const std::string pieces[] = {"-1",  "99999999999",       " ", "\n", ":=", ": ", "nan", "(", ")",
+                                "\\n", std::string(1, '\0')};
+  int loaded = 0, refused = 0;
+  for (int round = 0; round < 2000; ++round) {
+    std::string changed = whole;
+    for (unsigned changes = 1 + random() % 3; changes > 0; --changes) {
+      const std::size_t at = random() % changed.size();
+      const std::string& piece = pieces[random() % std::size(pieces)];
+      changed.replace(at, random() % 4, piece);
+    }
+    const QString file = write("changed.seg.nrrd", changed);
+    try {
+      HxFileTypes::instance().load(file);
+      ++loaded;
+    } catch (const McException& failure) {
+      EXPECT_THAT(failure.what(), HasSubstr("changed.seg.nrrd")) << "round " << round;
+      ++refused;
+    }
+    HxObjectPool::instance().clear();
+  }
+  EXPECT_GT(loaded, 20);
+  EXPECT_GT(refused, 1000);
 }
 
 TEST_F(Segmentation, RefusesPackedDataThatCannotBeSoMuch) {
