@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "quarn/base/McDim3l.h"
 #include "quarn/voxora/tiles/TileSnapshot.h"

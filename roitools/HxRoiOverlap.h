@@ -10,9 +10,9 @@
 /// first share with ROIs of the second.
 ///
 /// The result, an HxTable in slot 0, has one row per pair that shares at least one voxel, and no row for others: an
-/// empty mask is in no pair. A group counts as the union of its members; a pair of a group and its own member is left
-/// out. Pairs stand in the order of the set, a group before its members: by the first ROI of a pair, then by the
-/// second. Columns:
+/// empty mask is in no pair. A group counts as the union of its members; within one set, a pair of a group and its own
+/// member is left out. Pairs stand in the order of the set, a group before its members: by the first ROI of a pair,
+/// then by the second. Columns:
 ///
 ///     a, a_group, b, b_group    the two ROIs; the groups that they are members of, or empty
 ///     a_voxels, b_voxels        numbers of their voxels

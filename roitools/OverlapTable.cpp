@@ -1,6 +1,7 @@
 #include "roitools/OverlapTable.h"
 
 #include <QString>
+#include <utility>
 #include <vector>
 
 #include "hxroi/HxRois.h"
@@ -67,8 +68,11 @@ bool fillOverlapTable(HxTable& table, const HxRois& rois, const HxRois* other, c
   OverlapInput input;
   const auto add = [&](const HxRois& set) {
     for (const Roi* roi : roisInOrder(set)) {
+      hxvoxora::TileSnapshot content = contentOf(*roi);
+      // A set may have any number of groups without members.
+      if (content.tileCount() == 0) continue;
       listed.emplace_back(*roi);
-      input.rois.push_back(contentOf(*roi));
+      input.rois.push_back(std::move(content));
     }
   };
   add(rois);

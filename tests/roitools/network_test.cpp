@@ -14,6 +14,7 @@
 #include "quarn/kernel/network/HxNetwork.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/script/HxInterpreter.h"
+#include "roitools/HxRoiOverlap.h"
 #include "roitools/HxRoiSplit.h"
 #include "roitools/HxRoiStatistics.h"
 
@@ -26,7 +27,9 @@ class RoiToolsNetwork : public ::testing::Test {
 protected:
   RoiToolsNetwork() {
     HxApplication::instance()->settings()->getPreferences()->setTemporaryDirectory(folder_.path());
-    for (auto* init : {&HxRois::initClass, &HxRoiSplit::initClass, &HxRoiStatistics::initClass}) init();
+    for (auto* init :
+         {&HxRois::initClass, &HxRoiOverlap::initClass, &HxRoiSplit::initClass, &HxRoiStatistics::initClass})
+      init();
     HxFileTypes::instance().registerQuarnMeshReader("HxRois", ".ROIs.qm", &HxRois::readQuarnMesh_s);
     const McHandle<HxRois> rois(new HxRois);
     auto* mask = new Mask("Two", McVec3i(20, 10, 8), false, McColor(1, 0.5F, 0), nullptr);
@@ -80,6 +83,18 @@ TEST_F(RoiToolsNetwork, IsSavedAtOnceAfterItWasLoaded) {
     EXPECT_EQ(save(), "");
     EXPECT_EQ(text().toStdString(), former.toStdString());
   }
+}
+
+TEST_F(RoiToolsNetwork, BringsOverlapsBack) {
+  EXPECT_EQ(evaluate("create HxRoiOverlap o; o data connect rois; o other connect rois-components; o doIt hit; o fire;"
+                     "o getResult"),
+            "RoiOverlap");
+  EXPECT_EQ(save(), "");
+  HxObjectPool::instance().clear();
+  evaluate("load {" + file_ + "}");
+  const auto* table = dynamic_cast<HxTable*>(HxObjectPool::instance().find("RoiOverlap"));
+  ASSERT_NE(table, nullptr);
+  EXPECT_EQ(table->rowCount(), 2);
 }
 
 TEST_F(RoiToolsNetwork, IsSavedWhenAResultWasPutIntoAFile) {

@@ -1,4 +1,4 @@
-#include <bit>
+#include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <random>
