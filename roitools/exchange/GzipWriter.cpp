@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <new>
 #include <oneapi/tbb/parallel_for.h>
 #include <zlib.h>
@@ -11,7 +12,7 @@ namespace roitools {
 namespace {
 
 constexpr std::size_t blockBytes = 512 * 1024;
-constexpr int level = 5;  // labels come in long runs; higher levels take longer and gain little
+constexpr int level = 6;  // labels come in long runs: higher ones take longer and gain little
 
 /// A deflate stream without header, so that what several of them make can be joined.
 struct Deflater {
@@ -25,31 +26,39 @@ struct Deflater {
   z_stream stream{};
 };
 
-/// The block as a part of a stream that ends on a whole byte and refers to nothing before it.
-void pack(std::span<const std::byte> raw, std::vector<std::byte>& packed) {
-  constexpr std::size_t roomForFlush = 16;
-  Deflater deflater;
-  z_stream& stream = deflater.stream;
-  packed.resize(deflateBound(&stream, static_cast<uLong>(raw.size())) + roomForFlush);
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<std::byte*>(raw.data()));
-  stream.avail_in = static_cast<uInt>(raw.size());
-  stream.next_out = reinterpret_cast<Bytef*>(packed.data());
-  stream.avail_out = static_cast<uInt>(packed.size());
-  deflate(&stream, Z_FULL_FLUSH);
-  packed.resize(packed.size() - stream.avail_out);
-}
-
 const Bytef* bytesOf(std::span<const std::byte> bytes) {
   return reinterpret_cast<const Bytef*>(bytes.data());
 }
 
+bool isOfZeros(std::span<const std::byte> bytes) {
+  // Equal to itself one byte further on: as fast as memory is compared.
+  return bytes[0] == std::byte{0} && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0;
+}
+
 }  // namespace
+
+/// The block as a part of a stream that ends on a whole byte and refers to nothing before it.
+void GzipWriter::pack(std::span<const std::byte> raw, Packed& packed) {
+  constexpr std::size_t roomForFlush = 16;
+  Deflater deflater;
+  z_stream& stream = deflater.stream;
+  packed.bytes.resize(deflateBound(&stream, static_cast<uLong>(raw.size())) + roomForFlush);
+  stream.next_in = const_cast<Bytef*>(bytesOf(raw));
+  stream.avail_in = static_cast<uInt>(raw.size());
+  stream.next_out = reinterpret_cast<Bytef*>(packed.bytes.data());
+  stream.avail_out = static_cast<uInt>(packed.bytes.size());
+  deflate(&stream, Z_FULL_FLUSH);
+  packed.bytes.resize(packed.bytes.size() - stream.avail_out);
+  packed.checksum =
+      static_cast<std::uint32_t>(crc32(crc32(0, nullptr, 0), bytesOf(raw), static_cast<uInt>(raw.size())));
+}
 
 GzipWriter::GzipWriter(hxvoxora::OutputFile& file)
     : file_(file), checksum_(static_cast<std::uint32_t>(crc32(0, nullptr, 0))) {
   // Without name and time, so that equal bytes give equal files; 255: made on no system in particular.
   constexpr std::array<unsigned char, 10> header = {0x1F, 0x8B, 8, 0, 0, 0, 0, 0, 0, 255};
   file_.append(std::as_bytes(std::span(header)));
+  pack(std::vector<std::byte>(blockBytes), zeros_);
 }
 
 void GzipWriter::append(std::span<const std::byte> bytes) {
@@ -58,15 +67,15 @@ void GzipWriter::append(std::span<const std::byte> bytes) {
     return bytes.subspan(i * blockBytes, std::min(blockBytes, bytes.size() - i * blockBytes));
   };
   if (packed_.size() < blocks) packed_.resize(blocks);
-  std::vector<uLong> checksums(blocks);
   tbb::parallel_for(std::size_t{0}, blocks, [&](std::size_t i) {
-    pack(block(i), packed_[i]);
-    checksums[i] = crc32(crc32(0, nullptr, 0), bytesOf(block(i)), static_cast<uInt>(block(i).size()));
+    packed_[i].isOfZeros = block(i).size() == blockBytes && isOfZeros(block(i));
+    if (!packed_[i].isOfZeros) pack(block(i), packed_[i]);
   });
   for (std::size_t i = 0; i < blocks; ++i) {
-    file_.append(packed_[i]);
+    const Packed& packed = packed_[i].isOfZeros ? zeros_ : packed_[i];
+    file_.append(packed.bytes);
     checksum_ =
-        static_cast<std::uint32_t>(crc32_combine(checksum_, checksums[i], static_cast<z_off_t>(block(i).size())));
+        static_cast<std::uint32_t>(crc32_combine(checksum_, packed.checksum, static_cast<z_off_t>(block(i).size())));
   }
   count_ += bytes.size();
 }

@@ -24,10 +24,19 @@ public:
   void finish();
 
 private:
+  struct Packed {
+    std::vector<std::byte> bytes;  ///< room that is used again
+    std::uint32_t checksum = 0;    ///< of the bytes that were packed
+    bool isOfZeros = false;        ///< it is that of zeros_, and the room is not used
+  };
+
+  static void pack(std::span<const std::byte> raw, Packed& packed);
+
   hxvoxora::OutputFile& file_;
   std::uint32_t checksum_;
   std::uint64_t count_ = 0;
-  std::vector<std::vector<std::byte>> packed_;  ///< room that is used again
+  std::vector<Packed> packed_;
+  Packed zeros_;  ///< a whole block of zeros: most of a volume with few voxels in it
 };
 
 }  // namespace roitools

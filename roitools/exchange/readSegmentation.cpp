@@ -91,6 +91,9 @@ public:
       refuse(file_, "holds no segments" + std::string(options_.values.empty() ? "" : " of these values"));
     setOf(namedMasks()).insertInto(*read.rois);
     tellUnnamed();
+    if (image_.header().elementCount() == 1)
+      HxMessage::printf("%s: describes segments, but has no image of them: its grid is one voxel",
+                        McException::excerpt(file_.toStdString()).c_str());
     if (!leftOut_.isEmpty())
       read.leftOut = QStringLiteral("%1: a set holds at most %2 masks. Segments left out: %3")
                          .arg(QString::fromStdString(McException::excerpt(file_.toStdString())))

@@ -57,6 +57,29 @@ TEST_F(AtlasExchange, SegmentationComesBackVoxelByVoxel) {
   EXPECT_EQ(back->portData.source(), rois_->portData.source()) << "the atlas lies where the segmentation does";
 }
 
+TEST_F(AtlasExchange, ImagesOfMasksComeBack) {
+  const McHandle<HxRois> few(new HxRois);
+  for (const char* name : {"Precentral_R", "Undescribed-label-6"}) few->addRoi(rois_->removeRoi(name));
+  auto* const group = new Group("Frontal", McColor(0.5F, 0, 0), nullptr);
+  few->addRoi(group);
+  group->addMask(McHandle<Mask>(dynamic_cast<Mask*>(rois_->removeRoi("Frontal_Mid_L").get())));
+  few->addRoi(makeMask("nothing", few->dimensions(), McColor(1, 1, 0)));
+  ASSERT_TRUE(few->portData.connect(rois_->portData.source()));
+  for (const auto& [format, suffix] : {std::pair("NIfTI masks", ".nii.gz"), {"NRRD masks", ".nrrd"}}) {
+    const McHandle<HxUniformLabelField3> field(new HxUniformLabelField3);
+    const auto savers = HxFileTypes::instance().saversFor(*field);
+    if (std::ranges::none_of(savers, [&](const HxSaverEntry& saver) { return saver.suffix == suffix; }))
+      GTEST_SKIP() << "nothing writes " << suffix << " files";
+    const QString name = QString(suffix).remove('.');
+    HxFileTypes::instance().save(few, format, path(name) + "/");
+    EXPECT_TRUE(QFile::exists(path(name + "/Precentral_R" + suffix)));
+    const HxRois* const back = loadSet(path(name + "/" + name + ".masks.csv"));
+    ASSERT_TRUE(back);
+    expectEqual(*back, *few);
+    EXPECT_EQ(back->portData.source(), few->portData.source()) << "the images lie where the atlas does";
+  }
+}
+
 TEST_F(AtlasExchange, LabelsNameEveryPairThatOverlaps) {
   const McHandle<HxRoisToLabels> module(new HxRoisToLabels);
   ASSERT_TRUE(module->dataConnection.connect(rois_));

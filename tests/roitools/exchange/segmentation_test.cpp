@@ -311,6 +311,12 @@ TEST_F(Segmentation, MakesSegmentsOfAllLabelsWithoutAnyKeys) {
   EXPECT_THAT(countsOf(*loadSet(path("peer.seg.nrrd"), options)), ElementsAre("Segment_7 2"));
 }
 
+TEST_F(Segmentation, TellsOfAFileWithoutImage) {
+  EXPECT_THAT(countsOf(*loadSet(peerFile(lines("uint8", "1 1 1", "Segment0_Name:=a\n"), std::string(1, '\0')))),
+              ElementsAre("a 0"));
+  EXPECT_THAT(messages_.consoleText(), HasSubstr("has no image of them"));
+}
+
 TEST_F(Segmentation, BringsEverySpaceToOurs) {
   for (const auto& [space, x, y] : {std::tuple("right-anterior-superior", -1, -1),
                                     {"RAS", -1, -1},
