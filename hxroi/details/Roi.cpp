@@ -98,6 +98,8 @@ void Roi::commonInit(const std::string& name) {
 int Roi::parse(Tcl_Interp* interp, int argc, char** argv) {
   const char* word = argc > 1 ? argv[1] : "";
   if (!cmdCheck(QString::fromUtf8(word), "parameters", "...")) return cmdUsage(interp, argc, argv);
+  // Help lists what the parameters know, not the ROI.
+  getCmdInfo().clear();
   const HxParamBundle before = m_parameters;
   const int result = m_parameters.parse(interp, argc - 1, argv + 1);
   if (!isSame(before, m_parameters)) touch(64);

@@ -5,12 +5,14 @@
 // readline's headers need FILE to be known.
 #include <QDir>
 #include <QFile>
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <readline/history.h>
 #include <readline/readline.h>
 #include <vector>
 
+#include "quarn/kernel/script/HxCompletion.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 
 namespace quarn::app {
@@ -65,13 +67,29 @@ char* nextCandidate(const char*, int state) {
   return next < candidates.size() ? strdup(candidates[next++].constData()) : nullptr;
 }
 
-/// The first word of a command is completed from the commands, any other from the file names.
+/// The words of the command that is being typed, as far as they are finished.
+QStringList wordsBefore(int start) {
+  QByteArray before = QByteArray(rl_line_buffer).left(start);
+  const auto begin = std::max({before.lastIndexOf('['), before.lastIndexOf(';'), before.lastIndexOf('{')});
+  before.remove(0, begin + 1);
+  return QString::fromUtf8(before).simplified().remove('"').split(' ', Qt::SkipEmptyParts);
+}
+
+std::vector<QByteArray> candidatesAfter(const QStringList& words, const QByteArray& prefix) {
+  if (words.isEmpty()) return commandsWith(prefix);
+  std::vector<QByteArray> names;
+  for (const QString& word : HxCompletion::wordsAfter(words)) {
+    const QByteArray name = word.toUtf8();
+    if (name.startsWith(prefix)) names.push_back(name);
+  }
+  return names;
+}
+
+/// Where no word is known the names of files are taken.
 char** complete(const char* text, int start, int) {
-  const QByteArray before = QByteArray(rl_line_buffer).left(start).trimmed();
-  const bool beginsCommand = before.isEmpty() || before.endsWith('[') || before.endsWith(';');
-  if (!beginsCommand) return nullptr;
-  rl_attempted_completion_over = 1;
-  candidates = commandsWith(text);
+  const QStringList words = wordsBefore(start);
+  candidates = candidatesAfter(words, text);
+  if (!candidates.empty() || words.isEmpty()) rl_attempted_completion_over = 1;
   return rl_completion_matches(text, nextCandidate);
 }
 

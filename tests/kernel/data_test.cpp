@@ -55,7 +55,7 @@ protected:
 
 TEST_F(Data, AnswersItsCommands) {
   EXPECT_EQ(evaluate("d getLabel"), "d");
-  EXPECT_EQ(evaluate("d setLabel {My data}; d getLabel"), "{My data}");
+  EXPECT_EQ(evaluate("d setLabel {My data}; d getLabel"), "My data");
   EXPECT_EQ(evaluate("d setLabel; d getLabel"), "d");
   EXPECT_EQ(evaluate("d getClass"), "HxData");
   EXPECT_EQ(evaluate("d ports"), "master input");

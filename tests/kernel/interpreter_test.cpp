@@ -233,7 +233,24 @@ TEST(Interpreter, ErrorOfAFileHasFileAndLine) {
   ASSERT_TRUE(error);
   EXPECT_EQ(script, error->file);
   EXPECT_EQ(3, error->line);
-  EXPECT_EQ(script + ":3: invalid command name \"nonsense\"", error->toText());
+  EXPECT_EQ(script + ":3: invalid command name \"nonsense\"\n    in nonsense", error->toText());
+}
+
+TEST(Interpreter, ErrorInsideABlockHasItsOwnLine) {
+  const TemporaryFolder folder;
+  const QString script = folder.write("a.tcl",
+                                      "set x 1\nforeach a {1 2} {\n  set y 1\n  if {$y} {\n    while 1 {\n"
+                                      "      nonsense $a word\n    }\n  }\n}\n");
+  const std::optional<HxScriptError> error = interpreter().evaluateFile(script);
+  ASSERT_TRUE(error);
+  EXPECT_EQ(6, error->line) << error->toText().toStdString();
+  EXPECT_EQ("nonsense $a word", error->command);
+}
+
+TEST(Interpreter, CommandsOfManyLinesAreCut) {
+  const std::optional<HxScriptError> error = interpreter().evaluate("nonsense {a\n b}");
+  ASSERT_TRUE(error);
+  EXPECT_EQ("nonsense {a ...", error->command);
 }
 
 TEST(Interpreter, ErrorOfASourcedFileHasTheInnerPlace) {

@@ -81,6 +81,7 @@ void HxProgress::stop() {
 
 void HxProgress::setStepCount(int count) {
   const std::lock_guard lock(mutex_);
+  if (running_ == 0 && sequences_.empty()) text_.clear();
   sequences_.push_back({std::max(count, 1), 0});
   showLocked(nullptr, 0.0f);
 }

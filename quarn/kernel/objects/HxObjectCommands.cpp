@@ -4,6 +4,7 @@
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/ports/HxConnection.h"
 #include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/detail/TclText.h"
 
 namespace {
 
@@ -52,7 +53,7 @@ int HxObject::parse(Tcl_Interp* interp, int argc, char** argv) {
     return form == HX_CMD_GO_ON ? command() : form;
   };
   const auto answer = [&](const QString& text) {
-    Tcl_VaAppendElement(interp, "%s", qUtf8Printable(text));
+    Tcl_SetObjResult(interp, quarn::detail::newTclText(text));
     return TCL_OK;
   };
   const auto evaluate = [&] {

@@ -56,7 +56,7 @@ int HxPort::parse(Tcl_Interp* interp, int argc, char** argv) {
   }
   if (is("touch")) return run([&] { touch(); });
   if (is("send")) return run([&] { send(); });
-  if (is("getLabel")) return run([&] { Tcl_VaAppendElement(interp, "%s", qUtf8Printable(label_)); });
+  if (is("getLabel")) return run([&] { Tcl_SetObjResult(interp, quarn::detail::newTclText(label_)); });
   if (is("show")) return run([&] { show(); });
   if (is("hide")) return run([&] { hide(); });
   if (is("isVisible")) return run([&] { Tcl_VaAppendElement(interp, "%d", visible_ ? 1 : 0); });

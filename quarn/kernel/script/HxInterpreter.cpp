@@ -128,6 +128,7 @@ HxScriptError failureOf(const QString& fileName, const char* what) {
 
 QString HxScriptError::toText() const {
   QString text = message;
+  if (!command.isEmpty()) text += QStringLiteral("\n    in ") + command;
   for (const QString& procedure : procedures) text += QStringLiteral("\n    in procedure ") + procedure;
   if (file.isEmpty()) return text;
   const QString place = line > 0 ? file + QLatin1Char(':') + QString::number(line) : file;
@@ -246,7 +247,10 @@ std::optional<HxScriptError> HxInterpreter::run(const QString& fileName, Tcl_Obj
   HxScriptError error = describeError(code, fileName);
   error.exitStatus = exitStatus;
   if (pendingWish) error.interrupted = true;
-  if (error.interrupted) error.message = QStringLiteral("interrupted");
+  if (error.interrupted) {
+    error.message = QStringLiteral("interrupted");
+    error.command.clear();
+  }
   return error;
 }
 
@@ -262,6 +266,7 @@ HxScriptError HxInterpreter::describeError(int code, const QString& fileName) co
   const QString trace = optionOf(interp_, options, "-errorinfo");
   const quarn::detail::ScriptLocation place = quarn::detail::innermostLocation(trace, error.message, fileName);
   error.procedures = quarn::detail::procedures(trace, error.message);
+  if (!error.interrupted) error.command = quarn::detail::failedCommand(trace, error.message);
   error.file = place.file;
   error.line = place.line > 0 ? place.line : optionOf(interp_, options, "-errorline").toInt();
   Tcl_DecrRefCount(options);

@@ -15,6 +15,7 @@ using HxObjectCommand = std::function<int(Tcl_Interp* interp, int argc, char** a
 /// Why a script failed.
 struct QUARN_KERNEL_API HxScriptError {
   QString message;
+  QString command;                ///< the words that failed, as far as they are known; cut when they are long
   QString file;                   ///< empty for a text that does not come from a file
   int line = 0;                   ///< 1 for the first line; 0 when not known
   QStringList procedures;         ///< "NAME, line N" for each procedure it failed in, the innermost first
@@ -22,7 +23,8 @@ struct QUARN_KERNEL_API HxScriptError {
   bool interrupted = false;       ///< the user asked to stop
   std::optional<int> exitStatus;  ///< not an error: the script called `exit`
 
-  /// "file:line: message", as far as file and line are known, and a line for each procedure.
+  /// "file:line: message", as far as file and line are known, a line with the words that failed and one for each
+  /// procedure.
   QString toText() const;
 };
 

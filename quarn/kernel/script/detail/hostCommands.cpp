@@ -86,11 +86,7 @@ void objects(HxCommandCall& call) {
 }
 
 void classes(HxCommandCall& call) {
-  QStringList names;
-  for (const McType& type : McType::types())
-    if (type.isDerivedFrom(HxObject::getClassTypeId()) && type.canCreateInstance())
-      names.append(QString::fromStdString(type.getName()));
-  call.setResult(matching(call, names));
+  call.setResult(matching(call, creatableClasses()));
 }
 
 /// Nothing is removed while something unsaved would go, unless `-force` is given.
@@ -226,6 +222,14 @@ std::vector<HxCommandRow> hostCommands() {
       row("help", "?COMMAND?", 0, 1, "Shows the commands, or one of them.", help),
       row("exit", "?STATUS?", 0, 1, "Ends the program with a status from 0 to 255, 0 unless given.", exit),
   };
+}
+
+QStringList creatableClasses() {
+  QStringList names;
+  for (const McType& type : McType::types())
+    if (type.isDerivedFrom(HxObject::getClassTypeId()) && type.canCreateInstance())
+      names.append(QString::fromStdString(type.getName()));
+  return names;
 }
 
 }  // namespace quarn::detail
