@@ -83,6 +83,17 @@ TEST_F(ByteStreamTest, TakesBytesForWhatTheCallerSays) {
   EXPECT_THAT(textOfException([&] { rest(gzip, 1000); }), HasSubstr(file.toStdString() + ": is damaged: "));
 }
 
+TEST_F(ByteStreamTest, UnpacksZlibBytesWhenAsked) {
+  // What python3's zlib.compress makes of b"zlib".
+  const QByteArray whole = QByteArray::fromHex("789cabcac94c0200046401b2");
+  ByteStream zlib(write(whole), 0, ByteStream::Form::zlib);
+  EXPECT_EQ(rest(zlib, 3), "zlib");
+  ByteStream gzip(write(gzipped(bytes)), 0, ByteStream::Form::zlib);
+  EXPECT_EQ(rest(gzip, 1000), bytes);
+  ByteStream cut(write(whole.chopped(1)), 0, ByteStream::Form::zlib);
+  EXPECT_THAT(textOfException([&] { rest(cut, 7); }), HasSubstr(": is cut"));
+}
+
 TEST_F(ByteStreamTest, FindsGzipBytesThatAreCutAnywhere) {
   const QByteArray packed = gzipped("some bytes that are short");
   for (qsizetype length = 0; length < packed.size(); ++length) {

@@ -1,3 +1,4 @@
+#include <QDir>
 #include <gmock/gmock.h>
 
 #include "quarn/kernel/app/HxMessage.h"
@@ -194,6 +195,41 @@ TEST_F(FileTypes, SaversAreThoseOfTheClassAndItsParents) {
   EXPECT_THROW(types().registerSaver("HxData", "Anything", ".b", {}), McException);
   types().unregisterSaver("HxData", "Anything");
   types().unregisterSaver("HxColormap", "Colors");
+}
+
+TEST_F(FileTypes, NameOfAParameterFileMeansTheOnlySaverOfThese) {
+  std::string saved;
+  const auto save = [&](HxData*, const char* file) {
+    saved = file;
+    return 1;
+  };
+  types().registerSaver("HxData", "Parameters", ".thing.qm", save);
+  types().registerSaver("HxData", "Image", ".img", save);
+  const McHandle<HxData> table = newTable();
+  types().save(table, "", "x.qm");
+  EXPECT_EQ("x.qm", saved);
+  types().registerSaver("HxData", "More", ".more.qm", save);
+  EXPECT_THAT(textOfException([&] { types().save(table, "", "x.qm"); }), HasSubstr("no format fits the file name"));
+  for (const char* format : {"Parameters", "Image", "More"}) types().unregisterSaver("HxData", format);
+}
+
+TEST_F(FileTypes, FoldersHaveOneReader) {
+  const QString path = folder.file("series.foo");
+  ASSERT_TRUE(QDir().mkdir(path));
+  EXPECT_THAT(textOfException([&] { types().load(path); }), HasSubstr("series.foo: is a directory"));
+  const Reader image("Image", {".foo"}, "image");
+  QString loaded;
+  const auto read = [&](const QString& file, const HxLoadOptions& options) {
+    loaded = file;
+    HxData::registerData(newTable(), options.name.isEmpty() ? QStringLiteral("series") : options.name);
+    return 1;
+  };
+  types().registerFolderReader("Series", read);
+  EXPECT_EQ(QStringList("series"), types().load(path)) << "a folder is no file, whatever its name ends in";
+  EXPECT_EQ(path, loaded);
+  EXPECT_THROW(types().registerFolderReader("Others", read), McException);
+  types().unregisterReader("Series");
+  EXPECT_THAT(textOfException([&] { types().load(path); }), HasSubstr("series.foo: is a directory"));
 }
 
 TEST_F(FileTypes, FailingSaverIsReported) {

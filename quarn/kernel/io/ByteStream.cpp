@@ -25,9 +25,10 @@ constexpr bool isGzipMagic(const std::byte* bytes) {
 }  // namespace
 
 struct ByteStream::Inflater {
-  Inflater() {
+  explicit Inflater(Form form) {
     constexpr int gzipOnly = 16 + MAX_WBITS;
-    if (inflateInit2(&stream, gzipOnly) != Z_OK) throw std::bad_alloc();
+    constexpr int gzipOrZlib = 32 + MAX_WBITS;
+    if (inflateInit2(&stream, form == Form::zlib ? gzipOrZlib : gzipOnly) != Z_OK) throw std::bad_alloc();
   }
   ~Inflater() { inflateEnd(&stream); }
   Inflater(const Inflater&) = delete;
@@ -47,7 +48,8 @@ ByteStream::ByteStream(const QString& file, std::uint64_t offset, Form form) : f
   if (!info.isFile()) refuse(QStringLiteral("is not a regular file"));
   using hxvoxora::FileSystem;
   input_ = FileSystem::current().openForReading(QFile::encodeName(file).toStdString(), FileSystem::Links::follow);
-  if (form == Form::gzip || (form == Form::found && beginsAsGzip())) inflater_ = std::make_unique<Inflater>();
+  const bool isPacked = form == Form::found ? beginsAsGzip() : form != Form::plain;
+  if (isPacked) inflater_ = std::make_unique<Inflater>(form);
 }
 
 ByteStream::~ByteStream() = default;

@@ -14,8 +14,8 @@ namespace quarn {
 /// The bytes of a file from some place to its end, decompressed when they are gzip data. One thread.
 class QUARN_KERNEL_API ByteStream {
 public:
-  /// How the bytes are stored: `found` takes them for gzip data when they begin as such.
-  enum class Form { found, plain, gzip };
+  /// How the bytes are stored: `found` takes them for gzip data when they begin as such, `zlib` for gzip or zlib data.
+  enum class Form { found, plain, gzip, zlib };
 
   /// Reads `file` from byte `offset` on; a link is followed.
   ///
@@ -35,7 +35,7 @@ public:
   /// Goes on by `count` bytes, or to the end of the file. Throws as read().
   void skip(std::int64_t count);
 
-  /// Whether the bytes are stored as gzip data.
+  /// Whether the bytes are stored as gzip or zlib data.
   bool isCompressed() const { return inflater_ != nullptr; }
 
 private:

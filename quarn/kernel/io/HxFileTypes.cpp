@@ -68,6 +68,16 @@ private:
   std::vector<HxObject*> objects_;
 };
 
+/// The saver that a name without one of their suffixes leaves no choice about: the only one there is, or the only one
+/// of parameter files for the name of such a file. Null when there are more.
+const HxSaverEntry* onlySaverFor(const QString& file, const std::vector<HxSaverEntry>& savers) {
+  const auto isMeant = [&](const HxSaverEntry& saver) {
+    return savers.size() == 1 || (endsIn(file, parameterFileSuffix) && endsIn(saver.suffix, parameterFileSuffix));
+  };
+  if (std::ranges::count_if(savers, isMeant) != 1) return nullptr;
+  return &*std::ranges::find_if(savers, isMeant);
+}
+
 }  // namespace
 
 HxFileTypes& HxFileTypes::instance() {
@@ -78,6 +88,11 @@ HxFileTypes& HxFileTypes::instance() {
 void HxFileTypes::registerReader(const QString& label, const QStringList& suffixes, HxFileReader reader) {
   requireFreeSuffixes(label, suffixes);
   readers_.push_back({label, suffixes, std::move(reader), nullptr});
+}
+
+void HxFileTypes::registerFolderReader(const QString& label, HxFileReader reader) {
+  if (folderReader_.read) throw McException("file type \"" + excerpt(label) + "\": folders have a reader already");
+  folderReader_ = {label, {}, std::move(reader), nullptr};
 }
 
 void HxFileTypes::registerNetworkLoader(const QString& label, const QString& suffix, HxNetworkLoader loader) {
@@ -93,6 +108,7 @@ void HxFileTypes::requireFreeSuffixes(const QString& label, const QStringList& s
 
 void HxFileTypes::unregisterReader(const QString& label) {
   std::erase_if(readers_, [&](const ReaderEntry& entry) { return entry.label == label; });
+  if (folderReader_.label == label) folderReader_ = {};
 }
 
 void HxFileTypes::registerQuarnMeshReader(const QString& contentType, const QString& suffix, HxQuarnMeshReader reader,
@@ -120,14 +136,15 @@ void HxFileTypes::unregisterSaver(const QString& className, const QString& forma
 }
 
 QStringList HxFileTypes::load(const QString& file, const HxLoadOptions& options) {
-  HxFileHelpers::requireReadable(file);
-  if (const ReaderEntry* entry = findReader(file); entry && entry->loadNetwork) {
+  const bool isFolder = folderReader_.read && QFileInfo(file).isDir();
+  if (!isFolder) HxFileHelpers::requireReadable(file);
+  if (const ReaderEntry* entry = findReader(file); !isFolder && entry && entry->loadNetwork) {
     if (!options.name.isEmpty() || !options.toWords().isEmpty())
       throw McException(excerpt(file) + ": a network takes no options");
     return HxNetworkLoader(entry->loadNetwork)(file);
   }
   const QString unique = HxObjectPool::instance().uniqueName(options.name);
-  const HxFileReader read = readerFor(file);
+  const HxFileReader read = isFolder ? folderReader_.read : readerFor(file);
   const HxMessage::Mark before = HxMessage::mark();
   ArrivalRecorder arrivals;
   try {
@@ -259,7 +276,7 @@ HxSaverEntry HxFileTypes::chooseSaver(const HxData& data, const QString& format,
       return saver;
     formats.append(saver.format);
   }
-  if (format.isEmpty() && savers.size() == 1) return savers.front();
+  if (const HxSaverEntry* only = format.isEmpty() ? onlySaverFor(file, savers) : nullptr) return *only;
   const std::string known = formats.isEmpty() ? "none" : formats.join(QStringLiteral(", ")).toStdString();
   const std::string wanted = format.isEmpty() ? "no format fits the file name " + excerpt(file)
                                               : "there is no format \"" + excerpt(format) + "\"";

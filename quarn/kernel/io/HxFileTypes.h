@@ -43,7 +43,9 @@ public:
   /// Registers a reader for files whose names end in one of `suffixes` (each with its dot, case does not matter). The
   /// longest suffix that fits a name decides. Throws McException when a suffix is taken.
   void registerReader(const QString& label, const QStringList& suffixes, HxFileReader reader);
-  /// The same for files that are loaded by commands.
+  /// Registers the reader of folders whose files belong together. Throws McException when there is one already.
+  void registerFolderReader(const QString& label, HxFileReader reader);
+  /// The same as registerReader() for files that are loaded by commands.
   void registerNetworkLoader(const QString& label, const QString& suffix, HxNetworkLoader loader);
   void unregisterReader(const QString& label);
 
@@ -59,9 +61,10 @@ public:
   void registerSaver(const QString& className, const QString& format, const QString& suffix, HxFileSaver saver);
   void unregisterSaver(const QString& className, const QString& format);
 
-  /// Loads a file by its reader: names of the objects that it registered, in that order. Throws McException naming the
-  /// file when it is missing, a directory, of unknown type, or when its reader fails; what a failing reader had
-  /// registered is taken out of the pool again. A single object that can be loaded again notes the options.
+  /// Loads a file by its reader, or a folder when there is a reader of folders: names of the objects that it
+  /// registered, in that order. Throws McException naming the file when it is missing, a directory, of unknown type, or
+  /// when its reader fails; what a failing reader had registered is taken out of the pool again. A single object that
+  /// can be loaded again notes the options.
   QStringList load(const QString& file, const HxLoadOptions& options = {});
 
   /// Checks a parameter file and what it names without loading it. A file that cannot be read, or that nobody can
@@ -74,8 +77,8 @@ public:
   /// The ways to save an object, those of its own class before its parents'.
   std::vector<HxSaverEntry> saversFor(const HxData& data) const;
   /// Saves an object in a format (case does not matter); an empty format means the first whose suffix the file name
-  /// ends in, else the only one. Throws McException naming object, format and file when there is no such format or the
-  /// saver fails.
+  /// ends in, else the only one, or for a name in ".qm" the only one of parameter files. Throws McException naming
+  /// object, format and file when there is no such format or the saver fails.
   void save(HxData* data, const QString& format, const QString& file);
 
 private:
@@ -102,6 +105,7 @@ private:
   HxSaverEntry chooseSaver(const HxData& data, const QString& format, const QString& file) const;
 
   std::vector<ReaderEntry> readers_;
+  ReaderEntry folderReader_;  ///< empty for none
   std::vector<MeshEntry> meshReaders_;
   std::vector<HxSaverEntry> savers_;
 };
