@@ -2,30 +2,50 @@
 
 #include <QFileInfo>
 #include <QStringList>
+#include <initializer_list>
 
 #include "quarn/formats/labelTables.h"
+#include "quarn/formats/readDicom.h"
+#include "quarn/formats/readMetaImage.h"
 #include "quarn/formats/readNifti.h"
+#include "quarn/formats/readNrrd.h"
+#include "quarn/formats/readTiff.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 
 namespace quarn::formats {
 
 namespace {
 
-int loadNifti(const QString& file, const HxLoadOptions& options) {
-  const McHandle<HxUniformScalarField3> field = readNifti(file, options);
-  field->setLoadCmd(QFileInfo(file).absoluteFilePath());
-  field->setModified(0);
-  HxData::registerData(field, options.name.isEmpty() ? QFileInfo(file).fileName() : options.name);
-  return 1;
+using FieldReader = McHandle<HxUniformScalarField3> (*)(const QString& file, const HxLoadOptions& options);
+
+/// A reader that registers the field under the name of the file or folder.
+HxFileReader loaderWith(FieldReader read) {
+  return [read](const QString& file, const HxLoadOptions& options) {
+    const McHandle<HxUniformScalarField3> field = read(file, options);
+    const QString path = QFileInfo(file).absoluteFilePath();
+    field->setLoadCmd(path);
+    field->setModified(0);
+    HxData::registerData(field, options.name.isEmpty() ? QFileInfo(path).fileName() : options.name);
+    return 1;
+  };
+}
+
+void registerReader(const char* label, std::initializer_list<const char*> suffixes, FieldReader read) {
+  QStringList list;
+  for (const char* suffix : suffixes) list.append(QLatin1String(suffix));
+  HxFileTypes::instance().registerReader(QLatin1String(label), list, loaderWith(read));
 }
 
 }  // namespace
 
 void registerFormats() {
   static const bool isRegistered = [] {
-    const QStringList suffixes = {QStringLiteral(".nii"),    QStringLiteral(".nii.gz"), QStringLiteral(".hdr"),
-                                  QStringLiteral(".hdr.gz"), QStringLiteral(".img"),    QStringLiteral(".img.gz")};
-    HxFileTypes::instance().registerReader(QStringLiteral("NIfTI"), suffixes, loadNifti);
+    registerReader("NIfTI", {".nii", ".nii.gz", ".hdr", ".hdr.gz", ".img", ".img.gz"}, readNifti);
+    registerReader("NRRD", {".nrrd", ".nhdr"}, readNrrd);
+    registerReader("MetaImage", {".mha", ".mhd"}, readMetaImage);
+    registerReader("TIFF", {".tif", ".tiff"}, readTiff);
+    registerReader("DICOM slice", {".dcm"}, readDicomFile);
+    HxFileTypes::instance().registerFolderReader(QStringLiteral("DICOM series"), loaderWith(readDicomFolder));
     registerLabelTables();
     return true;
   }();

@@ -133,6 +133,15 @@ TEST(NiftiScalar, KeepsNanAndInfinity) {
   EXPECT_EQ(field->value(0, 1, 0), 1.0);
 }
 
+TEST(NiftiScalar, ReadsTheVoxelsOfTheFileThatIsNamed) {
+  const TestFolder folder;
+  const std::vector<std::uint8_t> plain(voxelCount, 1), packed(voxelCount, 2);
+  const QString file = folder.write(QStringLiteral("image.nii"), image(NiftiBytes::UInt8, plain).file());
+  const QString other = folder.write(QStringLiteral("image.nii.gz"), gzipped(image(NiftiBytes::UInt8, packed).file()));
+  EXPECT_THAT(valuesOf<std::uint8_t>(*readNifti(file, {})), ElementsAreArray(plain));
+  EXPECT_THAT(valuesOf<std::uint8_t>(*readNifti(other, {})), ElementsAreArray(packed));
+}
+
 TEST(NiftiScalar, ReadsTheOtherByteOrder) {
   const TestFolder folder;
   const std::vector<std::int16_t> voxels = sampleVoxels<std::int16_t>();

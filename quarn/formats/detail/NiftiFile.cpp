@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <vector>
 
-#include "quarn/kernel/io/ByteStream.h"
 #include "quarn/formats/detail/fault.h"
+#include "quarn/kernel/io/ByteStream.h"
 
 namespace quarn::formats::detail {
 

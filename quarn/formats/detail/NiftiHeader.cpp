@@ -1,6 +1,9 @@
 #include "quarn/formats/detail/NiftiHeader.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
+#include <optional>
 #include <string_view>
 
 #include "quarn/formats/detail/NiftiFields.h"
@@ -18,22 +21,34 @@ constexpr std::size_t intentOffset = 68;
 constexpr std::size_t typeOffset = 70;
 constexpr std::size_t bitsOffset = 72;
 constexpr std::size_t dataOffsetOffset = 108;
+constexpr std::size_t slopeOffset = 112;
+constexpr std::size_t interceptOffset = 116;
 constexpr std::size_t magicOffset = 344;
 
 struct VoxelType {
   std::int16_t code;
-  std::int16_t bytes;  ///< 0: the type is refused
-  bool isFloatingPoint;
+  std::optional<VoxelKind> kind;  ///< none: the type is refused
   const char* name;
 };
 
 constexpr VoxelType voxelTypes[] = {
-    {2, 1, false, "unsigned 8-bit"},     {4, 2, false, "signed 16-bit"},     {8, 4, false, "signed 32-bit"},
-    {16, 4, true, "32-bit float"},       {64, 8, true, "64-bit float"},      {256, 1, false, "signed 8-bit"},
-    {512, 2, false, "unsigned 16-bit"},  {768, 4, false, "unsigned 32-bit"}, {1024, 8, false, "signed 64-bit"},
-    {1280, 8, false, "unsigned 64-bit"}, {1, 0, false, "single bits"},       {32, 0, true, "complex numbers"},
-    {128, 0, false, "RGB colours"},      {1536, 0, true, "128-bit floats"},  {1792, 0, true, "complex numbers"},
-    {2048, 0, true, "complex numbers"},  {2304, 0, false, "RGBA colours"},
+    {2, VoxelKind::UInt8, "unsigned 8-bit"},
+    {4, VoxelKind::Int16, "signed 16-bit"},
+    {8, VoxelKind::Int32, "signed 32-bit"},
+    {16, VoxelKind::Float, "32-bit float"},
+    {64, VoxelKind::Double, "64-bit float"},
+    {256, VoxelKind::Int8, "signed 8-bit"},
+    {512, VoxelKind::UInt16, "unsigned 16-bit"},
+    {768, VoxelKind::UInt32, "unsigned 32-bit"},
+    {1024, VoxelKind::Int64, "signed 64-bit"},
+    {1280, VoxelKind::UInt64, "unsigned 64-bit"},
+    {1, std::nullopt, "single bits"},
+    {32, std::nullopt, "complex numbers"},
+    {128, std::nullopt, "RGB colours"},
+    {1536, std::nullopt, "128-bit floats"},
+    {1792, std::nullopt, "complex numbers"},
+    {2048, std::nullopt, "complex numbers"},
+    {2304, std::nullopt, "RGBA colours"},
 };
 
 void checkFormat(const NiftiFields& fields, const QString& file) {
@@ -68,7 +83,7 @@ std::array<std::int64_t, 3> parseDimensions(const NiftiFields& fields, const QSt
   return {dim[1], dim[2], dim[3]};
 }
 
-const VoxelType& parseVoxelType(const NiftiFields& fields, const QString& file) {
+VoxelKind parseKind(const NiftiFields& fields, const QString& file) {
   const std::int16_t code = fields.get<std::int16_t>(typeOffset);
   const auto* type = std::find_if(std::begin(voxelTypes), std::end(voxelTypes),
                                   [code](const VoxelType& candidate) { return candidate.code == code; });
@@ -76,14 +91,25 @@ const VoxelType& parseVoxelType(const NiftiFields& fields, const QString& file) 
     refuse(file, QStringLiteral("header field datatype is %1, which is no known type").arg(code));
   }
   const QString name = QLatin1String(type->name);
-  if (type->bytes == 0) refuse(file, QStringLiteral("holds %1; plain numbers are needed").arg(name));
+  if (!type->kind) refuse(file, QStringLiteral("holds %1; plain numbers are needed").arg(name));
   const std::int16_t bits = fields.get<std::int16_t>(bitsOffset);
-  if (bits != 8 * type->bytes) {
+  if (bits != static_cast<int>(8 * bytesOf(*type->kind))) {
     refuse(
         file,
         QStringLiteral("header field bitpix is %1, which does not fit the type (%2)").arg(QString::number(bits), name));
   }
-  return *type;
+  return *type->kind;
+}
+
+/// A slope of 0, or one that is no number, means that voxels are not scaled.
+void parseScale(const NiftiFields& fields, NiftiHeader& header) {
+  constexpr double smallest = std::numeric_limits<double>::epsilon();
+  const double slope = fields.get<float>(slopeOffset);
+  const double intercept = fields.get<float>(interceptOffset);
+  if (!(std::abs(slope) > smallest)) return;
+  if (!(std::abs(slope - 1.0) > smallest || std::abs(intercept) > smallest)) return;
+  header.slope = slope;
+  header.intercept = intercept;
 }
 
 std::int64_t parseDataOffset(const NiftiFields& fields, bool hasOwnDataFile, const QString& file) {
@@ -103,9 +129,8 @@ NiftiHeader NiftiHeader::parse(std::span<const std::byte, size> bytes, const QSt
   NiftiHeader header;
   header.hasOwnDataFile = fields.text(magicOffset, 3) == "ni1";
   header.dimensions = parseDimensions(fields, file);
-  const VoxelType& type = parseVoxelType(fields, file);
-  header.bytesPerVoxel = type.bytes;
-  header.isFloatingPoint = type.isFloatingPoint;
+  header.kind = parseKind(fields, file);
+  parseScale(fields, header);
   header.isByteSwapped = fields.isSwapped();
   header.dataOffset = parseDataOffset(fields, header.hasOwnDataFile, file);
   header.isLabelImage = fields.get<std::int16_t>(intentOffset) == labelIntent;

@@ -8,6 +8,7 @@
 #include <span>
 
 #include "quarn/formats/detail/NiftiFields.h"
+#include "quarn/formats/detail/VoxelKind.h"
 #include "quarn/kernel/fields/HxGeometry3.h"
 
 namespace quarn::formats::detail {
@@ -17,19 +18,22 @@ struct NiftiHeader {
   static constexpr std::size_t size = NiftiFields::size;
 
   std::array<std::int64_t, 3> dimensions{};  ///< voxels along x, y, z; each from 1 to 32767
-  std::int64_t bytesPerVoxel = 0;
-  std::int64_t dataOffset = 0;   ///< of the first voxel, in bytes, in the uncompressed data file
-  bool isFloatingPoint = false;  ///< the type in the file, before any scaling
-  bool isByteSwapped = false;    ///< the file has the other byte order than this machine
-  bool hasOwnDataFile = false;   ///< voxels stand in the ".img" file beside the ".hdr" file
-  bool isLabelImage = false;     ///< the intent of the file is "label"
+  VoxelKind kind = VoxelKind::UInt8;         ///< the type in the file, before any scaling
+  std::int64_t dataOffset = 0;               ///< of the first voxel, in bytes, in the uncompressed data file
+  bool isByteSwapped = false;                ///< the file has the other byte order than this machine
+  bool hasOwnDataFile = false;               ///< voxels stand in the ".img" file beside the ".hdr" file
+  bool isLabelImage = false;                 ///< the intent of the file is "label"
+
+  double slope = 1.0;      ///< voxels are to be multiplied with it
+  double intercept = 0.0;  ///< what is then added to them
 
   /// The geometry that the matrix of the header (its "sform") gives; nothing when there is none or its axes are not
   /// perpendicular.
   std::optional<HxGeometry3> matrixGeometry;
 
   std::int64_t voxelCount() const { return dimensions[0] * dimensions[1] * dimensions[2]; }
-  std::int64_t dataBytes() const { return voxelCount() * bytesPerVoxel; }
+  std::int64_t dataBytes() const { return voxelCount() * static_cast<std::int64_t>(bytesOf(kind)); }
+  bool isScaled() const { return slope != 1.0 || intercept != 0.0; }
 
   /// Reads a header in either byte order.
   ///

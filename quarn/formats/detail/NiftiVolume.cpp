@@ -2,13 +2,15 @@
 
 #include <QFile>
 #include <cmath>
+#include <cstring>
 #include <itkNiftiImageIO.h>
 #include <new>
+#include <span>
 #include <utility>
 
+#include "quarn/formats/detail/RawVoxels.h"
 #include "quarn/formats/detail/ToolkitMessages.h"
 #include "quarn/formats/detail/fault.h"
-#include "quarn/formats/detail/nonFinite.h"
 
 namespace quarn::formats::detail {
 
@@ -29,35 +31,17 @@ void callToolkit(const QString& file, Call&& call) {
   }
 }
 
-VoxelKind voxelKind(itk::IOComponentEnum type, const QString& file) {
-  switch (type) {
-    case itk::IOComponentEnum::UCHAR:
-      return VoxelKind::UInt8;
-    case itk::IOComponentEnum::CHAR:
-      return VoxelKind::Int8;
-    case itk::IOComponentEnum::USHORT:
-      return VoxelKind::UInt16;
-    case itk::IOComponentEnum::SHORT:
-      return VoxelKind::Int16;
-    case itk::IOComponentEnum::UINT:
-      return VoxelKind::UInt32;
-    case itk::IOComponentEnum::INT:
-      return VoxelKind::Int32;
-    case itk::IOComponentEnum::ULONG:
-    case itk::IOComponentEnum::ULONGLONG:
-      return VoxelKind::UInt64;
-    case itk::IOComponentEnum::LONG:
-    case itk::IOComponentEnum::LONGLONG:
-      return VoxelKind::Int64;
-    case itk::IOComponentEnum::FLOAT:
-      return VoxelKind::Float;
-    case itk::IOComponentEnum::DOUBLE:
-      return VoxelKind::Double;
-    default:
-      break;
-  }
-  refuse(file, QStringLiteral("holds voxels of the unknown type \"%1\"")
-                   .arg(QString::fromStdString(itk::ImageIOBase::GetComponentTypeAsString(type))));
+/// Writes voxels as floating point numbers, scaled.
+template <typename Target>
+void scale(const NiftiHeader& header, std::span<const std::byte> voxels, Target* target) {
+  visitKind(header.kind, [&](auto type) {
+    using Source = typename decltype(type)::type;
+    for (std::size_t i = 0; i < voxels.size() / sizeof(Source); ++i) {
+      Source voxel;
+      std::memcpy(&voxel, voxels.data() + i * sizeof(Source), sizeof voxel);
+      target[i] = static_cast<Target>(static_cast<double>(voxel) * header.slope + header.intercept);
+    }
+  });
 }
 
 void checkFinite(double value, const char* what, unsigned axis, const QString& file) {
@@ -72,6 +56,10 @@ struct NiftiVolume::Toolkit {
 };
 
 NiftiVolume::NiftiVolume(NiftiFile image) : image_(std::move(image)), toolkit_(std::make_unique<Toolkit>()) {
+  description_.dimensions = image_.header.dimensions;
+  description_.kind = image_.header.kind;
+  if (image_.header.isScaled() && kind() != VoxelKind::Double) description_.kind = VoxelKind::Float;
+  description_.isLabelImage = image_.header.isLabelImage;
   readDescription();
   readGeometry();
 }
@@ -90,37 +78,48 @@ void NiftiVolume::readDescription() {
     isExpected = static_cast<std::int64_t>(io.GetDimensions(axis)) == expected;
   }
   if (!isExpected) refuse(image_.headerFile, QStringLiteral("changed while it was read"));
-  kind_ = voxelKind(io.GetComponentType(), image_.headerFile);
 }
 
 void NiftiVolume::readGeometry() {
+  HxGeometry3& geometry = description_.geometry;
   const itk::NiftiImageIO& io = *toolkit_->io;
   for (unsigned axis = 0; axis < 3; ++axis) {
-    geometry_.origin[axis] = io.GetOrigin(axis) + 0.0;  // + 0.0: no negative zero
-    geometry_.voxelSize[axis] = io.GetSpacing(axis);
-    checkFinite(geometry_.origin[axis], "the origin", axis, image_.headerFile);
-    checkFinite(geometry_.voxelSize[axis], "the voxel size", axis, image_.headerFile);
-    if (geometry_.voxelSize[axis] <= 0.0) {
+    geometry.origin[axis] = io.GetOrigin(axis) + 0.0;  // + 0.0: no negative zero
+    geometry.voxelSize[axis] = io.GetSpacing(axis);
+    checkFinite(geometry.origin[axis], "the origin", axis, image_.headerFile);
+    checkFinite(geometry.voxelSize[axis], "the voxel size", axis, image_.headerFile);
+    if (geometry.voxelSize[axis] <= 0.0) {
       refuse(image_.headerFile,
-             QStringLiteral("the voxel size along axis %1 is %2").arg(axis).arg(geometry_.voxelSize[axis]));
+             QStringLiteral("the voxel size along axis %1 is %2").arg(axis).arg(geometry.voxelSize[axis]));
     }
     const std::vector<double> direction = io.GetDirection(axis);
     for (unsigned row = 0; row < 3; ++row) {
-      geometry_.direction[3 * row + axis] = direction[row] + 0.0;
+      geometry.direction[3 * row + axis] = direction[row] + 0.0;
       checkFinite(direction[row], "the direction", axis, image_.headerFile);
     }
   }
+  geometry = image_.header.matrixGeometry.value_or(geometry);
 }
 
-void NiftiVolume::readVoxels(void* voxels) {
-  itk::NiftiImageIO& io = *toolkit_->io;
-  itk::ImageIORegion everything(io.GetNumberOfDimensions());
-  for (unsigned axis = 0; axis < io.GetNumberOfDimensions(); ++axis) everything.SetSize(axis, io.GetDimensions(axis));
-  callToolkit(image_.headerFile, [&] {
-    io.SetIORegion(everything);
-    io.Read(voxels);
-  });
-  restoreNonFinite(image_, kind_, voxels);
+void NiftiVolume::readVoxels(void* voxels, const Progress& progress) {
+  const NiftiHeader& header = image_.header;
+  RawVoxels raw;
+  raw.file = image_.dataFile;
+  raw.form = ByteStream::Form::found;
+  raw.skip = header.dataOffset;
+  raw.isByteSwapped = header.isByteSwapped;
+  raw.kind = header.kind;
+  raw.bytes = header.dataBytes();
+  if (!header.isScaled()) return raw.read(voxels, progress);
+  const auto sourceSize = static_cast<std::int64_t>(bytesOf(header.kind));
+  const auto take = [&](std::span<const std::byte> piece, std::int64_t done) {
+    if (kind() == VoxelKind::Double) {
+      scale(header, piece, static_cast<double*>(voxels) + done / sourceSize);
+    } else {
+      scale(header, piece, static_cast<float*>(voxels) + done / sourceSize);
+    }
+  };
+  raw.readPieces(take, progress);
 }
 
 }  // namespace quarn::formats::detail

@@ -38,10 +38,11 @@ void reportRenumbering(const LabelNumbering& numbering, const QString& file) {
 
 }  // namespace
 
-McHandle<HxUniformLabelField3> readLabelField(NiftiVolume& volume, const LabelNames* names,
-                                              const HxLoadOptions& options, const QString& file) {
+McHandle<HxUniformLabelField3> readLabelField(ImageVolume& volume, const LabelNames* names,
+                                              const HxLoadOptions& options, const QString& file,
+                                              const ImageVolume::Progress& progress) {
   LabelVoxels voxels(volume.kind(), volume.dimensions());
-  volume.readVoxels(voxels.data());
+  volume.readVoxels(voxels.data(), progress);
   const LabelNumbering numbering(voxels.collectLabels(file), options, file);
   const auto field = newField<HxUniformLabelField3>(file, latticeOf(volume));
   voxels.renumber(numbering, field->lattice().getLabels(0));

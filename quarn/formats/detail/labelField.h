@@ -4,7 +4,7 @@
 
 #include "quarn/base/McHandle.h"
 #include "quarn/formats/LabelNames.h"
-#include "quarn/formats/detail/NiftiVolume.h"
+#include "quarn/formats/detail/ImageVolume.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/io/HxLoadOptions.h"
 
@@ -14,7 +14,8 @@ namespace quarn::formats::detail {
 /// renumbered; see readNifti(). The geometry is left to the caller.
 ///
 /// @throws McException, naming `file`, when the voxels cannot be read or are no labels.
-McHandle<HxUniformLabelField3> readLabelField(NiftiVolume& volume, const LabelNames* names,
-                                              const HxLoadOptions& options, const QString& file);
+McHandle<HxUniformLabelField3> readLabelField(ImageVolume& volume, const LabelNames* names,
+                                              const HxLoadOptions& options, const QString& file,
+                                              const ImageVolume::Progress& progress);
 
 }  // namespace quarn::formats::detail

@@ -5,13 +5,13 @@
 #include "quarn/base/McDim3l.h"
 #include "quarn/base/McException.h"
 #include "quarn/base/McHandle.h"
-#include "quarn/formats/detail/NiftiVolume.h"
+#include "quarn/formats/detail/ImageVolume.h"
 #include "quarn/formats/detail/fault.h"
 
 namespace quarn::formats::detail {
 
 /// Numbers of voxels as a field is told them.
-inline McDim3l latticeOf(const NiftiVolume& volume) {
+inline McDim3l latticeOf(const ImageVolume& volume) {
   const auto [nx, ny, nz] = volume.dimensions();
   return {nx, ny, nz};
 }

@@ -53,9 +53,10 @@ void convertInPlace(double* values, std::int64_t count, const QString& file) {
 
 }  // namespace
 
-McHandle<HxUniformScalarField3> readScalarField(NiftiVolume& volume, const QString& file) {
+McHandle<HxUniformScalarField3> readScalarField(ImageVolume& volume, const QString& file,
+                                                const ImageVolume::Progress& progress) {
   const auto field = newField<HxUniformScalarField3>(file, latticeOf(volume), fieldType(volume.kind()));
-  volume.readVoxels(field->data());
+  volume.readVoxels(field->data(), progress);
   auto* const doubles = static_cast<double*>(field->data());
   if (volume.kind() == VoxelKind::Int64) convertInPlace<std::int64_t>(doubles, field->voxelCount(), file);
   if (volume.kind() == VoxelKind::UInt64) convertInPlace<std::uint64_t>(doubles, field->voxelCount(), file);

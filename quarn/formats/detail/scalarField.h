@@ -3,7 +3,7 @@
 #include <QString>
 
 #include "quarn/base/McHandle.h"
-#include "quarn/formats/detail/NiftiVolume.h"
+#include "quarn/formats/detail/ImageVolume.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
 
 namespace quarn::formats::detail {
@@ -13,6 +13,7 @@ namespace quarn::formats::detail {
 ///
 /// @throws McException, naming `file`, when the voxels cannot be read, and for a 64-bit integer beyond 2^53, which a
 ///   double might not hold.
-McHandle<HxUniformScalarField3> readScalarField(NiftiVolume& volume, const QString& file);
+McHandle<HxUniformScalarField3> readScalarField(ImageVolume& volume, const QString& file,
+                                                const ImageVolume::Progress& progress);
 
 }  // namespace quarn::formats::detail

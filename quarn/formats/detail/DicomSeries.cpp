@@ -1,0 +1,141 @@
+#include "quarn/formats/detail/DicomSeries.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "quarn/formats/detail/fault.h"
+#include "quarn/formats/detail/soundGeometry.h"
+#include "quarn/formats/detail/stackOrder.h"
+#include "quarn/formats/detail/voxelBytes.h"
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/voxora/files/FileSystem.h"
+
+namespace quarn::formats::detail {
+
+namespace {
+
+using hxvoxora::FileKind;
+using hxvoxora::FileSystem;
+
+QString nameOf(const DicomSlice& slice) {
+  return QFileInfo(slice.file).fileName();
+}
+
+std::vector<QString> filesOf(const QString& folder) {
+  FileSystem& files = FileSystem::current();
+  std::vector<QString> result;
+  for (const std::string& name : files.list(QFile::encodeName(folder).toStdString())) {
+    const QString path = folder + QLatin1Char('/') + QFile::decodeName(name.c_str());
+    if (name.front() != '.' && QFileInfo(path).isFile()) result.push_back(path);
+  }
+  return result;
+}
+
+void requireOneSeries(const QString& folder, const std::vector<DicomSlice>& slices) {
+  constexpr std::size_t mostListed = 20;
+  struct Series {
+    std::string description;
+    int files = 0;
+    std::int64_t bytes = 0;
+  };
+  std::map<std::string, Series> all;
+  for (const DicomSlice& slice : slices) {
+    Series& series = all[slice.series];
+    if (series.description.empty()) series.description = slice.description;
+    ++series.files;
+    series.bytes += slice.fileBytes;
+  }
+  if (all.size() == 1) return;
+  QString list;
+  std::size_t listed = 0;
+  for (const auto& [identifier, series] : all) {
+    if (listed++ == mostListed) break;
+    list += QStringLiteral("; %1 (%2), %3 files, %4 bytes")
+                .arg(detail::quoted(series.description), detail::quoted(identifier))
+                .arg(series.files)
+                .arg(series.bytes);
+  }
+  refuse(folder, QStringLiteral("holds %1 series, one is needed").arg(all.size()) + list +
+                     (all.size() > mostListed ? QStringLiteral("; and more") : QString()));
+}
+
+void requireAlike(const QString& place, const DicomSlice& first, const DicomSlice& slice) {
+  constexpr double tolerance = 1e-4;
+  const auto refuseSlice = [&](const QString& what) {
+    refuse(place, nameOf(slice) + QLatin1Char(' ') + what + QStringLiteral(" than ") + nameOf(first));
+  };
+  if (slice.columns != first.columns || slice.rows != first.rows)
+    refuseSlice(QStringLiteral("has another size (%1 x %2)").arg(slice.columns).arg(slice.rows));
+  if (slice.orientation.has_value() != first.orientation.has_value())
+    refuseSlice(QStringLiteral("has another direction"));
+  for (std::size_t i = 0; first.orientation && i < 6; ++i) {
+    if (std::abs((*slice.orientation)[i] - (*first.orientation)[i]) > tolerance)
+      refuseSlice(QStringLiteral("has another direction"));
+  }
+  for (std::size_t i = 0; i < 2; ++i) {
+    if (std::abs(slice.pixelSize[i] - first.pixelSize[i]) > tolerance * std::abs(first.pixelSize[i]))
+      refuseSlice(
+          QStringLiteral("has pixels of another size (%1 x %2 mm)").arg(slice.pixelSize[0]).arg(slice.pixelSize[1]));
+  }
+}
+
+}  // namespace
+
+DicomSeries DicomSeries::ofFolder(const QString& folder, const Progress& progress) {
+  const std::vector<QString> files = filesOf(folder);
+  std::vector<DicomSlice> slices;
+  std::size_t done = 0;
+  for (const QString& file : files) {
+    auto slice = DicomSlice::read(file);
+    const bool isNamedDicom = file.endsWith(QStringLiteral(".dcm"), Qt::CaseInsensitive);
+    if (!slice && isNamedDicom) refuse(file, QStringLiteral("is not a DICOM image"));
+    if (slice) slices.push_back(std::move(*slice));
+    progress(static_cast<float>(++done) / static_cast<float>(files.size()));
+  }
+  if (slices.empty()) refuse(folder, QStringLiteral("is a folder without DICOM images"));
+  requireOneSeries(folder, slices);
+  const std::size_t passedOver = files.size() - slices.size();
+  DicomSeries series(folder, std::move(slices));
+  if (passedOver > 0) {
+    HxMessage::printf("%s: %zu files that are no DICOM images were passed over\n", qUtf8Printable(folder), passedOver);
+  }
+  return series;
+}
+
+DicomSeries DicomSeries::ofFile(const QString& file) {
+  auto slice = DicomSlice::read(file);
+  if (!slice) refuse(file, QStringLiteral("is not a DICOM image"));
+  std::vector<DicomSlice> slices;
+  slices.push_back(std::move(*slice));
+  return {file, std::move(slices)};
+}
+
+DicomSeries::DicomSeries(DicomSeries&& other) noexcept : slices_(std::move(other.slices_)) {
+  description_ = other.description_;
+}
+
+DicomSeries::DicomSeries(const QString& place, std::vector<DicomSlice> slices) : slices_(std::move(slices)) {
+  for (const DicomSlice& slice : slices_) requireAlike(place, slices_.front(), slice);
+  description_.geometry = sortIntoStack(place, slices_);
+  requireSoundGeometry(description_.geometry, place);
+  const DicomSlice& first = slices_.front();
+  description_.dimensions = {first.columns, first.rows, static_cast<std::int64_t>(slices_.size())};
+  description_.kind = commonKind(slices_);
+  voxelBytes(dimensions(), kind(), place);
+}
+
+void DicomSeries::readVoxels(void* voxels, const Progress& progress) {
+  const auto [nx, ny, nz] = dimensions();
+  const std::size_t sliceBytes = static_cast<std::size_t>(nx * ny) * bytesOf(kind());
+  for (std::size_t z = 0; z < slices_.size(); ++z) {
+    slices_[z].readPixels(kind(), static_cast<std::byte*>(voxels) + z * sliceBytes);
+    progress(static_cast<float>(z + 1) / static_cast<float>(nz));
+  }
+}
+
+}  // namespace quarn::formats::detail

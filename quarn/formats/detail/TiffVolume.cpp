@@ -1,0 +1,200 @@
+#include "quarn/formats/detail/TiffVolume.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <optional>
+#include <tiffio.h>
+
+#include "quarn/formats/detail/RawVoxels.h"
+#include "quarn/formats/detail/fault.h"
+#include "quarn/formats/detail/soundGeometry.h"
+#include "quarn/formats/detail/voxelBytes.h"
+
+namespace quarn::formats::detail {
+
+namespace {
+
+/// A byte of LZW or "deflate" data holds at most so many.
+constexpr std::int64_t compressionRatio = 4096;
+
+std::optional<VoxelKind> kindOf(std::uint16_t format, std::uint16_t bits) {
+  const bool isFloat = format == SAMPLEFORMAT_IEEEFP;
+  const bool isSigned = format == SAMPLEFORMAT_INT;
+  switch (bits) {
+    case 8:
+      if (!isFloat) return isSigned ? VoxelKind::Int8 : VoxelKind::UInt8;
+      break;
+    case 16:
+      if (!isFloat) return isSigned ? VoxelKind::Int16 : VoxelKind::UInt16;
+      break;
+    case 32:
+      if (isFloat) return VoxelKind::Float;
+      return isSigned ? VoxelKind::Int32 : VoxelKind::UInt32;
+    case 64:
+      if (isFloat) return VoxelKind::Double;
+      return isSigned ? VoxelKind::Int64 : VoxelKind::UInt64;
+    default:
+      break;
+  }
+  return std::nullopt;
+}
+
+void requirePlainNumbers(const TiffFile& tiff) {
+  const std::uint16_t samples = tiff.shortField(TIFFTAG_SAMPLESPERPIXEL, 1);
+  const std::uint16_t photometric = tiff.shortField(TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+  const std::uint16_t format = tiff.shortField(TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
+  const auto refuseContent = [&](const QString& what) {
+    tiff.refusePage(QStringLiteral("holds %1; plain numbers are needed").arg(what));
+  };
+  if (photometric == PHOTOMETRIC_PALETTE) refuseContent(QStringLiteral("colours of a palette"));
+  if (photometric == PHOTOMETRIC_RGB && samples == 3) refuseContent(QStringLiteral("RGB colours"));
+  if (photometric == PHOTOMETRIC_RGB && samples == 4) refuseContent(QStringLiteral("RGBA colours"));
+  if (samples != 1) refuseContent(QStringLiteral("vectors of %1 components").arg(samples));
+  if (format == SAMPLEFORMAT_COMPLEXINT || format == SAMPLEFORMAT_COMPLEXIEEEFP)
+    refuseContent(QStringLiteral("complex numbers"));
+  if (photometric == PHOTOMETRIC_MINISWHITE) refuseContent(QStringLiteral("numbers of which the smallest is white"));
+  if (photometric != PHOTOMETRIC_MINISBLACK)
+    refuseContent(QStringLiteral("colours (photometric interpretation %1)").arg(photometric));
+}
+
+VoxelKind kindOfPage(const TiffFile& tiff) {
+  requirePlainNumbers(tiff);
+  const std::uint16_t bits = tiff.shortField(TIFFTAG_BITSPERSAMPLE, 1);
+  const std::uint16_t format = tiff.shortField(TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
+  const auto kind = kindOf(format, bits);
+  if (!kind)
+    tiff.refusePage(QStringLiteral("holds numbers of %1 bits (format %2), which are not read").arg(bits).arg(format));
+  return *kind;
+}
+
+bool isPageCompressed(const TiffFile& tiff) {
+  const std::uint16_t compression = tiff.shortField(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+  switch (compression) {
+    case COMPRESSION_NONE:
+      return false;
+    case COMPRESSION_LZW:
+    case COMPRESSION_PACKBITS:
+    case COMPRESSION_ADOBE_DEFLATE:
+    case COMPRESSION_DEFLATE:
+      return true;
+    default:
+      break;
+  }
+  tiff.refusePage(QStringLiteral("has compression %1; none, LZW, PackBits and deflate are read").arg(compression));
+}
+
+/// A page does not tell how far the next one is: it is taken to be as far as the voxels of a row.
+HxGeometry3 geometryOfPage(const TiffFile& tiff) {
+  HxGeometry3 geometry;
+  const std::uint16_t unit = tiff.shortField(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+  const double millimetres = unit == RESUNIT_INCH ? 25.4 : unit == RESUNIT_CENTIMETER ? 10.0 : 0.0;
+  const double x = tiff.floatField(TIFFTAG_XRESOLUTION, 0.0F);
+  const double y = tiff.floatField(TIFFTAG_YRESOLUTION, 0.0F);
+  const bool isTold = millimetres > 0.0 && x > 0.0 && y > 0.0 && std::isfinite(x) && std::isfinite(y);
+  if (isTold) geometry.voxelSize = {millimetres / x, millimetres / y, millimetres / x};
+  return geometry;
+}
+
+}  // namespace
+
+TiffVolume::TiffVolume(const QString& file, const Progress& progress) : tiff_(file) {
+  auto& [nx, ny, nz] = description_.dimensions;
+  tiff_.forEachPage([&] {
+    if (nz == 0) {
+      nx = tiff_.longField(TIFFTAG_IMAGEWIDTH, 0);
+      ny = tiff_.longField(TIFFTAG_IMAGELENGTH, 0);
+      description_.kind = kindOfPage(tiff_);
+      description_.geometry = geometryOfPage(tiff_);
+    }
+    checkPage();
+    if (nz++ % 100 == 0) progress(0.0F);
+  });
+  if (nz == 0) refuse(file, QStringLiteral("has no page that is an image of its own"));
+  requireSoundGeometry(description_.geometry, file);
+  const std::int64_t bytes = voxelBytes(dimensions(), kind(), file);
+  const std::int64_t available = lengthOf(file);
+  if (isCompressed_) {
+    requireUnpackable(available, bytes, compressionRatio, file);
+  } else if (available < bytes) {
+    refuse(file, QStringLiteral("is cut: it holds %1 bytes, its pages %2").arg(available).arg(bytes));
+  }
+}
+
+std::size_t TiffVolume::rowBytes() const {
+  return static_cast<std::size_t>(dimensions()[0]) * bytesOf(kind());
+}
+
+void TiffVolume::checkPage() {
+  const std::int64_t width = tiff_.longField(TIFFTAG_IMAGEWIDTH, 0);
+  const std::int64_t height = tiff_.longField(TIFFTAG_IMAGELENGTH, 0);
+  const bool isFirst = dimensions()[2] == 0;
+  if (width == 0 || height == 0) tiff_.refusePage(QStringLiteral("has a size of %1 x %2").arg(width).arg(height));
+  if (!isFirst && (width != dimensions()[0] || height != dimensions()[1])) {
+    tiff_.refusePage(QStringLiteral("has a size of %1 x %2, the first %3 x %4")
+                         .arg(width)
+                         .arg(height)
+                         .arg(dimensions()[0])
+                         .arg(dimensions()[1]));
+  }
+  if (kindOfPage(tiff_) != kind()) tiff_.refusePage(QStringLiteral("holds numbers of another type than the first"));
+  if (tiff_.longField(TIFFTAG_IMAGEDEPTH, 1) != 1) tiff_.refusePage(QStringLiteral("is a volume of its own"));
+  isCompressed_ = isPageCompressed(tiff_) || isCompressed_;
+  // Also of a page that is read in tiles: it would be said of its rows if it was not.
+  if (TIFFScanlineSize64(tiff_.get()) != rowBytes()) tiff_.refusePage(QStringLiteral("has rows of another length"));
+}
+
+void TiffVolume::readVoxels(void* voxels, const Progress& progress) {
+  const std::size_t pageBytes = rowBytes() * static_cast<std::size_t>(dimensions()[1]);
+  const auto count = static_cast<float>(dimensions()[2]);
+  auto* const target = static_cast<std::byte*>(voxels);
+  std::int64_t page = 0;
+  tiff_.forEachPage([&] {
+    if (page == dimensions()[2]) tiff_.refusePage(QStringLiteral("was not there before: the file was changed"));
+    checkPage();
+    std::byte* const start = target + static_cast<std::size_t>(page) * pageBytes;
+    TIFFIsTiled(tiff_.get()) ? readTiles(start) : readStrips(start);
+    progress(static_cast<float>(++page) / count);
+  });
+  if (page < dimensions()[2]) tiff_.refusePage(QStringLiteral("is the last now: the file was changed"));
+}
+
+void TiffVolume::readStrips(std::byte* page) {
+  const auto height = static_cast<std::uint32_t>(dimensions()[1]);
+  const std::uint32_t rowsPerStrip = std::min(tiff_.longField(TIFFTAG_ROWSPERSTRIP, height), height);
+  if (rowsPerStrip == 0) tiff_.refusePage(QStringLiteral("has strips without rows"));
+  for (std::uint32_t row = 0; row < height; row += std::min(rowsPerStrip, height - row)) {
+    const auto bytes = static_cast<tmsize_t>(std::min(rowsPerStrip, height - row) * rowBytes());
+    const std::uint32_t strip = TIFFComputeStrip(tiff_.get(), row, 0);
+    if (TIFFReadEncodedStrip(tiff_.get(), strip, page + row * rowBytes(), bytes) != bytes)
+      tiff_.refusePage(QStringLiteral("is cut or damaged"), true);
+  }
+}
+
+void TiffVolume::readTiles(std::byte* page) {
+  const std::uint32_t tileWidth = tiff_.longField(TIFFTAG_TILEWIDTH, 0);
+  const std::uint32_t tileHeight = tiff_.longField(TIFFTAG_TILELENGTH, 0);
+  constexpr std::uint64_t largestTile = std::uint64_t{1} << 28;
+  const std::uint64_t tileRow = std::uint64_t{tileWidth} * bytesOf(kind());
+  const std::uint64_t tileBytes = TIFFTileSize64(tiff_.get());
+  if (tileBytes == 0 || tileBytes > largestTile || tileBytes != tileRow * tileHeight)
+    tiff_.refusePage(QStringLiteral("has tiles of %1 x %2, which are not read").arg(tileWidth).arg(tileHeight));
+  tile_.resize(tileBytes);
+  const auto width = static_cast<std::uint32_t>(dimensions()[0]);
+  const auto height = static_cast<std::uint32_t>(dimensions()[1]);
+  for (std::uint64_t y = 0; y < height; y += tileHeight) {
+    for (std::uint64_t x = 0; x < width; x += tileWidth) {
+      const std::uint32_t number =
+          TIFFComputeTile(tiff_.get(), static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), 0, 0);
+      const auto wanted = static_cast<tmsize_t>(tileBytes);
+      if (TIFFReadEncodedTile(tiff_.get(), number, tile_.data(), wanted) != wanted)
+        tiff_.refusePage(QStringLiteral("is cut or damaged"), true);
+      const std::size_t rowPart = std::min<std::uint64_t>(tileWidth, width - x) * bytesOf(kind());
+      const std::uint64_t rows = std::min<std::uint64_t>(tileHeight, height - y);
+      for (std::uint64_t row = 0; row < rows; ++row)
+        std::memcpy(page + (y + row) * rowBytes() + x * bytesOf(kind()), tile_.data() + row * tileRow, rowPart);
+    }
+  }
+}
+
+}  // namespace quarn::formats::detail

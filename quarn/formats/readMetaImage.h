@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+#include "quarn/base/McHandle.h"
+#include "quarn/formats/export.h"
+#include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/kernel/io/HxLoadOptions.h"
+
+namespace quarn::formats {
+
+/// Reads the volume of a MetaImage (".mha", or ".mhd" with its voxels in a file beside it, compressed or not); the
+/// result is as readNifti() describes. Such a file does not say that its voxels are labels: `options` do.
+///
+/// @throws McException, naming the file; docs/format/images.md tells what is refused.
+QUARN_FORMATS_API McHandle<HxUniformScalarField3> readMetaImage(const QString& file, const HxLoadOptions& options);
+
+}  // namespace quarn::formats

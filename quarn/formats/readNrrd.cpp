@@ -1,0 +1,17 @@
+#include "quarn/formats/readNrrd.h"
+
+#include <memory>
+
+#include "quarn/formats/detail/NrrdVolume.h"
+#include "quarn/formats/detail/readField.h"
+
+namespace quarn::formats {
+
+McHandle<HxUniformScalarField3> readNrrd(const QString& file, const HxLoadOptions& options) {
+  const auto open = [&file](const detail::ImageVolume::Progress&) {
+    return std::make_unique<detail::NrrdVolume>(file);
+  };
+  return detail::readField(file, options, open, 0.0F);
+}
+
+}  // namespace quarn::formats

@@ -1,0 +1,197 @@
+#include <tiffio.h>
+
+#include "quarn/formats/readTiff.h"
+#include "tests/formats/badInput.h"
+#include "tests/formats/sampleFields.h"
+#include "tests/formats/tiffBytes.h"
+#include "tests/support/RecordingProgress.h"
+
+namespace {
+
+using quarn::formats::readTiff;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+TiffBytes threePages() {
+  return TiffBytes({TiffBytes::page(0), TiffBytes::page(20), TiffBytes::page(40)});
+}
+
+class Tiff : public ::testing::Test {
+protected:
+  McHandle<HxUniformScalarField3> read(const TiffBytes& bytes) const {
+    return readTiff(folder.write(QStringLiteral("stack.tif"), bytes.file()), {});
+  }
+
+  TestFolder folder;
+};
+
+TEST_F(Tiff, MakesSlicesOfPages) {
+  const auto field = read(threePages());
+  EXPECT_EQ(field->latticeDimensions(), McDim3l(3, 4, 3));
+  EXPECT_EQ(field->primType(), McPrimType::Uint8);
+  EXPECT_EQ(field->value(2, 1, 0), 5);
+  EXPECT_EQ(field->value(0, 0, 1), 20);
+  EXPECT_EQ(field->value(2, 3, 2), 51);
+  EXPECT_EQ(field->geometry(), HxGeometry3());
+}
+
+TEST_F(Tiff, TakesOnePageForOneSlice) {
+  EXPECT_EQ(read(TiffBytes({TiffBytes::page(0)}))->latticeDimensions(), McDim3l(3, 4, 1));
+}
+
+TEST_F(Tiff, TakesTheResolutionForVoxelSizes) {
+  TiffBytes bytes = threePages();
+  bytes.pages[0].tags[TiffBytes::XResolution] = 20;
+  bytes.pages[0].tags[TiffBytes::YResolution] = 40;
+  bytes.pages[0].tags[TiffBytes::ResolutionUnit] = 3;
+  EXPECT_THAT(read(bytes)->geometry().voxelSize, ElementsAre(0.5, 0.25, 0.5));
+  bytes.pages[0].tags[TiffBytes::ResolutionUnit] = 2;
+  EXPECT_THAT(read(bytes)->geometry().voxelSize, ElementsAre(1.27, 0.635, 1.27));
+  bytes.pages[0].tags[TiffBytes::ResolutionUnit] = 1;
+  EXPECT_THAT(read(bytes)->geometry().voxelSize, ElementsAre(1, 1, 1));
+  bytes.pages[0].tags[TiffBytes::ResolutionUnit] = 2;
+  bytes.pages[0].tags[TiffBytes::XResolution] = 0;
+  EXPECT_THAT(read(bytes)->geometry().voxelSize, ElementsAre(1, 1, 1));
+}
+
+TEST_F(Tiff, PassesOverSmallCopies) {
+  TiffBytes bytes = threePages();
+  bytes.pages[1].tags[TiffBytes::SubfileType] = 1;
+  bytes.pages[1].tags[TiffBytes::Width] = 2;
+  EXPECT_EQ(read(bytes)->latticeDimensions(), McDim3l(3, 4, 2));
+}
+
+/// Writes the slices of a field with the library, in strips of two rows or tiles of 16 x 16.
+void writeWithLibrary(const QString& file, const HxUniformScalarField3& field, int format, int compression,
+                      const char* mode, bool isTiled) {
+  TIFF* const tiff = TIFFOpen(file.toStdString().c_str(), mode);
+  ASSERT_NE(tiff, nullptr);
+  const auto size = HxUniformScalarField3::primTypeSize(field.primType());
+  std::string voxels = bytesOf(field);
+  for (std::size_t z = 0; z < 5; ++z) {
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 3);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 4);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, static_cast<int>(8 * size));
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+    TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, format);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
+    char* const page = voxels.data() + z * 12 * size;
+    if (isTiled) {
+      TIFFSetField(tiff, TIFFTAG_TILEWIDTH, 16);
+      TIFFSetField(tiff, TIFFTAG_TILELENGTH, 16);
+      std::string tile(256 * size, '\0');
+      for (std::size_t y = 0; y < 4; ++y) tile.replace(y * 16 * size, 3 * size, page + y * 3 * size, 3 * size);
+      TIFFWriteEncodedTile(tiff, 0, tile.data(), static_cast<tmsize_t>(tile.size()));
+    } else {
+      TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 2);
+      for (std::uint32_t strip = 0; strip < 2; ++strip)
+        TIFFWriteEncodedStrip(tiff, strip, page + strip * 6 * size, static_cast<tmsize_t>(6 * size));
+    }
+    TIFFWriteDirectory(tiff);
+  }
+  TIFFClose(tiff);
+}
+
+TEST_F(Tiff, ReadsEveryTypeCompressionAndByteOrder) {
+  const QString file = folder.path(QStringLiteral("written.tiff"));
+  for (const auto& field : sampleFields()) {
+    const McPrimType type = field->primType();
+    const bool isSigned = type == McPrimType::Int8 || type == McPrimType::Int16 || type == McPrimType::Int32;
+    const bool isFloat = type == McPrimType::Float || type == McPrimType::Double;
+    const int format = isFloat ? SAMPLEFORMAT_IEEEFP : isSigned ? SAMPLEFORMAT_INT : SAMPLEFORMAT_UINT;
+    for (const int compression : {COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_PACKBITS, COMPRESSION_ADOBE_DEFLATE}) {
+      for (const char* mode : {"w", "wb", "w8"}) {
+        for (const bool isTiled : {false, true}) {
+          SCOPED_TRACE(std::to_string(compression) + mode + HxUniformScalarField3::primTypeName(type));
+          writeWithLibrary(file, *field, format, compression, mode, isTiled);
+          expectSameVoxels(*readTiff(file, {}), *field);
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Tiff, StopsWhenTheUserWants) {
+  const QString file = folder.write(QStringLiteral("stack.tif"), threePages().file());
+  for (int after = 0; after < 5; ++after) {
+    RecordingProgress progress;
+    progress.interruptAfter = after;
+    const ProgressScope scope(progress);
+    EXPECT_EQ(refusal([&] { readTiff(file, {}); }), file.toStdString() + ": reading was interrupted");
+    EXPECT_THAT(progress.calls, ElementsAre("start Reading stack.tif", "stop"));
+  }
+}
+
+TEST(TiffBadInput, IsReadOrRefused) {
+  const BadInput input(".tif");
+  input.tryUsualFaults(threePages().file(), 4);
+  input.tryChangedBytes(threePages().file());
+}
+
+TEST(TiffBadInput, IsReadOrRefusedWhenItIsCompressed) {
+  const BadInput input(".tif");
+  for (const bool isTiled : {false, true}) {
+    for (const int compression : {COMPRESSION_LZW, COMPRESSION_PACKBITS, COMPRESSION_ADOBE_DEFLATE}) {
+      writeWithLibrary(input.path(), *sampleField<std::int16_t>(McPrimType::Int16), SAMPLEFORMAT_INT, compression, "w",
+                       isTiled);
+      QFile file(input.path());
+      ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+      const std::string good = file.readAll().toStdString();
+      file.close();
+      input.tryUsualFaults(good);
+      input.tryChangedBytes(good, 13);
+    }
+  }
+}
+
+TEST(TiffBadInput, NamesThePage) {
+  using Tags = std::map<std::uint16_t, std::uint32_t>;
+  const struct {
+    Tags tags;
+    const char* refusal;
+  } table[] = {
+      {{{TiffBytes::Width, 2}}, "page 2 has a size of 2 x 4, the first 3 x 4"},
+      {{{TiffBytes::Height, 0}}, "page 2 cannot be read: Cannot handle zero number of strips"},
+      {{{TiffBytes::Bits, 16}}, "page 2 holds numbers of another type than the first"},
+      {{{TiffBytes::SampleFormat, 2}}, "page 2 holds numbers of another type than the first"},
+      {{{TiffBytes::Bits, 12}}, "page 2 holds numbers of 12 bits (format 1), which are not read"},
+      {{{TiffBytes::Bits, 16}, {TiffBytes::SampleFormat, 3}},
+       "page 2 holds numbers of 16 bits (format 3), which are not read"},
+      {{{TiffBytes::Photometric, 2}, {TiffBytes::Samples, 3}}, "page 2 holds RGB colours; plain numbers are needed"},
+      {{{TiffBytes::Photometric, 2}, {TiffBytes::Samples, 4}}, "page 2 holds RGBA colours; plain numbers are needed"},
+      {{{TiffBytes::Samples, 2}}, "page 2 holds vectors of 2 components; plain numbers are needed"},
+      {{{TiffBytes::Photometric, 0}}, "page 2 holds numbers of which the smallest is white; plain numbers are needed"},
+      {{{TiffBytes::Bits, 64}, {TiffBytes::SampleFormat, 6}}, "page 2 holds complex numbers; plain numbers are needed"},
+      {{{TiffBytes::Compression, 7}}, "page 2 has compression 7; none, LZW, PackBits and deflate are read"},
+  };
+  const BadInput input(".tif");
+  for (const auto& bad : table) {
+    TiffBytes bytes = threePages();
+    for (const auto& [tag, value] : bad.tags) bytes.pages[1].tags[tag] = value;
+    EXPECT_EQ(input.outcomeOf(bytes.file()), bad.refusal);
+  }
+}
+
+TEST(TiffBadInput, RefusesHugePagesBeforeReadingThem) {
+  const BadInput input(".tif");
+  for (const std::uint32_t size : {100000U, 0xFFFFFFFFU}) {
+    TiffBytes bytes({TiffBytes::page(0)});
+    bytes.pages[0].tags[TiffBytes::Width] = size;
+    bytes.pages[0].tags[TiffBytes::Height] = size;
+    EXPECT_NE(input.outcomeOf(bytes.file()), "");
+    bytes.pages[0].tags[TiffBytes::Compression] = 5;
+    EXPECT_NE(input.outcomeOf(bytes.file()), "");
+  }
+}
+
+TEST(TiffBadInput, EndsWithPagesThatLeadInACircle) {
+  const BadInput input(".tif");
+  const TiffBytes bytes({TiffBytes::page(0)});
+  std::string file = bytes.file();
+  std::memcpy(file.data() + file.size() - 4, file.data() + 4, 4);
+  EXPECT_THAT(input.outcomeOf(file), StartsWith("page 2 cannot be read"));
+}
+
+}  // namespace
