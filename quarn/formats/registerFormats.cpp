@@ -10,6 +10,7 @@
 #include "quarn/formats/readNifti.h"
 #include "quarn/formats/readNrrd.h"
 #include "quarn/formats/readTiff.h"
+#include "quarn/formats/saveImage.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 
 namespace quarn::formats {
@@ -36,6 +37,16 @@ void registerReader(const char* label, std::initializer_list<const char*> suffix
   HxFileTypes::instance().registerReader(QLatin1String(label), list, loaderWith(read));
 }
 
+/// Label fields are scalar fields, too.
+void registerSaver(const char* format, const char* suffix, void (*save)(HxUniformScalarField3&, const QString&)) {
+  const auto saver = [save](HxData* data, const char* file) {
+    save(dynamic_cast<HxUniformScalarField3&>(*data), QString::fromUtf8(file));
+    return 1;
+  };
+  HxFileTypes::instance().registerSaver(QStringLiteral("HxUniformScalarField3"), QLatin1String(format),
+                                        QLatin1String(suffix), saver);
+}
+
 }  // namespace
 
 void registerFormats() {
@@ -47,6 +58,10 @@ void registerFormats() {
     registerReader("DICOM slice", {".dcm"}, readDicomFile);
     HxFileTypes::instance().registerFolderReader(QStringLiteral("DICOM series"), loaderWith(readDicomFolder));
     registerLabelTables();
+    registerSaver("NIfTI", ".nii", saveNifti);
+    registerSaver("NIfTI compressed", ".nii.gz", saveNifti);
+    registerSaver("NRRD", ".nrrd", saveNrrd);
+    registerSaver("MetaImage", ".mha", saveMetaImage);
     return true;
   }();
   static_cast<void>(isRegistered);

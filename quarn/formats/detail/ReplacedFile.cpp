@@ -1,0 +1,120 @@
+#include "quarn/formats/detail/ReplacedFile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <algorithm>
+#include <exception>
+
+#include "quarn/base/McException.h"
+#include "quarn/formats/detail/fault.h"
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/voxora/files/fileSetParts.h"
+
+namespace quarn::formats::detail {
+
+namespace {
+
+using hxvoxora::FileKind;
+using hxvoxora::FileSystem;
+
+constexpr std::size_t longestName = 230;
+constexpr std::size_t digitCount = 16;
+
+std::string encoded(const QString& path) {
+  return QFile::encodeName(path).toStdString();
+}
+
+std::string newName(const std::string& name) {
+  return name + "~" + QString::number(hxvoxora::drawGeneration(), 16).rightJustified(digitCount, u'0').toStdString();
+}
+
+bool isNewNameOf(const std::string& name, const std::string& candidate) {
+  const auto isDigit = [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); };
+  return candidate.size() == name.size() + 1 + digitCount && candidate.starts_with(name + "~") &&
+         std::all_of(candidate.end() - digitCount, candidate.end(), isDigit);
+}
+
+/// Those who could not read the file before do not get to read it now.
+FileSystem::Access accessOf(const QString& file) {
+  constexpr auto others = QFileDevice::ReadGroup | QFileDevice::ReadOther;
+  const QFileInfo info(file);
+  return info.exists() && !(info.permissions() & others) ? FileSystem::Access::ownerOnly : FileSystem::Access::byMask;
+}
+
+}  // namespace
+
+ReplacedFile::ReplacedFile(const QString& file)
+    : file_(file),
+      files_(FileSystem::current()),
+      folder_(encoded(QFileInfo(file).absolutePath())),
+      name_(encoded(QFileInfo(file).fileName())),
+      path_(folder_ + "/" + name_),
+      newPath_(folder_ + "/" + newName(name_)) {
+  requireReplaceable();
+  removeAbandoned();
+  output_ = files_.createExclusively(newPath_, accessOf(file));
+  isMade_ = true;
+  try {
+    lock_ = files_.tryLock(newPath_);
+  } catch (const McException&) {
+    // Where files cannot be locked nobody removes any, either.
+  }
+}
+
+ReplacedFile::~ReplacedFile() {
+  output_.reset();
+  if (!isMade_) return;
+  try {
+    files_.remove(newPath_);
+  } catch (const std::exception& failure) {
+    HxMessage::printf("A temporary file was left: %s", failure.what());
+  }
+}
+
+void ReplacedFile::requireReplaceable() const {
+  if (name_.empty()) refuse(QStringLiteral("is not the name of a file"));
+  if (name_.size() > longestName) refuse(QStringLiteral("its name has more than %1 bytes").arg(longestName));
+  const FileKind kind = files_.kind(path_);
+  if (kind == FileKind::directory) refuse(QStringLiteral("is a folder"));
+  if (kind != FileKind::missing && kind != FileKind::regular)
+    refuse(QStringLiteral("is not a regular file, it is not replaced"));
+  const QFileInfo info(file_);
+  if (info.exists() && !info.isWritable()) refuse(QStringLiteral("the file is write protected"));
+  if (!files_.isWritable(folder_)) refuse(QStringLiteral("its folder is not one in which files can be made"));
+}
+
+void ReplacedFile::removeAbandoned() {
+  try {
+    for (const std::string& name : files_.list(folder_)) {
+      if (!isNewNameOf(name_, name)) continue;
+      const std::string path = folder_ + "/" + name;
+      if (files_.kind(path) == FileKind::regular && files_.tryLock(path)) files_.remove(path);
+    }
+  } catch (const McException&) {
+    // It takes room and does no other harm; the next save tries again.
+  }
+}
+
+void ReplacedFile::append(std::span<const std::byte> bytes) {
+  output_->append(bytes);
+}
+
+void ReplacedFile::commit() {
+  output_->sync();
+  output_->close();
+  output_.reset();
+  files_.rename(newPath_, path_);
+  isMade_ = false;
+  try {
+    files_.syncDirectory(folder_);
+  } catch (const McException& failure) {
+    refuse(QStringLiteral("was saved, but its folder cannot be brought to stable storage: ") +
+           QString::fromUtf8(failure.what()));
+  }
+}
+
+void ReplacedFile::refuse(const QString& what) const {
+  detail::refuse(file_, what);
+}
+
+}  // namespace quarn::formats::detail
