@@ -12,12 +12,12 @@
 #include "hxroi/HxRois.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/io/FileReplacement.h"
+#include "quarn/kernel/io/GzipWriter.h"
 #include "quarn/kernel/io/NrrdHeader.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "roitools/ShownProgress.h"
 #include "roitools/exchange/ExchangedSet.h"
-#include "roitools/exchange/FileReplacement.h"
-#include "roitools/exchange/GzipWriter.h"
 #include "roitools/exchange/LabelImage.h"
 #include "roitools/exchange/SegmentTable.h"
 #include "roitools/exchange/Slabs.h"
@@ -112,12 +112,12 @@ void draw(const Writing& writing, const SegmentTable& table, const Slabs::Slab& 
   });
 }
 
-void write(const Writing& writing, FileReplacement& target, const QString& file) {
+void write(const Writing& writing, quarn::FileReplacement& target, const QString& file) {
   ShownProgress progress(tr("Saving ") + QFileInfo(file).fileName());
   const SegmentTable table = SegmentTable::of(writing.set, writing.layers);
   const std::string header = writing.header(table).toText(file);
   target.file().append(std::as_bytes(std::span(header)));
-  GzipWriter gzip(target.file());
+  quarn::GzipWriter gzip(target.file());
   const auto rowBytes = static_cast<std::int64_t>(writing.grid.x) * static_cast<std::int64_t>(writing.layerCount());
   Slabs slabs(rowBytes, writing.grid.y, writing.grid.z, slabBytes);
   std::vector<std::uint8_t> bytes;
@@ -135,7 +135,7 @@ void write(const Writing& writing, FileReplacement& target, const QString& file)
 void saveSegmentation(const HxRois& rois, const QString& file) {
   try {
     const Writing writing(rois, file);
-    FileReplacement target(file);
+    quarn::FileReplacement target(file);
     write(writing, target, file);
     target.commit();
   } catch (const McException& failure) {

@@ -8,12 +8,12 @@
 #include <optional>
 #include <span>
 
-#include "quarn/formats/detail/GzipWriter.h"
 #include "quarn/formats/detail/ImageProgress.h"
-#include "quarn/formats/detail/ReplacedFile.h"
 #include "quarn/formats/detail/fault.h"
 #include "quarn/formats/detail/soundGeometry.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/io/FileReplacement.h"
+#include "quarn/kernel/io/GzipWriter.h"
 #include "quarn/kernel/params/HxParamBundle.h"
 #include "quarn/voxora/files/FileError.h"
 
@@ -64,17 +64,17 @@ private:
 };
 
 void writeFile(const HxUniformScalarField3& field, const QString& file, const ImageHeader& header, bool isCompressed) {
-  ReplacedFile target(file);
-  const auto append = [&target](std::span<const std::byte> bytes) { target.append(bytes); };
+  FileReplacement target(file);
+  hxvoxora::OutputFile& output = target.file();
   VoxelWriter voxels(field, file);
-  target.append(std::as_bytes(std::span(header.plain)));
+  output.append(std::as_bytes(std::span(header.plain)));
   if (isCompressed) {
-    GzipWriter packer(target);
+    GzipWriter packer(output);
     packer.append(std::as_bytes(std::span(header.packed)));
     voxels.write([&packer](std::span<const std::byte> bytes) { packer.append(bytes); });
     packer.finish();
   } else {
-    voxels.write(append);
+    voxels.write([&output](std::span<const std::byte> bytes) { output.append(bytes); });
   }
   target.commit();
 }

@@ -1,16 +1,15 @@
-#include "quarn/formats/detail/ReplacedFile.h"
+#include "quarn/kernel/io/FileReplacement.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <algorithm>
 #include <exception>
 
 #include "quarn/base/McException.h"
-#include "quarn/formats/detail/fault.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/voxora/files/fileNames.h"
 #include "quarn/voxora/files/fileSetParts.h"
 
-namespace quarn::formats::detail {
+namespace quarn {
 
 namespace {
 
@@ -18,20 +17,17 @@ using hxvoxora::FileKind;
 using hxvoxora::FileSystem;
 
 constexpr std::size_t longestName = 230;
-constexpr std::size_t digitCount = 16;
 
 std::string encoded(const QString& path) {
   return QFile::encodeName(path).toStdString();
 }
 
 std::string newName(const std::string& name) {
-  return name + "~" + QString::number(hxvoxora::drawGeneration(), 16).rightJustified(digitCount, u'0').toStdString();
+  return name + "~" + hxvoxora::generationText(hxvoxora::drawGeneration());
 }
 
 bool isNewNameOf(const std::string& name, const std::string& candidate) {
-  const auto isDigit = [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); };
-  return candidate.size() == name.size() + 1 + digitCount && candidate.starts_with(name + "~") &&
-         std::all_of(candidate.end() - digitCount, candidate.end(), isDigit);
+  return candidate.starts_with(name + "~") && hxvoxora::parseGeneration(candidate.substr(name.size() + 1));
 }
 
 /// Those who could not read the file before do not get to read it now.
@@ -43,7 +39,7 @@ FileSystem::Access accessOf(const QString& file) {
 
 }  // namespace
 
-ReplacedFile::ReplacedFile(const QString& file)
+FileReplacement::FileReplacement(const QString& file)
     : file_(file),
       files_(FileSystem::current()),
       folder_(encoded(QFileInfo(file).absolutePath())),
@@ -61,7 +57,7 @@ ReplacedFile::ReplacedFile(const QString& file)
   }
 }
 
-ReplacedFile::~ReplacedFile() {
+FileReplacement::~FileReplacement() {
   output_.reset();
   if (!isMade_) return;
   try {
@@ -71,7 +67,7 @@ ReplacedFile::~ReplacedFile() {
   }
 }
 
-void ReplacedFile::requireReplaceable() const {
+void FileReplacement::requireReplaceable() const {
   if (name_.empty()) refuse(QStringLiteral("is not the name of a file"));
   if (name_.size() > longestName) refuse(QStringLiteral("its name has more than %1 bytes").arg(longestName));
   const FileKind kind = files_.kind(path_);
@@ -83,7 +79,7 @@ void ReplacedFile::requireReplaceable() const {
   if (!files_.isWritable(folder_)) refuse(QStringLiteral("its folder is not one in which files can be made"));
 }
 
-void ReplacedFile::removeAbandoned() {
+void FileReplacement::removeAbandoned() {
   try {
     for (const std::string& name : files_.list(folder_)) {
       if (!isNewNameOf(name_, name)) continue;
@@ -95,11 +91,7 @@ void ReplacedFile::removeAbandoned() {
   }
 }
 
-void ReplacedFile::append(std::span<const std::byte> bytes) {
-  output_->append(bytes);
-}
-
-void ReplacedFile::commit() {
+void FileReplacement::commit() {
   output_->sync();
   output_->close();
   output_.reset();
@@ -113,8 +105,8 @@ void ReplacedFile::commit() {
   }
 }
 
-void ReplacedFile::refuse(const QString& what) const {
-  detail::refuse(file_, what);
+void FileReplacement::refuse(const QString& what) const {
+  throw McException(McException::excerpt(file_.toStdString()) + ": " + what.toStdString());
 }
 
-}  // namespace quarn::formats::detail
+}  // namespace quarn

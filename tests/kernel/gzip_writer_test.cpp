@@ -5,16 +5,16 @@
 #include <string>
 
 #include "quarn/kernel/io/ByteStream.h"
+#include "quarn/kernel/io/GzipWriter.h"
 #include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/files/byteCodec.h"
-#include "roitools/exchange/GzipWriter.h"
 
 namespace {
 
 std::string packed(const QString& file, const std::vector<std::string>& pieces) {
   using hxvoxora::FileSystem;
   const auto output = FileSystem::posix().createExclusively(file.toStdString(), FileSystem::Access::ownerOnly);
-  roitools::GzipWriter writer(*output);
+  quarn::GzipWriter writer(*output);
   for (const std::string& piece : pieces) writer.append(std::as_bytes(std::span(piece)));
   writer.finish();
   output->close();

@@ -5,14 +5,14 @@
 #include <span>
 #include <vector>
 
+#include "quarn/kernel/export.h"
 #include "quarn/voxora/files/OutputFile.h"
-#include "roitools/export.h"
 
-namespace roitools {
+namespace quarn {
 
 /// Writes bytes behind those of a file as one gzip member, which every reader of gzip takes. Blocks are packed in
 /// parallel; the result does not depend on the number of threads. Failures are McException. One thread at a time.
-class ROITOOLS_API GzipWriter {
+class QUARN_KERNEL_API GzipWriter {
 public:
   /// `file` is not owned and outlives the object.
   explicit GzipWriter(hxvoxora::OutputFile& file);
@@ -39,4 +39,4 @@ private:
   Packed zeros_;  ///< a whole block of zeros: most of a volume with few voxels in it
 };
 
-}  // namespace roitools
+}  // namespace quarn

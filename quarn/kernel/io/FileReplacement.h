@@ -1,31 +1,30 @@
 #pragma once
 
 #include <QString>
-#include <cstddef>
 #include <memory>
-#include <span>
 #include <string>
 
+#include "quarn/kernel/export.h"
 #include "quarn/voxora/files/FileSystem.h"
 
-namespace quarn::formats::detail {
+namespace quarn {
 
 /// A file that is written beside the one whose place it takes once it is complete: until commit() gets to its end, the
-/// former file is there, whole. What is not committed is removed with the object.
-class ReplacedFile {
+/// former file is there, whole. What is not committed is removed with the object. One thread.
+class QUARN_KERNEL_API FileReplacement {
 public:
   /// Makes the new file, "<name>~<16 hexadecimal digits>". Such files that killed saves to the same name left are
   /// removed.
   ///
   /// @throws McException, naming `file`, when it is a link, a folder, a device or write protected, when its folder
   ///   cannot be written, or when its name has more than 230 bytes.
-  explicit ReplacedFile(const QString& file);
-  ~ReplacedFile();
-  ReplacedFile(const ReplacedFile&) = delete;
-  ReplacedFile& operator=(const ReplacedFile&) = delete;
+  explicit FileReplacement(const QString& file);
+  ~FileReplacement();
+  FileReplacement(const FileReplacement&) = delete;
+  FileReplacement& operator=(const FileReplacement&) = delete;
 
-  /// Writes behind what is there. McException when it fails.
-  void append(std::span<const std::byte> bytes);
+  /// The new file, to be written from its beginning to its end. McException of it names the new file.
+  hxvoxora::OutputFile& file() { return *output_; }
 
   /// Brings the new file to stable storage and gives it its name. McException when it fails.
   void commit();
@@ -46,4 +45,4 @@ private:
   bool isMade_ = false;
 };
 
-}  // namespace quarn::formats::detail
+}  // namespace quarn

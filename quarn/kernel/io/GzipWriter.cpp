@@ -1,4 +1,4 @@
-#include "roitools/exchange/GzipWriter.h"
+#include "quarn/kernel/io/GzipWriter.h"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 #include <oneapi/tbb/parallel_for.h>
 #include <zlib.h>
 
-namespace roitools {
+namespace quarn {
 
 namespace {
 
@@ -91,4 +91,4 @@ void GzipWriter::finish() {
   file_.append(std::as_bytes(std::span(trailer)));
 }
 
-}  // namespace roitools
+}  // namespace quarn
