@@ -6,8 +6,8 @@
 
 #include "hxroi/HxRois.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
-#include "quarn/kernel/objects/hxconnection_cast.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "roitools/exchange/placeOfSet.h"
 
 namespace roitools {
 
@@ -32,12 +32,6 @@ void drawSlices(HxUniformLabelField3& field, const MaskContent& content, std::ui
 
 }  // namespace
 
-bool findGeometry(const HxRois& rois, HxGeometry3& geometry) {
-  const auto* const field = hxconnection_cast<HxUniformScalarField3>(rois.portData);
-  if (field) geometry = field->geometry();
-  return field != nullptr;
-}
-
 void drawLabel(HxUniformLabelField3& field, const MaskContent& content, std::uint8_t label) {
   const int slices = static_cast<int>(field.latticeDimensions().nz);
   tbb::parallel_for(0, (slices + slicesPerTask - 1) / slicesPerTask, [&](int task) {
@@ -45,8 +39,10 @@ void drawLabel(HxUniformLabelField3& field, const MaskContent& content, std::uin
   });
 }
 
-LabelImage::LabelImage(const HxRois& rois) : set_(ExchangedSet::of(rois, rois.getLabel())), grid_(rois.dimensions()) {
-  findGeometry(rois, geometry_);
+LabelImage::LabelImage(const HxRois& rois)
+    : set_(ExchangedSet::of(rois, rois.getLabel())),
+      grid_(rois.dimensions()),
+      geometry_(geometryToWrite(rois, rois.getLabel())) {
   for (const ExchangedMask& entry : set_.masks)
     contents_.push_back({entry.mask->volumeMask()->snapshot(), entry.mask->getBoundingBox()});
 }

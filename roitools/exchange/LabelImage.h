@@ -27,7 +27,8 @@ struct Overlap {
 /// A ROI set as the labels of one field. For the user-interface thread.
 class ROITOOLS_API LabelImage {
 public:
-  /// Takes the voxels of all masks down as they are. Throws McException for a set without masks.
+  /// Takes the voxels of all masks down as they are. Tells when the set lies nowhere. Throws McException for a set
+  /// without masks.
   explicit LabelImage(const HxRois& rois);
 
   /// Called all the time with the part that is done, from 0 to 1; false gives the work up.
@@ -57,9 +58,6 @@ private:
   HxGeometry3 geometry_;
   std::vector<MaskContent> contents_;
 };
-
-/// Where a set lies: the geometry of the field at its "data"; false, and `geometry` is left alone, without one.
-ROITOOLS_API bool findGeometry(const HxRois& rois, HxGeometry3& geometry);
 
 /// Sets the voxels of a mask to `label` in a field of its grid, in parallel.
 ROITOOLS_API void drawLabel(HxUniformLabelField3& field, const MaskContent& content, std::uint8_t label);

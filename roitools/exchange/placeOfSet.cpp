@@ -9,6 +9,7 @@
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/objects/hxconnection_cast.h"
 
 namespace roitools {
 
@@ -49,6 +50,14 @@ McHandle<HxUniformScalarField3> makePlace(const HxGeometry3& geometry) {
   McHandle<HxUniformScalarField3> place(new HxUniformScalarField3(McDim3l(1, 1, 1), McPrimType::Uint8));
   place->setGeometry(geometry);
   return place;
+}
+
+HxGeometry3 geometryToWrite(const HxRois& rois, const QString& target) {
+  if (const auto* const field = hxconnection_cast<HxUniformScalarField3>(rois.portData)) return field->geometry();
+  HxMessage::printf(
+      "%s: no field is connected to \"data\" of %s: its voxels are taken to be of 1 mm, the first at the origin",
+      McException::excerpt(target.toStdString()).c_str(), qUtf8Printable(rois.getLabel()));
+  return {};
 }
 
 McHandle<HxUniformScalarField3> makeGridField(const McVec3i& grid, const HxGeometry3& geometry, const QString& file) {

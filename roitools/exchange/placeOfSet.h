@@ -10,6 +10,10 @@ class HxUniformScalarField3;
 
 namespace roitools {
 
+/// Where a set lies: the geometry of the field at its "data". Without one the voxels are of 1 mm, the first at the
+/// origin, and a line that begins with `target` tells.
+ROITOOLS_API HxGeometry3 geometryToWrite(const HxRois& rois, const QString& target);
+
 /// A set has no place in the world of its own: it lies where the field at its "data" does. This connects a set that was
 /// read to a field of the pool that has its grid and place, or else to a new one: a label field, all 0, which is
 /// registered as `name`-grid and comes from `file` again with the option "-kind scalar". It takes a byte for each

@@ -1,8 +1,6 @@
 #include <QFile>
 #include <QFileInfo>
-#include <algorithm>
-#include <functional>
-#include <optional>
+#include <new>
 #include <set>
 #include <span>
 #include <vector>
@@ -19,6 +17,7 @@
 #include "roitools/exchange/LabelImage.h"
 #include "roitools/exchange/MaskTable.h"
 #include "roitools/exchange/maskFolder.h"
+#include "roitools/exchange/placeOfSet.h"
 #include "roitools/exchange/sharedVoxels.h"
 
 namespace roitools {
@@ -109,11 +108,7 @@ HxFileSaver saverFor(const HxUniformLabelField3& field, const QString& suffix, c
 /// The masks of a set with what images need of them.
 struct Writing {
   explicit Writing(const HxRois& rois, const QString& folder)
-      : set(ExchangedSet::of(rois, folder)), grid(rois.dimensions()) {
-    if (!findGeometry(rois, geometry))
-      HxMessage::printf(
-          "%s: no field is connected to \"data\" of %s: the voxels are written as of 1 mm, the first at the origin",
-          McException::excerpt(folder.toStdString()).c_str(), qUtf8Printable(rois.getLabel()));
+      : set(ExchangedSet::of(rois, folder)), grid(rois.dimensions()), geometry(geometryToWrite(rois, folder)) {
     for (const ExchangedMask& entry : set.masks)
       contents.push_back({entry.mask->volumeMask()->snapshot(), entry.mask->getBoundingBox()});
   }

@@ -11,17 +11,16 @@
 
 #include "hxroi/HxRois.h"
 #include "quarn/base/McException.h"
-#include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/io/FileReplacement.h"
 #include "quarn/kernel/io/GzipWriter.h"
 #include "quarn/kernel/io/NrrdHeader.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "roitools/ShownProgress.h"
 #include "roitools/exchange/ExchangedSet.h"
-#include "roitools/exchange/LabelImage.h"
 #include "roitools/exchange/SegmentTable.h"
 #include "roitools/exchange/Slabs.h"
 #include "roitools/exchange/nrrdGeometry.h"
+#include "roitools/exchange/placeOfSet.h"
 #include "roitools/exchange/sharedVoxels.h"
 
 namespace roitools {
@@ -41,16 +40,6 @@ QString tr(const char* text) {
   throw McException(McException::excerpt(file.toStdString()) + ": " + what);
 }
 
-/// The place of a set, or that of voxels of 1 mm.
-HxGeometry3 geometryOfSet(const HxRois& rois, const QString& file) {
-  HxGeometry3 geometry;
-  if (!findGeometry(rois, geometry))
-    HxMessage::printf(
-        "%s: no field is connected to \"data\" of %s: the voxels are written as of 1 mm, the first at the origin",
-        McException::excerpt(file.toStdString()).c_str(), qUtf8Printable(rois.getLabel()));
-  return geometry;
-}
-
 /// What is written: everything is taken down before the progress display lets events run, which may change the set.
 struct Writing {
   ExchangedSet set;
@@ -62,7 +51,7 @@ struct Writing {
   std::size_t layerCount() const { return static_cast<std::size_t>(*std::ranges::max_element(layers)) + 1; }
 
   Writing(const HxRois& rois, const QString& file)
-      : set(ExchangedSet::of(rois, file)), geometry(geometryOfSet(rois, file)), grid(rois.dimensions()) {
+      : set(ExchangedSet::of(rois, file)), geometry(geometryToWrite(rois, file)), grid(rois.dimensions()) {
     for (const ExchangedMask& entry : set.masks)
       contents.push_back({entry.mask->volumeMask()->snapshot(), entry.mask->getBoundingBox()});
     layers = assignLayers(contents);
