@@ -4,8 +4,8 @@
 #include <string>
 
 #include "quarn/formats/detail/fault.h"
-#include "quarn/formats/detail/imageHeaders.h"
 #include "quarn/formats/detail/saveField.h"
+#include "quarn/formats/detail/savedHeaders.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 
 namespace quarn::formats {

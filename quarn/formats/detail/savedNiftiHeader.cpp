@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "quarn/formats/detail/fault.h"
-#include "quarn/formats/detail/imageHeaders.h"
+#include "quarn/formats/detail/savedHeaders.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 
 namespace quarn::formats::detail {

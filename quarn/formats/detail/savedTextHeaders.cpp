@@ -2,7 +2,7 @@
 #include <charconv>
 #include <system_error>
 
-#include "quarn/formats/detail/imageHeaders.h"
+#include "quarn/formats/detail/savedHeaders.h"
 #include "quarn/kernel/io/NrrdHeader.h"
 
 namespace quarn::formats::detail {
