@@ -87,7 +87,8 @@ public:
     if (!range) return std::nullopt;
     if (!(range->low < range->high))
       throw McException("A threshold needs two different values at least, and there are none.");
-    const Binning binning(*range, sizeof(T) <= 2);
+    const bool isExact = std::is_integral_v<T> && range->high - range->low < kBins;
+    const Binning binning(*range, isExact);
     const auto histogram = count(binning);
     return histogram ? findUpper(binning, split(*histogram)) : std::nullopt;
   }
