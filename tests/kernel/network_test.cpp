@@ -384,7 +384,8 @@ TEST_F(Network, KeepsTheOptionsThatAFileNeeds) {
   options.values = {{1, 90}, {95, 95}, {-3, -1}};
   HxFileTypes::instance().load(folder.file("brain.note"), options);
   const QString file = save();
-  EXPECT_EQ(commands().front(), "load brain.note -as brain -labels labels.txt -colors labels.lut -kind label -values 1-90,95,-3--1");
+  EXPECT_EQ(commands().front(),
+            "load brain.note -as brain -labels labels.txt -colors labels.lut -kind label -values 1-90,95,-3--1");
   pool().clear();
   HxNetwork::load(file);
   EXPECT_EQ(find("brain")->getLoadOptions().values, options.values);
