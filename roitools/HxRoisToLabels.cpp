@@ -77,8 +77,9 @@ void HxRoisToLabels::compute() {
     field = image.makeField(goOn);
     if (!field) throw interrupted();
   }
+  field->setLabel(rois->getLabel() + "-labels");
   for (const QString& line : linesOf(image, overlaps, tr(": the first loses them"))) print(line);
   tellWhatIsLost(image, rois->getLabel());
-  field->setLabel(rois->getLabel() + "-labels");
+  roitools::tellWhatIsNotExchanged(*rois, field->getLabel(), false);
   setResult(field.get());
 }

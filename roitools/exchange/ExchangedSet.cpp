@@ -31,12 +31,12 @@ QString excerpt(const std::string& text) {
   return QString::fromStdString(McException::excerpt(text));
 }
 
-bool hasMoreThanIsExchanged(const Roi& roi) {
+bool hasMoreThanIsExchanged(const Roi& roi, bool keepsSegments) {
   const HxParamBundle& parameters = roi.parameters();
   bool hasParameters = false;
   for (int i = 0; i < parameters.size(); ++i) {
     const std::string& name = parameters[i]->name();
-    hasParameters = hasParameters || (name != "Id" && name != "Segment");
+    hasParameters = hasParameters || (name != "Id" && !(keepsSegments && name == "Segment"));
   }
   return hasParameters || roi.colormap(false) || roi.colormapRange(false) != std::pair(0.0F, 1.0F) ||
          !roi.isAlphaEnabled();
@@ -92,17 +92,16 @@ void ExchangedSet::insertInto(HxRois& rois) const {
   }
 }
 
-void tellWhatIsNotExchanged(const HxRois& rois, const QString& file) {
-  const bool hasMore = std::any_of(rois.begin(), rois.end(), [](const auto& roi) {
+void tellWhatIsNotExchanged(const HxRois& rois, const QString& target, bool keepsSegments) {
+  const auto hasMore = [keepsSegments](const Roi& roi) { return hasMoreThanIsExchanged(roi, keepsSegments); };
+  const auto anyHasMore = [&](const auto& roi) {
     const auto* const group = dynamic_cast<const Group*>(roi.get());
-    return hasMoreThanIsExchanged(*roi) || (group && std::any_of(group->begin(), group->end(), [](const Mask& m) {
-                                              return hasMoreThanIsExchanged(m);
-                                            }));
-  });
-  if (!hasMore) return;
+    return hasMore(*roi) || (group && std::any_of(group->begin(), group->end(), hasMore));
+  };
+  if (!std::any_of(rois.begin(), rois.end(), anyHasMore)) return;
   HxMessage::printf(
       "%s: parameters, colormaps and transparency of the ROIs are not in it; a set file (.ROIs.qm) holds them",
-      McException::excerpt(file.toStdString()).c_str());
+      McException::excerpt(target.toStdString()).c_str());
 }
 
 std::string FittedNames::fit(const std::string& utf8, const std::string& fallback) {

@@ -40,8 +40,9 @@ struct ROITOOLS_API ExchangedSet {
   void insertInto(HxRois& rois) const;
 };
 
-/// Tells in one line what a set has that files of other programs cannot hold: nothing when there is nothing.
-ROITOOLS_API void tellWhatIsNotExchanged(const HxRois& rois, const QString& file);
+/// Tells in one line what a set has that files of other programs cannot hold: nothing when there is nothing. The line
+/// begins with `target`. Some keep what masks know of the segments that they were made of.
+ROITOOLS_API void tellWhatIsNotExchanged(const HxRois& rois, const QString& target, bool keepsSegments);
 
 /// Makes names for the ROIs of a set out of those that a file has.
 class ROITOOLS_API FittedNames {

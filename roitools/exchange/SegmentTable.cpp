@@ -249,13 +249,24 @@ void SegmentTable::write(NrrdHeader& header, const std::vector<MaskContent>& con
   add("Segmentation_ReferenceImageExtentOffset", "0 0 0");
 }
 
-void keepSegment(Mask& mask, const Segment& segment) {
+int keepSegment(Mask& mask, const Segment& segment) {
+  constexpr int mostKeys = 64;
   const std::string name = utf8(mask.name());
-  if (segment.others.empty() && segment.name == name) return;
+  if (segment.others.empty() && segment.name == name) return 0;
   HxParamBundle& kept = *mask.parameters().getBundle(segmentBundle);
+  int keys = 0, others = 0;
+  for (const auto& [key, value] : segment.others) {
+    const bool isName = !key.empty() && key != roiNameKey && HxParamBase::normalizedName(key) == key;
+    if (isName && keys < mostKeys) {
+      kept.set(key, QString::fromStdString(value));
+      ++keys;
+    } else {
+      ++others;
+    }
+  }
   kept.set(roiNameKey, mask.name());
   if (segment.name != name) kept.set(nameKey, QString::fromStdString(segment.name));
-  for (const auto& [key, value] : segment.others) kept.set(key, QString::fromStdString(value));
+  return others;
 }
 
 }  // namespace roitools

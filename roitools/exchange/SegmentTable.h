@@ -42,7 +42,8 @@ struct ROITOOLS_API SegmentTable {
   void write(quarn::NrrdHeader& header, const std::vector<MaskContent>& contents) const;
 };
 
-/// What a mask keeps of the segment that it was made of, for the next time it is written.
-void keepSegment(hxroi::details::Mask& mask, const Segment& segment);
+/// What a mask keeps of the segment that it was made of, for the next time it is written. Returns the number of keys
+/// that cannot be kept: parameters have no such names, or there are too many.
+int keepSegment(hxroi::details::Mask& mask, const Segment& segment);
 
 }  // namespace roitools

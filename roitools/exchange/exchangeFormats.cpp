@@ -89,7 +89,7 @@ int storeMasks(HxData* data, const char* filename, const char* suffix) {
   if (!rois) return 0;
   const QString folder = QString::fromUtf8(filename);
   saveMaskFolder(*rois, folder, QString::fromLatin1(suffix));
-  tellWhatIsNotExchanged(*rois, folder);
+  tellWhatIsNotExchanged(*rois, folder, false);
   return 1;
 }
 

@@ -91,6 +91,9 @@ public:
       refuse(file_, "holds no segments" + std::string(options_.values.empty() ? "" : " of these values"));
     setOf(namedMasks()).insertInto(*read.rois);
     tellUnnamed();
+    if (lostKeys_ > 0)
+      HxMessage::printf("%s: %d keys of segments have no place in a set, and are left out",
+                        McException::excerpt(file_.toStdString()).c_str(), lostKeys_);
     if (image_.header().elementCount() == 1)
       HxMessage::printf("%s: describes segments, but has no image of them: its grid is one voxel",
                         McException::excerpt(file_.toStdString()).c_str());
@@ -159,7 +162,7 @@ private:
       const Segment& segment = segments_[i];
       Mask& mask = filler_.mask(i);
       mask.setName(names_.fit(segment.name, "Segment_" + std::to_string(segment.number)));
-      keepSegment(mask, segment);
+      lostKeys_ += keepSegment(mask, segment);
       masks.push_back({&mask, segment.group});
     }
     return masks;
@@ -206,6 +209,7 @@ private:
   std::vector<std::unordered_map<std::int64_t, Masks>> masksOf_;           ///< by layer and label
   std::map<std::pair<std::int64_t, std::int64_t>, std::int64_t> unnamed_;  ///< voxels of labels without segment
   FittedNames names_;
+  int lostKeys_ = 0;  ///< of segments, that masks cannot keep
   QStringList leftOut_;
 };
 

@@ -46,7 +46,7 @@ struct Writing {
   HxGeometry3 geometry;
   McVec3i grid;
   std::vector<MaskContent> contents;
-  std::vector<int> layers;
+  std::vector<int> layers;  ///< assigned later, since that may take time
 
   std::size_t layerCount() const { return static_cast<std::size_t>(*std::ranges::max_element(layers)) + 1; }
 
@@ -54,7 +54,6 @@ struct Writing {
       : set(ExchangedSet::of(rois, file)), geometry(geometryToWrite(rois, file)), grid(rois.dimensions()) {
     for (const ExchangedMask& entry : set.masks)
       contents.push_back({entry.mask->volumeMask()->snapshot(), entry.mask->getBoundingBox()});
-    layers = assignLayers(contents);
   }
 
   NrrdHeader header(const SegmentTable& table) const {
@@ -101,8 +100,11 @@ void draw(const Writing& writing, const SegmentTable& table, const Slabs::Slab& 
   });
 }
 
-void write(const Writing& writing, quarn::FileReplacement& target, const QString& file) {
-  ShownProgress progress(tr("Saving ") + QFileInfo(file).fileName());
+[[noreturn]] void refuseInterrupted(const QString& file) {
+  refuse(file, "saving was interrupted, nothing has changed there");
+}
+
+void write(const Writing& writing, quarn::FileReplacement& target, const QString& file, ShownProgress& progress) {
   const SegmentTable table = SegmentTable::of(writing.set, writing.layers);
   const std::string header = writing.header(table).toText(file);
   target.file().append(std::as_bytes(std::span(header)));
@@ -111,8 +113,7 @@ void write(const Writing& writing, quarn::FileReplacement& target, const QString
   Slabs slabs(rowBytes, writing.grid.y, writing.grid.z, slabBytes);
   std::vector<std::uint8_t> bytes;
   while (const Slabs::Slab slab = slabs.next()) {
-    if (!progress.goOn(static_cast<double>(slab.z) / writing.grid.z))
-      refuse(file, "saving was interrupted, nothing has changed there");
+    if (!progress.goOn(static_cast<double>(slab.z) / writing.grid.z)) refuseInterrupted(file);
     draw(writing, table, slab, bytes);
     gzip.append(std::as_bytes(std::span(bytes)));
   }
@@ -123,9 +124,13 @@ void write(const Writing& writing, quarn::FileReplacement& target, const QString
 
 void saveSegmentation(const HxRois& rois, const QString& file) {
   try {
-    const Writing writing(rois, file);
+    Writing writing(rois, file);
     quarn::FileReplacement target(file);
-    write(writing, target, file);
+    ShownProgress progress(tr("Looking for overlaps"));
+    writing.layers = assignLayers(writing.contents, [&](double done) { return progress.goOn(done); });
+    if (writing.layers.empty()) refuseInterrupted(file);
+    progress.setText(tr("Saving ") + QFileInfo(file).fileName());
+    write(writing, target, file, progress);
     target.commit();
   } catch (const McException& failure) {
     const std::string name = McException::excerpt(file.toStdString());
@@ -135,7 +140,7 @@ void saveSegmentation(const HxRois& rois, const QString& file) {
   } catch (const std::bad_alloc&) {
     refuse(file, "cannot be saved: there is not enough memory");
   }
-  tellWhatIsNotExchanged(rois, file);
+  tellWhatIsNotExchanged(rois, file, true);
 }
 
 }  // namespace roitools

@@ -66,10 +66,11 @@ std::uint64_t countSharedVoxels(const MaskContent& a, const MaskContent& b) {
       std::plus<>());
 }
 
-std::vector<int> assignLayers(const std::vector<MaskContent>& contents) {
+std::vector<int> assignLayers(const std::vector<MaskContent>& contents, const std::function<bool(double)>& goOn) {
   std::vector<int> layers;
   std::vector<std::vector<const MaskContent*>> members;
   for (const MaskContent& content : contents) {
+    if (goOn && !goOn(static_cast<double>(layers.size()) / static_cast<double>(contents.size()))) return {};
     const auto hasRoom = [&](const auto& layer) {
       return std::ranges::none_of(layer, [&](const MaskContent* m) { return countSharedVoxels(*m, content) > 0; });
     };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "quarn/base/McBox3i.h"
@@ -20,7 +21,9 @@ struct MaskContent {
 ROITOOLS_API std::uint64_t countSharedVoxels(const MaskContent& a, const MaskContent& b);
 
 /// Layers, numbered from 0, such that no two contents of one layer share a voxel: each content gets the first layer
-/// that has room for it, in their order. Throws as countSharedVoxels().
-ROITOOLS_API std::vector<int> assignLayers(const std::vector<MaskContent>& contents);
+/// with room for it, in their order. `goOn`, which may be empty, is called with the part that is done; the result is
+/// empty when it gave up. Throws as countSharedVoxels().
+ROITOOLS_API std::vector<int> assignLayers(const std::vector<MaskContent>& contents,
+                                           const std::function<bool(double)>& goOn = {});
 
 }  // namespace roitools
