@@ -196,6 +196,18 @@ TEST(MetaImageBadInput, NamesElementAndValue) {
     EXPECT_EQ(input.outcomeOf(exchanged(header, bad.part, bad.other) + voxels()), bad.refusal);
 }
 
+TEST(MetaImageBadInput, CountsWhatStandsInFrontOfTheVoxels) {
+  const BadInput input(".mha");
+  input.folder().write(QStringLiteral("voxels.raw"), voxels());
+  const std::string detached = exchanged(header, "LOCAL", "voxels.raw");
+  EXPECT_EQ(input.outcomeOf("HeaderSize = 0\n" + detached), "");
+  EXPECT_EQ(input.outcomeOf("HeaderSize = 1\n" + detached),
+            "is cut: it holds 60 bytes, the header asks for 60 behind the first 1");
+  EXPECT_EQ(input.outcomeOf("HeaderSize = 9223372036854775807\n" + detached),
+            "is cut: it holds 60 bytes, the header asks for 60 behind the first 9223372036854775807");
+  EXPECT_EQ(input.outcomeOf("HeaderSize = -2\n" + detached), "element HeaderSize is \"-2\": no number of bytes");
+}
+
 TEST(MetaImageBadInput, TellsASeriesAndAPlane) {
   const BadInput input(".mha");
   std::string text = exchanged(exchanged(header, "NDims = 3", "NDims = 4"), "3 4 5", "3 4 5 2");

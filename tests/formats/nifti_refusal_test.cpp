@@ -15,6 +15,7 @@
 #include "quarn/kernel/app/HxRecordingSink.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
+#include "tests/formats/badInput.h"
 #include "tests/formats/niftiBytes.h"
 #include "tests/formats/testFiles.h"
 
@@ -41,6 +42,11 @@ std::string refusalOf(const std::string& bytes, const QString& name = QStringLit
   const std::string text = refusal([&] { readNifti(QString::fromStdString(path), {}); });
   EXPECT_THAT(text, StartsWith(path + ": "));
   return text.substr(std::min(text.size(), path.size() + 2));
+}
+
+TEST(NiftiRefusal, ReadsOrRefusesWhateverComes) {
+  BadInput(".nii").tryUsualFaults(goodImage().file());
+  BadInput(".nii.gz").tryUsualFaults(gzipped(goodImage().file()));
 }
 
 TEST(NiftiRefusal, NamesWhatIsNoFile) {

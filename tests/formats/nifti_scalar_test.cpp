@@ -122,6 +122,19 @@ TEST(NiftiScalar, AppliesTheScaleOfTheHeader) {
   EXPECT_THAT(valuesOf<std::int16_t>(*unscaled), ElementsAreArray(raw)) << "a slope of 0 means: not scaled";
 }
 
+TEST(NiftiScalar, AppliesTheScaleToVolumesOfManyPieces) {
+  const TestFolder folder;
+  std::vector<std::int16_t> raw(300 * 200 * 60);
+  for (std::size_t i = 0; i < raw.size(); ++i) raw[i] = static_cast<std::int16_t>(i % 30011);
+  NiftiBytes bytes = image(NiftiBytes::Int16, raw);
+  bytes.setDimensions({300, 200, 60});
+  bytes.setScale(0.25F, -7.0F);
+  const auto field = readNifti(folder.write(QStringLiteral("scaled.nii.gz"), gzipped(bytes.file())), {});
+  const std::vector<float> values = valuesOf<float>(*field);
+  ASSERT_EQ(values.size(), raw.size());
+  for (std::size_t i = 0; i < raw.size(); ++i) ASSERT_EQ(values[i], 0.25F * raw[i] - 7.0F) << i;
+}
+
 TEST(NiftiScalar, KeepsNanAndInfinity) {
   const TestFolder folder;
   std::vector<float> voxels(voxelCount, 1.0F);

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <itkMetaImageIO.h>
 #include <itkNiftiImageIO.h>
 #include <itkNrrdImageIO.h>
 #include <sys/stat.h>
+#include <type_traits>
 
 #include "quarn/formats/registerFormats.h"
 #include "quarn/formats/saveImage.h"
@@ -88,6 +90,26 @@ TEST_F(SaveImage, BringsTheGeometryOfMetaImagesBackBitForBit) {
   const auto field = sampleField<float>(McPrimType::Float);
   save(*field, path(".mha"));
   EXPECT_EQ(load(path(".mha"))->geometry(), obliqueGeometry());
+}
+
+TEST_F(SaveImage, BringsVolumesOfManyPiecesBack) {
+  const McHandle<HxUniformScalarField3> field = new HxUniformScalarField3({301, 203, 97}, McPrimType::Int16);
+  field->visitValues([&](auto* values) {
+    using T = std::remove_pointer_t<decltype(values)>;
+    for (std::int64_t i = 0; i < field->voxelCount(); ++i) values[i] = static_cast<T>(i * i / 1000);
+  });
+  for (const char* suffix : suffixes) {
+    SCOPED_TRACE(suffix);
+    RecordingProgress progress;
+    const ProgressScope scope(progress);
+    save(*field, path(suffix));
+    EXPECT_GT(progress.values.size(), 3U);
+    progress.values.clear();
+    expectSameVoxels(*load(path(suffix)), *field);
+    EXPECT_GT(progress.values.size(), 3U);
+    EXPECT_TRUE(std::ranges::is_sorted(progress.values));
+    EXPECT_EQ(progress.values.back(), 1.0F);
+  }
 }
 
 TEST_F(SaveImage, BringsLabelsBack) {
@@ -247,6 +269,30 @@ TEST_F(SaveImage, StopsWhenTheUserWants) {
     }
     expectSameVoxels(*load(path(suffix)), *former);
     QFile::remove(path(suffix));
+  }
+  EXPECT_THAT(files(), IsEmpty());
+}
+
+/// Changes a field when it is asked whether to go on.
+class ChangingProgress : public RecordingProgress {
+public:
+  explicit ChangingProgress(HxUniformScalarField3& field) : field_(field) {}
+
+  bool isInterrupted() override {
+    field_.resize({1, 1, 1}, McPrimType::Uint8);
+    return false;
+  }
+
+private:
+  HxUniformScalarField3& field_;
+};
+
+TEST_F(SaveImage, RefusesAFieldThatChangesMeanwhile) {
+  for (const char* suffix : suffixes) {
+    const auto field = sampleField<double>(McPrimType::Double);
+    ChangingProgress progress(*field);
+    const ProgressScope scope(progress);
+    EXPECT_THAT(refusal([&] { save(*field, path(suffix)); }), HasSubstr("was changed while it was saved"));
   }
   EXPECT_THAT(files(), IsEmpty());
 }

@@ -81,7 +81,7 @@ void RawVoxels::requireLength() const {
   refuse(file, QStringLiteral("is cut: it holds %1 bytes, the header asks for %2 behind the first %3")
                    .arg(available)
                    .arg(bytes)
-                   .arg(needed - bytes));
+                   .arg(offset + static_cast<std::uint64_t>(skip)));
 }
 
 void RawVoxels::read(void* voxels, const ImageVolume::Progress& progress) const {
