@@ -1,5 +1,6 @@
 #include "quarn/formats/registerFormats.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QStringList>
 #include <initializer_list>
@@ -23,7 +24,7 @@ using FieldReader = McHandle<HxUniformScalarField3> (*)(const QString& file, con
 HxFileReader loaderWith(FieldReader read) {
   return [read](const QString& file, const HxLoadOptions& options) {
     const McHandle<HxUniformScalarField3> field = read(file, options);
-    const QString path = QFileInfo(file).absoluteFilePath();
+    const QString path = QDir::cleanPath(QFileInfo(file).absoluteFilePath());
     field->setLoadCmd(path);
     field->setModified(0);
     HxData::registerData(field, options.name.isEmpty() ? QFileInfo(path).fileName() : options.name);

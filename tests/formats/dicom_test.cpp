@@ -146,7 +146,7 @@ TEST_F(Dicom, LoadsFoldersAndSingleSlices) {
         dynamic_cast<HxUniformScalarField3*>(HxObjectPool::instance().find(names.front()));
     EXPECT_EQ(field->latticeDimensions().nz, isFolder ? 2 : 1);
     EXPECT_EQ(QDir::cleanPath(field->getLoadCmd()), QDir::cleanPath(path));
-    EXPECT_NE(names.front(), QString());
+    EXPECT_EQ(field->getLabel(), QFileInfo(QDir::cleanPath(path)).fileName());
     HxObjectPool::instance().remove(field.get());
   }
 }

@@ -1,5 +1,6 @@
 #include "quarn/formats/detail/ImageProgress.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 #include "quarn/base/McProgressInterface.h"
@@ -9,7 +10,8 @@
 namespace quarn::formats::detail {
 
 ImageProgress::ImageProgress(Task task, const QString& file) : task_(task), file_(file) {
-  const std::string name = QFileInfo(QFileInfo(file).absoluteFilePath()).fileName().toStdString();
+  const QString path = QDir::cleanPath(QFileInfo(file).absoluteFilePath());
+  const std::string name = QFileInfo(path).fileName().toStdString();
   HxApplication::progress()->start((task == Task::Reading ? "Reading " : "Writing ") + name);
 }
 

@@ -36,6 +36,32 @@ bool isPlainName(const std::string& name) {
   });
 }
 
+/// Where the next `wanted` bytes go when `done` of them are there.
+using Room = std::function<std::span<std::byte>(std::int64_t done, std::int64_t wanted)>;
+
+void readInto(const RawVoxels& raw, const Room& room, const RawVoxels::Take& take,
+              const ImageVolume::Progress& progress) {
+  const std::int64_t bytes = raw.bytes;
+  ByteStream stream(raw.file, raw.offset, raw.form);
+  stream.skip(raw.skip);
+  for (std::int64_t done = 0; done < bytes;) {
+    const std::int64_t wanted = std::min(slabBytes, bytes - done);
+    const std::span<std::byte> slab = room(done, wanted);
+    const std::size_t got = stream.read(slab);
+    if (got < slab.size()) {
+      refuse(raw.file, QStringLiteral("is cut: it holds %1 bytes of voxels, the header asks for %2")
+                           .arg(done + static_cast<std::int64_t>(got))
+                           .arg(bytes));
+    }
+    if (raw.isByteSwapped) reverseBytes(slab, bytesOf(raw.kind));
+    take(slab, done);
+    done += wanted;
+    progress(static_cast<float>(done) / static_cast<float>(bytes));
+  }
+  std::byte behind;
+  if (stream.isCompressed()) stream.read({&behind, 1});  // the checksum
+}
+
 }  // namespace
 
 std::int64_t lengthOf(const QString& file) {
@@ -89,8 +115,8 @@ void RawVoxels::read(void* voxels, const ImageVolume::Progress& progress) const 
   const auto room = [target](std::int64_t done, std::int64_t wanted) {
     return std::span(target + done, static_cast<std::size_t>(wanted));
   };
-  readInto(
-      room, [](std::span<const std::byte>, std::int64_t) {}, progress);
+  const auto leave = [](std::span<const std::byte>, std::int64_t) {};
+  readInto(*this, room, leave, progress);
 }
 
 void RawVoxels::readPieces(const Take& take, const ImageVolume::Progress& progress) const {
@@ -98,29 +124,7 @@ void RawVoxels::readPieces(const Take& take, const ImageVolume::Progress& progre
   const auto room = [&piece](std::int64_t, std::int64_t wanted) {
     return std::span(piece).first(static_cast<std::size_t>(wanted));
   };
-  readInto(room, take, progress);
-}
-
-void RawVoxels::readInto(const std::function<std::span<std::byte>(std::int64_t done, std::int64_t wanted)>& room,
-                         const Take& take, const ImageVolume::Progress& progress) const {
-  ByteStream stream(file, offset, form);
-  stream.skip(skip);
-  for (std::int64_t done = 0; done < bytes;) {
-    const std::int64_t wanted = std::min(slabBytes, bytes - done);
-    const std::span<std::byte> slab = room(done, wanted);
-    const std::size_t got = stream.read(slab);
-    if (got < slab.size()) {
-      refuse(file, QStringLiteral("is cut: it holds %1 bytes of voxels, the header asks for %2")
-                       .arg(done + static_cast<std::int64_t>(got))
-                       .arg(bytes));
-    }
-    if (isByteSwapped) reverseBytes(slab, bytesOf(kind));
-    take(slab, done);
-    done += wanted;
-    progress(static_cast<float>(done) / static_cast<float>(bytes));
-  }
-  std::byte behind;
-  if (stream.isCompressed()) stream.read({&behind, 1});  // the checksum
+  readInto(*this, room, take, progress);
 }
 
 }  // namespace quarn::formats::detail

@@ -32,13 +32,9 @@ struct RawVoxels {
   /// @throws McException, naming the file, when it cannot be read, is cut, or its checksum is wrong.
   void read(void* voxels, const ImageVolume::Progress& progress) const;
 
-  /// The same, piece by piece: `take` gets whole voxels, and the bytes in front of them.
+  /// The same, piece by piece: `take` gets whole voxels, and how many bytes of voxels came before them.
   using Take = std::function<void(std::span<const std::byte> voxels, std::int64_t done)>;
   void readPieces(const Take& take, const ImageVolume::Progress& progress) const;
-
-private:
-  void readInto(const std::function<std::span<std::byte>(std::int64_t done, std::int64_t wanted)>& room,
-                const Take& take, const ImageVolume::Progress& progress) const;
 };
 
 /// Bytes of a regular file.
