@@ -13,14 +13,16 @@ HxRoisProviderFromHxUniformLabelField3::HxRoisProviderFromHxUniformLabelField3(M
 HxRoisProviderFromHxUniformLabelField3::~HxRoisProviderFromHxUniformLabelField3() = default;
 
 HxRois* HxRoisProviderFromHxUniformLabelField3::getHxRois() {
+  // The conversion may let the user remove the field, and with it the provider.
+  const McHandle<HxUniformLabelField3> field(mcinterface_cast<HxUniformLabelField3>(owner()));
+  if (!field) return nullptr;
   // A converter without a set has failed, or is at work and its progress has led here.
-  if (!rois_ && !converter_) convert();
-  return rois_;
+  if (!rois_ && !converter_) convert(field);
+  const bool isLast = field->refCount() == 1;
+  return isLast ? nullptr : rois_.get();
 }
 
-void HxRoisProviderFromHxUniformLabelField3::convert() {
-  auto* field = mcinterface_cast<HxUniformLabelField3>(owner());
-  if (!field) return;
+void HxRoisProviderFromHxUniformLabelField3::convert(HxUniformLabelField3* field) {
   converter_ = new HxUniformLabelField3ToHxRois;
   converter_->dataConnection.connect(field);
   converter_->portDoIt.hit(0);

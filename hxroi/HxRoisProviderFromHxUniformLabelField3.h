@@ -18,12 +18,12 @@ public:
   explicit HxRoisProviderFromHxUniformLabelField3(McInterfaceOwner* owner);
   ~HxRoisProviderFromHxUniformLabelField3() override;
 
-  /// Null when the field cannot be converted, which is not tried again. An exception of the conversion comes out once;
-  /// a set that keeps the masks made until then is given from then on.
+  /// Null when the field cannot be converted, which is not tried again, and when it goes away meanwhile. An exception
+  /// of the conversion comes out once; a set that keeps the masks made until then is given from then on.
   HxRois* getHxRois() override;
 
 private:
-  void convert();
+  void convert(HxUniformLabelField3* field);
   void takeResult(HxUniformLabelField3* field);
 
   McHandle<HxUniformLabelField3ToHxRois> converter_;

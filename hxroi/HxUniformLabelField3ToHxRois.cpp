@@ -60,7 +60,9 @@ HxUniformLabelField3ToHxRois::HxUniformLabelField3ToHxRois()
 HxUniformLabelField3ToHxRois::~HxUniformLabelField3ToHxRois() = default;
 
 void HxUniformLabelField3ToHxRois::compute() {
-  const auto* field = hxconnection_cast<HxUniformLabelField3>(dataConnection);
+  // Progress lets the user act, and may end what nobody holds.
+  const McHandle<HxUniformLabelField3> field(hxconnection_cast<HxUniformLabelField3>(dataConnection));
+  const McHandle<HxUniformLabelField3ToHxRois> alive(this);
   if (!portDoIt.wasHit(0) || !field) return;
 
   // Whatever can fail without the set is done before the set is emptied.

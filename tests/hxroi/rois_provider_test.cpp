@@ -159,6 +159,21 @@ TEST_F(RoisProvider, WhatAFailedConversionHasMadeIsGiven) {
   EXPECT_EQ(set->portData.source(), field.get());
 }
 
+TEST_F(RoisProvider, AFieldThatGoesAwayWhileItIsConvertedGivesNothing) {
+  struct RemovingProgress : RecordingProgress {
+    void setText(const std::string& text) override {
+      RecordingProgress::setText(text);
+      field.reset();
+    }
+    McHandle<HxUniformLabelField3> field;
+  } progress;
+  const ProgressScope scope(progress);
+  progress.field = boneAndMuscle();
+  HxRoisProviderInterface* const provider = attach(progress.field);
+  EXPECT_EQ(provider->getHxRois(), nullptr);
+  EXPECT_EQ(conversions(progress), 1);
+}
+
 TEST_F(RoisProvider, AskedAgainDuringItsConversionItGivesNothing) {
   struct AskingProgress : RecordingProgress {
     void setText(const std::string& text) override {

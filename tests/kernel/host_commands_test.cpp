@@ -131,7 +131,12 @@ TEST_F(HostCommands, PreferencesAreReadAndSet) {
   EXPECT_THAT(errorOf("preferences get Colour"), HasSubstr("there is no preference \"Colour\""));
   EXPECT_THAT(errorOf("preferences set {LDA > Tile Size} 33"), HasSubstr("got \"33\""));
   EXPECT_THAT(errorOf("preferences set x"), HasSubstr("usage: preferences"));
-  EXPECT_THAT(errorOf("preferences"), HasSubstr("usage: preferences get ?KEY? | set KEY VALUE"));
+  EXPECT_THAT(errorOf("preferences dance"), HasSubstr("usage: preferences"));
+  resultOf("preferences set {LDA > Tile Size} 128");
+  sink.clear();
+  resultOf("preferences");
+  EXPECT_THAT(sink.consoleText(), ::testing::ContainsRegex("LDA > Tile Size +128\n"));
+  resultOf("preferences set {LDA > Tile Size} " + former);
 }
 
 TEST_F(HostCommands, HelpShowsTheTable) {

@@ -107,8 +107,9 @@ std::string textOf(const SbVec3i32& size) {
   return std::to_string(size[0]) + " x " + std::to_string(size[1]) + " x " + std::to_string(size[2]);
 }
 
-void requireGrids(std::span<const LabelledMask> masks, const SbVec3i32& dimensions) {
+void requireSoundMasks(std::span<const LabelledMask> masks, const SbVec3i32& dimensions) {
   for (const LabelledMask& mask : masks) {
+    if (mask.label == 0) throw McException("The label 0 stands for no mask");
     if (mask.content.dimensions() == dimensions) continue;
     throw McException("The mask of label " + std::to_string(mask.label) + " has " + textOf(mask.content.dimensions()) +
                       " voxels, the labels " + textOf(dimensions));
@@ -119,7 +120,7 @@ void requireGrids(std::span<const LabelledMask> masks, const SbVec3i32& dimensio
 
 bool joinLabels(std::span<const LabelledMask> masks, std::uint8_t overlap, const SbVec3i32& dimensions,
                 std::uint8_t* labels, const WorkCallback& callback) {
-  requireGrids(masks, dimensions);
+  requireSoundMasks(masks, dimensions);
   constexpr int edge = 64;
   const TileGrid grid = masks.empty() ? TileGrid(dimensions, {edge, edge, edge}) : masks.front().content.grid();
   constexpr std::int64_t tilesAtOnce = 64;

@@ -54,6 +54,18 @@ TEST(JoinLabels, MasksOfAnotherGridAreRefusedBeforeAnythingIsWritten) {
   EXPECT_THAT(labels, Each(7));
 }
 
+TEST(JoinLabels, ZeroIsNoLabelOfAMask) {
+  const TileGrid grid({8, 8, 8}, {32, 32, 32});
+  const std::vector<LabelledMask> masks{maskOf(Labels(512, 1), grid, 0)};
+  Labels labels(512, 7);
+  EXPECT_THAT(
+      [&] {
+        joinLabels(masks, 255, {8, 8, 8}, labels.data());
+      },
+      ThrowsMessage<McException>(HasSubstr("label 0")));
+  EXPECT_THAT(labels, Each(7));
+}
+
 TEST(JoinLabels, AreGivenUpWhenTheCallbackSaysSo) {
   const TileGrid grid({8, 8, 8}, {32, 32, 32});
   Labels labels(512);

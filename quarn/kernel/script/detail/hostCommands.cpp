@@ -122,14 +122,17 @@ void nameResult(HxCommandCall& call) {
 void preferences(HxCommandCall& call) {
   const QStringList& words = call.words();
   HxPreferences& preferences = *HxApplication::instance()->settings()->getPreferences();
-  if (words.front() == QLatin1String("get") && words.size() == 1) {
+  if (words.isEmpty()) {
+    for (const QString& key : HxPreferences::keys())
+      HxMessage::printf("%-40s %s", qUtf8Printable(key), qUtf8Printable(preferences.get(key)));
+  } else if (words.front() == QLatin1String("get") && words.size() == 1) {
     call.setResult(HxPreferences::keys());
   } else if (words.front() == QLatin1String("get") && words.size() == 2) {
     call.setResult(preferences.get(words[1]));
   } else if (words.front() == QLatin1String("set") && words.size() == 3) {
     preferences.set(words[1], words[2]);
   } else {
-    throw McException("usage: preferences get ?KEY?, preferences set KEY VALUE");
+    throw McException("usage: preferences, preferences get ?KEY?, preferences set KEY VALUE");
   }
 }
 
@@ -211,8 +214,11 @@ std::vector<HxCommandRow> hostCommands() {
       row("objects", "?PATTERN?", 0, 1, "Returns the names of the objects, all or those that match, sorted.", objects),
       row("classes", "?PATTERN?", 0, 1, "Returns the classes that create can make, all or those that match, sorted.",
           classes),
-      row("preferences", "get ?KEY? | set KEY VALUE", 1, 3,
-          "Returns or sets a preference, for this run; get without a key returns the keys.", preferences),
+      row("preferences", "?get ?KEY? | set KEY VALUE?", 0, 3,
+          "Returns or sets a preference, for this run; get without a key returns the keys, and without a word all of "
+          "them "
+          "are printed with their values.",
+          preferences),
       row("recover", "list|load|discard", 1, 1,
           "Work that earlier runs left in the temporary storage when they were cut off: list returns a line for each "
           "piece, load makes objects of what it has not loaded yet and returns their names, discard removes all of it "
