@@ -1,33 +1,37 @@
-# Takes the ROI set that atlas.tcl has saved to another program and back, overlapping masks and groups too:
-#   quarn --script exchange.tcl FOLDER
-# FOLDER/brain.seg.nrrd is a segmentation with layers, FOLDER/masks a folder with one NIfTI image for each mask.
+# Takes a set of masks that overlap to other programs and back: as a segmentation, and as one label field.
+#   quarn --script exchange.tcl OUTPUT_FOLDER ?TEMPLATE_FOLDER?
+# What comes back is checked. OUTPUT_FOLDER/brain.seg.nrrd and OUTPUT_FOLDER/brain-labels.field.qm are left there.
 
-set folder [lindex $argv 0]
-if {![file exists $folder/brain.ROIs.qm]} { error "usage: exchange.tcl FOLDER_OF_ATLAS" }
+set out [lindex $argv 0]
+set templates [expr {$argc > 1 ? [lindex $argv 1] : "/usr/share/mricron/templates"}]
+if {![file isdirectory $out]} { error "usage: exchange.tcl OUTPUT_FOLDER ?TEMPLATE_FOLDER?" }
 
-set rois [lindex [load $folder/brain.ROIs.qm] 0]
-$rois createGroup Thalamus Thalamus_L Thalamus_R Thalamus_L-merged
+load $templates/aal.nii.gz -as atlas -labels $templates/aal.nii.txt -values 1-90
+create HxUniformLabelField3ToHxRois convert
+convert data connect atlas
+convert doIt hit
+convert fire
+set rois [convert getResult]
+$rois data connect atlas
+$rois mergeMasks Hippocampus_L Hippocampus_R
 
-$rois save $folder/brain.seg.nrrd
-file delete -force $folder/masks
-$rois save "NIfTI masks" $folder/masks
-
-proc countsOf {rois} {
-  set statistics [create HxRoiStatistics]
-  $statistics data connect $rois
-  $statistics doIt hit
-  $statistics fire
-  set table [$statistics getResult]
-  set counts {}
-  for {set row 0} {$row < [$table getRowCount]} {incr row} {
-    lappend counts [list [$table getCell $row name] [$table getCell $row group] [$table getCell $row voxels]]
-  }
-  return $counts
+puts "formats: [$rois formats]"
+$rois save $out/brain.seg.nrrd
+set names [load $out/brain.seg.nrrd -as back]
+puts "back: $names, [llength [back allMasks]] masks"
+if {[back allMasks] ne [$rois allMasks]} { error "other masks came back" }
+foreach name [back allMasks] {
+  if {[back getMaskBoundingBox $name] ne [$rois getMaskBoundingBox $name]} { error "$name came back elsewhere" }
 }
 
-set wanted [countsOf $rois]
-foreach file {brain.seg.nrrd masks/brain.masks.csv} {
-  set back [lindex [load $folder/$file -as [file rootname [file tail $file]]] 0]
-  if {[countsOf $back] ne $wanted} { error "$file does not hold the set that was saved" }
-  puts "$file: [llength $wanted] masks and groups, names, order and every voxel count as they were"
-}
+# One label for each voxel: masks that overlap must be wanted.
+create HxRoisToLabels labels
+labels data connect back
+labels doIt hit
+if {![catch {labels fire} text]} { error "overlaps were not refused" }
+puts $text
+labels overlaps setValue flattened
+labels doIt hit
+labels fire
+[labels getResult] save $out/brain-labels.field.qm
+puts "labels: [[labels getResult] getRange]"

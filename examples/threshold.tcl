@@ -22,15 +22,15 @@ create HxUniformLabelField3ToHxRois convert
 convert data connect $labels
 set bright [run convert]
 
-create HxRoiSplit split
-split data connect $bright
-split largest setValue 5
-set pieces [run split]
+create HxRoiSplit splitter
+splitter data connect $bright
+splitter largest setValue 5
+set pieces [run splitter]
 $pieces save QuarnMesh $out/bright.ROIs.qm
 
-create HxRoisToLabels join
-join data connect $pieces
-set image [run join]
+create HxRoisToLabels labeller
+labeller data connect $pieces
+set image [run labeller]
 $image save $out/bright.nii.gz
 $image save "Label descriptions" $out/bright.label
 

@@ -95,6 +95,7 @@ void LabelConversion::copyMaterials() {
 
 /// In the order in which the labels appear in the field, so that colours are drawn in that order.
 void LabelConversion::makeMasks() {
+  if (field_.voxelCount() == 0) return;
   const McVec3i size = HxRoisHelpers::gridOf(field_);
   const hxvoxora::TileGrid grid(toToolkit(size), hxvoxora::utilities::computeLDMTileSize(McDim3l(size)));
   auto contents = hxvoxora::separateLabels(field_.lattice().getLabels(), grid,

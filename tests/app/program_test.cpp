@@ -55,7 +55,7 @@ TEST(Program, ScriptErrorNamesTheProceduresItHappenedIn) {
       program.runScript("proc inner {} {\n  set a 1\n  error wrong\n}\nproc outer {} { inner }\n\nouter\n");
   EXPECT_EQ(1, outcome.status);
   EXPECT_EQ(program.file("script.tcl").toStdString() +
-                ":7: wrong\n    in procedure inner, line 3\n    in procedure outer, line 1\n",
+                ":7: wrong\n    in error wrong\n    in procedure inner, line 3\n    in procedure outer, line 1\n",
             outcome.errors);
 }
 

@@ -148,9 +148,9 @@ TEST_F(EditingCommands, CreatingNeedsABinaryFieldOfTheGrid) {
       console.consoleEntries,
       ElementsAre("Can not create and insert mask from a HxUniformLabelField3 that is not a binary label field."));
   const auto binary = makeLabels({3, 1, 1}, {0, 1, 1});
-  HxObjectPool::instance().add(binary, "binary");
+  HxObjectPool::instance().add(binary, "bits");
   addMask("A");
-  EXPECT_EQ(run({"createAndInsertRoiFrom", "binary"}), TCL_ERROR);
+  EXPECT_EQ(run({"createAndInsertRoiFrom", "bits"}), TCL_ERROR);
   EXPECT_THAT(console.consoleEntries, ElementsAre("Can not insert mask because dimensions don't match."));
   EXPECT_THAT(maskNames(), ElementsAre("A"));
 }
@@ -250,7 +250,7 @@ TEST_F(EditingCommands, HelpOfOptimizeNamesHelpOnly) {
 }
 
 TEST_F(EditingCommands, UnknownOptionsOfOptimizeAreRefused) {
-  for (const char* word : {"--bogus", "word", "-x", "--help=7"}) {
+  for (const char* word : {"--bogus", "-x", "--help=7"}) {
     RecordingProgress progress;
     const ProgressScope scope(progress);
     EXPECT_EQ(run({"optimize", word}), TCL_ERROR) << word;

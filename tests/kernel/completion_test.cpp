@@ -3,6 +3,7 @@
 #include "quarn/kernel/app/HxRecordingSink.h"
 #include "quarn/kernel/fields/HxTable.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/ports/HxPort.h"
 #include "quarn/kernel/script/HxCompletion.h"
 
 using ::testing::AllOf;
@@ -18,20 +19,21 @@ protected:
   ~Completion() override { HxObjectPool::instance().clear(); }
 
   McHandle<HxTable> table{new HxTable};
+  const QString port = table->ports().front()->getName();
   HxRecordingSink console;
 };
 
 TEST_F(Completion, OfAnObjectAreItsCommandsAndPorts) {
   const QStringList words = HxCompletion::wordsAfter({"t"});
-  EXPECT_THAT(words, AllOf(Contains("getClass"), Contains("setLabel"), Contains("save"), Contains("data")));
+  EXPECT_THAT(words, AllOf(Contains("getClass"), Contains("setLabel"), Contains("save"), Contains(port)));
   EXPECT_THAT(words, Not(Contains("PORT")));
   EXPECT_TRUE(std::is_sorted(words.begin(), words.end()));
   EXPECT_THAT(console.consoleEntries, IsEmpty());
 }
 
 TEST_F(Completion, OfAPortAreItsCommands) {
-  EXPECT_THAT(HxCompletion::wordsAfter({"t", "data"}), AllOf(Contains("connect"), Contains("source")));
-  EXPECT_THAT(HxCompletion::wordsAfter({"t", "data", "connect"}), Contains("t"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"t", port}), AllOf(Contains("connect"), Contains("source")));
+  EXPECT_THAT(HxCompletion::wordsAfter({"t", port, "connect"}), Contains("t"));
 }
 
 TEST_F(Completion, OfHostCommandsAreWhatTheyTake) {

@@ -128,7 +128,9 @@ HxScriptError failureOf(const QString& fileName, const char* what) {
 
 QString HxScriptError::toText() const {
   QString text = message;
-  if (!command.isEmpty()) text += QStringLiteral("\n    in ") + command;
+  // What was typed stands above.
+  const bool isTyped = file.isEmpty() && procedures.isEmpty();
+  if (!isTyped && !command.isEmpty()) text += QStringLiteral("\n    in ") + command;
   for (const QString& procedure : procedures) text += QStringLiteral("\n    in procedure ") + procedure;
   if (file.isEmpty()) return text;
   const QString place = line > 0 ? file + QLatin1Char(':') + QString::number(line) : file;

@@ -23,7 +23,8 @@ struct QUARN_KERNEL_API HxScriptError {
   bool interrupted = false;       ///< the user asked to stop
   std::optional<int> exitStatus;  ///< not an error: the script called `exit`
 
-  /// "file:line: message", as far as file and line are known, a line with the words that failed and one for each
+  /// "file:line: message", as far as file and line are known, a line with the words that failed (not for those of a
+  /// prompt) and one for each
   /// procedure.
   QString toText() const;
 };
