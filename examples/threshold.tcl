@@ -21,6 +21,8 @@ set labels [run range]
 create HxUniformLabelField3ToHxRois convert
 convert data connect $labels
 set bright [run convert]
+# A set lies where the field at its "data" does.
+$bright data connect brain
 
 create HxRoiSplit splitter
 splitter data connect $bright
