@@ -25,8 +25,16 @@ HxData* findData(const char* name) {
   return data;
 }
 
+/// Masks whose names are taken stay behind.
+void copyAll(HxRois& rois, HxRois& source) {
+  const std::size_t wanted = source.getNumberOfMasks(), before = rois.getNumberOfMasks();
+  rois.copyAllMasksFrom(&source);
+  const std::size_t left = wanted - (rois.getNumberOfMasks() - before);
+  if (left > 0) console().printf("%zu masks were not copied: their names are taken.", left);
+}
+
 void copyFrom(const SetCommand& call, HxRois& source) {
-  if (call.argc == 3) return call.rois.copyAllMasksFrom(&source);
+  if (call.argc == 3) return copyAll(call.rois, source);
   if (const Roi* const roi = source.getRoi(call.name(3))) {
     call.rois.copyAllMasksFrom(roi, source.parameters.getMaterials(0));
   } else {

@@ -75,6 +75,11 @@ TEST_F(EditingCommands, AllMasksOfAnotherSetAreCopied) {
   EXPECT_THAT(maskNames(), ElementsAre("A", "B"));
   EXPECT_EQ(count(*rois->getMask("B")), 3U);
   EXPECT_NE(rois->getMask("B"), other->getMask("B"));
+  EXPECT_THAT(console.consoleEntries, IsEmpty());
+  other->addRoi(makeMask("C"));
+  EXPECT_EQ(run({"copyAndInsertMasksFrom", "Other"}), TCL_OK);
+  EXPECT_THAT(console.consoleEntries, ElementsAre("2 masks were not copied: their names are taken."));
+  EXPECT_THAT(maskNames(), ElementsAre("A", "B", "C"));
 }
 
 TEST_F(EditingCommands, OneRoiOfAnotherSetIsCopiedWithItsMaterial) {
