@@ -151,8 +151,8 @@ QStringList HxFileTypes::load(const QString& file, const HxLoadOptions& options)
     if (read(file, options)) {
       arrivals.rename(options.name, unique);
       arrivals.noteOptions(options);
-      if (unique != options.name)
-        HxMessage::printf("There is a %s already; what was loaded is %s.", excerpt(options.name).c_str(),
+      if (!options.name.isEmpty() && unique != options.name)
+        HxMessage::printf("%s is not free as a name; what was loaded is %s.", excerpt(options.name).c_str(),
                           excerpt(unique).c_str());
       return arrivals.names();
     }
