@@ -2,6 +2,7 @@
 #include <cmath>
 #include <fstream>
 #include <limits>
+#include <sys/stat.h>
 
 #include "quarn/kernel/io/HxFieldFile.h"
 #include "quarn/kernel/io/HxFileTypes.h"
@@ -270,16 +271,25 @@ TEST_F(FieldFile, IsSavedLoadedAndCheckedByCommands) {
   EXPECT_TRUE(HxFileTypes::instance().suffixes().contains(".field.qm"));
 }
 
-TEST_F(FieldFile, StaysPrivate) {
+TEST_F(FieldFile, GivesNobodyMoreRightsThanBefore) {
   const TemporaryFolder folder;
   const QString file = folder.file("brain.field.qm");
   const auto field = makeLabels();
   HxFieldFile::save(*field, file);
-  ASSERT_TRUE(QFile::setPermissions(file, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
-  HxFieldFile::save(*field, file);
-  const QFileInfoList entries = QDir(folder.path()).entryInfoList(QDir::Files);
-  ASSERT_EQ(entries.size(), 2);
-  for (const QFileInfo& entry : entries) EXPECT_FALSE(entry.permissions() & (QFile::ReadGroup | QFile::ReadOther));
+  const mode_t former = ::umask(0022);
+  const std::pair<mode_t, mode_t> modes[] = {{0600, 0600}, {0640, 0640}, {0660, 0640}, {0644, 0644}, {0666, 0644}};
+  for (const auto& [before, after] : modes) {
+    ASSERT_EQ(::chmod(file.toUtf8().constData(), before), 0);
+    HxFieldFile::save(*field, file);
+    const QStringList names = QDir(folder.path()).entryList(QDir::Files);
+    ASSERT_EQ(names.size(), 2);
+    for (const QString& name : names) {
+      struct stat status {};
+      ASSERT_EQ(::stat(folder.file(name).toUtf8().constData(), &status), 0);
+      EXPECT_EQ(status.st_mode & 0777U, after) << name.toStdString() << " was " << before;
+    }
+  }
+  EXPECT_EQ(::umask(former), 0022U);
 }
 
 TEST_F(FieldFile, ReplacesNothingButRegularFiles) {

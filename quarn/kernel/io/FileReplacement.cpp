@@ -6,6 +6,7 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/io/detail/formerRights.h"
 #include "quarn/voxora/files/fileNames.h"
 #include "quarn/voxora/files/fileSetParts.h"
 
@@ -30,13 +31,6 @@ bool isNewNameOf(const std::string& name, const std::string& candidate) {
   return candidate.starts_with(name + "~") && hxvoxora::parseGeneration(candidate.substr(name.size() + 1));
 }
 
-/// Those who could not read the file before do not get to read it now.
-FileSystem::Access accessOf(const QString& file) {
-  constexpr auto others = QFileDevice::ReadGroup | QFileDevice::ReadOther;
-  const QFileInfo info(file);
-  return info.exists() && !(info.permissions() & others) ? FileSystem::Access::ownerOnly : FileSystem::Access::byMask;
-}
-
 }  // namespace
 
 FileReplacement::FileReplacement(const QString& file)
@@ -48,8 +42,9 @@ FileReplacement::FileReplacement(const QString& file)
       newPath_(folder_ + "/" + newName(name_)) {
   requireReplaceable();
   removeAbandoned();
-  output_ = files_.createExclusively(newPath_, accessOf(file));
+  output_ = files_.createExclusively(newPath_, detail::accessBeside(file));
   isMade_ = true;
+  detail::takeRights(file, QFile::decodeName(newPath_.c_str()));
   try {
     lock_ = files_.tryLock(newPath_);
   } catch (const McException&) {

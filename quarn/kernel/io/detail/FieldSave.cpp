@@ -13,6 +13,7 @@
 #include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/kernel/io/detail/FieldDescription.h"
 #include "quarn/kernel/io/detail/fieldDataLayout.h"
+#include "quarn/kernel/io/detail/formerRights.h"
 #include "quarn/voxora/files/FileError.h"
 #include "quarn/voxora/files/fileNames.h"
 #include "quarn/voxora/files/fileSetParts.h"
@@ -26,15 +27,12 @@ using hxvoxora::FileSystem;
 
 namespace {
 
-QFileInfo infoOf(const std::string& path) {
-  return QFileInfo(QFile::decodeName(path.c_str()));
+QString toQt(const std::string& path) {
+  return QFile::decodeName(path.c_str());
 }
 
-/// Those who could not read the file before do not get to read it now.
-FileSystem::Access accessOf(const std::string& path) {
-  const QFileInfo info = infoOf(path);
-  constexpr auto others = QFileDevice::ReadGroup | QFileDevice::ReadOther;
-  return info.exists() && !(info.permissions() & others) ? FileSystem::Access::ownerOnly : FileSystem::Access::byMask;
+QFileInfo infoOf(const std::string& path) {
+  return QFileInfo(toQt(path));
 }
 
 }  // namespace
@@ -50,7 +48,7 @@ FieldSave::FieldSave(FileSystem& files, const std::string& path)
       folderPrefix_(hxvoxora::folderPrefix(path)),
       names_(path),
       generation_(hxvoxora::drawGeneration()),
-      access_(accessOf(path)) {
+      access_(accessBeside(toQt(path))) {
   requireReplaceable();
   noteFormer();
   removeAbandoned();
@@ -75,7 +73,7 @@ void FieldSave::requireReplaceable() {
 void FieldSave::noteFormer() {
   if (files_.kind(path_) == FileKind::missing) return;
   try {
-    const QString name = QFile::decodeName(path_.c_str());
+    const QString name = toQt(path_);
     const auto mesh = QuarnMesh::parse(QByteArray::fromStdString(readParameterText(files_, path_)), name);
     const FieldDescription former = FieldDescription::parse(mesh->parameters);
     if (!names_.generationOfData(former.dataFile)) return;
@@ -122,6 +120,7 @@ hxvoxora::OutputFile& FieldSave::createData() {
   const std::string path = pathOf(names_.newDataFile(generation_));
   data_ = files_.createExclusively(path, access_);
   made_.push_back(path);
+  takeRights(toQt(path_), toQt(path));
   lock_ = lockNewData();
   return *data_;
 }
@@ -163,6 +162,7 @@ void FieldSave::writeParameters(const std::string& text) {
   const std::string path = pathOf(names_.newParameterFile(generation_));
   const auto file = files_.createExclusively(path, access_);
   made_.push_back(path);
+  takeRights(toQt(path_), toQt(path));
   file->append(std::as_bytes(std::span(text)));
   file->sync();
   file->close();
