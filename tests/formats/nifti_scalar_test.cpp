@@ -122,6 +122,22 @@ TEST(NiftiScalar, AppliesTheScaleOfTheHeader) {
   EXPECT_THAT(valuesOf<std::int16_t>(*unscaled), ElementsAreArray(raw)) << "a slope of 0 means: not scaled";
 }
 
+TEST(NiftiScalar, PassesOverScalesThatAreNoNumbers) {
+  const TestFolder folder;
+  const std::vector<std::int16_t> raw = sampleVoxels<std::int16_t>();
+  NiftiBytes bytes = image(NiftiBytes::Int16, raw);
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const float infinity = std::numeric_limits<float>::infinity();
+  const auto read = [&](float slope, float intercept) {
+    bytes.setScale(slope, intercept);
+    return readNifti(folder.write(QStringLiteral("image.nii"), bytes.file()), {});
+  };
+  for (const float slope : {nan, infinity, -infinity})
+    EXPECT_THAT(valuesOf<std::int16_t>(*read(slope, 5.0F)), ElementsAreArray(raw)) << slope;
+  for (const float intercept : {nan, infinity}) EXPECT_EQ(read(2.0F, intercept)->value(1, 0, 0), 4.0) << intercept;
+  EXPECT_FLOAT_EQ(static_cast<float>(read(1e-17F, 0.0F)->value(1, 0, 0)), 2e-17F) << "a small slope is one, too";
+}
+
 TEST(NiftiScalar, AppliesTheScaleToVolumesOfManyPieces) {
   const TestFolder folder;
   std::vector<std::int16_t> raw(300 * 200 * 60);
@@ -186,6 +202,44 @@ TEST(NiftiScalar, ReadsPairsByEitherHalf) {
   EXPECT_THAT(valuesOf<std::uint16_t>(*readNifti(data, {})), ElementsAreArray(voxels));
   QFile::remove(data);
   EXPECT_EQ(refusal([&] { readNifti(header, {}); }), data.toStdString() + ": does not exist");
+}
+
+TEST(NiftiScalar, TakesTheFileThatIsNamedForItsHalfOfAPair) {
+  const TestFolder folder;
+  NiftiBytes plain = image(NiftiBytes::UInt8, std::vector<std::uint8_t>(voxelCount, 1));
+  plain.putText(344, "ni1");
+  plain.put<float>(108, 0.0F);
+  NiftiBytes packed = plain;
+  packed.setVoxels(std::vector<std::uint8_t>(voxelCount, 2));
+  packed.put<float>(80, 7.0F);
+  const QString header = folder.write(QStringLiteral("a.hdr"), plain.header());
+  const QString data = folder.write(QStringLiteral("a.img"), plain.voxels());
+  const QString packedHeader = folder.write(QStringLiteral("a.hdr.gz"), gzipped(packed.header()));
+  const QString packedData = folder.write(QStringLiteral("a.img.gz"), gzipped(packed.voxels()));
+  for (const QString& file : {header, data}) {
+    EXPECT_EQ(readNifti(file, {})->value(0, 0, 0), 1.0);
+    EXPECT_EQ(readNifti(file, {})->geometry().voxelSize[0], 1.0);
+  }
+  for (const QString& file : {packedHeader, packedData}) {
+    EXPECT_EQ(readNifti(file, {})->value(0, 0, 0), 2.0);
+    EXPECT_EQ(readNifti(file, {})->geometry().voxelSize[0], 7.0);
+  }
+  QFile::remove(packedHeader);
+  EXPECT_EQ(readNifti(packedData, {})->value(0, 0, 0), 2.0);
+  EXPECT_EQ(readNifti(packedData, {})->geometry().voxelSize[0], 1.0);
+}
+
+TEST(NiftiScalar, ReadsVoxelsThatBeginLikeCompressedOnes) {
+  const TestFolder folder;
+  std::vector<std::uint8_t> voxels = sampleVoxels<std::uint8_t>();
+  voxels[0] = 0x1F;
+  voxels[1] = 0x8B;
+  NiftiBytes bytes = image(NiftiBytes::UInt8, voxels);
+  bytes.putText(344, "ni1");
+  bytes.put<float>(108, 0.0F);
+  const QString header = folder.write(QStringLiteral("pair.hdr"), bytes.header());
+  folder.write(QStringLiteral("pair.img"), bytes.voxels());
+  EXPECT_THAT(valuesOf<std::uint8_t>(*readNifti(header, {})), ElementsAreArray(voxels));
 }
 
 TEST(NiftiScalar, IgnoresDimensionsOfSizeOne) {
@@ -274,12 +328,77 @@ TEST(NiftiGeometry, CountsInMillimetres) {
               ElementsAre(14000, 16000, -16000));
 }
 
+TEST(NiftiGeometry, CountsQuaternionsInMillimetres) {
+  const TestFolder folder;
+  NiftiBytes bytes = image(NiftiBytes::UInt8, sampleVoxels<std::uint8_t>());
+  bytes.setUnturnedQuaternion({1, 2, 3});
+  for (std::size_t i = 0; i < 3; ++i) bytes.put<float>(80 + 4 * i, 2.0F);
+  bytes.put<std::uint8_t>(123, 3);  // micrometres
+  HxGeometry3 geometry = readNifti(folder.write(QStringLiteral("image.nii"), bytes.file()), {})->geometry();
+  EXPECT_THAT(geometry.voxelSize, ElementsAre(0.002, 0.002, 0.002));
+  EXPECT_THAT(geometry.origin, ElementsAre(-0.001, -0.002, 0.003));
+  bytes.put<std::uint8_t>(123, 1);  // metres
+  geometry = readNifti(folder.write(QStringLiteral("image.nii"), bytes.file()), {})->geometry();
+  EXPECT_THAT(geometry.voxelSize, ElementsAre(2000, 2000, 2000));
+  EXPECT_THAT(geometry.origin, ElementsAre(-1000, -2000, 3000));
+}
+
+TEST(NiftiGeometry, TurnsByTheQuaternion) {
+  const TestFolder folder;
+  NiftiBytes bytes = image(NiftiBytes::UInt8, sampleVoxels<std::uint8_t>());
+  bytes.setUnturnedQuaternion({0, 0, 0});
+  const auto directionOf = [&](std::array<float, 3> parts, float handedness) {
+    for (std::size_t i = 0; i < 3; ++i) bytes.put<float>(256 + 4 * i, parts[i]);
+    bytes.put<float>(76, handedness);
+    return readNifti(folder.write(QStringLiteral("image.nii"), bytes.file()), {})->geometry().direction;
+  };
+  const float half = std::sqrt(0.5F);
+  const auto near = [](double value) { return ::testing::DoubleNear(value, 1e-6); };
+  // A quarter turn from x to y: the first axis leads to the front, the second to the left.
+  EXPECT_THAT(directionOf({0, 0, half}, 1),
+              ElementsAre(near(0), near(1), near(0), near(-1), near(0), near(0), near(0), near(0), near(1)));
+  EXPECT_THAT(directionOf({0, 0, half}, -1),
+              ElementsAre(near(0), near(1), near(0), near(-1), near(0), near(0), near(0), near(0), near(-1)));
+  // Half a turn round x, by a quaternion that is a little too long.
+  EXPECT_THAT(directionOf({1.0004F, 0, 0}, 0),
+              ElementsAre(near(-1), near(0), near(0), near(0), near(1), near(0), near(0), near(0), near(-1)));
+}
+
+TEST(NiftiGeometry, StandsInVoxelSizesWhenThereIsNoForm) {
+  const TestFolder folder;
+  NiftiBytes bytes = image(NiftiBytes::UInt8, sampleVoxels<std::uint8_t>());
+  for (std::size_t i = 0; i < 3; ++i) bytes.put<float>(80 + 4 * i, static_cast<float>(i + 2));
+  const HxGeometry3 geometry = readNifti(folder.write(QStringLiteral("image.nii"), bytes.file()), {})->geometry();
+  EXPECT_THAT(geometry.voxelSize, ElementsAre(2, 3, 4));
+  EXPECT_THAT(geometry.origin, ElementsAre(0, 0, 0));
+  EXPECT_THAT(geometry.direction, ElementsAre(-1, 0, 0, 0, -1, 0, 0, 0, 1));
+}
+
+TEST(NiftiGeometry, ChecksWhatIsUsedInMillimetres) {
+  const TestFolder folder;
+  NiftiBytes bytes = image(NiftiBytes::UInt8, sampleVoxels<std::uint8_t>());
+  const auto read = [&] { return readNifti(folder.write(QStringLiteral("image.nii"), bytes.file()), {}); };
+  bytes.setAffine({{{1e-7F, 0, 0, 0}, {0, 1e-7F, 0, 0}, {0, 0, 1e-7F, 0}}});
+  bytes.put<std::uint8_t>(123, 1);  // metres
+  EXPECT_FLOAT_EQ(static_cast<float>(read()->geometry().voxelSize[0]), 1e-4F);
+  bytes.put<std::uint8_t>(123, 3);  // micrometres
+  EXPECT_THAT(refusal([&] { read(); }), HasSubstr("the voxel size along axis 0 is 1.0000000116860974e-10"));
+  bytes.setAffine({{{1, 0, 0, 9e8F}, {0, 1, 0, 0}, {0, 0, 1, 0}}});
+  bytes.put<std::uint8_t>(123, 1);
+  EXPECT_THAT(refusal([&] { read(); }), HasSubstr("the origin along axis 0 is -9e+11"));
+  bytes.setAffine({{{-1, 0, 0, 0}, {0, 1, 3.7e-33F, 0}, {0, 0, 1, 0}}});
+  bytes.put<std::uint8_t>(123, 2);
+  bytes.put<float>(80, -1.0F);
+  EXPECT_THAT(read()->geometry().voxelSize, ElementsAre(1, 1, 1)) << "sizes beside a matrix do not count";
+}
+
 TEST(NiftiGeometry, RefusesAxesThatAreNotPerpendicular) {
   const TestFolder folder;
   NiftiBytes bytes = image(NiftiBytes::UInt8, sampleVoxels<std::uint8_t>());
   bytes.setAffine({{{1, 0.9F, 0, 0}, {0, 0.4F, 0, 0}, {0, 0, 1, 0}}});
   const QString file = folder.write(QStringLiteral("sheared.nii"), bytes.file());
-  EXPECT_THAT(refusal([&] { readNifti(file, {}); }), HasSubstr(file.toStdString() + ": cannot be read: "));
+  EXPECT_THAT(refusal([&] { readNifti(file, {}); }),
+              HasSubstr(file.toStdString() + ": axes 0 and 1 of its lattice are not perpendicular"));
 }
 
 TEST(NiftiGeometry, IsThatOfTheRealImages) {

@@ -201,6 +201,50 @@ TEST_F(SaveImage, RefusesWhatWouldNotReadBack) {
   EXPECT_THAT(files(), IsEmpty());
 }
 
+TEST_F(SaveImage, GivesNobodyMoreRightsThanBefore) {
+  const auto field = sampleField<float>(McPrimType::Float);
+  const std::string file = path(".mha").toStdString();
+  const mode_t former = ::umask(0002);
+  const std::pair<mode_t, mode_t> modes[] = {{0600, 0600}, {0640, 0640}, {0660, 0660}, {0666, 0664}, {0604, 0604}};
+  save(*field, path(".mha"));
+  struct stat status {};
+  ASSERT_EQ(::stat(file.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0664U) << "a new file";
+  for (const auto& [before, after] : modes) {
+    ASSERT_EQ(::chmod(file.c_str(), before), 0);
+    save(*field, path(".mha"));
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, after);
+  }
+  EXPECT_EQ(::umask(former), 0002U);
+}
+
+TEST_F(SaveImage, RefusesWhatSinglePrecisionWouldCarryOverALimit) {
+  const auto field = sampleField<float>(McPrimType::Float);
+  HxGeometry3 geometry;
+  geometry.voxelSize = {1e-6, 1e-6, 1e-6};
+  field->setGeometry(geometry);
+  save(*field, path(".mha"));
+  EXPECT_EQ(load(path(".mha"))->geometry(), geometry);
+  EXPECT_THAT(refusal([&] { save(*field, path(".nii")); }), HasSubstr("the voxel size along axis 0 is 9.99999997"));
+  geometry = HxGeometry3();
+  geometry.voxelSize = {0.7, 0.7, 0.7};
+  geometry.direction[1] = 0.0000999999999;
+  field->setGeometry(geometry);
+  save(*field, path(".mha"));
+  EXPECT_EQ(load(path(".mha"))->geometry(), geometry);
+  EXPECT_THAT(refusal([&] { save(*field, path(".nii")); }), HasSubstr("are not perpendicular (cosine 0.000100000003"));
+}
+
+TEST_F(SaveImage, KeepsDirectionsThatAreAlmostZero) {
+  const auto field = sampleField<float>(McPrimType::Float);
+  HxGeometry3 geometry;
+  geometry.direction[1] = 3.7493994566546440e-33;
+  field->setGeometry(geometry);
+  save(*field, path(".nii"));
+  expectGeometryNear(load(path(".nii"))->geometry(), geometry, 1e-7);
+}
+
 TEST_F(SaveImage, ReplacesOnlyImagesOfItsKind) {
   const auto field = sampleField<float>(McPrimType::Float);
   HxFileTypes& types = HxFileTypes::instance();

@@ -18,15 +18,21 @@ constexpr std::int64_t blockSize = 1024 * 1024;
 /// Bytes after the last voxel that are looked at before the check ends; some writers pad their files.
 constexpr std::int64_t longestTail = blockSize;
 
-/// The other half of a pair: "a.hdr" for "a.img.gz" when the ending is ".hdr" and the file exists, else the same half
-/// under the other compression.
+bool isNamedCompressed(const QString& file) {
+  return file.endsWith(QStringLiteral(".gz"), Qt::CaseInsensitive);
+}
+
+/// The half with this ending (".hdr" or ".img") of the pair that `file` is half of: the file itself, or the one beside
+/// it, in the same compression when both are there.
 QString halfOfPair(const QString& file, const QString& ending) {
   QString stem = file;
-  if (stem.endsWith(QStringLiteral(".gz"), Qt::CaseInsensitive)) stem.chop(3);
+  if (isNamedCompressed(file)) stem.chop(3);
+  if (stem.endsWith(ending, Qt::CaseInsensitive)) return file;
   stem.chop(4);
   const QString plain = stem + ending;
   const QString compressed = plain + QStringLiteral(".gz");
-  return !QFileInfo::exists(plain) && QFileInfo::exists(compressed) ? compressed : plain;
+  const bool isCompressed = QFileInfo::exists(compressed) && (isNamedCompressed(file) || !QFileInfo::exists(plain));
+  return isCompressed ? compressed : plain;
 }
 
 bool isHalfOfPair(const QString& file) {
@@ -37,7 +43,7 @@ bool isHalfOfPair(const QString& file) {
 }
 
 void checkNameFitsContent(const ByteStream& stream, const QString& file) {
-  if (stream.isCompressed() && !file.endsWith(QStringLiteral(".gz"), Qt::CaseInsensitive)) {
+  if (stream.isCompressed() && !isNamedCompressed(file)) {
     refuse(file, QStringLiteral("is gzip-compressed, but its name does not end in \".gz\""));
   }
 }
@@ -75,7 +81,7 @@ void checkStream(const NiftiFile& image, ByteStream& stream, const NiftiFile::Pr
 }
 
 void checkData(const NiftiFile& image, const NiftiFile::Progress& progress) {
-  ByteStream stream(image.dataFile);
+  ByteStream stream(image.dataFile, 0, image.dataForm);
   std::byte first{};
   stream.read({&first, 1});
   checkNameFitsContent(stream, image.dataFile);
@@ -100,6 +106,8 @@ NiftiFile NiftiFile::open(const QString& file, const Progress& progress) {
                                     : QStringLiteral("is one file, but its header says that it is half of a pair"));
   }
   image.dataFile = isPair ? halfOfPair(file, QStringLiteral(".img")) : file;
+  // Voxels of their own may begin with any bytes.
+  if (isPair && !isNamedCompressed(image.dataFile)) image.dataForm = ByteStream::Form::plain;
   checkData(image, progress);
   return image;
 }

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "quarn/formats/detail/NiftiHeader.h"
+#include "quarn/kernel/io/ByteStream.h"
 
 namespace quarn::formats::detail {
 
@@ -11,6 +12,7 @@ namespace quarn::formats::detail {
 struct NiftiFile {
   QString headerFile;
   QString dataFile;  ///< the same file, unless the image is a pair
+  ByteStream::Form dataForm = ByteStream::Form::found;
   NiftiHeader header;
 
   /// Called with the fraction done, now and then; may throw to stop.

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <optional>
 #include <string_view>
 
 #include "quarn/formats/detail/NiftiFields.h"
 #include "quarn/formats/detail/fault.h"
-#include "quarn/formats/detail/matrixGeometry.h"
+#include "quarn/formats/detail/niftiGeometry.h"
 
 namespace quarn::formats::detail {
 
@@ -101,15 +100,13 @@ VoxelKind parseKind(const NiftiFields& fields, const QString& file) {
   return *type->kind;
 }
 
-/// A slope of 0, or one that is no number, means that voxels are not scaled.
+/// A slope of 0, or one that is no finite number, means that voxels are not scaled.
 void parseScale(const NiftiFields& fields, NiftiHeader& header) {
-  constexpr double smallest = std::numeric_limits<double>::epsilon();
   const double slope = fields.get<float>(slopeOffset);
   const double intercept = fields.get<float>(interceptOffset);
-  if (!(std::abs(slope) > smallest)) return;
-  if (!(std::abs(slope - 1.0) > smallest || std::abs(intercept) > smallest)) return;
+  if (!std::isfinite(slope) || slope == 0.0) return;
   header.slope = slope;
-  header.intercept = intercept;
+  if (std::isfinite(intercept)) header.intercept = intercept;
 }
 
 std::int64_t parseDataOffset(const NiftiFields& fields, bool hasOwnDataFile, const QString& file) {
@@ -134,7 +131,7 @@ NiftiHeader NiftiHeader::parse(std::span<const std::byte, size> bytes, const QSt
   header.isByteSwapped = fields.isSwapped();
   header.dataOffset = parseDataOffset(fields, header.hasOwnDataFile, file);
   header.isLabelImage = fields.get<std::int16_t>(intentOffset) == labelIntent;
-  header.matrixGeometry = parseMatrixGeometry(fields, file);
+  header.geometry = parseNiftiGeometry(fields, file);
   return header;
 }
 

@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 
 #include "quarn/formats/detail/NiftiFields.h"
@@ -27,9 +26,7 @@ struct NiftiHeader {
   double slope = 1.0;      ///< voxels are to be multiplied with it
   double intercept = 0.0;  ///< what is then added to them
 
-  /// The geometry that the matrix of the header (its "sform") gives; nothing when there is none or its axes are not
-  /// perpendicular.
-  std::optional<HxGeometry3> matrixGeometry;
+  HxGeometry3 geometry;
 
   std::int64_t voxelCount() const { return dimensions[0] * dimensions[1] * dimensions[2]; }
   std::int64_t dataBytes() const { return voxelCount() * static_cast<std::int64_t>(bytesOf(kind)); }

@@ -11,7 +11,8 @@ namespace quarn::formats::detail {
 
 /// 352 bytes of NIfTI-1, with the intent "label" for a label field. Geometry is kept in single precision.
 ///
-/// @throws McException, naming `file`, for more than 32767 voxels along an axis.
+/// @throws McException, naming `file`, for more than 32767 voxels along an axis, and for a geometry that single
+///   precision carries beyond the limits of requireSoundGeometry().
 std::string niftiHeader(const HxUniformScalarField3& field, const QString& file);
 
 /// Text of MetaImage with the voxels in the same file, not compressed.

@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <span>
 
 #include "quarn/formats/detail/fault.h"
+#include "quarn/formats/detail/niftiGeometry.h"
 #include "quarn/formats/detail/savedHeaders.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 
@@ -117,6 +119,13 @@ void putGeometry(Bytes& bytes, const HxGeometry3& geometry) {
   }
 }
 
+/// Single precision can carry numbers beyond the limits that they keep to. The quaternion must not hide that: it would
+/// stand in for a matrix whose axes are not perpendicular any more.
+void requireReadable(Bytes bytes, const QString& file) {
+  bytes.put<std::int16_t>(252, 0);
+  parseNiftiGeometry(NiftiFields(std::as_bytes(std::span(bytes.text())).first<NiftiFields::size>()), file);
+}
+
 void putDimensions(Bytes& bytes, const McDim3l& dimensions, const QString& file) {
   constexpr std::int64_t most = std::numeric_limits<std::int16_t>::max();
   bytes.put<std::int16_t>(40, 3);
@@ -146,6 +155,7 @@ std::string niftiHeader(const HxUniformScalarField3& field, const QString& file)
   bytes.putFloat(108, dataOffset);
   bytes.put(123, millimetres);
   putGeometry(bytes, field.geometry());
+  requireReadable(bytes, file);
   constexpr std::array<char, 4> magic = {'n', '+', '1', '\0'};
   bytes.put(344, magic);
   return bytes.text();

@@ -1,5 +1,6 @@
 #include "quarn/formats/detail/soundGeometry.h"
 
+#include <QLocale>
 #include <cmath>
 
 #include "quarn/formats/detail/fault.h"
@@ -19,13 +20,23 @@ double dot(const HxGeometry3& geometry, std::size_t a, std::size_t b) {
   return sum;
 }
 
+QString written(double value) {
+  return QString::number(value, 'g', QLocale::FloatingPointShortest);
+}
+
 /// Written so that a number that is none fails, too.
 void require(bool isGood, const QString& file, const char* what, std::size_t axis, double value) {
   if (isGood) return;
-  refuse(file, QStringLiteral("%1 along axis %2 is %3").arg(QLatin1String(what)).arg(axis).arg(value));
+  refuse(file, QStringLiteral("%1 along axis %2 is %3").arg(QLatin1String(what)).arg(axis).arg(written(value)));
 }
 
 }  // namespace
+
+bool isPerpendicular(const HxGeometry3& geometry) {
+  for (std::size_t axis = 0; axis < 3; ++axis)
+    if (!(std::abs(dot(geometry, axis, (axis + 1) % 3)) <= tolerance)) return false;
+  return true;
+}
 
 void requireSoundGeometry(const HxGeometry3& geometry, const QString& file) {
   for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -43,7 +54,7 @@ void requireSoundGeometry(const HxGeometry3& geometry, const QString& file) {
     refuse(file, QStringLiteral("axes %1 and %2 of its lattice are not perpendicular (cosine %3)")
                      .arg(axis)
                      .arg(next)
-                     .arg(cosine));
+                     .arg(written(cosine)));
   }
 }
 
