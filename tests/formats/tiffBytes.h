@@ -16,19 +16,26 @@ public:
     Bits = 258,
     Compression = 259,
     Photometric = 262,
+    Description = 270,
     StripOffset = 273,
+    Orientation = 274,
     Samples = 277,
     RowsPerStrip = 278,
     StripBytes = 279,
     XResolution = 282,
     YResolution = 283,
     ResolutionUnit = 296,
+    TileWidth = 322,
+    TileHeight = 323,
+    TileOffset = 324,
+    TileBytes = 325,
     SampleFormat = 339,
   };
 
   struct Page {
     std::map<std::uint16_t, std::uint32_t> tags;  ///< all written as 32-bit numbers, resolutions as that over 1
     std::string voxels;
+    std::string description = {};  ///< more than three characters, or none
   };
 
   /// A page of 3 x 4 bytes.
@@ -58,13 +65,17 @@ public:
         put(bytes, value);
         put(bytes, 1);
       }
+      if (!page.description.empty()) {
+        tags[Description] = static_cast<std::uint32_t>(bytes.size());
+        bytes += page.description + '\0';
+      }
       const auto start = static_cast<std::uint32_t>(bytes.size());
       std::memcpy(bytes.data() + link, &start, sizeof start);
       putShort(bytes, static_cast<std::uint16_t>(tags.size()));
       for (const auto& [tag, value] : tags) {
         putShort(bytes, tag);
-        putShort(bytes, fractions.contains(tag) ? 5 : 4);
-        put(bytes, 1);
+        putShort(bytes, tag == Description ? 2 : fractions.contains(tag) ? 5 : 4);
+        put(bytes, tag == Description ? static_cast<std::uint32_t>(page.description.size() + 1) : 1);
         put(bytes, fractions.contains(tag) ? fractions[tag] : value);
       }
       link = bytes.size();

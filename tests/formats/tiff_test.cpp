@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <tiffio.h>
+#include <vector>
 
 #include "quarn/formats/readTiff.h"
 #include "tests/formats/badInput.h"
@@ -34,6 +36,96 @@ TEST_F(Tiff, MakesSlicesOfPages) {
   EXPECT_EQ(field->value(0, 0, 1), 20);
   EXPECT_EQ(field->value(2, 3, 2), 51);
   EXPECT_EQ(field->geometry(), HxGeometry3());
+}
+
+TEST_F(Tiff, TurnsPagesByTheirOrientation) {
+  for (const std::uint32_t bits : {8U, 16U}) {
+    TiffBytes bytes({TiffBytes::page(0)});
+    TiffBytes::Page& page = bytes.pages[0];
+    page.tags[TiffBytes::Bits] = bits;
+    if (bits == 16) {
+      page.voxels.clear();
+      for (char i = 0; i < 12; ++i) page.voxels += std::string{i, '\0'};
+    }
+    const auto corners = [&](std::uint32_t orientation) {
+      page.tags[TiffBytes::Orientation] = orientation;
+      const auto field = read(bytes);
+      return std::vector<double>{field->value(0, 0, 0), field->value(2, 0, 0), field->value(0, 3, 0),
+                                 field->value(1, 1, 0)};
+    };
+    EXPECT_THAT(corners(1), ElementsAre(0, 2, 9, 4));
+    EXPECT_THAT(corners(2), ElementsAre(2, 0, 11, 4));
+    EXPECT_THAT(corners(3), ElementsAre(11, 9, 2, 7));
+    EXPECT_THAT(corners(4), ElementsAre(9, 11, 0, 7));
+    page.tags[TiffBytes::Orientation] = 6;
+    EXPECT_THAT(refusal([&] { read(bytes); }), HasSubstr("page 1 has orientation 6: its rows are columns"));
+  }
+}
+
+TEST_F(Tiff, RefusesChannelsAndTimes) {
+  TiffBytes bytes = threePages();
+  const auto outcome = [&](const std::string& description) {
+    bytes.pages[0].description = description;
+    try {
+      read(bytes);
+    } catch (const McException& error) {
+      return std::string(error.what());
+    }
+    return std::string();
+  };
+  const std::string imageJ = "ImageJ=1.53t\nimages=3\n";
+  EXPECT_EQ(outcome(imageJ + "slices=3\nspacing=2.0\n"), "");
+  EXPECT_THAT(outcome(imageJ + "channels=3\nhyperstack=true\n"),
+              HasSubstr(": holds a series of 3 channels and 1 times; one volume is needed"));
+  EXPECT_THAT(outcome(imageJ + "frames=3\n"), HasSubstr(": holds a series of 1 channels and 3 times"));
+  EXPECT_THAT(outcome("<?xml?><OME><Pixels SizeC=\"1\" SizeT=\"3\" SizeZ=\"1\"/></OME>"), HasSubstr("3 times"));
+  EXPECT_EQ(outcome("<?xml?><OME><Pixels SizeC=\"1\" SizeT=\"1\" SizeZ=\"3\"/></OME>"), "");
+  EXPECT_EQ(outcome("somebody's channels=3"), "");
+  bytes.pages.resize(1);
+  EXPECT_THAT(outcome(imageJ + "slices=3\n"), HasSubstr(": holds 3 images in one page, which is not read"));
+}
+
+TEST_F(Tiff, AsksForProgressWithinAPage) {
+  constexpr std::uint32_t width = 4096, height = 4096, rows = 64;
+  const QString file = folder.path(QStringLiteral("page.tif"));
+  for (const bool isTiled : {false, true}) {
+    TIFF* const tiff = TIFFOpen(file.toStdString().c_str(), "w");
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
+    if (isTiled) {
+      TIFFSetField(tiff, TIFFTAG_TILEWIDTH, width);
+      TIFFSetField(tiff, TIFFTAG_TILELENGTH, rows);
+    } else {
+      TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rows);
+    }
+    std::string part(std::size_t{width} * rows, '\1');
+    const auto bytes = static_cast<tmsize_t>(part.size());
+    for (std::uint32_t i = 0; i < height / rows; ++i)
+      isTiled ? TIFFWriteEncodedTile(tiff, i, part.data(), bytes) : TIFFWriteEncodedStrip(tiff, i, part.data(), bytes);
+    TIFFClose(tiff);
+    RecordingProgress progress;
+    const ProgressScope scope(progress);
+    EXPECT_EQ(readTiff(file, {})->value(4095, 4095, 0), 1.0);
+    EXPECT_GE(progress.values.size(), 4U);
+    EXPECT_TRUE(std::ranges::is_sorted(progress.values));
+    EXPECT_EQ(progress.values.back(), 1.0F);
+  }
+}
+
+TEST_F(Tiff, RefusesHugeTilesOfSmallFiles) {
+  TiffBytes bytes({TiffBytes::page(0)});
+  auto& tags = bytes.pages[0].tags;
+  tags.erase(TiffBytes::RowsPerStrip);
+  tags[TiffBytes::TileOffset] = 8;
+  tags[TiffBytes::TileBytes] = 12;
+  tags[TiffBytes::TileWidth] = tags[TiffBytes::TileHeight] = 16384;
+  EXPECT_THAT(refusal([&] { read(bytes); }), HasSubstr("has tiles of 16384 x 16384, which are not read"));
+  tags[TiffBytes::TileWidth] = tags[TiffBytes::TileHeight] = 1024;
+  EXPECT_THAT(refusal([&] { read(bytes); }), HasSubstr("page 1 is cut: it has tiles of 1048576 bytes"));
 }
 
 TEST_F(Tiff, TakesOnePageForOneSlice) {

@@ -131,6 +131,19 @@ float TiffFile::floatField(std::uint32_t tag, float otherwise) const {
   return TIFFGetFieldDefaulted(tiff_, tag, &value) ? value : otherwise;
 }
 
+std::string TiffFile::textField(std::uint32_t tag) const {
+  const char* value = nullptr;
+  return TIFFGetField(tiff_, tag, &value) && value ? std::string(value) : std::string();
+}
+
+std::int64_t TiffFile::fileBytes() const {
+  return static_cast<std::int64_t>(source_->size);
+}
+
+void TiffFile::refuseFile(const QString& what) const {
+  refuse(file_, what);
+}
+
 void TiffFile::refusePage(const QString& what, bool withReason) const {
   const QString reason = QString::fromStdString(source_->reason).simplified();
   refuse(file_, QStringLiteral("page %1 %2").arg(QString::number(page_), what) +

@@ -34,7 +34,12 @@ public:
   std::uint32_t longField(std::uint32_t tag, std::uint32_t otherwise) const;
   std::uint16_t shortField(std::uint32_t tag, std::uint16_t otherwise) const;
   float floatField(std::uint32_t tag, float otherwise) const;
+  std::string textField(std::uint32_t tag) const;
 
+  std::int64_t fileBytes() const;
+
+  /// @throws McException "<file>: <what>".
+  [[noreturn]] void refuseFile(const QString& what) const;
   /// @throws McException "<file>: page <n> <what>", with the last words of the library when `withReason`.
   [[noreturn]] void refusePage(const QString& what, bool withReason = false) const;
 

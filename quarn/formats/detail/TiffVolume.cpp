@@ -1,9 +1,12 @@
 #include "quarn/formats/detail/TiffVolume.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <optional>
+#include <string_view>
 #include <tiffio.h>
 
 #include "quarn/formats/detail/RawVoxels.h"
@@ -96,6 +99,33 @@ HxGeometry3 geometryOfPage(const TiffFile& tiff) {
   return geometry;
 }
 
+/// Tells the progress once in some MiB, and at the end.
+class SparseProgress {
+public:
+  SparseProgress(const std::function<void(std::size_t done)>& progress, std::size_t all)
+      : progress_(progress), all_(all) {}
+
+  void advance(std::size_t done) {
+    constexpr std::size_t step = std::size_t{4} << 20;
+    if (done < all_ && done < told_ + step) return;
+    told_ = done;
+    progress_(done);
+  }
+
+private:
+  const std::function<void(std::size_t)>& progress_;
+  const std::size_t all_;
+  std::size_t told_ = 0;
+};
+
+/// The number behind `name` in a text; 1 when it is not there.
+std::int64_t numberBehind(const std::string& text, std::string_view name) {
+  const std::size_t at = text.find(name);
+  std::int64_t number = 1;
+  if (at != std::string::npos) std::from_chars(text.data() + at + name.size(), text.data() + text.size(), number);
+  return number;
+}
+
 }  // namespace
 
 TiffVolume::TiffVolume(const QString& file, const Progress& progress) : tiff_(file) {
@@ -106,11 +136,13 @@ TiffVolume::TiffVolume(const QString& file, const Progress& progress) : tiff_(fi
       ny = tiff_.longField(TIFFTAG_IMAGELENGTH, 0);
       description_.kind = kindOfPage(tiff_);
       description_.geometry = geometryOfPage(tiff_);
+      imageText_ = tiff_.textField(TIFFTAG_IMAGEDESCRIPTION);
     }
     checkPage();
     if (nz++ % 100 == 0) progress(0.0F);
   });
   if (nz == 0) refuse(file, QStringLiteral("has no page that is an image of its own"));
+  requireOneSeries();
   requireSoundGeometry(description_.geometry, file);
   const std::int64_t bytes = voxelBytes(dimensions(), kind(), file);
   const std::int64_t available = lengthOf(file);
@@ -119,6 +151,21 @@ TiffVolume::TiffVolume(const QString& file, const Progress& progress) : tiff_(fi
   } else if (available < bytes) {
     refuse(file, QStringLiteral("is cut: it holds %1 bytes, its pages %2").arg(available).arg(bytes));
   }
+}
+
+/// Microscopes and their programs keep channels and times as further pages, and tell so with the first one.
+void TiffVolume::requireOneSeries() {
+  const bool isImageJ = imageText_.starts_with("ImageJ=");
+  if (!isImageJ && imageText_.find("<OME") == std::string::npos) return;
+  const std::int64_t channels = numberBehind(imageText_, isImageJ ? "\nchannels=" : " SizeC=\"");
+  const std::int64_t times = numberBehind(imageText_, isImageJ ? "\nframes=" : " SizeT=\"");
+  const std::int64_t images = isImageJ ? numberBehind(imageText_, "\nimages=") : 1;
+  if (channels > 1 || times > 1) {
+    tiff_.refuseFile(
+        QStringLiteral("holds a series of %1 channels and %2 times; one volume is needed").arg(channels).arg(times));
+  }
+  if (dimensions()[2] == 1 && images > 1)
+    tiff_.refuseFile(QStringLiteral("holds %1 images in one page, which is not read").arg(images));
 }
 
 std::size_t TiffVolume::rowBytes() const {
@@ -139,6 +186,9 @@ void TiffVolume::checkPage() {
   }
   if (kindOfPage(tiff_) != kind()) tiff_.refusePage(QStringLiteral("holds numbers of another type than the first"));
   if (tiff_.longField(TIFFTAG_IMAGEDEPTH, 1) != 1) tiff_.refusePage(QStringLiteral("is a volume of its own"));
+  const std::uint16_t orientation = tiff_.shortField(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+  if (orientation < ORIENTATION_TOPLEFT || orientation > ORIENTATION_BOTLEFT)
+    tiff_.refusePage(QStringLiteral("has orientation %1: its rows are columns, which is not read").arg(orientation));
   isCompressed_ = isPageCompressed(tiff_) || isCompressed_;
   // Also of a page that is read in tiles: it would be said of its rows if it was not.
   if (TIFFScanlineSize64(tiff_.get()) != rowBytes()) tiff_.refusePage(QStringLiteral("has rows of another length"));
@@ -153,33 +203,64 @@ void TiffVolume::readVoxels(void* voxels, const Progress& progress) {
     if (page == dimensions()[2]) tiff_.refusePage(QStringLiteral("was not there before: the file was changed"));
     checkPage();
     std::byte* const start = target + static_cast<std::size_t>(page) * pageBytes;
-    TIFFIsTiled(tiff_.get()) ? readTiles(start) : readStrips(start);
-    progress(static_cast<float>(++page) / count);
+    const auto pageProgress = [&](std::size_t done) {
+      progress((static_cast<float>(page) + static_cast<float>(done) / static_cast<float>(pageBytes)) / count);
+    };
+    TIFFIsTiled(tiff_.get()) ? readTiles(start, pageProgress) : readStrips(start, pageProgress);
+    turnPage(start);
+    ++page;
   });
   if (page < dimensions()[2]) tiff_.refusePage(QStringLiteral("is the last now: the file was changed"));
 }
 
-void TiffVolume::readStrips(std::byte* page) {
+/// Puts the first row to the top and the first column to the left.
+void TiffVolume::turnPage(std::byte* page) const {
+  const std::uint16_t orientation = tiff_.shortField(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+  const bool turnsRows = orientation == ORIENTATION_BOTLEFT || orientation == ORIENTATION_BOTRIGHT;
+  const bool turnsColumns = orientation == ORIENTATION_TOPRIGHT || orientation == ORIENTATION_BOTRIGHT;
+  const auto width = static_cast<std::size_t>(dimensions()[0]);
+  const auto height = static_cast<std::size_t>(dimensions()[1]);
+  const auto rowAt = [&](std::size_t row) { return page + row * rowBytes(); };
+  for (std::size_t row = 0; turnsRows && row < height / 2; ++row)
+    std::swap_ranges(rowAt(row), rowAt(row + 1), rowAt(height - 1 - row));
+  for (std::size_t row = 0; turnsColumns && row < height; ++row) {
+    visitKind(kind(), [&](auto type) {
+      using Voxel = std::array<std::byte, sizeof(typename decltype(type)::type)>;
+      auto* const voxels = reinterpret_cast<Voxel*>(rowAt(row));
+      std::reverse(voxels, voxels + width);
+    });
+  }
+}
+
+void TiffVolume::readStrips(std::byte* page, const PageProgress& progress) {
   const auto height = static_cast<std::uint32_t>(dimensions()[1]);
   const std::uint32_t rowsPerStrip = std::min(tiff_.longField(TIFFTAG_ROWSPERSTRIP, height), height);
   if (rowsPerStrip == 0) tiff_.refusePage(QStringLiteral("has strips without rows"));
+  SparseProgress told(progress, rowBytes() * height);
   for (std::uint32_t row = 0; row < height; row += std::min(rowsPerStrip, height - row)) {
     const auto bytes = static_cast<tmsize_t>(std::min(rowsPerStrip, height - row) * rowBytes());
     const std::uint32_t strip = TIFFComputeStrip(tiff_.get(), row, 0);
     if (TIFFReadEncodedStrip(tiff_.get(), strip, page + row * rowBytes(), bytes) != bytes)
       tiff_.refusePage(QStringLiteral("is cut or damaged"), true);
+    told.advance(row * rowBytes() + static_cast<std::size_t>(bytes));
   }
 }
 
-void TiffVolume::readTiles(std::byte* page) {
+void TiffVolume::readTiles(std::byte* page, const PageProgress& progress) {
   const std::uint32_t tileWidth = tiff_.longField(TIFFTAG_TILEWIDTH, 0);
   const std::uint32_t tileHeight = tiff_.longField(TIFFTAG_TILELENGTH, 0);
-  constexpr std::uint64_t largestTile = std::uint64_t{1} << 28;
+  // A tile may be larger than its page, but not without bound.
+  constexpr std::uint64_t commonTile = std::uint64_t{1} << 24;
+  const std::uint64_t largestTile = std::max(commonTile, 2 * rowBytes() * static_cast<std::uint64_t>(dimensions()[1]));
   const std::uint64_t tileRow = std::uint64_t{tileWidth} * bytesOf(kind());
   const std::uint64_t tileBytes = TIFFTileSize64(tiff_.get());
   if (tileBytes == 0 || tileBytes > largestTile || tileBytes != tileRow * tileHeight)
     tiff_.refusePage(QStringLiteral("has tiles of %1 x %2, which are not read").arg(tileWidth).arg(tileHeight));
+  const std::int64_t ratio = isPageCompressed(tiff_) ? compressionRatio : 1;
+  if (static_cast<std::int64_t>(tileBytes) / ratio > tiff_.fileBytes())
+    tiff_.refusePage(QStringLiteral("is cut: it has tiles of %1 bytes").arg(tileBytes));
   tile_.resize(tileBytes);
+  SparseProgress told(progress, rowBytes() * static_cast<std::size_t>(dimensions()[1]));
   const auto width = static_cast<std::uint32_t>(dimensions()[0]);
   const auto height = static_cast<std::uint32_t>(dimensions()[1]);
   for (std::uint64_t y = 0; y < height; y += tileHeight) {
@@ -193,8 +274,10 @@ void TiffVolume::readTiles(std::byte* page) {
       const std::uint64_t rows = std::min<std::uint64_t>(tileHeight, height - y);
       for (std::uint64_t row = 0; row < rows; ++row)
         std::memcpy(page + (y + row) * rowBytes() + x * bytesOf(kind()), tile_.data() + row * tileRow, rowPart);
+      told.advance(y * rowBytes() + x * bytesOf(kind()) * rows);
     }
   }
+  told.advance(rowBytes() * height);
 }
 
 }  // namespace quarn::formats::detail

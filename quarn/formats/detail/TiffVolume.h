@@ -2,6 +2,8 @@
 
 #include <QString>
 #include <cstddef>
+#include <functional>
+#include <string>
 #include <vector>
 
 #include "quarn/formats/detail/ImageVolume.h"
@@ -15,7 +17,7 @@ public:
   /// Looks at every page.
   ///
   /// @throws McException, naming file and page, for pages that differ in size or type, for anything but plain numbers,
-  ///   for a compression that is not read, and for a file that is too short.
+  ///   for a compression that is not read, for several channels or times, and for a file that is too short.
   TiffVolume(const QString& file, const Progress& progress);
 
   void readVoxels(void* voxels, const Progress& progress) override;
@@ -23,11 +25,16 @@ public:
 private:
   std::size_t rowBytes() const;
   void checkPage();
-  void readStrips(std::byte* page);
-  void readTiles(std::byte* page);
+  /// Called with the bytes of a page that are there.
+  using PageProgress = std::function<void(std::size_t done)>;
+  void readStrips(std::byte* page, const PageProgress& progress);
+  void readTiles(std::byte* page, const PageProgress& progress);
+  void turnPage(std::byte* page) const;
+  void requireOneSeries();
 
   TiffFile tiff_;
   bool isCompressed_ = false;
+  std::string imageText_;  ///< what the first page tells about the whole
   std::vector<std::byte> tile_;
 };
 
