@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,11 @@ public:
   using Tag = std::uint32_t;  ///< group in the upper half, element in the lower
   static constexpr Tag transferSyntax = 0x00020010;
   static constexpr Tag pixelData = 0x7FE00010;
+  static constexpr Tag floatPixels = 0x7FE00008;
+  static constexpr Tag doublePixels = 0x7FE00009;
+  static constexpr Tag valueTable = 0x00283000;    ///< what stored pixels mean, in place of slope and intercept
+  static constexpr Tag sharedGroups = 0x52009229;  ///< place and scale of all frames of an enhanced image
+  static constexpr Tag frameGroups = 0x52009230;   ///< those of each frame
 
   /// Reads a file; nothing when it does not have the mark of a DICOM file.
   ///
@@ -34,6 +40,8 @@ public:
   std::int64_t pixelBytes() const { return pixelBytes_; }
 
   bool has(Tag tag) const { return values_.contains(tag); }
+  /// Whether one of the elements named above but the first two is there and not empty.
+  bool isNoted(Tag tag) const { return noted_.contains(tag); }
   /// A text without the blanks around it; empty when the element is missing.
   std::string text(Tag tag) const;
   /// A binary 16-bit number; `otherwise` when the element is missing.
@@ -54,6 +62,7 @@ private:
   std::uint64_t pixelOffset_ = 0;
   std::int64_t pixelBytes_ = 0;
   std::map<Tag, std::string> values_;
+  std::set<Tag> noted_;
 };
 
 /// A tag as it is written: "(0028,0010)".

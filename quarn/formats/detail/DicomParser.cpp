@@ -39,6 +39,14 @@ bool isKept(std::uint32_t tag) {
   return group == 0x0002 || group == 0x0008 || group == 0x0018 || group == 0x0020 || group == 0x0028;
 }
 
+/// Elements of which only counts that they are there.
+bool isNoted(std::uint32_t tag) {
+  static constexpr std::uint32_t tags[] = {DicomElements::sharedGroups, DicomElements::frameGroups,
+                                           DicomElements::valueTable, DicomElements::floatPixels,
+                                           DicomElements::doublePixels};
+  return std::ranges::count(tags, tag) != 0;
+}
+
 }  // namespace
 
 DicomParser::DicomParser(const QString& file) : file_(file) {
@@ -135,6 +143,7 @@ bool DicomParser::takeElement() {
     elements_.pixelBytes_ = header.length;
     return false;
   }
+  if (isNoted(header.tag) && header.length > 0) elements_.noted_.insert(header.tag);
   const bool isText = !header.hasUndefinedLength() && header.length <= longestKept;
   if (isText && isKept(header.tag)) {
     elements_.values_[header.tag] = takeValue(header);

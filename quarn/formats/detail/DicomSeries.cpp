@@ -2,12 +2,15 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QStringList>
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <map>
 #include <string>
 #include <utility>
 
+#include "quarn/base/McException.h"
 #include "quarn/formats/detail/fault.h"
 #include "quarn/formats/detail/soundGeometry.h"
 #include "quarn/formats/detail/stackOrder.h"
@@ -36,7 +39,17 @@ std::vector<QString> filesOf(const QString& folder) {
   return result;
 }
 
-void requireOneSeries(const QString& folder, const std::vector<DicomSlice>& slices) {
+/// The names of files that cannot be read, and why.
+using Failures = std::vector<QString>;
+
+void note(Failures& failures, const QString& file, const std::exception& failure) {
+  const QString text = QString::fromUtf8(failure.what());
+  const QString place = file + QStringLiteral(": ");
+  failures.push_back(QFileInfo(file).fileName() + QStringLiteral(": ") +
+                     (text.startsWith(place) ? text.mid(place.size()) : text));
+}
+
+void requireOneSeries(const QString& folder, const std::vector<DicomSlice>& slices, const Failures& failures) {
   constexpr std::size_t mostListed = 20;
   struct Series {
     std::string description;
@@ -50,18 +63,20 @@ void requireOneSeries(const QString& folder, const std::vector<DicomSlice>& slic
     ++series.files;
     series.bytes += slice.fileBytes;
   }
-  if (all.size() == 1) return;
-  QString list;
-  std::size_t listed = 0;
+  if (all.size() == 1 && failures.empty()) return;
+  QStringList list;
   for (const auto& [identifier, series] : all) {
-    if (listed++ == mostListed) break;
-    list += QStringLiteral("; %1 (%2), %3 files, %4 bytes")
-                .arg(detail::quoted(series.description), detail::quoted(identifier))
-                .arg(series.files)
-                .arg(series.bytes);
+    list += QStringLiteral("%1 (%2), %3 files, %4 bytes")
+                .arg(detail::quoted(series.description), detail::quoted(identifier), QString::number(series.files),
+                     QString::number(series.bytes));
+    if (static_cast<std::size_t>(list.size()) == mostListed) break;
   }
-  refuse(folder, QStringLiteral("holds %1 series, one is needed").arg(all.size()) + list +
-                     (all.size() > mostListed ? QStringLiteral("; and more") : QString()));
+  if (all.size() > mostListed) list += QStringLiteral("and more");
+  for (std::size_t i = 0; i < std::min(failures.size(), mostListed); ++i) list += failures[i];
+  if (failures.size() > mostListed) list += QStringLiteral("and more");
+  QString what = QStringLiteral("holds %1 series").arg(all.size());
+  if (!failures.empty()) what += QStringLiteral(" and %1 files that cannot be read").arg(failures.size());
+  refuse(folder, what + QStringLiteral(", one series is needed; ") + list.join(QStringLiteral("; ")));
 }
 
 void requireAlike(const QString& place, const DicomSlice& first, const DicomSlice& slice) {
@@ -89,16 +104,21 @@ void requireAlike(const QString& place, const DicomSlice& first, const DicomSlic
 DicomSeries DicomSeries::ofFolder(const QString& folder, const Progress& progress) {
   const std::vector<QString> files = filesOf(folder);
   std::vector<DicomSlice> slices;
+  Failures failures;
   std::size_t done = 0;
   for (const QString& file : files) {
-    auto slice = DicomSlice::read(file);
-    const bool isNamedDicom = file.endsWith(QStringLiteral(".dcm"), Qt::CaseInsensitive);
-    if (!slice && isNamedDicom) refuse(file, QStringLiteral("is not a DICOM image"));
-    if (slice) slices.push_back(std::move(*slice));
+    try {
+      auto slice = DicomSlice::read(file);
+      const bool isNamedDicom = file.endsWith(QStringLiteral(".dcm"), Qt::CaseInsensitive);
+      if (!slice && isNamedDicom) refuse(file, QStringLiteral("is not a DICOM image"));
+      if (slice) slices.push_back(std::move(*slice));
+    } catch (const McException& failure) {
+      note(failures, file, failure);
+    }
     progress(static_cast<float>(++done) / static_cast<float>(files.size()));
   }
-  if (slices.empty()) refuse(folder, QStringLiteral("is a folder without DICOM images"));
-  requireOneSeries(folder, slices);
+  if (slices.empty() && failures.empty()) refuse(folder, QStringLiteral("is a folder without DICOM images"));
+  requireOneSeries(folder, slices, failures);
   const std::size_t passedOver = files.size() - slices.size();
   DicomSeries series(folder, std::move(slices));
   if (passedOver > 0) {
@@ -127,14 +147,18 @@ DicomSeries::DicomSeries(const QString& place, std::vector<DicomSlice> slices) :
   description_.dimensions = {first.columns, first.rows, static_cast<std::int64_t>(slices_.size())};
   description_.kind = commonKind(slices_);
   voxelBytes(dimensions(), kind(), place);
+  if (std::ranges::none_of(slices_, &DicomSlice::hasPixelSize))
+    HxMessage::printf("%s: does not tell the size of its pixels, which is taken for 1 mm\n", qUtf8Printable(place));
 }
 
 void DicomSeries::readVoxels(void* voxels, const Progress& progress) {
   const auto [nx, ny, nz] = dimensions();
   const std::size_t sliceBytes = static_cast<std::size_t>(nx * ny) * bytesOf(kind());
   for (std::size_t z = 0; z < slices_.size(); ++z) {
-    slices_[z].readPixels(kind(), static_cast<std::byte*>(voxels) + z * sliceBytes);
-    progress(static_cast<float>(z + 1) / static_cast<float>(nz));
+    const auto sliceProgress = [&](float fraction) {
+      progress((static_cast<float>(z) + fraction) / static_cast<float>(nz));
+    };
+    slices_[z].readPixels(kind(), static_cast<std::byte*>(voxels) + z * sliceBytes, sliceProgress);
   }
 }
 

@@ -50,6 +50,21 @@ void requirePlainNumbers(const DicomElements& elements) {
   }
 }
 
+/// Refuses what would change the numbers or their place and is not read.
+void requireNothingElse(const DicomElements& elements) {
+  const auto refuseElement = [&](Tag tag, const char* what) {
+    refuse(elements.file(), QStringLiteral("holds ") + QLatin1String(what) + QStringLiteral(" (element ") +
+                                tagText(tag) + QStringLiteral("), which is not read"));
+  };
+  for (const Tag tag : {DicomElements::sharedGroups, DicomElements::frameGroups})
+    if (elements.isNoted(tag)) refuseElement(tag, "an enhanced image, with place and scale for each frame");
+  if (elements.isNoted(DicomElements::valueTable))
+    refuseElement(DicomElements::valueTable, "a table of what its pixels mean");
+  if (elements.isNoted(DicomElements::floatPixels)) refuseElement(DicomElements::floatPixels, "pixels of 32-bit reals");
+  if (elements.isNoted(DicomElements::doublePixels))
+    refuseElement(DicomElements::doublePixels, "pixels of 64-bit reals");
+}
+
 void readLayout(const DicomElements& elements, DicomSlice& slice) {
   slice.columns = elements.number(columnsTag, 0);
   slice.rows = elements.number(rowsTag, 0);
@@ -78,7 +93,10 @@ void readPlace(const DicomElements& elements, DicomSlice& slice) {
   if (const auto numbers = elements.decimals(orientationTag, 6))
     std::ranges::copy(*numbers, slice.orientation.emplace().begin());
   // The distance of rows comes first.
-  if (const auto numbers = elements.decimals(pixelSizeTag, 2)) slice.pixelSize = {(*numbers)[1], (*numbers)[0]};
+  if (const auto numbers = elements.decimals(pixelSizeTag, 2)) {
+    slice.pixelSize = {(*numbers)[1], (*numbers)[0]};
+    slice.hasPixelSize = true;
+  }
   if (const auto numbers = elements.decimals(thicknessTag, 1); numbers && numbers->front() > 0.0)
     slice.thickness = numbers->front();
 }
@@ -130,6 +148,7 @@ std::optional<DicomSlice> DicomSlice::read(const QString& file) {
   slice.series = elements->text(seriesTag);
   slice.description = elements->text(descriptionTag);
   requirePlainNumbers(*elements);
+  requireNothingElse(*elements);
   readLayout(*elements, slice);
   readPlace(*elements, slice);
   if (const auto slope = elements->decimals(slopeTag, 1)) slice.slope = slope->front();
@@ -144,22 +163,28 @@ std::optional<DicomSlice> DicomSlice::read(const QString& file) {
   return slice;
 }
 
-void DicomSlice::readPixels(VoxelKind kind, void* out) const {
+void DicomSlice::readPixels(VoxelKind kind, void* out, const ImageVolume::Progress& progress) const {
   using hxvoxora::FileSystem;
-  std::vector<std::byte> pixels(static_cast<std::size_t>(pixelBytes()));
-  FileSystem::current()
-      .openForReading(QFile::encodeName(file).toStdString(), FileSystem::Links::follow)
-      ->readFully(pixelOffset, pixels);
+  constexpr std::size_t pieceBytes = std::size_t{4} << 20;  // a multiple of every size of a pixel
+  const auto input =
+      FileSystem::current().openForReading(QFile::encodeName(file).toStdString(), FileSystem::Links::follow);
   const PixelDecoder decoder(*this);
-  visitKind(kind, [&](auto type) {
-    using T = typename decltype(type)::type;
-    auto* const values = static_cast<T*>(out);
-    const auto count = static_cast<std::size_t>(columns * rows);
-    for (std::size_t i = 0; i < count; ++i) {
-      const std::int64_t pixel = decoder.at(pixels.data(), i);
-      values[i] = isScaled() ? static_cast<T>(static_cast<double>(pixel) * slope + intercept) : static_cast<T>(pixel);
-    }
-  });
+  const auto all = static_cast<std::size_t>(pixelBytes());
+  const auto size = static_cast<std::size_t>(bitsAllocated / 8);
+  std::vector<std::byte> pixels;
+  for (std::size_t done = 0; done < all; done += pixels.size()) {
+    pixels.resize(std::min(pieceBytes, all - done));
+    input->readFully(pixelOffset + done, pixels);
+    visitKind(kind, [&](auto type) {
+      using T = typename decltype(type)::type;
+      auto* const values = static_cast<T*>(out) + done / size;
+      for (std::size_t i = 0; i < pixels.size() / size; ++i) {
+        const std::int64_t pixel = decoder.at(pixels.data(), i);
+        values[i] = isScaled() ? static_cast<T>(static_cast<double>(pixel) * slope + intercept) : static_cast<T>(pixel);
+      }
+    });
+    progress(static_cast<float>(done + pixels.size()) / static_cast<float>(all));
+  }
 }
 
 VoxelKind commonKind(const std::vector<DicomSlice>& slices) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "quarn/formats/detail/ImageVolume.h"
 #include "quarn/formats/detail/VoxelKind.h"
 
 namespace quarn::formats::detail {
@@ -28,6 +29,7 @@ struct DicomSlice {
   std::optional<std::array<double, 3>> position;     ///< of the centre of the first pixel
   std::optional<std::array<double, 6>> orientation;  ///< directions in which columns, then rows, are counted
   std::array<double, 2> pixelSize{1, 1};             ///< along the first, then the second of these directions
+  bool hasPixelSize = false;
   double thickness = 1;
 
   /// Reads the description of a slice, not its pixels; nothing for a file that is not DICOM or holds no image.
@@ -39,10 +41,10 @@ struct DicomSlice {
   std::int64_t pixelBytes() const { return columns * rows * bitsAllocated / 8; }
   bool isScaled() const { return slope != 1.0 || intercept != 0.0; }
 
-  /// Reads the pixels as numbers of a kind, scaled, to `out`, which has room for all of them.
+  /// Reads the pixels as numbers of a kind, scaled, to `out`, which has room for all of them; some MiB at a time.
   ///
   /// @throws McException, naming the file, when it cannot be read.
-  void readPixels(VoxelKind kind, void* out) const;
+  void readPixels(VoxelKind kind, void* out, const ImageVolume::Progress& progress) const;
 };
 
 /// The kind of voxels that holds all values that the slices can have: that of the files when they are not scaled, the
