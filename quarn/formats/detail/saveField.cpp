@@ -79,9 +79,21 @@ void writeFile(const HxUniformScalarField3& field, const QString& file, const Im
   target.commit();
 }
 
+/// Labels whose "Id" is another number than the one that the voxels hold.
+int otherIds(const HxParamBundle& materials) {
+  int others = 0;
+  for (int label = 0; label < materials.size(); ++label) {
+    const auto* const material = dynamic_cast<const HxParamBundle*>(materials[label]);
+    std::int64_t id = 0;
+    if (material && material->findNum("Id", id) && id != label) ++others;
+  }
+  return others;
+}
+
 /// Tells on the console what an image has no place for; true when there is such.
 bool tellWhatIsLeftOut(const HxUniformScalarField3& field, const QString& file) {
   int materials = 0;
+  int otherValues = 0;
   int others = 0;
   for (int i = 0; i < field.parameters.size(); ++i) {
     const HxParamBase* const element = field.parameters[i];
@@ -89,6 +101,7 @@ bool tellWhatIsLeftOut(const HxUniformScalarField3& field, const QString& file) 
     if (element->name() == "Geometry") continue;
     if (element->name() == "Materials" && bundle) {
       materials = bundle->size();
+      otherValues = otherIds(*bundle);
     } else if (!bundle || bundle->size() > 0) {
       ++others;
     }
@@ -100,6 +113,10 @@ bool tellWhatIsLeftOut(const HxUniformScalarField3& field, const QString& file) 
         name.constData(), materials);
   } else if (others > 0) {
     HxMessage::printf("%s: the format has no place for the parameters of the field\n", name.constData());
+  }
+  if (otherValues > 0) {
+    HxMessage::printf("%s: the values are those of the field; %d of %d labels have another \"Id\"\n", name.constData(),
+                      otherValues, materials);
   }
   return materials > 0 || others > 0;
 }
