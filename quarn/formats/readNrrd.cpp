@@ -8,10 +8,11 @@
 namespace quarn::formats {
 
 McHandle<HxUniformScalarField3> readNrrd(const QString& file, const HxLoadOptions& options) {
-  const auto open = [&file](const detail::ImageVolume::Progress&) {
-    return std::make_unique<detail::NrrdVolume>(file);
+  constexpr float checkingShare = 0.5F;  // a large compressed file is unpacked twice
+  const auto open = [&file](const detail::ImageVolume::Progress& progress) {
+    return std::make_unique<detail::NrrdVolume>(file, progress);
   };
-  return detail::readField(file, options, open, 0.0F);
+  return detail::readField(file, options, open, checkingShare);
 }
 
 }  // namespace quarn::formats

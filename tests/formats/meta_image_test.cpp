@@ -79,6 +79,9 @@ TEST_F(MetaImage, ReadsAFileOfVoxelsBesideTheHeader) {
   };
   EXPECT_EQ(read("HeaderSize = 8\n"), voxels());
   EXPECT_EQ(read("HeaderSize = -1\n"), voxels());
+  const QString dotted =
+      folder.write(QStringLiteral("dot.mhd"), "HeaderSize = 8\n" + exchanged(header, "LOCAL", "./voxels.raw"));
+  EXPECT_EQ(bytesOf(*readMetaImage(dotted, {})), voxels());
   EXPECT_EQ(read(""), ("12345678" + voxels()).substr(0, 60));
 }
 
@@ -92,6 +95,19 @@ TEST_F(MetaImage, TakesTheLeastThatAHeaderMaySay) {
 TEST_F(MetaImage, CountsInMillimetres) {
   EXPECT_THAT(read("DistanceUnits = um\n" + header + voxels())->voxelToWorld(0, 0, 0), ElementsAre(0.01, 0.02, 0.03));
   EXPECT_THAT(read("DistanceUnits = cm\n" + header + voxels())->voxelToWorld(0, 0, 0), ElementsAre(100, 200, 300));
+}
+
+TEST_F(MetaImage, PassesOverAxesOfOneElement) {
+  std::string text = exchanged(exchanged(header, "NDims = 3", "NDims = 4"), "3 4 5", "3 4 5 1");
+  text = exchanged(text, "1 0 0 0 1 0 0 0 1", "0 1 0 0 1 0 0 0 0 0 1 0 0 0 0 1");
+  text = exchanged(exchanged(text, "10 20 30", "10 20 30 40"), "1 2 3", "1 2 3 4");
+  const auto field = read("ElementNumberOfChannels = 01\n" + text + voxels());
+  EXPECT_EQ(field->latticeDimensions(), McDim3l(3, 4, 5));
+  EXPECT_THAT(field->voxelToWorld(1, 1, 1), ElementsAre(12, 21, 33));
+  EXPECT_THAT(refusal([&] { read(exchanged(text, "3 4 5 1", "3 4 1 5") + voxels()); }),
+              HasSubstr("holds a series of 5 volumes; one volume is needed"));
+  EXPECT_THAT(refusal([&] { read(exchanged(text, "10 20 30 40", "10 20 30") + voxels()); }),
+              HasSubstr("element Offset is \"10 20 30\": 4 numbers are needed"));
 }
 
 TEST_F(MetaImage, ReadsLabels) {

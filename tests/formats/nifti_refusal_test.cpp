@@ -133,7 +133,7 @@ TEST(NiftiRefusal, NamesNumbersThatPlaceNoLattice) {
   EXPECT_EQ(refusalOf(bytes.file()), "header field pixdim holds nan, which is out of range");
   bytes = goodImage();
   bytes.setUnturnedQuaternion({0, 1e20F, 0});
-  EXPECT_EQ(refusalOf(bytes.file()), "the origin along axis 1 is -100000002004087730000");
+  EXPECT_EQ(refusalOf(bytes.file()), "the origin along axis 1 is -1.00000002e+20");
   bytes.setUnturnedQuaternion({0, 0, 0});
   bytes.put<float>(256, 0.9F);
   bytes.put<float>(260, 0.9F);
@@ -144,7 +144,7 @@ TEST(NiftiRefusal, NamesNumbersThatPlaceNoLattice) {
   bytes.setAffine({{{0, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}});
   EXPECT_EQ(refusalOf(bytes.file()), "header field srow gives voxels a size of 0");
   bytes.setAffine({{{1, 1, 0, 0}, {1, 1, 0, 0}, {0, 0, 1, 0}}});
-  EXPECT_THAT(refusalOf(bytes.file()), StartsWith("axes 0 and 1 of its lattice are not perpendicular (cosine 0.99"));
+  EXPECT_THAT(refusalOf(bytes.file()), StartsWith("axes 0 and 1 of its lattice are not perpendicular (cosine 1"));
 }
 
 TEST(NiftiRefusal, ReadsOrRefusesAnyHeader) {

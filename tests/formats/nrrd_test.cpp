@@ -3,6 +3,7 @@
 #include "quarn/formats/readNrrd.h"
 #include "tests/formats/badInput.h"
 #include "tests/formats/sampleFields.h"
+#include "tests/support/RecordingProgress.h"
 
 namespace {
 
@@ -54,6 +55,63 @@ TEST_F(Nrrd, ReadsSpacingsWithoutASpace) {
   EXPECT_THAT(field->voxelToWorld(1, 1, 1), ElementsAre(2, 3, 4));
 }
 
+TEST_F(Nrrd, TurnsAxesWithoutDirectionsToo) {
+  const auto field = read(
+      "NRRD0004\ntype: uchar\ndimension: 3\nspace: RAS\nsizes: 3 4 5\nspacings: 2 3 4\nspace origin: (10,20,30)\n"
+      "encoding: raw\n\n" +
+      voxels());
+  EXPECT_THAT(field->voxelToWorld(0, 0, 0), ElementsAre(-10, -20, 30));
+  EXPECT_THAT(field->voxelToWorld(1, 1, 1), ElementsAre(-12, -23, 34));
+}
+
+TEST_F(Nrrd, CountsInMillimetres) {
+  const auto withUnits = [&](const std::string& units) {
+    return read(exchanged(header, "space origin", "space units: " + units + "\nspace origin") + voxels());
+  };
+  EXPECT_THAT(withUnits("\"mm\" \"mm\" \"mm\"")->voxelToWorld(1, 1, 1), ElementsAre(11, 22, 33));
+  EXPECT_THAT(withUnits("\"cm\" \"mm\" \"m\"")->voxelToWorld(1, 1, 1), ElementsAre(110, 22, 33000));
+  const HxGeometry3 geometry = withUnits("\"um\" \"um\" \"\u00B5m\"")->geometry();
+  EXPECT_THAT(geometry.voxelSize, ElementsAre(0.001, 0.002, 0.003));
+  EXPECT_THAT(geometry.origin, ElementsAre(0.01, 0.02, 0.03));
+  for (const char* bad : {"\"furlong\" \"mm\" \"mm\"", "\"mm\" \"mm\"", "mm mm mm"})
+    EXPECT_THAT(refusal([&] { withUnits(bad); }), HasSubstr("field \"space units\" is \"")) << bad;
+}
+
+TEST_F(Nrrd, ReadsTheEndsOfAxes) {
+  const auto withEnds = [&](const std::string& fields) {
+    return read("NRRD0004\ntype: uchar\ndimension: 3\nsizes: 3 4 5\naxis mins: 10 20 30\n" + fields +
+                "encoding: raw\n\n" + voxels());
+  };
+  const std::string ends = "axis maxs: 16 32 40\n";
+  auto field = withEnds(ends + "centers: cell cell node\n");
+  EXPECT_THAT(field->geometry().voxelSize, ElementsAre(2, 3, 2.5));
+  EXPECT_THAT(field->geometry().origin, ElementsAre(11, 21.5, 30));
+  field = withEnds(ends + "units: \"cm\" \"mm\" \"mm\"\n");
+  EXPECT_THAT(field->geometry().voxelSize, ElementsAre(20, 3, 2));
+  EXPECT_THAT(field->geometry().origin, ElementsAre(110, 21.5, 31));
+  field = withEnds("spacings: 4 4 4\ncenterings: node node node\n");
+  EXPECT_THAT(field->voxelToWorld(1, 1, 1), ElementsAre(14, 24, 34));
+  EXPECT_THAT(refusal([&] { withEnds("axis maxs: 1 2\n"); }),
+              HasSubstr("field \"axis maxs\" is \"1 2\": a number for each axis is needed"));
+  EXPECT_THAT(refusal([&] { withEnds("axis maxs: 1 2 3\n"); }), HasSubstr("the voxel size along axis 0 is -3"));
+}
+
+TEST_F(Nrrd, RefusesFewCompressedBytesOfManyVoxelsBeforeMakingRoom) {
+  const std::string text = exchanged(exchanged(header, "raw", "gzip"), "3 4 5", "512 512 512");
+  RecordingProgress progress;
+  const ProgressScope scope(progress);
+  EXPECT_THAT(refusal([&] { read(text + gzipped("1") + std::string(200'000, '\0')); }),
+              HasSubstr(": is cut: it holds 1 bytes of voxels, the header asks for 134217728"));
+  for (const float value : progress.values) EXPECT_LT(value, 0.5F) << "reading had begun";
+}
+
+TEST_F(Nrrd, ReadsManyCompressedVoxels) {
+  const std::string text = exchanged(exchanged(header, "raw", "gzip"), "3 4 5", "512 512 300");
+  std::string many(std::size_t{512} * 512 * 300, '\0');
+  for (std::size_t i = 0; i < many.size(); ++i) many[i] = static_cast<char>(i / 100'003);
+  EXPECT_EQ(bytesOf(*read(text + gzipped(many))), many);
+}
+
 TEST_F(Nrrd, ReadsCompressedVoxels) {
   EXPECT_EQ(bytesOf(*read(exchanged(header, "raw", "gzip") + gzipped(voxels()))), voxels());
 }
@@ -67,6 +125,9 @@ TEST_F(Nrrd, ReadsAFileOfVoxelsBesideTheHeader) {
   folder.write(QStringLiteral("voxels.raw"), "1234" + voxels());
   std::string text = exchanged(header, "encoding: raw\n", "encoding: raw\nbyte skip: 4\ndata file: voxels.raw\n");
   EXPECT_EQ(bytesOf(*readNrrd(folder.write(QStringLiteral("a.nhdr"), text), {})), voxels());
+  EXPECT_EQ(
+      bytesOf(*readNrrd(folder.write(QStringLiteral("a.nhdr"), exchanged(text, "voxels.raw", "./voxels.raw")), {})),
+      voxels());
   text = exchanged(text, "byte skip: 4", "byte skip: -1");
   EXPECT_EQ(bytesOf(*readNrrd(folder.write(QStringLiteral("a.nhdr"), text), {})), voxels());
 }
@@ -146,7 +207,7 @@ TEST(NrrdBadInput, NamesFieldAndValue) {
       {"encoding: raw", "encoding: ascii", "field \"encoding\" is \"text\"; \"raw\" and \"gzip\" are read"},
       {"endian: little", "line skip: 2",
        "field \"line skip\" is 2; only voxels without lines in front of them are read"},
-      {"(1,0,0) (0,2,0)", "(1,0,0) (1,1,0)", "axes 0 and 1 of its lattice are not perpendicular (cosine 0.707107)"},
+      {"(1,0,0) (0,2,0)", "(1,0,0) (1,1,0)", "axes 0 and 1 of its lattice are not perpendicular (cosine 0.707106781)"},
       {"(0,2,0)", "(0,0,0)", "the voxel size along axis 1 is 0"},
   };
   const BadInput input(".nrrd");
@@ -175,6 +236,8 @@ TEST(NrrdBadInput, IsRefusedByTheHeaderAlone) {
       {"(10,20,30)", "(10,20,inf)", ""},
       {"encoding: raw", "encoding: raw\ndata file: /etc/passwd", ""},
       {"encoding: raw", "encoding: raw\ndata file: ../x.raw", ""},
+      {"encoding: raw", "encoding: raw\ndata file: ./../x.raw", ""},
+      {"encoding: raw", "encoding: raw\ndata file: ./", ""},
       {"encoding: raw", "encoding: raw\ndata file: missing.raw", ""},
       {"encoding: raw", "encoding: raw\ndata file: link.raw", ""},
       {"encoding: raw", "encoding: raw\ndata file: pipe.raw", ""},

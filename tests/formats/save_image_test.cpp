@@ -139,6 +139,17 @@ TEST_F(SaveImage, TellsThatMaterialsStayBehind) {
   EXPECT_EQ(labels->getLoadCmd(), QString());
 }
 
+TEST_F(SaveImage, TellsThatValuesAreOthers) {
+  const auto labels = sampleLabels();
+  labels->materials()->getBundle("Exterior")->set("Id", 0);
+  labels->materials()->getBundle("Bone")->set("Id", 17);
+  labels->materials()->getBundle("Fat")->set("Id", 1000);
+  save(*labels, path(".nii"));
+  ASSERT_EQ(messages.consoleEntries.size(), 2U);
+  EXPECT_EQ(messages.consoleEntries.back(),
+            "image.nii: the values are those of the field; 2 of 3 labels have another \"Id\"\n");
+}
+
 /// What ITK finds in a file, as text.
 template <typename ImageIO>
 std::string seenByItk(const QString& file) {
@@ -233,7 +244,7 @@ TEST_F(SaveImage, RefusesWhatSinglePrecisionWouldCarryOverALimit) {
   field->setGeometry(geometry);
   save(*field, path(".mha"));
   EXPECT_EQ(load(path(".mha"))->geometry(), geometry);
-  EXPECT_THAT(refusal([&] { save(*field, path(".nii")); }), HasSubstr("are not perpendicular (cosine 0.000100000003"));
+  EXPECT_THAT(refusal([&] { save(*field, path(".nii")); }), HasSubstr("are not perpendicular (cosine 0.000100000004"));
 }
 
 TEST_F(SaveImage, KeepsDirectionsThatAreAlmostZero) {

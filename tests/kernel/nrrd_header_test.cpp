@@ -195,10 +195,24 @@ TEST(NrrdHeader, CutsLongValuesInItsMessages) {
 
 TEST(NrrdHeader, LeadsToNoFileOfAnotherFolder) {
   NrrdHeader header = NrrdHeader::parse(sound, file);
-  for (const char* name : {"../x.raw", "/x.raw", "a/b", ".", "..", "a\\b"}) {
+  for (const char* name : {"../x.raw", "/x.raw", "a/b", ".", "..", "a\\b", "./", "./..", "././x.raw"}) {
     header.dataFile = name;
     EXPECT_THAT(textOfException([&] { header.dataPath(file); }), HasSubstr("field \"data file\"")) << name;
   }
+}
+
+TEST(NrrdHeader, LeadsToItsOwnFolder) {
+  NrrdHeader header = NrrdHeader::parse(sound, file);
+  header.dataFile = "./x.raw";
+  EXPECT_EQ(header.dataPath(QStringLiteral("folder/d.nhdr")), QStringLiteral("folder/x.raw"));
+}
+
+TEST(NrrdHeader, KeepsOtherFieldsAsTheyStand) {
+  const std::string text = "NRRD0004\ntype: uchar\ndimension: 3\nsizes: 1 1 1\nencoding: raw\n";
+  EXPECT_TRUE(NrrdHeader::parse(text + "\n", file).others.empty());
+  const NrrdHeader header = NrrdHeader::parse(text + "axis mins: 1 nan 3\nunits: \"mm\" \"\" \"um\"\n\n", file);
+  const std::map<std::string, std::string> expected = {{"axis mins", "1 nan 3"}, {"units", "\"mm\" \"\" \"um\""}};
+  EXPECT_EQ(header.others, expected);
 }
 
 TEST(NrrdHeader, IsReadFromAFile) {

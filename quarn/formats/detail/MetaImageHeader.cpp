@@ -39,8 +39,10 @@ std::array<std::int64_t, 3> parseDimensions(const MetaImageElements& elements, c
     if (size < 1) elements.refuseValue("DimSize", QStringLiteral("%1 is no size").arg(size));
   }
   if (*axes < 3) refuse(file, QStringLiteral("has %1 dimensions; a volume with 3 is needed").arg(*axes));
-  if (*axes == 4) refuse(file, QStringLiteral("holds a series of %1 volumes; one volume is needed").arg(sizes[3]));
-  if (*axes > 4) refuse(file, QStringLiteral("has %1 dimensions; a volume with 3 is needed").arg(*axes));
+  if (*axes > 3 && sizes[3] > 1)
+    refuse(file, QStringLiteral("holds a series of %1 volumes; one volume is needed").arg(sizes[3]));
+  if (std::any_of(sizes.begin() + 3, sizes.end(), [](std::int64_t size) { return size > 1; }))
+    refuse(file, QStringLiteral("has %1 dimensions; a volume with 3 is needed").arg(*axes));
   return {sizes[0], sizes[1], sizes[2]};
 }
 
@@ -58,24 +60,27 @@ double millimetresPerUnit(const MetaImageElements& elements) {
   elements.refuseValue("DistanceUnits", QStringLiteral("\"mm\", \"um\" or \"cm\" is needed"));
 }
 
-/// Axes are the rows of the matrix in the file.
+/// Axes are the rows of the matrix in the file. Those behind the third are passed over.
 HxGeometry3 parseGeometry(const MetaImageElements& elements) {
   HxGeometry3 geometry;
+  const auto count = static_cast<std::size_t>(parseNumber<int>(elements.get("NDims")).value_or(3));
   const double millimetres = millimetresPerUnit(elements);
-  if (const auto origin = elements.numbers<double>(firstOf(elements, {"Offset", "Position", "Origin"}), 3))
+  if (const auto origin = elements.numbers<double>(firstOf(elements, {"Offset", "Position", "Origin"}), count))
     for (std::size_t axis = 0; axis < 3; ++axis) geometry.origin[axis] = (*origin)[axis] * millimetres + 0.0;
-  if (const auto sizes = elements.numbers<double>(firstOf(elements, {"ElementSpacing", "ElementSize"}), 3))
+  if (const auto sizes = elements.numbers<double>(firstOf(elements, {"ElementSpacing", "ElementSize"}), count))
     for (std::size_t axis = 0; axis < 3; ++axis) geometry.voxelSize[axis] = (*sizes)[axis] * millimetres;
-  if (const auto axes = elements.numbers<double>(firstOf(elements, {"TransformMatrix", "Rotation", "Orientation"}), 9))
+  if (const auto axes =
+          elements.numbers<double>(firstOf(elements, {"TransformMatrix", "Rotation", "Orientation"}), count * count))
     for (std::size_t axis = 0; axis < 3; ++axis)
-      for (std::size_t row = 0; row < 3; ++row) geometry.direction[3 * row + axis] = (*axes)[3 * axis + row] + 0.0;
+      for (std::size_t row = 0; row < 3; ++row) geometry.direction[3 * row + axis] = (*axes)[count * axis + row] + 0.0;
   return geometry;
 }
 
 void requireOneNumberPerVoxel(const MetaImageElements& elements, const QString& file) {
   const std::string* const channels = elements.find("ElementNumberOfChannels");
-  if (!channels || *channels == "1") return;
+  if (!channels) return;
   const auto count = parseNumber<int>(*channels);
+  if (count == 1) return;
   if (!count || *count < 1) elements.refuseValue("ElementNumberOfChannels", QStringLiteral("a number is needed"));
   refuse(file, QStringLiteral("holds vectors of %1 components; plain numbers are needed").arg(*count));
 }

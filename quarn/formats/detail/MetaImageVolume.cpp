@@ -21,7 +21,7 @@ std::string firstBytes(const QString& file) {
 
 }  // namespace
 
-MetaImageVolume::MetaImageVolume(const QString& file) {
+MetaImageVolume::MetaImageVolume(const QString& file, const Progress& progress) {
   const MetaImageHeader header = MetaImageHeader::parse(firstBytes(file), file);
   description_ = header.image;
   voxels_.kind = kind();
@@ -33,7 +33,7 @@ MetaImageVolume::MetaImageVolume(const QString& file) {
   if (header.headerBytes > 0) voxels_.offset = static_cast<std::uint64_t>(header.headerBytes);
   if (header.headerBytes < 0)
     voxels_.offset = static_cast<std::uint64_t>(std::max<std::int64_t>(lengthOf(voxels_.file) - voxels_.bytes, 0));
-  voxels_.requireLength();
+  voxels_.requireLength(progress);
 }
 
 }  // namespace quarn::formats::detail

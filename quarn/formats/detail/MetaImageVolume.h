@@ -12,7 +12,7 @@ class MetaImageVolume : public ImageVolume {
 public:
   /// @throws McException, naming the file at fault, when it is missing, no MetaImage of a volume of plain numbers, or
   ///   too short.
-  explicit MetaImageVolume(const QString& file);
+  MetaImageVolume(const QString& file, const Progress& progress);
 
   void readVoxels(void* voxels, const Progress& progress) override { voxels_.read(voxels, progress); }
 

@@ -12,7 +12,7 @@ class NrrdVolume : public ImageVolume {
 public:
   /// @throws McException, naming the file at fault, when it is missing, not NRRD, holds anything but one volume of
   ///   plain numbers, or is too short. The text says what the file holds instead.
-  explicit NrrdVolume(const QString& file);
+  NrrdVolume(const QString& file, const Progress& progress);
 
   void readVoxels(void* voxels, const Progress& progress) override { voxels_.read(voxels, progress); }
 

@@ -85,19 +85,22 @@ QString fileBeside(const QString& headerFile, const char* element, const std::st
   const auto refuseName = [&](const char* why) {
     refuse(headerFile, QLatin1String(element) + QStringLiteral(": ") + detail::quoted(name) + QLatin1String(why));
   };
-  if (!isPlainName(name)) refuseName(" is not the plain name of a file in the same folder");
-  const QString path = QFileInfo(headerFile).path() + QLatin1Char('/') + QFile::decodeName(name.c_str());
+  const std::string bare = name.starts_with("./") ? name.substr(2) : name;
+  if (!isPlainName(bare)) refuseName(" is not the plain name of a file in the same folder");
+  const QString path = QFileInfo(headerFile).path() + QLatin1Char('/') + QFile::decodeName(bare.c_str());
   const FileKind kind = FileSystem::current().kind(QFile::encodeName(path).toStdString());
   if (kind == FileKind::missing) refuseName(" does not exist beside it");
   if (kind != FileKind::regular) refuseName(" is not a regular file");
   return path;
 }
 
-void RawVoxels::requireLength() const {
+void RawVoxels::requireLength(const ImageVolume::Progress& progress) const {
+  constexpr std::int64_t few = std::int64_t{64} << 20;
   const std::int64_t available = lengthOf(file);
   const auto start = static_cast<std::int64_t>(offset);
   if (form != ByteStream::Form::plain) {
     requireUnpackable(std::max<std::int64_t>(available - start, 0), bytes, deflateRatio, file);
+    if (bytes > few) readPieces([](std::span<const std::byte>, std::int64_t) {}, progress);
     return;
   }
   std::int64_t needed = 0;

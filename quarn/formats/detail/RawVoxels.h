@@ -22,10 +22,11 @@ struct RawVoxels {
   VoxelKind kind = VoxelKind::UInt8;
   std::int64_t bytes = 0;  ///< of all voxels
 
-  /// Checks that the file is long enough, or can be when it is compressed. Reads no voxels.
+  /// Checks that the file is long enough, before room for its voxels is made. Many compressed ones are gone through for
+  /// that, once; few are only known to be possible.
   ///
   /// @throws McException, naming the file and what it holds, when it is not, or is no regular file.
-  void requireLength() const;
+  void requireLength(const ImageVolume::Progress& progress) const;
 
   /// Writes all voxels to `voxels`, some MiB at a time.
   ///
@@ -44,8 +45,8 @@ std::int64_t lengthOf(const QString& file);
 
 /// The path of a file of voxels beside `headerFile`. A header must not lead the reader elsewhere.
 ///
-/// @throws McException, naming `headerFile`, `element` and the name, unless that is a plain one of a regular file in
-///   the folder of the header; links are none.
+/// @throws McException, naming `headerFile`, `element` and the name, unless that is a plain one, maybe behind "./",
+///   of a regular file in the folder of the header; links are none.
 QString fileBeside(const QString& headerFile, const char* element, const std::string& name);
 
 }  // namespace quarn::formats::detail

@@ -1,6 +1,5 @@
 #include "quarn/formats/detail/soundGeometry.h"
 
-#include <QLocale>
 #include <cmath>
 
 #include "quarn/formats/detail/fault.h"
@@ -21,7 +20,7 @@ double dot(const HxGeometry3& geometry, std::size_t a, std::size_t b) {
 }
 
 QString written(double value) {
-  return QString::number(value, 'g', QLocale::FloatingPointShortest);
+  return QString::number(value, 'g', 9);
 }
 
 /// Written so that a number that is none fails, too.

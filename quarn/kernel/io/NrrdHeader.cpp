@@ -48,11 +48,12 @@ const std::string* NrrdHeader::find(std::string_view key) const {
 
 QString NrrdHeader::dataPath(const QString& file) const {
   if (dataFile.empty()) return file;
-  if (!hxvoxora::isPlainName(dataFile))
+  const std::string name = dataFile.starts_with("./") ? dataFile.substr(2) : dataFile;
+  if (!hxvoxora::isPlainName(name))
     throw McException(McException::excerpt(file.toStdString()) + ": field \"data file\": the plain name of a file in " +
                       "the same folder is expected, got \"" + McException::excerpt(dataFile) + "\"");
   const QString folder = file.left(file.lastIndexOf(QLatin1Char('/')) + 1);
-  return folder + QString::fromStdString(dataFile);
+  return folder + QString::fromStdString(name);
 }
 
 }  // namespace quarn

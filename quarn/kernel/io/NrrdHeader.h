@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,9 +44,12 @@ struct QUARN_KERNEL_API NrrdHeader {
   std::vector<std::string> kinds;  ///< of each axis, in lower case, "???" for those not told; empty: none
   Endian endian = Endian::unstated;
   Encoding encoding = Encoding::raw;
-  std::string dataFile;             ///< name of the file of the data; empty when they follow the header
-  std::int64_t lineSkip = 0;        ///< lines of the data file, as stored, before the data
-  std::int64_t byteSkip = 0;        ///< bytes after these lines, decompressed; -1: the data are the end of the file
+  std::string dataFile;       ///< name of the file of the data; empty when they follow the header
+  std::int64_t lineSkip = 0;  ///< lines of the data file, as stored, before the data
+  std::int64_t byteSkip = 0;  ///< bytes after these lines, decompressed; -1: the data are the end of the file
+  /// "space units", "units", "axis mins", "axis maxs", "centers" and "centerings" as they stand in the file, by these
+  /// names; toText() leaves them out.
+  std::map<std::string, std::string> others;
   std::vector<KeyValue> keyValues;  ///< in the order of the file, escapes resolved
 
   /// Where in their file the stored data begin, skips not counted: behind the header, or 0 in a file of their own.
@@ -76,7 +80,8 @@ struct QUARN_KERNEL_API NrrdHeader {
 
   /// The file of the data of the header in `file`: that file itself, or one beside it.
   ///
-  /// @throws McException naming the field and its value when that is not a plain name without a folder.
+  /// @throws McException naming the field and its value when that is not a plain name without a folder ("./" may stand
+  ///   in front of it).
   QString dataPath(const QString& file) const;
 };
 

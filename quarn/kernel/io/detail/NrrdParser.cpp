@@ -144,6 +144,8 @@ void NrrdParser::interpret() {
     }
   if (field("kinds"))
     for (const std::string_view word : words("kinds")) header_.kinds.push_back(lowered(word));
+  for (const char* const name : {"space units", "units", "axis mins", "axis maxs", "centers", "centerings"})
+    if (const std::string* const value = field(name)) header_.others.emplace(name, *value);
   readEncoding();
   header_.dataOffset = header_.dataFile.empty() ? position_ : 0;
 }
