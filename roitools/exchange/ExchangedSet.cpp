@@ -18,6 +18,7 @@ using hxroi::details::Roi;
 namespace {
 
 constexpr qsizetype mostNamesTold = 10;
+constexpr std::size_t mostEmptyGroups = 1000;
 
 std::string utf8(const std::string& latin1) {
   return QString::fromLatin1(latin1.c_str()).toStdString();
@@ -50,6 +51,33 @@ void tellNames(const QString& file, const QString& what, const QStringList& name
                     qUtf8Printable(list));
 }
 
+/// Groups in the order of a file, each name once.
+class GroupList {
+public:
+  GroupList(const std::vector<ExchangedGroup>& groups, const QString& file) {
+    QStringList repeated;
+    for (const ExchangedGroup& group : groups) {
+      if (byName_.try_emplace(group.name, &group).second) {
+        inOrder_.push_back(&group);
+      } else {
+        repeated.append(excerpt(group.name));
+      }
+    }
+    tellNames(file, QStringLiteral("groups stand there more than once, the first counts"), repeated);
+  }
+
+  const ExchangedGroup* find(const std::string& name) const {
+    const auto found = byName_.find(name);
+    return found == byName_.end() ? nullptr : found->second;
+  }
+  auto begin() const { return inOrder_.begin(); }
+  auto end() const { return inOrder_.end(); }
+
+private:
+  std::map<std::string, const ExchangedGroup*> byName_;
+  std::vector<const ExchangedGroup*> inOrder_;
+};
+
 }  // namespace
 
 ExchangedSet ExchangedSet::of(const HxRois& rois, const QString& file) {
@@ -68,7 +96,8 @@ ExchangedSet ExchangedSet::of(const HxRois& rois, const QString& file) {
   return all;
 }
 
-void ExchangedSet::insertInto(HxRois& rois) const {
+void ExchangedSet::insertInto(HxRois& rois, const QString& file) const {
+  const GroupList known(groups, file);
   std::map<std::string, Group*> made;
   const auto makeGroup = [&](const ExchangedGroup& group) {
     return new Group(latin1(group.name), group.color, nullptr);
@@ -80,16 +109,26 @@ void ExchangedSet::insertInto(HxRois& rois) const {
     }
     Group*& group = made[entry.group];
     if (!group) {
-      const auto known = std::ranges::find(groups, entry.group, &ExchangedGroup::name);
+      const ExchangedGroup* const described = known.find(entry.group);
       const ExchangedGroup unknown{entry.group, entry.mask->color(false)};
-      group = makeGroup(known == groups.end() ? unknown : *known);
+      group = makeGroup(described ? *described : unknown);
       rois.addRoi(group);
     }
     group->addMask(entry.mask);
   }
-  for (const ExchangedGroup& group : groups) {
-    if (!made.contains(group.name)) rois.insertRoi(makeGroup(group), static_cast<unsigned long>(group.position));
+  QStringList leftOut;
+  std::size_t inserted = 0;
+  for (const ExchangedGroup* group : known) {
+    if (made.contains(group->name)) continue;
+    if (inserted < mostEmptyGroups) {
+      rois.insertRoi(makeGroup(*group), static_cast<unsigned long>(group->position));
+      ++inserted;
+    } else {
+      leftOut.append(excerpt(group->name));
+    }
   }
+  tellNames(file, QStringLiteral("there are more than %1 groups without members; left out").arg(mostEmptyGroups),
+            leftOut);
 }
 
 void tellWhatIsNotExchanged(const HxRois& rois, const QString& target, bool keepsSegments) {
@@ -117,13 +156,12 @@ std::string FittedNames::fit(const std::string& utf8, const std::string& fallbac
 }
 
 /// Without the digits at its end, and the first free number from 0 behind.
-std::string FittedNames::unique(const std::string& name) const {
+std::string FittedNames::unique(const std::string& name) {
   if (!taken_.contains(name)) return name;
   const std::string stem = name.substr(0, name.find_last_not_of("0123456789") + 1);
-  for (std::size_t number = 0;; ++number) {
-    const std::string candidate = stem + std::to_string(number);
-    if (!taken_.contains(candidate)) return candidate;
-  }
+  std::size_t& number = nextNumber_[stem];
+  while (taken_.contains(stem + std::to_string(number))) ++number;
+  return stem + std::to_string(number);
 }
 
 void FittedNames::tell(const QString& file) const {

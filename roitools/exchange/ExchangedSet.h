@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -36,8 +37,9 @@ struct ROITOOLS_API ExchangedSet {
   /// Throws McException for a set without masks, which has no grid; the text begins with `file`.
   static ExchangedSet of(const HxRois& rois, const QString& file);
 
-  /// Inserts all into an empty set. Names are those of ROIs, and no two are equal.
-  void insertInto(HxRois& rois) const;
+  /// Inserts all into an empty set. Names are those of ROIs, and no two masks have the same. Tells of groups that stand
+  /// there again, the first of a name counting, and of those without members that are too many; `file` begins the line.
+  void insertInto(HxRois& rois, const QString& file) const;
 };
 
 /// Tells in one line what a set has that files of other programs cannot hold: nothing when there is nothing. The line
@@ -55,9 +57,10 @@ public:
   void tell(const QString& file) const;
 
 private:
-  std::string unique(const std::string& name) const;
+  std::string unique(const std::string& name);
 
   std::set<std::string> taken_;
+  std::map<std::string, std::size_t> nextNumber_;  ///< of names without the digits at their end; those below are taken
   QStringList changed_, repeated_;
 };
 

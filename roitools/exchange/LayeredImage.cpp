@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::int64_t slabBytes = 4 << 20;
 constexpr std::int64_t mostRowBytes = 256 << 20;
+constexpr std::int64_t mostLayers = 65536;
 
 }  // namespace
 
@@ -49,6 +50,8 @@ void LayeredImage::readAxes() {
     if (kind != "list" && kind != "vector" && kind != "???" && kind != "none")
       refuseField("kinds", "the first of four axes must be a list of layers", kind);
     layerCount_ = header_.sizes.front();
+    if (layerCount_ > mostLayers)
+      refuseField("sizes", "there are at most " + std::to_string(mostLayers) + " layers", std::to_string(layerCount_));
   }
   for (int axis = 0; axis < 3; ++axis) {
     const std::int64_t size = header_.sizes[axes - 3 + static_cast<std::size_t>(axis)];
@@ -120,6 +123,10 @@ void LayeredImage::requireEnd() {
 void LayeredImage::swapBytes() {
   const auto size = static_cast<std::ptrdiff_t>(NrrdHeader::bytesOf(header_.type));
   for (auto at = bytes_.begin(); size > 1 && at != bytes_.end(); at += size) std::reverse(at, at + size);
+}
+
+void LayeredImage::refuseLabel(std::uint64_t label) const {
+  refuse(dataFile_, "labels are at most 9223372036854775807, got \"" + std::to_string(label) + "\"");
 }
 
 void LayeredImage::refuse(const QString& file, const std::string& what) const {

@@ -3,6 +3,7 @@
 #include <QString>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "quarn/base/McVec3i.h"
@@ -29,6 +30,7 @@ public:
   Slabs::Slab next();
 
   /// Calls `visit(layer, y, z, x0, x1, label)` for the runs of equal labels but 0 in the piece that was read last.
+  /// Throws McException for labels from 2^63 on.
   template <class Visitor>
   void forEachRun(const Slabs::Slab& slab, const Visitor& visit) const;
 
@@ -41,6 +43,7 @@ private:
   void swapBytes();
   template <class T, class Visitor>
   void forEachRunOf(const Slabs::Slab& slab, const Visitor& visit) const;
+  [[noreturn]] void refuseLabel(std::uint64_t label) const;
   [[noreturn]] void refuse(const QString& file, const std::string& what) const;
   [[noreturn]] void refuseField(const char* field, const std::string& what, const std::string& value) const;
 
@@ -69,6 +72,8 @@ void LayeredImage::forEachRun(const Slabs::Slab& slab, const Visitor& visit) con
       return forEachRunOf<std::int32_t>(slab, visit);
     case quarn::NrrdHeader::Type::uint32:
       return forEachRunOf<std::uint32_t>(slab, visit);
+    case quarn::NrrdHeader::Type::uint64:
+      return forEachRunOf<std::uint64_t>(slab, visit);
     default:
       return forEachRunOf<std::int64_t>(slab, visit);
   }
@@ -86,6 +91,7 @@ void LayeredImage::forEachRunOf(const Slabs::Slab& slab, const Visitor& visit) c
           const std::int64_t first = x++;
           while (x < width && row[x * layerCount_ + layer] == label) ++x;
           if (label == 0) continue;
+          if (!std::in_range<std::int64_t>(label)) refuseLabel(static_cast<std::uint64_t>(label));
           visit(layer, static_cast<int>(y), static_cast<int>(z), static_cast<int>(first), static_cast<int>(x),
                 static_cast<std::int64_t>(label));
         }

@@ -41,7 +41,8 @@ void MaskFiller::write(Entry& entry) {
     hxvoxora::fillBits(view.bits(), view.bitIndex(run.x0 - origin.x, run.y - origin.y, run.z - origin.z),
                        static_cast<std::uint64_t>(run.x1 - run.x0), true);
   view.flush();
-  entry.runs.clear();
+  // Let go, since each mask may have most of the runs of one piece.
+  entry.runs = {};
   entry.box = hxroi::emptyBox<int>();
 }
 

@@ -2,7 +2,11 @@
 #include <QFileInfo>
 #include <QStringList>
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <map>
+#include <memory>
+#include <type_traits>
 #include <vector>
 
 #include "hxroi/HxRois.h"
@@ -10,12 +14,14 @@
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxFileHelpers.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/kernel/io/HxFieldFile.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/voxora/files/FileSystem.h"
 #include "roitools/exchange/ExchangedSet.h"
 #include "roitools/exchange/MaskFiller.h"
 #include "roitools/exchange/MaskTable.h"
+#include "roitools/exchange/Slabs.h"
 #include "roitools/exchange/maskFolder.h"
 #include "roitools/exchange/placeOfSet.h"
 
@@ -26,6 +32,7 @@ using hxroi::details::Mask;
 namespace {
 
 constexpr qint64 mostTableBytes = 1 << 20;
+constexpr int mostLeftOutTold = 100;
 
 [[noreturn]] void refuse(const QString& file, const std::string& what) {
   throw McException(McException::excerpt(file.toStdString()) + ": " + what);
@@ -36,17 +43,24 @@ MaskTable readTable(const QString& file) {
 }
 
 QString pathOf(const MaskTable::Row& row, const QString& table) {
-  const QString file = QFileInfo(table).path() + QLatin1Char('/') + QString::fromStdString(row.file);
-  const hxvoxora::FileKind kind = hxvoxora::FileSystem::current().kind(QFile::encodeName(file).toStdString());
-  if (kind == hxvoxora::FileKind::missing) refuse(file, "is named by the table, but missing");
-  if (kind != hxvoxora::FileKind::regular) refuse(file, "is not a regular file");
-  return file;
+  return QFileInfo(table).path() + QLatin1Char('/') + QString::fromStdString(row.file);
 }
 
-/// Reads an image as the user would, and takes it out of the pool again.
-McHandle<HxUniformScalarField3> readImage(const QString& file) {
+/// Opens an image that is no link.
+std::unique_ptr<hxvoxora::InputFile> open(const QString& file) {
+  hxvoxora::FileSystem& files = hxvoxora::FileSystem::current();
+  const std::string path = QFile::encodeName(file).toStdString();
+  const hxvoxora::FileKind kind = files.kind(path);
+  if (kind == hxvoxora::FileKind::missing) refuse(file, "is named by the table, but missing");
+  if (kind != hxvoxora::FileKind::regular) refuse(file, "is not a regular file");
+  return files.openForReading(path, hxvoxora::FileSystem::Links::refuse);
+}
+
+/// Reads an image as the user would, and takes it out of the pool again. Parameter files of other objects take no
+/// "kind": they are refused before anything of theirs is loaded.
+McHandle<HxUniformScalarField3> loadImage(const QString& file) {
   HxLoadOptions options;
-  if (!file.endsWith(QStringLiteral(".qm"), Qt::CaseInsensitive)) options.kind = QStringLiteral("label");
+  options.kind = QStringLiteral("label");
   HxObjectPool& pool = HxObjectPool::instance();
   McHandle<HxUniformScalarField3> field;
   for (const QString& name : HxFileTypes::instance().load(file, options)) {
@@ -58,26 +72,43 @@ McHandle<HxUniformScalarField3> readImage(const QString& file) {
   return field;
 }
 
+McHandle<HxUniformScalarField3> readImage(const QString& file) {
+  const hxvoxora::FileIdentity before = open(file)->identity();
+  const bool isField = file.endsWith(HxFieldFile::suffix(), Qt::CaseInsensitive);
+  const McHandle<HxUniformScalarField3> field = isField ? HxFieldFile::read(file) : loadImage(file);
+  // Readers follow links.
+  if (open(file)->identity() != before) refuse(file, "was changed while it was read");
+  return field;
+}
+
+/// What is not a number is outside.
+template <class T>
+bool isInside(T value) {
+  if constexpr (std::is_floating_point_v<T>)
+    if (std::isnan(value)) return false;
+  return value != 0;
+}
+
 /// Sets the voxels of a mask where an image is not 0.
 void fill(const McHandle<Mask>& mask, const HxUniformScalarField3& image) {
-  constexpr int slicesAtOnce = 16;
+  constexpr std::int64_t mostVoxelsAtOnce = 4 << 20;
   const McDim3l size = image.latticeDimensions();
+  Slabs slabs(size.nx, size.ny, size.nz, mostVoxelsAtOnce);
   MaskFiller filler;
   filler.add(mask);
   image.visitValues([&](const auto* values) {
-    for (std::int64_t z = 0; z < size.nz; ++z) {
-      for (std::int64_t y = 0; y < size.ny; ++y, values += size.nx) {
+    while (const Slabs::Slab slab = slabs.next()) {
+      for (std::int64_t row = 0; row < slab.slices * slab.rows; ++row, values += size.nx) {
+        const auto y = static_cast<int>(slab.y + row % slab.rows), z = static_cast<int>(slab.z + row / slab.rows);
         for (std::int64_t x = 0; x < size.nx; ++x) {
           const std::int64_t first = x;
-          while (x < size.nx && values[x] != 0) ++x;
-          if (x > first)
-            filler.addRun(0, static_cast<int>(y), static_cast<int>(z), static_cast<int>(first), static_cast<int>(x));
+          while (x < size.nx && isInside(values[x])) ++x;
+          if (x > first) filler.addRun(0, y, z, static_cast<int>(first), static_cast<int>(x));
         }
       }
-      if (z % slicesAtOnce == slicesAtOnce - 1) filler.endPiece();
+      filler.endPiece();
     }
   });
-  filler.endPiece();
 }
 
 /// Takes the grid of the first image; the others must have the same.
@@ -137,6 +168,7 @@ ReadSet readMaskFolder(const QString& file) {
   Grid grid(read);
   ExchangedSet set;
   QStringList leftOut;
+  int leftOutCount = 0;
   int position = 0;
   for (const MaskTable::Row& row : table.rows) {
     if (row.file.empty()) {
@@ -145,7 +177,7 @@ ReadSet readMaskFolder(const QString& file) {
     }
     if (row.group.empty()) ++position;
     if (set.masks.size() == HxRois::kMaximumNumberOfMasks) {
-      leftOut.append(QString::fromStdString(row.name));
+      if (++leftOutCount <= mostLeftOutTold) leftOut.append(QString::fromStdString(McException::excerpt(row.name)));
       continue;
     }
     const QString image = pathOf(row, file);
@@ -157,12 +189,12 @@ ReadSet readMaskFolder(const QString& file) {
     set.masks.push_back({mask, row.group});
   }
   if (set.masks.empty()) refuse(file, "names no masks");
-  set.insertInto(*read.rois);
+  set.insertInto(*read.rois, file);
+  if (leftOutCount > mostLeftOutTold) leftOut.append(QStringLiteral("and %1 more").arg(leftOutCount - mostLeftOutTold));
   if (!leftOut.isEmpty())
     read.leftOut = QStringLiteral("%1: a set holds at most %2 masks. Masks left out: %3")
-                       .arg(QString::fromStdString(McException::excerpt(file.toStdString())))
-                       .arg(HxRois::kMaximumNumberOfMasks)
-                       .arg(leftOut.join(QStringLiteral(", ")));
+                       .arg(QString::fromStdString(McException::excerpt(file.toStdString())),
+                            QString::number(HxRois::kMaximumNumberOfMasks), leftOut.join(QStringLiteral(", ")));
   return read;
 }
 

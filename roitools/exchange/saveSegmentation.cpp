@@ -106,7 +106,10 @@ void draw(const Writing& writing, const SegmentTable& table, const Slabs::Slab& 
 
 void write(const Writing& writing, quarn::FileReplacement& target, const QString& file, ShownProgress& progress) {
   const SegmentTable table = SegmentTable::of(writing.set, writing.layers);
-  const std::string header = writing.header(table).toText(file);
+  const NrrdHeader fields = writing.header(table);
+  const std::string header = fields.toText(file);
+  // What cannot be read again is not written.
+  SegmentTable::parse(fields, static_cast<std::int64_t>(writing.layerCount()), file);
   target.file().append(std::as_bytes(std::span(header)));
   quarn::GzipWriter gzip(target.file());
   const auto rowBytes = static_cast<std::int64_t>(writing.grid.x) * static_cast<std::int64_t>(writing.layerCount());

@@ -1,4 +1,5 @@
 #include <QDir>
+#include <cmath>
 #include <unistd.h>
 
 #include "quarn/kernel/io/HxFieldFile.h"
@@ -169,6 +170,45 @@ TEST_F(MaskFolder, FollowsNoLinks) {
   std::string text = read("masks/masks.masks.csv");
   text.replace(text.find("one.field.qm"), 12, "link.field.qm");
   EXPECT_THAT(refusalOf(write("masks/bad.masks.csv", text)), HasSubstr("link.field.qm: is not a regular file"));
+}
+
+/// A set would bring locks and questions with it.
+TEST_F(MaskFolder, LoadsNoOtherObjects) {
+  save();
+  ASSERT_EQ(rois_->writeQuarnMesh(qPrintable(path("masks/set.ROIs.qm"))), 1);
+  std::string text = read("masks/masks.masks.csv");
+  text.replace(text.find("one.field.qm"), 12, "set.ROIs.qm");
+  const int objects = static_cast<int>(HxObjectPool::instance().objects().size());
+  EXPECT_THAT(refusalOf(write("masks/bad.masks.csv", text)), HasSubstr("set.ROIs.qm: -labels, -colors, -kind"));
+  EXPECT_EQ(static_cast<int>(HxObjectPool::instance().objects().size()), objects);
+}
+
+TEST_F(MaskFolder, TakesNoVoxelsThatAreNoNumbers) {
+  save();
+  const McHandle<HxUniformScalarField3> image(new HxUniformScalarField3({20, 10, 6}, McPrimType::Float));
+  image->setGeometry(kGeometry);
+  image->visitValues([](auto* values) {
+    values[0] = static_cast<std::decay_t<decltype(*values)>>(std::nan(""));
+    values[1] = 1;
+  });
+  HxFieldFile::save(*image, path("masks/nan.field.qm"));
+  std::string text = read("masks/masks.masks.csv");
+  text.replace(text.find("nothing.field.qm"), 16, "nan.field.qm");
+  const HxRois* const rois = loadSet(write("masks/bad.masks.csv", text));
+  EXPECT_EQ(rois->getMask("nothing")->getBoundingBox(), McBox3i(1, 1, 0, 0, 0, 0));
+}
+
+TEST_F(MaskFolder, ReadsAVeryLongListOfGroups) {
+  save();
+  std::string text = "file,name,group,red,green,blue\none.field.qm,one,,1,1,1\n";
+  for (int i = 0; i < 60000; ++i) {
+    const QChar signs[] = {QChar(0x4e00 + i % 300), QChar(0x4e00 + i / 300)};
+    text += ",," + QString(signs, 2).toStdString() + ",0,0,0\n";
+  }
+  const HxRois* const rois = loadSet(write("masks/many.masks.csv", text));
+  EXPECT_EQ(rois->getNumberOfRois(), 1001U);
+  EXPECT_TRUE(rois->getRoi("__998"));
+  EXPECT_THAT(messages_.consoleText(), HasSubstr("many.masks.csv: there are more than 1000 groups without members"));
 }
 
 TEST_F(MaskFolder, RefusesImagesOfAnotherGrid) {
