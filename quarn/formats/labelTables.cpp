@@ -29,9 +29,8 @@ bool hasColor(const TableLabel& label) {
   return label.color.has_value();
 }
 
-/// The background needs none.
 bool lacksColor(const TableLabel& label) {
-  return !label.color && label.value != 0;
+  return !label.color;
 }
 
 /// Whether the first word is only digits.
@@ -124,13 +123,14 @@ WrittenTable toColorTable(const Labels& labels) {
   WrittenTable table;
   std::string text = "# Color table file\n# " + std::to_string(labels.size()) + " values\n";
   for (const TableLabel& label : labels) {
-    text += std::to_string(label.value) + " " + withSignFor(label.name, ' ', '_') + " " + colorText(label) +
-            (label.value == 0 ? " 0\n" : " 255\n");
+    text += std::to_string(label.value) + " " + (beginsWithNumber(label) ? "_" : "") +
+            withSignFor(label.name, ' ', '_') + " " + colorText(label) + (label.value == 0 ? " 0\n" : " 255\n");
   }
   table.bytes = toBytes(text);
   note(table.losses, labels, lacksColor, "have no colour and are grey");
   note(
       table.losses, labels, [](const TableLabel& label) { return holds(label, ' '); }, "get \"_\" for blanks");
+  note(table.losses, labels, beginsWithNumber, "begin with a number and get \"_\" in front");
   return table;
 }
 
@@ -164,7 +164,10 @@ WrittenTable toLookupTable(const Labels& labels) {
   }
   note(
       table.losses, labels, [](const TableLabel&) { return true; }, "lose their name");
-  note(table.losses, labels, lacksColor, "have no colour and are grey");
+  const auto isGrey = [](const TableLabel& label) { return lacksColor(label) && label.value != 0; };
+  const auto isBlack = [](const TableLabel& label) { return lacksColor(label) && label.value == 0; };
+  note(table.losses, labels, isGrey, "have no colour and are grey");
+  note(table.losses, labels, isBlack, "have no colour and are black");
   note(
       table.losses, labels, [](const TableLabel& label) { return label.value >= lookupColors; },
       "are above 255 and left out");

@@ -72,7 +72,7 @@ TEST(LabelTables, NamesAndColoursComeBackFromAColorTable) {
   EXPECT_EQ(table.bytes.toStdString(),
             "# Color table file\n# 3 values\n0 Exterior 128 128 128 0\n1 Bone 216 101 79 255\n"
             "2 Soft_tissue 0 0 255 255\n");
-  EXPECT_THAT(table.losses, IsEmpty());
+  EXPECT_THAT(table.losses, ElementsAre(QStringLiteral("1 of 3 labels have no colour and are grey")));
   Labels expected = sample;
   expected[0].color = LabelColor{128, 128, 128};
   EXPECT_EQ(readBack(table), expected);
@@ -84,7 +84,7 @@ TEST(LabelTables, NamesAndColoursComeBackFromDescriptions) {
   const WrittenTable table = toLabelDescriptions(labels);
   EXPECT_THAT(table.bytes.toStdString(), HasSubstr("\n0 128 128 128 0 0 0 \"Exterior\"\n"
                                                    "1 216 101 79 1 1 1 \"Bone of the arm 2\"\n"));
-  EXPECT_THAT(table.losses, IsEmpty());
+  EXPECT_THAT(table.losses, ElementsAre(QStringLiteral("1 of 3 labels have no colour and are grey")));
   labels[0].color = LabelColor{128, 128, 128};
   EXPECT_EQ(readBack(table), labels);
 }
@@ -106,6 +106,7 @@ TEST(LabelTables, ColoursComeBackFromALookupTable) {
   const WrittenTable table = toLookupTable(labels);
   ASSERT_EQ(table.bytes.size(), 768);
   EXPECT_THAT(table.losses, ElementsAre(QStringLiteral("5 of 5 labels lose their name"),
+                                        QStringLiteral("1 of 5 labels have no colour and are black"),
                                         QStringLiteral("1 of 5 labels are above 255 and left out")));
   const LabelNames names = LabelNames::parse(table.bytes.toStdString(), QStringLiteral("a.lut"));
   EXPECT_EQ(*names.color(1), (LabelColor{216, 101, 79}));
@@ -118,10 +119,11 @@ TEST(LabelTables, TellWhatTheyCannotHold) {
   const Labels hard{{1, "left arm", {}}, {2, "the \"good\" one", LabelColor{1, 1, 1}}, {3, "17", LabelColor{2, 2, 2}}};
   const WrittenTable colors = toColorTable(hard);
   EXPECT_THAT(colors.losses, ElementsAre(QStringLiteral("1 of 3 labels have no colour and are grey"),
-                                         QStringLiteral("2 of 3 labels get \"_\" for blanks")));
+                                         QStringLiteral("2 of 3 labels get \"_\" for blanks"),
+                                         QStringLiteral("1 of 3 labels begin with a number and get \"_\" in front")));
   EXPECT_EQ(readBack(colors), Labels({{1, "left_arm", LabelColor{128, 128, 128}},
                                       {2, "the_\"good\"_one", LabelColor{1, 1, 1}},
-                                      {3, "17", LabelColor{2, 2, 2}}}));
+                                      {3, "_17", LabelColor{2, 2, 2}}}));
   const WrittenTable descriptions = toLabelDescriptions(hard);
   EXPECT_THAT(descriptions.losses, ElementsAre(QStringLiteral("1 of 3 labels have no colour and are grey"),
                                                QStringLiteral("1 of 3 labels get ' for double quotes")));
@@ -130,6 +132,14 @@ TEST(LabelTables, TellWhatTheyCannotHold) {
   EXPECT_THAT(names.losses, ElementsAre(QStringLiteral("2 of 3 labels lose their colour"),
                                         QStringLiteral("1 of 3 labels begin with a number and get \"_\" in front")));
   EXPECT_EQ(readBack(names), Labels({{1, "left arm", {}}, {2, "the \"good\" one", {}}, {3, "_17", {}}}));
+}
+
+TEST(LabelTables, OfNumbersAloneCanBeRead) {
+  Labels labels{{0, "Exterior", LabelColor{}}};
+  for (const std::uint32_t value : {1U, 2U, 3U}) labels.push_back({value, std::to_string(value), LabelColor{1, 2, 3}});
+  for (const WrittenTable& table : {toColorTable(labels), toLabelNames(labels), toLabelDescriptions(labels)})
+    EXPECT_EQ(readBack(table).size(), labels.size()) << table.bytes.toStdString();
+  EXPECT_EQ(readBack(toColorTable(labels))[3].name, "_3");
 }
 
 class SavedLabelTables : public ::testing::Test {
@@ -193,8 +203,10 @@ TEST_F(SavedLabelTables, TellOfOtherIdentifiers) {
   field->materials()->getBundle("Bone")->set("Id", 1001);
   HxObjectPool::instance().add(field, "atlas");
   EXPECT_EQ(save("Color table", "a.ctbl"), "");
-  EXPECT_THAT(console.consoleEntries,
-              ElementsAre("a.ctbl: values are those of the field; 1 of 3 labels have another \"Id\""));
+  EXPECT_THAT(
+      console.consoleEntries,
+      ElementsAre("a.ctbl: 1 of 3 labels have no colour and are grey; values are those of the field; 1 of 3 labels "
+                  "have another \"Id\""));
 }
 
 TEST_F(SavedLabelTables, GoByTheNameOfTheFile) {
@@ -208,6 +220,28 @@ TEST_F(SavedLabelTables, WithoutMaterialsAreRefused) {
   HxObjectPool::instance().add(fieldWith({}), "atlas");
   EXPECT_THAT(save("Color table", "a.ctbl"), HasSubstr("has no materials"));
   EXPECT_FALSE(QFile::exists(folder.path(QStringLiteral("a.ctbl"))));
+}
+
+/// Materials have names of other signs than tables, and no two the same.
+TEST_F(SavedLabelTables, TellOfNamesThatMaterialsCannotHave) {
+  QFile file(folder.path(QStringLiteral("names.txt")));
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write("1\tLeft kidney\n2\tLeft kidney\n3\tLiver\n");
+  file.close();
+  HxLoadOptions options;
+  options.labels = file.fileName();
+  options.values = HxLoadOptions::parseRanges(QStringLiteral("1-3"));
+  const auto field = readNifti(atlasFile(QStringLiteral("aal.nii.gz")), options);
+  const Labels labels = labelsOf(dynamic_cast<HxUniformLabelField3&>(*field));
+  ASSERT_EQ(labels.size(), 4U);
+  EXPECT_EQ(labels[1].name, "Left_kidney");
+  EXPECT_EQ(labels[2].name, "Left_kidney-2");
+  EXPECT_THAT(console.consoleText(),
+              HasSubstr("names of labels were changed to those that materials can have: \"Left kidney\" -> "
+                        "Left_kidney\n"));
+  EXPECT_THAT(console.consoleText(),
+              HasSubstr("names of labels stand there more than once and were numbered: \"Left kidney\" -> "
+                        "Left_kidney-2\n"));
 }
 
 /// A table of colours alone names no label, but makes one of every value.
