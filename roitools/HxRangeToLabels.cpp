@@ -4,6 +4,7 @@
 #include <QLocale>
 #include <algorithm>
 #include <limits>
+#include <optional>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/details/Mask.h"
@@ -49,16 +50,27 @@ void setMaterials(HxUniformLabelField3& labels) {
   for (const char* name : {"Exterior", "Inside"}) materials.getBundle(name)->set("Id", std::int64_t{label++});
 }
 
-void setPlace(HxUniformLabelField3& labels, const HxUniformScalarField3& field) {
-  labels.parameters.remove("Geometry");
-  // A box alone holds less than a geometry, but may be what no geometry can be, empty.
-  if (field.parameters.getBundle("Geometry")) return labels.setGeometry(field.geometry());
-  labels.setBoundingBox(field.boundingBox());
-}
+/// Where a field lies. A box alone holds less than a geometry, but may be what no geometry can be, empty.
+struct Place {
+  explicit Place(const HxUniformScalarField3& field) : box(field.boundingBox()) {
+    if (field.parameters.getBundle("Geometry")) geometry = field.geometry();
+  }
 
-/// The former result with the new labels, or a new field.
+  void give(HxUniformLabelField3& labels) const {
+    labels.parameters.remove("Geometry");
+    if (geometry) return labels.setGeometry(*geometry);
+    labels.setBoundingBox(box);
+  }
+
+  std::optional<HxGeometry3> geometry;
+  McBox3f box;
+};
+
+/// The former result with the new labels, or a new field. All that may fail comes before the first change. Names and
+/// colours that the former result has stay: they may be the user's.
 McHandle<HxUniformLabelField3> resultField(const HxRangeToLabels& module, const HxUniformScalarField3& field,
                                            const RangeLabels& made) {
+  const Place place(field);
   McHandle<HxUniformLabelField3> labels(dynamic_cast<HxUniformLabelField3*>(module.resultObject(0)));
   if (!labels) {
     labels = new HxUniformLabelField3;
@@ -66,8 +78,8 @@ McHandle<HxUniformLabelField3> resultField(const HxRangeToLabels& module, const 
   }
   labels->lattice().resize(field.latticeDimensions());
   std::copy(made.labels.begin(), made.labels.end(), labels->lattice().getLabels());
-  setPlace(*labels, field);
-  setMaterials(*labels);
+  place.give(*labels);
+  if (labels->materials(true)->bundleCount() < 2) setMaterials(*labels);
   labels->notifyChanged();
   return labels;
 }

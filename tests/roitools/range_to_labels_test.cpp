@@ -246,6 +246,20 @@ TEST_F(RangeToLabels, RunningAgainRefillsTheSameField) {
   EXPECT_EQ(labelsOf(labels), Labels({0, 1}));
 }
 
+TEST_F(RangeToLabels, RunningAgainKeepsNamesAndColours) {
+  use({1, 2, 3, 4});
+  HxParamBundle& inside = *run().materials()->getBundle(1);
+  inside.setMaterialColor(McColor(1, 0, 0.5F));
+  inside.set("Comment", QStringLiteral("mine"));
+  setRange(2, 3);
+  const HxParamBundle& materials = *run().materials();
+  ASSERT_EQ(materials.bundleCount(), 2);
+  McColor color;
+  EXPECT_TRUE(materials.getBundle(1)->getMaterialColor(color));
+  EXPECT_EQ(color, McColor(1, 0, 0.5F));
+  EXPECT_TRUE(materials.getBundle(1)->findBase("Comment"));
+}
+
 TEST_F(RangeToLabels, BoundsTheWrongWayRoundAreRefused) {
   use({1, 2});
   setRange(2.5, 1);
