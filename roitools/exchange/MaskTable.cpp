@@ -33,7 +33,8 @@ std::string lineOf(const Cells& cells) {
   return line + "\n";
 }
 
-/// Reads a text of cells: commas and line ends part them, quotes hold both.
+/// Reads a text of cells: commas and line ends part them; a cell that begins with a quote goes to the next one and may
+/// hold both, and quotes doubled.
 class CellReader {
 public:
   CellReader(std::string_view text, const QString& file)
@@ -43,13 +44,14 @@ public:
   bool next(Cells& cells) {
     do {
       if (rest_.empty()) return false;
-      ++line_;
+      line_ = nextLine_;
       cells.assign(1, {});
       while (takeCell(cells)) cells.emplace_back();
     } while (cells.size() == 1 && cells.front().empty());
     return true;
   }
 
+  /// Names the line where the cells begin.
   [[noreturn]] void refuse(const std::string& what, const std::string& value) const {
     throw McException(file_ + ":" + std::to_string(line_) + ": " + what + ", got \"" + McException::excerpt(value) +
                       "\"");
@@ -59,31 +61,42 @@ private:
   /// Takes one cell and what ends it; true when another one follows on the line.
   bool takeCell(Cells& cells) {
     std::string& cell = cells.back();
-    bool isQuoted = false;
-    while (!rest_.empty()) {
-      const char c = rest_.front();
-      rest_.remove_prefix(1);
-      if (c == '"' && isQuoted && rest_.starts_with('"')) {
-        cell += c;
-        rest_.remove_prefix(1);
-      } else if (c == '"') {
-        isQuoted = !isQuoted;
-      } else if (!isQuoted && c == ',') {
-        return true;
-      } else if (!isQuoted && c == '\n') {
-        if (cell.ends_with('\r')) cell.pop_back();
-        return false;
-      } else {
-        cell += c;
-      }
+    if (rest_.starts_with('"')) {
+      takeQuoted(cell);
+    } else {
+      cell = take(std::min(rest_.find_first_of(",\n"), rest_.size()));
+      if (cell.ends_with('\r') && !rest_.starts_with(',')) cell.pop_back();
     }
-    if (isQuoted) refuse("a quote has no end", cell);
-    return false;
+    if (rest_.empty()) return false;
+    return take(1) == ",";
+  }
+
+  void takeQuoted(std::string& cell) {
+    for (;;) {
+      rest_.remove_prefix(1);
+      const std::size_t end = rest_.find('"');
+      if (end == std::string_view::npos) refuse("a quote has no end", std::string(rest_));
+      cell += take(end);
+      rest_.remove_prefix(1);
+      if (!rest_.starts_with('"')) break;
+      cell += '"';
+    }
+    if (rest_.starts_with("\r\n")) rest_.remove_prefix(1);
+    if (!rest_.empty() && rest_.front() != ',' && rest_.front() != '\n')
+      refuse("a comma or the end of the line must follow a quote", std::string(rest_.substr(0, rest_.find('\n'))));
+  }
+
+  std::string take(std::size_t length) {
+    std::string text(rest_.substr(0, length));
+    rest_.remove_prefix(length);
+    nextLine_ += static_cast<int>(std::ranges::count(text, '\n'));
+    return text;
   }
 
   std::string_view rest_;
   const std::string file_;
-  int line_ = 0;
+  int line_ = 1;      ///< of the first cell taken last
+  int nextLine_ = 1;  ///< of the rest
 };
 
 float channel(const std::string& cell, const CellReader& reader) {

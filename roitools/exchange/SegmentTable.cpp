@@ -7,6 +7,7 @@
 #include <set>
 
 #include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/params/HxParameter.h"
 
 namespace roitools {
@@ -68,8 +69,9 @@ public:
     return number;
   }
 
-  McColor color(const std::string& key, const std::string& value) const {
+  McColor color(const std::string& key, const std::string& value) {
     McColor color;
+    bool isClamped = false;
     std::string_view rest = value;
     for (int channel = 0; channel < 3; ++channel) {
       rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
@@ -78,17 +80,35 @@ public:
       float part = 0;
       if (!readNumber(word, part) || !std::isfinite(part)) refuse(key, "three numbers from 0 to 1 are expected", value);
       color[channel] = std::clamp(part, 0.0F, 1.0F);
+      isClamped = isClamped || color[channel] != part;
     }
     if (rest.find_first_not_of(' ') != std::string_view::npos)
       refuse(key, "three numbers from 0 to 1 are expected", value);
+    if (isClamped) clamped_.push_back(key + " " + value);
     return color;
   }
 
+  /// A key that belongs to no group.
+  void pass(const std::string& key) { passed_.push_back(key); }
+
+  /// Nothing is changed or left out in silence.
+  void tell() const {
+    tell("colours beyond 0 to 1 were cut", clamped_);
+    tell("keys of groups without a name are left out", passed_);
+  }
+
 private:
+  void tell(const char* what, const std::vector<std::string>& keys) const {
+    if (keys.empty()) return;
+    const std::string others = keys.size() > 1 ? ", and " + std::to_string(keys.size() - 1) + " more" : "";
+    HxMessage::printf("%s: %s: %s%s", file_.c_str(), what, McException::excerpt(keys.front()).c_str(), others.c_str());
+  }
+
   const std::string file_;
+  std::vector<std::string> clamped_, passed_;
 };
 
-/// A key "SegmentN_...", taken apart.
+/// A key with a number, taken apart.
 struct SegmentKey {
   int number = 0;
   std::string rest;
@@ -109,6 +129,17 @@ std::optional<SegmentKey> takeApart(const std::string& key, const std::string& v
   return parts;
 }
 
+/// The same for "hxroi.GroupN. ..."; nothing without such a number.
+std::optional<SegmentKey> takeGroupApart(const std::string& key) {
+  const std::string_view rest = std::string_view(key).substr(groupStart.size());
+  const std::size_t dot = rest.find('.');
+  SegmentKey parts;
+  if (dot == std::string_view::npos || !readNumber(rest.substr(0, dot), parts.number) || parts.number < 0)
+    return std::nullopt;
+  parts.rest = rest.substr(dot + 1);
+  return parts;
+}
+
 using Keys = std::map<std::string, std::string>;
 
 /// Takes a key out; the value of one that is missing is `otherwise`.
@@ -122,7 +153,7 @@ std::string take(Keys& keys, const char* key, const std::string& otherwise = {})
 
 /// Where nothing is said, several layers hold a segment each, as they did before there were keys for it; labels of one
 /// layer are counted from 1.
-Segment segmentOf(int number, Keys keys, std::int64_t layerCount, const KeyReader& reader) {
+Segment segmentOf(int number, Keys keys, std::int64_t layerCount, KeyReader& reader) {
   const std::string start = std::string(segmentStart) + std::to_string(number) + "_";
   const std::string usualLayer = std::to_string(layerCount > 1 ? number : 0);
   const std::string usualValue = std::to_string(layerCount > 1 ? 1 : number + 1);
@@ -141,19 +172,26 @@ Segment segmentOf(int number, Keys keys, std::int64_t layerCount, const KeyReade
   return segment;
 }
 
-std::vector<ExchangedGroup> readGroups(const Keys& keys, const KeyReader& reader) {
-  std::vector<ExchangedGroup> groups;
-  for (int number = 0;; ++number) {
-    const std::string start = std::string(groupStart) + std::to_string(number) + ".";
-    const auto name = keys.find(start + "Name");
-    if (name == keys.end()) return groups;
-    ExchangedGroup group{name->second, McColor(), 0};
-    if (const auto color = keys.find(start + "Color"); color != keys.end())
-      group.color = reader.color(color->first, color->second);
-    if (const auto position = keys.find(start + "Position"); position != keys.end())
-      group.position = static_cast<int>(reader.integer(position->first, position->second, 0, greatestNumber));
-    groups.push_back(group);
+/// Numbers may have gaps; they give the order.
+std::vector<ExchangedGroup> readGroups(const Keys& keys, KeyReader& reader) {
+  std::map<int, ExchangedGroup> groups;
+  for (const auto& [key, value] : keys)
+    if (const auto parts = takeGroupApart(key); parts && parts->rest == "Name")
+      groups[parts->number] = {value, McColor(), 0};
+  for (const auto& [key, value] : keys) {
+    const auto parts = takeGroupApart(key);
+    const auto group = parts ? groups.find(parts->number) : groups.end();
+    if (group == groups.end()) {
+      reader.pass(key);
+    } else if (parts->rest == "Color") {
+      group->second.color = reader.color(key, value);
+    } else if (parts->rest == "Position") {
+      group->second.position = static_cast<int>(reader.integer(key, value, 0, greatestNumber));
+    }
   }
+  std::vector<ExchangedGroup> inOrder;
+  for (const auto& [number, group] : groups) inOrder.push_back(group);
+  return inOrder;
 }
 
 std::string extentOf(const McBox3i& box) {
@@ -190,7 +228,7 @@ void addKept(Segment& segment, const Mask& mask) {
 }  // namespace
 
 SegmentTable SegmentTable::parse(const NrrdHeader& header, std::int64_t layerCount, const QString& file) {
-  const KeyReader reader(file);
+  KeyReader reader(file);
   std::map<int, Keys> segments;
   Keys groups;
   for (const auto& [key, value] : header.keyValues) {
@@ -204,6 +242,7 @@ SegmentTable SegmentTable::parse(const NrrdHeader& header, std::int64_t layerCou
   for (auto& [number, keys] : segments)
     table.segments.push_back(segmentOf(number, std::move(keys), layerCount, reader));
   table.groups = readGroups(groups, reader);
+  reader.tell();
   return table;
 }
 

@@ -50,7 +50,7 @@ void registerSet(const ReadSet& read, const QString& name, const QString& file, 
 
 int loadSegmentation(const QString& file, const HxLoadOptions& options) {
   const QString name = options.name.isEmpty() ? stemOf(file, segmentationSuffix()) : options.name;
-  if (!options.labels.isEmpty() || options.kind == QLatin1String("label"))
+  if (!options.labels.isEmpty() || !options.colors.isEmpty() || options.kind == QLatin1String("label"))
     throw McException(McException::excerpt(file.toStdString()) +
                       ": of the options only -as, -values, and -kind scalar for its grid alone, are for segmentations");
   if (options.kind == QLatin1String("scalar")) {
@@ -72,7 +72,8 @@ int storeSegmentation(HxData* data, const char* filename) {
 
 int loadMaskFolder(const QString& file, const HxLoadOptions& options) {
   const QString name = options.name.isEmpty() ? stemOf(file, MaskTable::suffix()) : options.name;
-  if (!options.labels.isEmpty() || !options.values.empty() || options.kind == QLatin1String("label"))
+  if (!options.labels.isEmpty() || !options.colors.isEmpty() || !options.values.empty() ||
+      options.kind == QLatin1String("label"))
     throw McException(McException::excerpt(file.toStdString()) +
                       ": of the options only -as, and -kind scalar for its grid alone, are for folders of masks");
   if (options.kind == QLatin1String("scalar")) {

@@ -86,16 +86,23 @@ private:
   bool isMade_ = false;
 };
 
-/// Names of files that are told apart by every file system, also by those that do not know upper from lower case.
+/// Names of files that are told apart by every file system, also by those that do not know upper from lower case, and
+/// are not too long for any; the table tells whose they are.
 class FileNames {
 public:
   QString take(const std::string& name, const QString& suffix) {
-    QString file = QString::fromStdString(name);
-    while (!taken_.insert(file.toLower()).second) file += QStringLiteral("-2");
+    QString start = QString::fromStdString(name);
+    // Room is left for a number, the suffix, and what stands behind while the file is written.
+    while (start.toUtf8().size() > longestStart) start.chop(1);
+    QString file = start;
+    for (int number = 2; !taken_.insert(file.toLower()).second; ++number)
+      file = start + QLatin1Char('-') + QString::number(number);
     return file + suffix;
   }
 
 private:
+  static constexpr qsizetype longestStart = 200;
+
   std::set<QString> taken_;
 };
 

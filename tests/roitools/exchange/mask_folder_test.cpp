@@ -221,6 +221,48 @@ TEST_F(MaskFolder, RefusesImagesOfAnotherGrid) {
               HasSubstr("other.field.qm: has another grid, or lies elsewhere, than "));
 }
 
+TEST_F(MaskFolder, RefusesOptionsOfImages) {
+  const QString table = save();
+  HxLoadOptions options;
+  options.colors = "colors.lut";
+  EXPECT_THAT(refusal([&] { HxFileTypes::instance().load(table, options); }),
+              HasSubstr("-kind scalar for its grid alone"));
+}
+
+TEST_F(MaskFolder, CutsLongNamesOfFiles) {
+  const McVec3i grid = rois_->dimensions();
+  const std::string start(240, 'n');
+  for (const char* end : {"1", "2", "3"}) rois_->addRoi(makeMask((start + end).c_str(), grid, McColor(1, 0, 0)));
+  const QString table = save();
+  EXPECT_EQ(QDir(path("masks")).entryList({"nnn*.field.qm"}).size(), 3);
+  EXPECT_TRUE(QFile::exists(path("masks/") + QString(200, 'n') + "-3.field.qm"));
+  HxObjectPool::instance().clear();
+  expectEqual(*loadSet(table), *rois_);
+}
+
+TEST(MaskTable, CountsLinesAndKeepsSigns) {
+  const auto parse = [](const char* rows) {
+    return MaskTable::parse(QByteArray("file,name,group,red,green,blue\r\n") + rows, "t.masks.csv");
+  };
+  const auto refusal = [&](const char* rows) -> std::string {
+    try {
+      parse(rows);
+    } catch (const McException& failure) {
+      return failure.what();
+    }
+    return "nothing was refused";
+  };
+  EXPECT_THAT(refusal("a.nii,\"two\nlines\",,1,1,1\n\nb.nii,b,,1,1,red\n"), HasSubstr("t.masks.csv:5: colours"));
+  EXPECT_THAT(refusal("a.nii,\"a\"b,,1,1,1\n"), HasSubstr(":2: a comma or the end of the line must follow a quote"));
+  EXPECT_THAT(refusal("a.nii,b,,1,1,\"1"), HasSubstr(":2: a quote has no end"));
+  const MaskTable table = parse("a.nii,\"a\r\n\",\"g\"\"h\",1,1,1\r\nb.nii,5\" tube,,1,1,\"1\"\r\nc.nii,,,1,1,0.5");
+  ASSERT_EQ(table.rows.size(), 3U);
+  EXPECT_EQ(table.rows[0].name, "a\r\n");
+  EXPECT_EQ(table.rows[0].group, "g\"h");
+  EXPECT_EQ(table.rows[1].name, "5\" tube");
+  EXPECT_EQ(table.rows[2].color.b, 0.5F);
+}
+
 TEST(MaskTable, HoldsCellsOfAnyText) {
   MaskTable table;
   table.rows = {{"a,\"b\".nii", "line\nend", "", McColor(0.1F, 0, 1)}};
