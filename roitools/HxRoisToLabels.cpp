@@ -30,10 +30,9 @@ void print(const QString& text) {
 }
 
 /// A line for each pair, and one for those that are too many.
-QStringList linesOf(const LabelImage& image, const std::vector<Overlap>& overlaps, const QString& end) {
+QStringList linesOf(const LabelImage& image, const std::vector<Overlap>& overlaps) {
   QStringList lines;
-  for (std::size_t i = 0; i < std::min(overlaps.size(), mostPairsTold); ++i)
-    lines.append(image.textOf(overlaps[i]) + end);
+  for (std::size_t i = 0; i < std::min(overlaps.size(), mostPairsTold); ++i) lines.append(image.textOf(overlaps[i]));
   if (overlaps.size() > mostPairsTold) lines.append(tr("and %1 more pairs").arg(overlaps.size() - mostPairsTold));
   return lines;
 }
@@ -43,6 +42,8 @@ void tellWhatIsLost(const LabelImage& image, const QString& label) {
     print(tr("%1: labels have no groups; their masks stand alone: %2").arg(label, names.join(", ")));
   if (const QStringList names = image.emptyMasks(); !names.isEmpty())
     print(tr("%1: masks without voxels have a material, but no label: %2").arg(label, names.join(", ")));
+  if (const QStringList names = image.renamed(); !names.isEmpty())
+    print(tr("%1: materials have other names than masks: %2").arg(label, names.join(", ")));
 }
 
 }  // namespace
@@ -72,13 +73,13 @@ void HxRoisToLabels::compute() {
     if (!image.findOverlaps(goOn, overlaps)) throw interrupted();
     if (!overlaps.empty() && portOverlaps.getValue() == Refused)
       throw hxException(tr("%1: a label field cannot hold masks that overlap; set \"overlaps\" to flatten them.\n%2")
-                            .arg(rois->getLabel(), linesOf(image, overlaps, {}).join("\n")));
+                            .arg(rois->getLabel(), linesOf(image, overlaps).join("\n")));
     progress.setText(tr("Making labels"));
     field = image.makeField(goOn);
     if (!field) throw interrupted();
   }
   field->setLabel(rois->getLabel() + "-labels");
-  for (const QString& line : linesOf(image, overlaps, tr(": the first loses them"))) print(line);
+  for (const Overlap& overlap : overlaps) print(image.textOf(overlap) + tr(": the first loses them"));
   tellWhatIsLost(image, rois->getLabel());
   roitools::tellWhatIsNotExchanged(*rois, field->getLabel(), false);
   setResult(field.get());

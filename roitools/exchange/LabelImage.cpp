@@ -48,12 +48,11 @@ LabelImage::LabelImage(const HxRois& rois)
 }
 
 bool LabelImage::findOverlaps(const GoOn& goOn, std::vector<Overlap>& overlaps) const {
-  for (std::size_t first = 0; first < contents_.size(); ++first) {
-    if (!goOn(static_cast<double>(first) / static_cast<double>(contents_.size()))) return false;
+  const std::optional<OverlapCounts> counts = countSharedVoxels(contents_, goOn);
+  if (!counts) return false;
+  for (std::size_t first = 0; first < contents_.size(); ++first)
     for (std::size_t second = first + 1; second < contents_.size(); ++second)
-      if (const std::uint64_t voxels = countSharedVoxels(contents_[first], contents_[second]))
-        overlaps.push_back({first, second, voxels});
-  }
+      if (const std::uint64_t voxels = counts->shared(first, second)) overlaps.push_back({first, second, voxels});
   return true;
 }
 
@@ -78,18 +77,35 @@ McHandle<HxUniformLabelField3> LabelImage::makeField(const GoOn& goOn) const {
   return field;
 }
 
+/// Of label 0 and those of the masks.
+std::vector<std::string> LabelImage::materialNames() const {
+  std::vector<std::string> names = {"Exterior"};
+  for (const ExchangedMask& entry : set_.masks) {
+    std::string name = entry.mask->name();
+    const std::string number = "-" + std::to_string(names.size());
+    while (std::ranges::find(names, name) != names.end()) name += number;
+    names.push_back(name);
+  }
+  return names;
+}
+
 void LabelImage::addMaterials(HxUniformLabelField3& field) const {
   HxParamBundle& materials = *field.materials();
-  materials.getBundle("Exterior")->set("Id", 0);
-  for (std::size_t i = 0; i < set_.masks.size(); ++i) {
-    const Mask& mask = *set_.masks[i].mask;
-    // A mask may be called as the material of label 0 is.
-    std::string name = mask.name();
-    while (materials.findBase(name)) name += "-" + std::to_string(i + 1);
-    HxParamBundle& material = *materials.getBundle(name);
-    material.set("Id", static_cast<int>(i) + 1);
-    material.setMaterialColor(mask.color(false));
+  const std::vector<std::string> names = materialNames();
+  for (std::size_t label = 0; label < names.size(); ++label) {
+    HxParamBundle& material = *materials.getBundle(names[label]);
+    material.set("Id", static_cast<int>(label));
+    if (label > 0) material.setMaterialColor(set_.masks[label - 1].mask->color(false));
   }
+}
+
+QStringList LabelImage::renamed() const {
+  QStringList renamed;
+  const std::vector<std::string> names = materialNames();
+  for (std::size_t i = 0; i < set_.masks.size(); ++i)
+    if (const QString name = QString::fromLatin1(names[i + 1].c_str()); name != nameOf(i))
+      renamed.append(nameOf(i) + QStringLiteral(" -> ") + name);
+  return renamed;
 }
 
 QStringList LabelImage::emptyMasks() const {

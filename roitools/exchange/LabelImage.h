@@ -48,8 +48,11 @@ public:
   /// Masks without voxels, and groups: what the field cannot hold.
   QStringList emptyMasks() const;
   QStringList groups() const;
+  /// Masks whose material has another name, since that of label 0 has theirs: "old -> new".
+  QStringList renamed() const;
 
 private:
+  std::vector<std::string> materialNames() const;
   void addMaterials(HxUniformLabelField3& field) const;
   QString nameOf(std::size_t number) const;
 

@@ -130,8 +130,9 @@ void saveSegmentation(const HxRois& rois, const QString& file) {
     Writing writing(rois, file);
     quarn::FileReplacement target(file);
     ShownProgress progress(tr("Looking for overlaps"));
-    writing.layers = assignLayers(writing.contents, [&](double done) { return progress.goOn(done); });
-    if (writing.layers.empty()) refuseInterrupted(file);
+    const auto overlaps = countSharedVoxels(writing.contents, [&](double done) { return progress.goOn(done); });
+    if (!overlaps) refuseInterrupted(file);
+    writing.layers = assignLayers(*overlaps);
     progress.setText(tr("Saving ") + QFileInfo(file).fileName());
     write(writing, target, file, progress);
     target.commit();

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
+#include <optional>
 #include <vector>
 
 #include "quarn/base/McBox3i.h"
 #include "quarn/voxora/tiles/TileSnapshot.h"
+#include "roitools/RoiOverlap.h"
 #include "roitools/export.h"
 
 namespace roitools {
@@ -16,14 +17,12 @@ struct MaskContent {
   McBox3i box;  ///< of the set voxels, inclusive bounds; empty without any
 };
 
-/// How many voxels are set in both contents, which have one size. In parallel, over tiles only where both have voxels.
-/// Throws McException when a tile cannot be read.
-ROITOOLS_API std::uint64_t countSharedVoxels(const MaskContent& a, const MaskContent& b);
+/// How many voxels each two of some masks of one grid share. `goOn` as for countOverlaps.
+ROITOOLS_API std::optional<OverlapCounts> countSharedVoxels(const std::vector<MaskContent>& contents,
+                                                            const hxvoxora::WorkCallback& goOn);
 
-/// Layers, numbered from 0, such that no two contents of one layer share a voxel: each content gets the first layer
-/// with room for it, in their order. `goOn`, which may be empty, is called with the part that is done; the result is
-/// empty when it gave up. Throws as countSharedVoxels().
-ROITOOLS_API std::vector<int> assignLayers(const std::vector<MaskContent>& contents,
-                                           const std::function<bool(double)>& goOn = {});
+/// Parts masks into layers without shared voxels: each one gets the first layer that has room for it, so there is one
+/// layer when nothing overlaps. Returns the layer of each mask.
+ROITOOLS_API std::vector<int> assignLayers(const OverlapCounts& overlaps);
 
 }  // namespace roitools

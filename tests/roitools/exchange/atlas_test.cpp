@@ -66,10 +66,6 @@ TEST_F(AtlasExchange, ImagesOfMasksComeBack) {
   few->addRoi(makeMask("nothing", few->dimensions(), McColor(1, 1, 0)));
   ASSERT_TRUE(few->portData.connect(rois_->portData.source()));
   for (const auto& [format, suffix] : {std::pair("NIfTI masks", ".nii.gz"), {"NRRD masks", ".nrrd"}}) {
-    const McHandle<HxUniformLabelField3> field(new HxUniformLabelField3);
-    const auto savers = HxFileTypes::instance().saversFor(*field);
-    if (std::ranges::none_of(savers, [&](const HxSaverEntry& saver) { return saver.suffix == suffix; }))
-      GTEST_SKIP() << "nothing writes " << suffix << " files";
     const QString name = QString(suffix).remove('.');
     HxFileTypes::instance().save(few, format, path(name) + "/");
     EXPECT_TRUE(QFile::exists(path(name + "/Precentral_R" + suffix)));

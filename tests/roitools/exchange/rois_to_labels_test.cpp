@@ -57,6 +57,8 @@ TEST_F(RoisToLabels, ComeBackAsASet) {
   EXPECT_EQ(field->value(5, 1, 16), 2);
   EXPECT_EQ(field->value(20, 1, 2), 3);
   EXPECT_EQ(field->value(20, 3, 2), 0);
+  EXPECT_THAT(messages_.consoleText(),
+              HasSubstr("Rois: materials have other names than masks: Exterior -> Exterior-3"));
 
   const McHandle<HxUniformLabelField3ToHxRois> back(new HxUniformLabelField3ToHxRois);
   ASSERT_TRUE(back->dataConnection.connect(field));
@@ -89,6 +91,15 @@ TEST_F(RoisToLabels, FlattenWhenTold) {
   EXPECT_EQ(field->value(7, 1, 2), 1);
   EXPECT_EQ(field->value(8, 1, 2), 2) << "the last mask wins";
   EXPECT_THAT(messages_.consoleText(), HasSubstr("a and b share 60 voxels: the first loses them\n"));
+}
+
+TEST_F(RoisToLabels, TellEveryPairThatIsFlattened) {
+  for (int i = 0; i < 20; ++i) addBar(("m" + std::to_string(i)).c_str(), i, 20);
+  module_->portOverlaps.setValue(HxRoisToLabels::Flattened);
+  ASSERT_TRUE(run());
+  const QString text = QString::fromStdString(messages_.consoleText());
+  EXPECT_EQ(text.count(": the first loses them\n"), 190);
+  EXPECT_TRUE(text.contains("m18 and m19 share 570 voxels"));
 }
 
 TEST_F(RoisToLabels, TellWhatDoesNotComeBack) {
