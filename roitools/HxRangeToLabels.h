@@ -20,8 +20,9 @@ class HxUniformScalarField3;
 /// With method "otsu" the lower bound is found from the values (see otsuThreshold.h) and there is no upper one. With a
 /// set at "rois" only voxels of its ROI "mask" are looked at, and become 1; a group is the union of its members.
 ///
-/// The result, a label field with the place of the field in slot 0, can be turned into a ROI set as it is. The bounds
-/// and the number of voxels inside are printed on the console.
+/// The result, a label field with the place of the field in slot 0, can be turned into a ROI set as it is. It is filled
+/// again by the next run; names and colours that its materials were given stay. The bounds and the number of voxels
+/// inside are printed on the console.
 class ROITOOLS_API HxRangeToLabels : public HxCompModule {
 public:
   MC_CLASS_DECL(HxRangeToLabels)

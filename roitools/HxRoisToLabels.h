@@ -11,9 +11,9 @@
 /// does; it is saved as any other, and becomes a set again by the module that makes sets of label fields.
 ///
 /// A label field has one label for each voxel. Masks that share voxels are refused, with up to 100 pairs and the
-/// numbers of their shared voxels, unless "overlaps" is "flattened": such voxels then get the label of the last mask that has
-/// them, in the order of the set, and the console tells which pairs lose what. It also tells of groups and masks
-/// without voxels, which do not come back.
+/// numbers of their shared voxels, unless "overlaps" is "flattened": such voxels then get the label of the last mask
+/// that has them, in the order of the set, and the console tells which pairs lose what. It also tells of groups and
+/// masks without voxels, which do not come back.
 class ROITOOLS_API HxRoisToLabels : public HxCompModule {
 public:
   MC_CLASS_DECL(HxRoisToLabels)
