@@ -6,10 +6,12 @@
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxTable.h"
+#include "quarn/kernel/fields/HxUniformScalarField3.h"
 #include "quarn/kernel/objects/hxconnection_cast.h"
 #include "roitools/OverlapTable.h"
 #include "roitools/ShownProgress.h"
 #include "roitools/saveResult.h"
+#include "roitools/tellPlaces.h"
 
 MC_CLASS_IMPL(HxRoiOverlap, HxCompModule)
 
@@ -41,6 +43,10 @@ void HxRoiOverlap::compute() {
   const McHandle<HxRois> rois(hxconnection_cast<HxRois>(dataConnection));
   if (!rois) throw hxException(tr("%1: no ROI set is connected to \"data\".").arg(getLabel()));
   const McHandle<HxRois> other(hxconnection_cast<HxRois>(portOther));
+  if (other) {
+    roitools::tellPlaces(hxconnection_cast<HxUniformScalarField3>(rois->portData),
+                         hxconnection_cast<HxUniformScalarField3>(other->portData));
+  }
   const McHandle<HxTable> table = resultTable(*this);
   {
     roitools::ShownProgress progress(tr("Counting shared voxels"));

@@ -12,6 +12,7 @@
 #include "roitools/RoiTable.h"
 #include "roitools/ShownProgress.h"
 #include "roitools/saveResult.h"
+#include "roitools/tellPlaces.h"
 
 MC_CLASS_IMPL(HxRoiStatistics, HxCompModule)
 
@@ -48,6 +49,7 @@ void HxRoiStatistics::compute() {
 
   const auto* image = hxconnection_cast<HxUniformScalarField3>(portImage);
   ensureImageFits(*rois, image);
+  roitools::tellPlaces(hxconnection_cast<HxUniformScalarField3>(rois->portData), image);
   const HxRegScalarField3* place = image ? image : hxconnection_cast<HxUniformScalarField3>(rois->portData);
   if (!place) {
     const QString text = tr("No field is connected to %1 or to \"image\": volumes and world positions are left empty.");

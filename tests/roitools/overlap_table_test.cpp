@@ -12,6 +12,7 @@
 #include "quarn/kernel/app/HxRecordingSink.h"
 #include "quarn/kernel/app/HxSettingsMgr.h"
 #include "quarn/kernel/fields/HxTable.h"
+#include "quarn/kernel/fields/HxUniformScalarField3.h"
 #include "roitools/HxRoiOverlap.h"
 #include "roitools/ShownProgress.h"
 #include "tests/support/RecordingProgress.h"
@@ -216,6 +217,32 @@ TEST_F(RoiOverlapModule, PrintsAndSavesTheTable) {
   QFile saved(QString::fromStdString(file));
   ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
   EXPECT_THAT(saved.readAll().toStdString(), HasSubstr("\r\nBone,,Marrow,,6,4,2,0.4,0.25,"));
+}
+
+TEST_F(RoiOverlapModule, SetsInDifferentPlacesAreTold) {
+  const auto fieldAt = [](double x) {
+    McHandle<HxUniformScalarField3> field(new HxUniformScalarField3(McDim3l(20, 10, 8), McPrimType::Uint8));
+    HxGeometry3 geometry;
+    geometry.origin = {x, 0, 0};
+    field->setGeometry(geometry);
+    field->setLabel(x > 0 ? "moved" : "image");
+    return field;
+  };
+  const auto image = fieldAt(0), same = fieldAt(0), moved = fieldAt(5);
+  rois_->addRoi(newMask("a", 0, 3));
+  other_->addRoi(newMask("b", 2, 5));
+  EXPECT_TRUE(module_->portOther.connect(other_.get()));
+  EXPECT_TRUE(rois_->portData.connect(image));
+  EXPECT_TRUE(other_->portData.connect(same));
+  HxRecordingSink console;
+  run();
+  EXPECT_THAT(console.consoleText(), ::testing::Not(HasSubstr("different places")));
+  EXPECT_TRUE(other_->portData.connect(moved));
+  console.clear();
+  run();
+  EXPECT_THAT(
+      console.consoleText(),
+      HasSubstr("image and moved have one grid but lie in different places; voxels are compared by their indices."));
 }
 
 }  // namespace
