@@ -19,7 +19,8 @@ constexpr unsigned int kAllFlags = 0xFFFFFFFF;
 /// What a set holds when a conversion starts, to be put back when that brings nothing.
 class FormerContent {
 public:
-  explicit FormerContent(HxRois& rois) : rois_(rois), materials_(*rois.parameters.getMaterials(1)), removed_(rois) {}
+  explicit FormerContent(HxRois& rois)
+      : rois_(rois), materials_(*rois.parameters.getMaterials(1)), place_(rois.portData.source()), removed_(rois) {}
 
   /// All or nothing.
   void takeOut() {
@@ -33,6 +34,7 @@ public:
 
   void putBack() {
     rois_.removeAllRois();
+    if (place_ != rois_.portData.source()) rois_.portData.connect(place_);
     removed_.putBack();
     *rois_.parameters.getMaterials(1) = materials_;
   }
@@ -40,6 +42,7 @@ public:
 private:
   HxRois& rois_;
   HxParamBundle materials_;
+  McHandle<HxObject> place_;  ///< the field at "data"; null for none
   hxroi::RemovedRois removed_;
 };
 
@@ -47,6 +50,12 @@ McHandle<HxRois> makeSet(const HxUniformLabelField3& field) {
   McHandle<HxRois> rois(new HxRois);
   rois->setLabel(field.getLabel() + "-rois");
   return rois;
+}
+
+/// A set lies where its field does, unless the user has chosen another one that is no label field.
+void placeAt(HxRois& rois, HxUniformLabelField3& field) {
+  HxConnection& place = rois.portData;
+  if (!place.source() || hxconnection_cast<HxUniformLabelField3>(place)) place.connect(&field);
 }
 
 }  // namespace
@@ -72,6 +81,7 @@ void HxUniformLabelField3ToHxRois::compute() {
   FormerContent former(*rois);
   former.takeOut();
   try {
+    placeAt(*rois, *field);
     conversion.run(*rois);
   } catch (const hxroi::ConversionInterrupted&) {
     former.putBack();

@@ -8,7 +8,9 @@
 #include "quarn/kernel/ports/HxPortDoIt.h"
 
 /// Module that turns a label field into a ROI set: one mask for each label but 0, named and coloured after the field's
-/// materials. The set is result 0; a set that is there already is emptied and filled again.
+/// materials. The set is result 0; a set that is there already is emptied and filled again. The
+/// set lies where the field does: its "data" is connected to the field, unless another field was chosen that is no
+/// label field.
 class HXROI_API HxUniformLabelField3ToHxRois : public HxCompModule {
 public:
   MC_CLASS_DECL(HxUniformLabelField3ToHxRois)

@@ -207,6 +207,39 @@ TEST_F(LabelConversion, ColoursAreDrawnInOrderOfAppearance) {
   EXPECT_EQ(McColor::nextHtmlColor(), sequence[3]);
 }
 
+TEST_F(LabelConversion, TheSetLiesWhereItsFieldDoes) {
+  const auto field = makeLabels({3, 1, 1}, {1, 2, 2});
+  HxRois* const set = convert(field);
+  EXPECT_EQ(set->portData.source(), field.get());
+  const auto larger = makeLabels({4, 1, 1}, {1, 0, 0, 1});
+  EXPECT_EQ(convert(larger), set);
+  EXPECT_EQ(set->portData.source(), larger.get());
+  EXPECT_EQ(set->dimensions(), McVec3i(4, 1, 1));
+}
+
+TEST_F(LabelConversion, AnImageThatTheUserChoseStaysThePlace) {
+  const auto field = makeLabels({3, 1, 1}, {1, 2, 2});
+  HxRois* const set = convert(field);
+  const McHandle<HxUniformScalarField3> image(new HxUniformScalarField3(McDim3l(3, 1, 1), McPrimType::Uint8));
+  ASSERT_TRUE(set->portData.connect(image));
+  convert(field);
+  EXPECT_EQ(set->portData.source(), image.get());
+}
+
+TEST_F(LabelConversion, AnInterruptionPutsThePlaceBack) {
+  const auto field = makeLabels({3, 1, 1}, {1, 2, 2});
+  HxRois* const set = convert(field);
+  const auto other = makeLabels({4, 1, 1}, {1, 2, 3, 0});
+  RecordingProgress progress;
+  progress.interruptAfter = 2;
+  const ProgressScope scope(progress);
+  ASSERT_TRUE(module->dataConnection.connect(other));
+  module->portDoIt.hit(0);
+  EXPECT_EQ(refusalOf([&] { module->fire(1); }), "The conversion was interrupted.");
+  EXPECT_EQ(set->portData.source(), field.get());
+  EXPECT_EQ(set->dimensions(), McVec3i(3, 1, 1));
+}
+
 TEST_F(LabelConversion, RunningAgainRefillsTheSameSet) {
   const auto field = makeLabels({3, 1, 1}, {1, 2, 2});
   addMaterials(*field, {"Exterior", "Bone", "Muscle"});
