@@ -121,7 +121,7 @@ WrittenTable toLabelNames(const Labels& labels) {
 
 WrittenTable toColorTable(const Labels& labels) {
   WrittenTable table;
-  std::string text = "# Color table file\n# " + std::to_string(labels.size()) + " values\n";
+  std::string text = "# label name red green blue opacity\n";
   for (const TableLabel& label : labels) {
     text += std::to_string(label.value) + " " + (beginsWithNumber(label) ? "_" : "") +
             withSignFor(label.name, ' ', '_') + " " + colorText(label) + (label.value == 0 ? " 0\n" : " 255\n");
@@ -136,12 +136,7 @@ WrittenTable toColorTable(const Labels& labels) {
 
 WrittenTable toLabelDescriptions(const Labels& labels) {
   WrittenTable table;
-  std::string text =
-      "################################################\n"
-      "# ITK-SnAP Label Description File\n"
-      "# File format:\n"
-      "# IDX   -R-  -G-  -B-  -A--  VIS MSH  LABEL\n"
-      "################################################\n";
+  std::string text = "# label red green blue opacity visible meshed name\n";
   for (const TableLabel& label : labels) {
     text += std::to_string(label.value) + " " + colorText(label) + (label.value == 0 ? " 0 0 0 \"" : " 1 1 1 \"") +
             withSignFor(label.name, '"', '\'') + "\"\n";

@@ -31,7 +31,7 @@ std::string lookupTable() {
 
 TEST(LabelColors, OfAColorTable) {
   const LabelNames table = parse(
-      "# Color table file table.ctbl\n# 3 values\n0 Background 0 0 0 0\n1 artery 216 101 79 255\n"
+      "# colours\n# of three labels\n0 Background 0 0 0 0\n1 artery 216 101 79 255\n"
       "  300\tconnective_tissue\t111 184 210  255\r\n");
   EXPECT_THAT(table.byValue(), ElementsAre(Pair(0, "Background"), Pair(1, "artery"), Pair(300, "connective_tissue")));
   EXPECT_THAT(table.colors(), ElementsAre(Pair(0, LabelColor{0, 0, 0}), Pair(1, LabelColor{216, 101, 79}),
@@ -40,7 +40,7 @@ TEST(LabelColors, OfAColorTable) {
 
 TEST(LabelColors, OfLabelDescriptions) {
   const LabelNames table = parse(
-      "################\n# ITK-SnAP Label Description File\n"
+      "################\n# labels and their colours\n"
       "    0     0    0    0        0  0  0    \"Clear Label\"\n"
       "    1   255    0    0        1  1  1    \"Left \"arm\" 2\"\n"
       "    2     0  255   10     0.25  1  0    \"\"\n");

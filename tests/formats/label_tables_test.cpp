@@ -70,7 +70,7 @@ TEST(LabelTables, HoldTheMaterialsOfAField) {
 TEST(LabelTables, NamesAndColoursComeBackFromAColorTable) {
   const WrittenTable table = toColorTable(sample);
   EXPECT_EQ(table.bytes.toStdString(),
-            "# Color table file\n# 3 values\n0 Exterior 128 128 128 0\n1 Bone 216 101 79 255\n"
+            "# label name red green blue opacity\n0 Exterior 128 128 128 0\n1 Bone 216 101 79 255\n"
             "2 Soft_tissue 0 0 255 255\n");
   EXPECT_THAT(table.losses, ElementsAre(QStringLiteral("1 of 3 labels have no colour and are grey")));
   Labels expected = sample;
