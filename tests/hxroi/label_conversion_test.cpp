@@ -3,9 +3,8 @@
 #include <random>
 #include <stdexcept>
 
-#include "RoisTest.h"
+#include "ConversionTest.h"
 #include "hxroi/HxRoisHelpers.h"
-#include "hxroi/HxUniformLabelField3ToHxRois.h"
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/params/HxParamBundle.h"
@@ -17,28 +16,12 @@ using ::testing::StartsWith;
 
 namespace {
 
-class LabelConversion : public RoisTest {
+class LabelConversion : public ConversionTest {
 protected:
   using Labels = std::vector<std::uint8_t>;
 
-  LabelConversion() : module(new HxUniformLabelField3ToHxRois) {}
-
   static void addMaterials(HxUniformLabelField3& field, const std::vector<std::string>& names) {
     for (const std::string& name : names) field.materials(true)->getBundle(name);
-  }
-
-  /// Converts `field` and gives the result.
-  HxRois* convert(HxUniformLabelField3* field) {
-    EXPECT_TRUE(module->dataConnection.connect(field));
-    module->portDoIt.hit(0);
-    module->fire(1);
-    return dynamic_cast<HxRois*>(module->resultObject(0));
-  }
-
-  static std::vector<std::string> namesIn(const HxRois& set) {
-    std::vector<std::string> names;
-    for (const auto& roi : set) names.push_back(roi->name());
-    return names;
   }
 
   static std::uint64_t countLabel(const HxUniformLabelField3& field, int label) {
@@ -58,8 +41,6 @@ protected:
     if (i != field.voxelCount()) return ::testing::AssertionFailure() << i << " voxels";
     return ::testing::AssertionSuccess();
   }
-
-  McHandle<HxUniformLabelField3ToHxRois> module;
 };
 
 unsigned int testSeed() {

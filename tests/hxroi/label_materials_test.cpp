@@ -1,5 +1,4 @@
-#include "RoisTest.h"
-#include "hxroi/HxUniformLabelField3ToHxRois.h"
+#include "ConversionTest.h"
 #include "quarn/base/McColor.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/params/HxParamBundle.h"
@@ -10,29 +9,14 @@ using ::testing::ElementsAre;
 
 namespace {
 
-class LabelMaterials : public RoisTest {
+class LabelMaterials : public ConversionTest {
 protected:
-  HxRois* convert(HxUniformLabelField3* field) {
-    EXPECT_TRUE(module->dataConnection.connect(field));
-    module->portDoIt.hit(0);
-    module->fire(1);
-    return dynamic_cast<HxRois*>(module->resultObject(0));
-  }
-
-  static std::vector<std::string> namesIn(const HxRois& set) {
-    std::vector<std::string> names;
-    for (const auto& roi : set) names.push_back(roi->name());
-    return names;
-  }
-
   /// Goes through the sequence of colours once, so that what comes next is known.
   static std::vector<McColor> colorSequence() {
     std::vector<McColor> sequence;
     for (std::size_t i = 0; i < McColor::htmlColorCount(); ++i) sequence.push_back(McColor::nextHtmlColor());
     return sequence;
   }
-
-  const McHandle<HxUniformLabelField3ToHxRois> module{new HxUniformLabelField3ToHxRois};
 };
 
 /// Records are numbered apart from the materials of the field, of which the first is skipped whatever it is.
