@@ -7,12 +7,14 @@
 #include "quarn/base/McVec3i.h"
 
 class HxParamBundle;
+class HxRois;
 class HxUniformLabelField3;
 class McProgressInterface;
 
 namespace hxroi::details {
 class Mask;
-}
+class Roi;
+}  // namespace hxroi::details
 
 /// Routines shared by the modules and commands that turn label fields into masks.
 namespace HxRoisHelpers {
@@ -41,5 +43,9 @@ HXROI_API McVec3i gridOf(const HxUniformLabelField3& field);
 
 /// Gives `record` the "Id" and the colour of `material`, as far as that has them.
 HXROI_API void copyMaterial(const HxParamBundle& material, HxParamBundle& record);
+
+/// Makes the range of the values of the field at "data" the colormap range of `roi`, which is new in the set. Without a
+/// field, or one that holds no number, the ROI keeps its range.
+HXROI_API void setDefaultRoiColormapRange(const HxRois* rois, hxroi::details::Roi* roi);
 
 }  // namespace HxRoisHelpers
