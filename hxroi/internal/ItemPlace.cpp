@@ -1,0 +1,79 @@
+#include "hxroi/internal/ItemPlace.h"
+
+#include <exception>
+#include <limits>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/details/Group.h"
+#include "hxroi/details/Mask.h"
+#include "hxroi/details/logFailure.h"
+#include "hxroi/internal/QxRoiTreeItem.h"
+
+namespace hxroi {
+
+namespace {
+
+using details::Group;
+using details::Mask;
+using details::Roi;
+
+Group* groupOf(const QxRoiTreeItem& item) {
+  return dynamic_cast<Group*>(item.getRoi());
+}
+
+Mask* maskOf(const QxRoiTreeItem& item) {
+  return dynamic_cast<Mask*>(item.getRoi());
+}
+
+unsigned long placeFor(int position) {
+  return position < 0 ? std::numeric_limits<unsigned long>::max() : static_cast<unsigned long>(position);
+}
+
+void putBack(const QxRoiTreeItem& source, int from, const QxRoiTreeItem& child) noexcept {
+  try {
+    enterPlace(source, from, child);
+  } catch (const std::exception& failure) {
+    details::logFailure("A refused move of a ROI could not be undone", failure.what());
+  }
+}
+
+}  // namespace
+
+bool canStandIn(const QxRoiTreeItem& parent, const QxRoiTreeItem& child) {
+  if (parent.getRois()) return child.isMask() || child.isGroup();
+  return parent.isGroup() && child.isMask();
+}
+
+void enterPlace(const QxRoiTreeItem& parent, int position, const QxRoiTreeItem& child) {
+  if (HxRois* rois = parent.getRois()) {
+    rois->insertRoi(child.getRoi(), placeFor(position));
+  } else {
+    groupOf(parent)->insertMask(maskOf(child), placeFor(position));
+  }
+}
+
+void leavePlace(const QxRoiTreeItem& parent, const QxRoiTreeItem& child) {
+  const std::string name = child.getRoi()->name();
+  if (HxRois* rois = parent.getRois()) {
+    rois->removeRoi(name);
+  } else {
+    groupOf(parent)->removeMask(name);
+  }
+}
+
+void changePlace(const QxRoiTreeItem& source, int from, const QxRoiTreeItem& destination, int to,
+                 const QxRoiTreeItem& child) {
+  Roi* roi = child.getRoi();
+  const HxColormap* colormap = roi->colormap(false);
+  leavePlace(source, child);
+  try {
+    enterPlace(destination, to, child);
+  } catch (...) {
+    putBack(source, from, child);
+    roi->setColormap(colormap);
+    throw;
+  }
+  roi->setColormap(colormap);
+}
+
+}  // namespace hxroi

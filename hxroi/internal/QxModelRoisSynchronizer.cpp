@@ -1,0 +1,82 @@
+#include "hxroi/internal/QxModelRoisSynchronizer.h"
+
+#include "hxroi/HxRois.h"
+#include "hxroi/details/Roi.h"
+#include "hxroi/internal/QxRoiTreeItem.h"
+#include "hxroi/internal/SynchronizerRun.h"
+
+using hxroi::details::Roi;
+
+QxModelRoisSynchronizer::QxModelRoisSynchronizer(HxRois* rois) {
+  auto* model = new QxRoiTreeModel(nullptr, QxRoiTreeModel::FULL_MODULE);
+  model->setupModelData(rois);
+  setModel(model);
+  ownsModel_ = true;
+}
+
+QxModelRoisSynchronizer::~QxModelRoisSynchronizer() {
+  if (ownsModel_) delete model_;
+}
+
+void QxModelRoisSynchronizer::setModel(QxRoiTreeModel* model) {
+  if (ownsModel_ && model_ != model) delete model_;
+  ownsModel_ = false;
+  model_ = model;
+  synchronizeData();
+}
+
+QxRoiTreeItem* QxModelRoisSynchronizer::searchRoiInList(const Roi* roi, QList<QxRoiTreeItem*> items) const {
+  for (QxRoiTreeItem* item : std::as_const(items)) {
+    if (item->getRoi() == roi) return item;
+  }
+  return nullptr;
+}
+
+void QxModelRoisSynchronizer::clearResults() {
+  removedNames.clear();
+  insertedNames.clear();
+  movedNames.clear();
+  nameChanges.clear();
+  modifiedNames.clear();
+}
+
+void QxModelRoisSynchronizer::synchronizeData() {
+  if (!model_ || !model_->getRoot() || busy_) return;
+  // Held, since views may do anything when rows come and go.
+  const McHandle<HxRois> rois(model_->getRoot()->getRois());
+  if (!rois || model_->putsOffSynchronization()) return;
+  busy_ = true;
+  clearResults();
+  hxroi::SynchronizerRun run(*this, *model_, *rois, std::exchange(knownNames_, {}));
+  run.removeDeparted();
+  knownNames_ = run.placeAll();
+  updateStamps(*rois);
+  busy_ = false;
+}
+
+void QxModelRoisSynchronizer::updateStamps(const HxRois& rois) {
+  for (const std::string& name : removedNames) knownStamps_.erase(name);
+  moveStamps();
+  for (auto stamp = knownStamps_.begin(); stamp != knownStamps_.end();) {
+    const Roi* roi = rois.getRoi(stamp->first);
+    if (!roi) {
+      stamp = knownStamps_.erase(stamp);
+      continue;
+    }
+    if (roi->timeStamp() != stamp->second) modifiedNames.append(stamp->first);
+    stamp->second = roi->timeStamp();
+    ++stamp;
+  }
+  for (const std::string& name : insertedNames) {
+    if (const Roi* roi = rois.getRoi(name)) knownStamps_[name] = roi->timeStamp();
+  }
+}
+
+/// All at once, since ROIs may have swapped their names.
+void QxModelRoisSynchronizer::moveStamps() {
+  std::map<std::string, std::uint64_t> moved;
+  for (const auto& [oldName, newName] : nameChanges) {
+    if (const auto stamp = knownStamps_.extract(oldName)) moved[newName] = stamp.mapped();
+  }
+  for (const auto& [name, stamp] : moved) knownStamps_[name] = stamp;
+}

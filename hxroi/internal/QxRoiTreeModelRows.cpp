@@ -1,0 +1,188 @@
+#include <QPointer>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/details/Roi.h"
+#include "hxroi/details/logFailure.h"
+#include "hxroi/internal/ItemPlace.h"
+#include "hxroi/internal/QxRoiTreeItem.h"
+#include "hxroi/internal/QxRoiTreeModel.h"
+#include "quarn/base/McException.h"
+#include "quarn/kernel/HxException.h"
+#include "quarn/kernel/app/HxMessage.h"
+
+// The set changes first: it may refuse, and views cannot be told to forget rows that were announced.
+
+using hxroi::details::Roi;
+
+namespace {
+
+constexpr unsigned int kContent = 8;
+
+int placeIn(const QxRoiTreeItem& parent, int position) {
+  return position < 0 || position > parent.childCount() ? parent.childCount() : position;
+}
+
+/// Why the set refused, if it did.
+template <class Edit>
+std::optional<QString> refusalOf(Edit edit) {
+  try {
+    edit();
+    return {};
+  } catch (const McException& refusal) {
+    return hxText(refusal);
+  }
+}
+
+}  // namespace
+
+/// Rows come or go as long as one of these lives.
+class QxRoiTreeModel::RowChange {
+public:
+  explicit RowChange(QxRoiTreeModel& model) : model_(model) { ++model_.rowChanges_; }
+  ~RowChange() {
+    if (--model_.rowChanges_ == 0 && std::exchange(model_.missedSynchronization_, false)) {
+      model_.makeUpForSynchronization();
+    }
+  }
+  RowChange(const RowChange&) = delete;
+  RowChange& operator=(const RowChange&) = delete;
+
+private:
+  QxRoiTreeModel& model_;
+};
+
+bool QxRoiTreeModel::putsOffSynchronization() {
+  if (rowChanges_ == 0) return false;
+  missedSynchronization_ = true;
+  return true;
+}
+
+void QxRoiTreeModel::makeUpForSynchronization() noexcept {
+  const McHandle<HxRois> rois(rois_);
+  if (!rois) return;
+  try {
+    rois->touch(kContent);
+    rois->fire(1);
+  } catch (const std::exception& failure) {
+    hxroi::details::logFailure("A ROI set could not be evaluated", failure.what());
+  }
+}
+
+// --- Rows alone ---------------------------------------------------------------------------------------------------
+
+void QxRoiTreeModel::insertRow(int position, QxRoiTreeItem* item, QxRoiTreeItem& parent) {
+  const int row = placeIn(parent, position);
+  beginInsertRows(indexFromTreeItem(&parent), row, row);
+  parent.insertChild(row, item, false);
+  endInsertRows();
+}
+
+QxRoiTreeItem* QxRoiTreeModel::removeRow(int position, QxRoiTreeItem& parent) {
+  beginRemoveRows(indexFromTreeItem(&parent), position, position);
+  QxRoiTreeItem* item = parent.removeChild(position, false);
+  endRemoveRows();
+  return item;
+}
+
+void QxRoiTreeModel::reportInsertion(QxRoiTreeItem* item, const QModelIndex& parent, int position) {
+  configureInsertedRoi(item);
+  Q_EMIT modelRowsInserted(parent, position, position);
+  Q_EMIT layoutChanged();
+}
+
+QxRoiTreeItem* QxRoiTreeModel::detachItem(QxRoiTreeItem* item) {
+  const QModelIndexList remembered = persistentIndexList();
+  for (const QModelIndex& index : remembered) {
+    if (index.internalPointer() == item) changePersistentIndex(index, {});
+  }
+  return item->parent()->removeChild(item->childNumber(), false);
+}
+
+// --- Rows and set -------------------------------------------------------------------------------------------------
+
+QxRoiTreeItem* QxRoiTreeModel::insertRoi(int position, Roi* roi, const QModelIndex& parent, bool updateRois) {
+  QxRoiTreeItem* parentItem = getItem(parent);
+  if (!parentItem) return nullptr;
+  const QPersistentModelIndex place(parent);
+  std::unique_ptr<QxRoiTreeItem> item(createItem(roi, parentItem));
+  const bool stands = !updateRois || hxroi::canStandIn(*parentItem, *item);
+  std::optional<QString> refusal;
+  {
+    const RowChange change(*this);
+    if (stands && updateRois) refusal = refusalOf([&] { hxroi::enterPlace(*parentItem, position, *item); });
+    if (stands && !refusal) insertRow(position, item.get(), *parentItem);
+  }
+  if (!refusal) {
+    reportInsertion(item.get(), place, position);
+    return item.release();
+  }
+  item.reset();
+  const QPointer<QxRoiTreeModel> self(this);
+  HxMessage::error(*refusal);
+  if (!self) return nullptr;
+  beginResetModel();
+  endResetModel();
+  reportInsertion(nullptr, place, position);
+  return nullptr;
+}
+
+bool QxRoiTreeModel::insertTreeItem(int position, QxRoiTreeItem* item, const QModelIndex& parent, bool updateRois) {
+  QxRoiTreeItem* parentItem = getItem(parent);
+  if (!parentItem || !item) return false;
+  const QPersistentModelIndex place(parent);
+  const bool stands = !updateRois || hxroi::canStandIn(*parentItem, *item);
+  if (stands) {
+    const RowChange change(*this);
+    if (updateRois) hxroi::enterPlace(*parentItem, position, *item);
+    insertRow(position, item, *parentItem);
+  }
+  Q_EMIT modelRowsInserted(place, position, position);
+  Q_EMIT layoutChanged();
+  return stands;
+}
+
+QxRoiTreeItem* QxRoiTreeModel::removeRoi(int position, const QModelIndex& parent, bool updateRois) {
+  QxRoiTreeItem* parentItem = getItem(parent);
+  const QxRoiTreeItem* item = parentItem ? parentItem->child(position) : nullptr;
+  if (!item || (updateRois && !hxroi::canStandIn(*parentItem, *item))) return nullptr;
+  const QPersistentModelIndex place(parent);
+  QxRoiTreeItem* removed = nullptr;
+  {
+    const RowChange change(*this);
+    if (updateRois) hxroi::leavePlace(*parentItem, *item);
+    removed = removeRow(position, *parentItem);
+  }
+  Q_EMIT modelRowsRemoved(place, position, position);
+  return removed;
+}
+
+bool QxRoiTreeModel::moveRoi(int from, int to, const QModelIndex& sourceParent, const QModelIndex& destinationParent,
+                             bool updateRois) {
+  QxRoiTreeItem* source = getItem(sourceParent);
+  QxRoiTreeItem* destination = getItem(destinationParent);
+  QxRoiTreeItem* item = source ? source->child(from) : nullptr;
+  if (!item || !item->getRoi() || !destination) return false;
+  if (updateRois && !(hxroi::canStandIn(*source, *item) && hxroi::canStandIn(*destination, *item))) return false;
+  const HxColormap* colormap = item->getRoi()->colormap(false);
+  {
+    const RowChange change(*this);
+    if (updateRois) hxroi::changePlace(*source, from, *destination, to, *item);
+    removeRow(from, *source);
+    insertRow(to, item, *destination);
+    item->setColormap(colormap);
+  }
+  Q_EMIT modelRowMoved(from, to, indexFromTreeItem(source), indexFromTreeItem(destination));
+  Q_EMIT layoutChanged();
+  return true;
+}
+
+void QxRoiTreeModel::replaceRoi(const QModelIndex& index, Roi* newRoi) {
+  if (!index.isValid()) return;
+  getItem(index)->replaceRoi(newRoi);
+  Q_EMIT dataChanged(index.siblingAtColumn(QxRoiTreeItem::kNameColumn),
+                     index.siblingAtColumn(QxRoiTreeItem::kColormapColumn));
+}

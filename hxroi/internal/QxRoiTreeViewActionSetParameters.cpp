@@ -1,0 +1,101 @@
+#include <QDialogButtonBox>
+#include <QPushButton>
+#include <utility>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/details/Roi.h"
+#include "hxroi/internal/QxRoiTreeItem.h"
+#include "hxroi/internal/QxRoiTreeModel.h"
+#include "hxroi/internal/QxRoiTreeViewActionSet.h"
+#include "hxroi/internal/SeveralParameters.h"
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/params/HxParamBundle.h"
+#include "quarn/kernel/widgets/QxParamDialog.h"
+
+using hxroi::details::Roi;
+
+namespace {
+
+constexpr unsigned int kProperty = 64;
+
+}  // namespace
+
+// --- The dialog ---------------------------------------------------------------------------------------------------
+
+void QxRoiTreeViewActionSet::makeParamDialog() {
+  auto* dialog = new QxParamDialog(HxApplication::mainWidget());
+  dialog->setWindowTitle(tr("ROI Parameters"));
+  dialog->enableApply(true);
+  connect(dialog, &QxParamDialog::dataChanged, this, &QxRoiTreeViewActionSet::parametersChanged);
+  connect(dialog->buttonBox()->button(QDialogButtonBox::Ok), &QPushButton::clicked, this,
+          &QxRoiTreeViewActionSet::parametersChanged);
+  paramDialog_ = dialog;
+}
+
+void QxRoiTreeViewActionSet::deleteParamDialog() {
+  delete paramDialog_;
+}
+
+QxParamDialog* QxRoiTreeViewActionSet::paramDialog() const {
+  return paramDialog_;
+}
+
+void QxRoiTreeViewActionSet::editSelectedRoiParameters() {
+  if (!model() || !paramDialog_) return;
+  // What the dialog shows now lives until it shows something else.
+  const std::unique_ptr<HxParamBundle> formerCopy = std::move(copy_);
+  const std::vector<RoiHandle> formerRois = std::exchange(edited_, selectedRois());
+  paramDialog_->setBundle(bundleFromSelection());
+  paramDialog_->show();
+}
+
+// --- Between dialog and ROIs --------------------------------------------------------------------------------------
+
+std::vector<QxRoiTreeViewActionSet::RoiHandle> QxRoiTreeViewActionSet::selectedRois() const {
+  std::vector<RoiHandle> rois;
+  const QxRoiTreeModel* tree = model();
+  if (!tree) return rois;
+  const QModelIndexList rows = selectedRows();
+  for (const QModelIndex& row : rows) {
+    if (Roi* roi = tree->getItem(row)->getRoi()) rois.emplace_back(roi);
+  }
+  return rois;
+}
+
+HxParamBundle* QxRoiTreeViewActionSet::bundleFromSelection() {
+  const std::vector<RoiHandle> rois = selectedRois();
+  if (selectedRows().size() == 1) return rois.empty() ? nullptr : &rois.front()->parameters();
+  copy_ = std::make_unique<HxParamBundle>("copy");
+  for (const RoiHandle& roi : rois) insertParamIntoCopy(*copy_, roi->parameters());
+  return copy_.get();
+}
+
+void QxRoiTreeViewActionSet::bundleToSelection(const HxParamBundle* bundle) {
+  writeParameters(selectedRois(), bundle);
+}
+
+/// To the ROIs that the dialog was opened for, whatever is selected by now.
+void QxRoiTreeViewActionSet::parametersChanged() {
+  if (!paramDialog_) return;
+  const bool showsThem = paramDialog_->bundle() && !edited_.empty();
+  run([&](QxRoiTreeModel& /*tree*/) { writeParameters(showsThem ? edited_ : selectedRois(), paramDialog_->bundle()); });
+}
+
+void QxRoiTreeViewActionSet::writeParameters(const std::vector<RoiHandle>& rois, const HxParamBundle* bundle) {
+  if (bundle && rois.size() > 1) {
+    for (const RoiHandle& roi : rois) hxroi::writeSeveral(roi->parameters(), *bundle);
+  }
+  const QxRoiTreeModel* tree = model();
+  const McHandle<HxRois> set(tree ? tree->getRoot()->getRois() : nullptr);
+  if (!set) return;
+  set->touch(kProperty);
+  set->fire(1);
+}
+
+void QxRoiTreeViewActionSet::insertParamIntoCopy(HxParamBundle& copy, const HxParamBase& parameter) {
+  hxroi::addToCopy(copy, parameter);
+}
+
+void QxRoiTreeViewActionSet::setParamBundleMultiValues(HxParamBase& parameter, bool on) {
+  hxroi::markSeveral(parameter, on);
+}
