@@ -7,6 +7,8 @@
 
 /// A dialog for a colour, also as the editor of an item in a view: it closes with finished(int), 0 for rejected.
 class QUARN_KERNEL_API QxColorDialog : public QColorDialog {
+  Q_OBJECT
+
 public:
   explicit QxColorDialog(QWidget* parent = nullptr);
 

@@ -18,7 +18,7 @@ constexpr int kName = ParamDelegate::kNameColumn;
 constexpr int kType = ParamDelegate::kTypeColumn;
 constexpr int kValue = ParamDelegate::kValueColumn;
 
-QString tr(const char* text) {
+QString translated(const char* text) {
   return QCoreApplication::translate("QxParamDialog", text);
 }
 
@@ -59,11 +59,11 @@ ParamView::ParamView(QWidget* parent)
     : QWidget(parent),
       tree_(new QTreeWidget(this)),
       refusal_(new QLabel(this)),
-      newParameter_(makeButton("newParameter", tr("New Parameter"), this)),
-      newBundle_(makeButton("newBundle", tr("New Bundle"), this)),
-      remove_(makeButton("remove", tr("Remove"), this)) {
+      newParameter_(makeButton("newParameter", translated("New Parameter"), this)),
+      newBundle_(makeButton("newBundle", translated("New Bundle"), this)),
+      remove_(makeButton("remove", translated("Remove"), this)) {
   tree_->setObjectName("parameters");
-  tree_->setHeaderLabels({tr("Name"), tr("Type"), tr("Value")});
+  tree_->setHeaderLabels({translated("Name"), translated("Type"), translated("Value")});
   tree_->setItemDelegate(new ParamDelegate(tree_));
   tree_->setEditTriggers(QAbstractItemView::NoEditTriggers);
   tree_->setAlternatingRowColors(true);
@@ -142,7 +142,7 @@ void ParamView::showElement(QTreeWidgetItem& row) {
   QFont font = tree_->font();
   font.setBold(bold);
   font.setItalic(italic);
-  const QString tip = bold && italic ? tr("The selected objects have different values.") : QString();
+  const QString tip = bold && italic ? translated("The selected objects have different values.") : QString();
   for (const int column : {kName, kType, kValue}) {
     row.setFont(column, font);
     row.setToolTip(column, tip);
