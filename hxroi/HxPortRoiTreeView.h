@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QStringList>
 
 #include "hxroi/export.h"
 #include "quarn/base/McDArray.h"
@@ -21,6 +20,10 @@ class QxPortRoiTreeViewNotifier;
 class QxRoiTreeModel;
 class QxRoiTreeView;
 class QxRoiTreeViewActionSet;
+
+namespace hxroi {
+class SetWatch;
+}
 
 namespace hxroi::details {
 class Roi;
@@ -68,12 +71,13 @@ public:
   /// Shows `rois` from now on, all of it visible; null for none.
   void setHxRois(HxRois* rois);
   /// Null when there is none or it has gone.
-  HxRois* getHxRois() const;
+  HxRois* getHxRois() const { return rois_; }
   /// Brings the tree in line with the set after a change. ROIs that are new in the set start invisible.
   void updateHxRois();
 
-  /// Shows another model, which is not owned and outlives the port or the next setModel().
+  /// Shows the set in another model, which is not owned.
   void setModel(QxRoiTreeModel* model);
+  /// Null once a model that is not owned has gone.
   QxRoiTreeModel* getModel() const;
   /// Builds the tree anew.
   void updateModel();
@@ -94,8 +98,10 @@ public:
 
   /// Null without widget.
   QxRoiTreeView* view() const;
-  /// Null before the first widget, and again when its view has gone.
+  /// Null before the first widget; it outlives its view.
   QxRoiTreeViewActionSet* actionSet() const;
+  /// Shows what has changed in ROIs that stay in their places.
+  void repaint();
   /// Pixels; also of widgets made later.
   void setMinimumHeight(int height);
 
@@ -108,11 +114,21 @@ public:
 
 private:
   void commonInit(RoiModule module);
+  void watch(HxRois* rois);
+  int parseSetRoiVisible(int argc, char** argv);
+  int parseIsRoiVisible(Tcl_Interp* interp, int argc, char** argv);
+
+  void setUpView();
+  void showModel();
+  void connectModel();
   QItemSelectionModel* selectionModel() const;
+  QModelIndex indexOf(const QString& name) const;
 
   QxGuardedPtr<QxRoiTreeView> view_;
   QxPortRoiTreeViewNotifier* notifier_;
   QxGuardedPtr<QxRoiTreeModel> model_;
+  HxRois* rois_ = nullptr;
+  hxroi::SetWatch* watch_ = nullptr;  ///< belongs to the set
   RoiModule roiModule_;
   bool ownsModel_;
   QxGuardedPtr<QxRoiTreeViewActionSet> actionSet_;

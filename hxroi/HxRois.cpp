@@ -29,6 +29,7 @@ using hxroi::details::Mask;
 namespace {
 
 constexpr unsigned int kContent = 8;
+constexpr unsigned int kSelection = 512;
 constexpr unsigned int kWorthSaving = 8 | 16 | 64 | 128;
 constexpr unsigned int kAllFlags = 0xFFFFFFFF;
 constexpr unsigned int kObjectFlag = 16;
@@ -48,6 +49,7 @@ HxRois::HxRois()
       portOverlappingBoundaryColor(this, "overlappingBoundaryColor", tr("Color"), 1),
       portOverlappingVoltexColormap(this, "overlappingVoltexColormap"),
       portRoiProperties(this, "roiProperties", tr("Roi Properties")),
+      portRoiVisibility(this, "roiVisibility", tr("Roi Visibility"), HxPortRoiTreeView::ROIS_MODULE),
       dataCheck_(this) {
   portData.setTightness(true);
   portData.setChecker(&dataCheck_);
@@ -59,6 +61,7 @@ HxRois::HxRois()
   portOverlappingVoltexColormap.setDefaultColor(McColor(1, 1, 1));
   portOverlappingVoltexColormap.setDefaultAlpha(0.5F);
   portOverlappingVoltexColormap.setLocalRangeActive(true);
+  portRoiVisibility.setHxRois(this);
   setObjectFlag(kObjectFlag, false);
   HxObjectPool::instance().addListener(this);
   HxRoiToHxVolumeDataRegistry::registerHxRois(this);
@@ -155,7 +158,9 @@ void HxRois::onEditorChanged() {
 }
 
 void HxRois::objectSelected(HxObject* object) {
-  if (object == this) fire(1);
+  if (object != this) return;
+  portRoiVisibility.touch(kSelection);
+  fire(1);
 }
 
 void HxRois::objectAboutToBeRemoved(HxObject* object) {

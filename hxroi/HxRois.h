@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "hxroi/HxPortRoiTreeView.h"
 #include "hxroi/export.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/base/McTypedClass.h"
@@ -265,8 +266,8 @@ public:
 
   /// Brings the ports in step with the ROIs: after a change of content (flag value 8) every ROI gets ports of its own
   /// anew, "color-" and "colormap-" with its name behind; after one of the display (1, 4, 32, 128, 2048) they show the
-  /// present values. The ports for overlaps follow the rendering style; a change of them raises 0x2000 | 0x4000 |
-  /// 0x8000.
+  /// present values. Those of the ROI that is selected alone are visible. The ports for overlaps follow the rendering
+  /// style; a change of them raises 0x2000 | 0x4000 | 0x8000.
   void update() override;
 
   /// Makes the ports of all ROIs anew, with their present values and without marks, after compute().
@@ -306,6 +307,8 @@ public:
   HxPortColorList portOverlappingBoundaryColor;
   HxPortColormap portOverlappingVoltexColormap;
   HxPortSeparator portRoiProperties;
+  /// The tree of the set.
+  HxPortRoiTreeView portRoiVisibility;
 
 protected:
   ~HxRois() override;
@@ -327,7 +330,8 @@ private:
   hxroi::details::Mask* substractNamedMasks(const std::vector<std::string>& names) const;
   std::vector<MaskHolder> splitNamedMask(const std::string& name, McProgressInterface* progress) const;
 
-  void applyPortChanges();
+  bool applyPortChanges();
+  void showPortsOfSelectedRoi();
   void forgetColorPorts(const std::string& name);
   void renameColorPorts(const std::string& oldName, const std::string& newName);
   void masksChanged();
@@ -348,6 +352,7 @@ private:
   Index index_;  ///< by the names that the set knows, which a renaming that another set refused parts from their own
   MaskList masks_;
   std::map<std::string, std::unique_ptr<ColorInformation>> colorPorts_;
+  ColorInformation* shownPorts_ = nullptr;          ///< those of the ROI that is selected alone
   bool isRegistered_ = false;                       ///< in the registry of volume data
   std::shared_ptr<const hxroi::SetOrigin> origin_;  ///< what was loaded or saved last; null when that is not known
 };

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <memory>
 
+#include "hxroi/HxPortRoiTreeView.h"
 #include "hxroi/HxRois.h"
 #include "hxroi/HxRoisProviderFromHxUniformLabelField3.h"
 #include "hxroi/HxRoisProviderFromHxUniformLabelField3Factory.h"
@@ -24,6 +25,7 @@ struct ClassEntry {
 constexpr ClassEntry kClasses[] = {
     {&HxRoisProviderFromHxUniformLabelField3Factory::initClass,
      &HxRoisProviderFromHxUniformLabelField3Factory::exitClass},
+    {&HxPortRoiTreeView::initClass, &HxPortRoiTreeView::exitClass},
     {&HxRoisProviderFromHxUniformLabelField3::initClass, &HxRoisProviderFromHxUniformLabelField3::exitClass},
     {&HxRoisProviderInterface::initClass, &HxRoisProviderInterface::exitClass},
     {&HxRois::initClass, &HxRois::exitClass},

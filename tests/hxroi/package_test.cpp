@@ -50,8 +50,12 @@ TEST(Package, ManifestNamesWhatTheLibraryHas) {
   const auto manifest = HxPackageManifest::fromFile(QUARN_BINARY_DIR "/packages/hxroi.json");
   EXPECT_EQ(manifest.name, "hxroi");
   EXPECT_EQ(manifest.abi, quarn::packageAbi());
-  const QStringList classes{"HxRoisProviderFromHxUniformLabelField3Factory", "HxRoisProviderFromHxUniformLabelField3",
-                            "HxRoisProviderInterface", "HxRois", "HxUniformLabelField3ToHxRois"};
+  const QStringList classes{"HxRoisProviderFromHxUniformLabelField3Factory",
+                            "HxPortRoiTreeView",
+                            "HxRoisProviderFromHxUniformLabelField3",
+                            "HxRoisProviderInterface",
+                            "HxRois",
+                            "HxUniformLabelField3ToHxRois"};
   EXPECT_EQ(manifest.classes, classes);
   ASSERT_EQ(manifest.interfaceFactories.size(), 1U);
   EXPECT_EQ(manifest.interfaceFactories[0].className, "HxUniformLabelField3");

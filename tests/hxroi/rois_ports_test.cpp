@@ -43,7 +43,7 @@ protected:
 
 constexpr const char* kOwnPorts =
     "data overlappingProperties overlappingRenderingStyle overlappingBoundaryColor overlappingVoltexColormap "
-    "roiProperties";
+    "roiProperties roiVisibility";
 
 TEST_F(RoisPorts, StandInTheirOrderWithTheirDefaults) {
   EXPECT_THAT(ports(), ::testing::HasSubstr(kOwnPorts));
@@ -109,7 +109,7 @@ TEST_F(RoisPorts, AreMadeForEachRoiInOrderOfNames) {
                                            "colormap-Zygoma color-Zygoma"));
   rois->removeRoi("Group");
   fire();
-  EXPECT_THAT(ports(), ::testing::EndsWith("roiProperties colormap-Zygoma color-Zygoma"));
+  EXPECT_THAT(ports(), ::testing::EndsWith("roiVisibility colormap-Zygoma color-Zygoma"));
 }
 
 TEST_F(RoisPorts, ShowTheValuesOfTheRoiWithoutMarks) {
@@ -328,7 +328,7 @@ TEST_F(RoisPorts, StayWithThePlaceOfAReplacedRoi) {
   rois->replaceRoi("Bone", makeMask("Skull"));
   EXPECT_THAT(ports(), ::testing::EndsWith("colormap-Skull color-Skull"));
   fire();
-  EXPECT_THAT(ports(), ::testing::EndsWith("roiProperties colormap-Skull color-Skull"));
+  EXPECT_THAT(ports(), ::testing::EndsWith("roiVisibility colormap-Skull color-Skull"));
 }
 
 TEST_F(RoisPorts, SurviveTheRoiUntilTheNextEvaluation) {
