@@ -45,6 +45,17 @@ public:
   /// Null once somebody has destroyed it.
   QxParamDialog* paramDialog() const;
 
+  // --- For further commands on the same view
+
+  /// Null for a view with another model or without a tree.
+  QxRoiTreeModel* model() const;
+  QModelIndex currentIndex() const;
+  /// Column 0.
+  QModelIndexList selectedRows() const;
+
+  /// Runs a command, unless one is at work already, shows why it failed, and has the set evaluated if it was touched.
+  void run(const std::function<void(QxRoiTreeModel&)>& command);
+
   // --- The commands of the slots for given rows. Failures are McException.
 
   /// Puts the union of the target and the sources, at least two, in the place of the target; the sources go. Sources
@@ -93,13 +104,6 @@ private:
   void makeParamDialog();
   void deleteParamDialog();
 
-  /// Null for a view with another model or without a tree.
-  QxRoiTreeModel* model() const;
-  QModelIndex currentIndex() const;
-  QModelIndexList selectedRows() const;
-
-  /// Runs a command, unless one is at work already, and shows why it failed.
-  void run(const std::function<void(QxRoiTreeModel&)>& command);
   static RoiHandle makeMask(const QxRoiTreeModel& tree);
   static void insertNew(QxRoiTreeModel& tree, int row, const RoiHandle& roi, const QModelIndex& parent);
   void edit(int row, int column, const QModelIndex& parent);

@@ -1,0 +1,165 @@
+#include "hxroi/internal/QxRoiTreeViewMoreActions.h"
+
+#include <QAction>
+#include <QKeySequence>
+#include <QTreeView>
+#include <algorithm>
+
+#include "hxroi/HxRois.h"
+#include "hxroi/internal/QxRoiTreeItem.h"
+#include "hxroi/internal/QxRoiTreeModel.h"
+#include "hxroi/internal/QxRoiTreeViewActionSet.h"
+#include "hxroi/internal/SeveralRois.h"
+#include "quarn/kernel/app/HxColorDialog.h"
+
+using Items = QList<QxRoiTreeItem*>;
+
+namespace {
+
+bool areMasks(const Items& items) {
+  return std::all_of(items.begin(), items.end(), [](const QxRoiTreeItem* item) { return item->isMask(); });
+}
+
+/// Members of groups show the colour of the group.
+Items withColor(const Items& items) {
+  Items colored;
+  for (QxRoiTreeItem* item : items) {
+    if (!item->parent()->isGroup()) colored.append(item);
+  }
+  return colored;
+}
+
+}  // namespace
+
+QxRoiTreeViewMoreActions::QxRoiTreeViewMoreActions(QxRoiTreeViewActionSet* actions)
+    : QObject(actions),
+      intersectAction(addAction(tr("Intersect"), &QxRoiTreeViewMoreActions::intersectSelectedRois)),
+      exclusiveOrAction(addAction(tr("Exclusive Or"), &QxRoiTreeViewMoreActions::exclusiveOrSelectedRois)),
+      deleteRowsAction(addAction(tr("Delete ROIs"), &QxRoiTreeViewMoreActions::deleteSelectedRows)),
+      editColorsAction(addAction(tr("Edit Colors"), &QxRoiTreeViewMoreActions::editSelectedColors)),
+      showOnlyAction(addAction(tr("Show Only This"), &QxRoiTreeViewMoreActions::showOnlySelectedRois)),
+      groupAction(addAction(tr("Group ROIs"), &QxRoiTreeViewMoreActions::groupSelectedRois)),
+      actions_(*actions) {}
+
+QAction* QxRoiTreeViewMoreActions::addAction(const QString& text, Slot slot) {
+  auto* action = new QAction(text, this);
+  connect(action, &QAction::triggered, this, slot);
+  return action;
+}
+
+// --- When -----------------------------------------------------------------------------------------------------------
+
+bool QxRoiTreeViewMoreActions::canEdit() const {
+  const QxRoiTreeModel* model = actions_.model();
+  return model && model->roiModule() != QxRoiTreeModel::SELECTOR_MODULE;
+}
+
+Items QxRoiTreeViewMoreActions::selectedItems() const {
+  const QxRoiTreeModel* model = actions_.model();
+  return model ? hxroi::topmostItems(*model, actions_.selectedRows()) : Items();
+}
+
+void QxRoiTreeViewMoreActions::enableForSelection() {
+  const Items items = selectedItems();
+  const bool edits = canEdit() && !items.isEmpty();
+  const bool combines = edits && items.size() > 1 && areMasks(items);
+  intersectAction->setEnabled(combines);
+  exclusiveOrAction->setEnabled(combines);
+  deleteRowsAction->setEnabled(edits);
+  editColorsAction->setEnabled(edits && !withColor(items).isEmpty());
+  showOnlyAction->setEnabled(!items.isEmpty());
+  groupAction->setEnabled(edits && areMasks(items));
+}
+
+// --- What -----------------------------------------------------------------------------------------------------------
+
+void QxRoiTreeViewMoreActions::intersectSelectedRois() {
+  if (!canEdit()) return;
+  actions_.run([this](QxRoiTreeModel& model) {
+    hxroi::combine(model, actions_.currentIndex(), selectedItems(), hxroi::Combination::Intersection);
+  });
+}
+
+void QxRoiTreeViewMoreActions::exclusiveOrSelectedRois() {
+  if (!canEdit()) return;
+  actions_.run([this](QxRoiTreeModel& model) {
+    hxroi::combine(model, actions_.currentIndex(), selectedItems(), hxroi::Combination::ExclusiveOr);
+  });
+}
+
+void QxRoiTreeViewMoreActions::deleteSelectedRows() {
+  if (!canEdit()) return;
+  actions_.run([this](QxRoiTreeModel& model) { hxroi::removeItems(model, selectedItems()); });
+}
+
+void QxRoiTreeViewMoreActions::editSelectedColors() {
+  if (!canEdit()) return;
+  actions_.run([this](QxRoiTreeModel& model) {
+    const Items items = withColor(selectedItems());
+    if (items.isEmpty()) return;
+    const QColor former = items.front()->getColor();
+    const auto color = HxColorDialog::getColor(McColor(former.redF(), former.greenF(), former.blueF()), actions_.view(),
+                                               tr("Color of ROIs"));
+    // The dialog runs events: the rows may be others by now.
+    if (color && actions_.model() == &model) hxroi::recolor(model, withColor(selectedItems()), *color);
+  });
+}
+
+void QxRoiTreeViewMoreActions::showOnlySelectedRois() {
+  actions_.run([this](QxRoiTreeModel& model) {
+    if (model.roiModule() == QxRoiTreeModel::ROIS_MODULE) {
+      hxroi::showOnlyInSelectors(*model.getRoot()->getRois(), selectedItems());
+    } else {
+      hxroi::showOnly(model, selectedItems());
+    }
+  });
+  if (actions_.view()) actions_.view()->viewport()->update();
+}
+
+void QxRoiTreeViewMoreActions::groupSelectedRois() {
+  if (!canEdit()) return;
+  actions_.run([this](QxRoiTreeModel& model) {
+    const Items items = selectedItems();
+    if (items.isEmpty() || !areMasks(items)) return;
+    const QModelIndex group = model.indexFromTreeItem(hxroi::group(model, items));
+    if (!group.isValid() || !actions_.view()) return;
+    actions_.view()->selectionModel()->setCurrentIndex(group,
+                                                       QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+  });
+}
+
+// --- Keys -----------------------------------------------------------------------------------------------------------
+
+void QxRoiTreeViewMoreActions::addShortcuts() {
+  addShortcut(QKeySequence(Qt::Key_F2), &QxRoiTreeViewMoreActions::renameByKey);
+  addShortcut(QKeySequence(Qt::Key_Delete), &QxRoiTreeViewMoreActions::deleteSelectedRows);
+  addShortcut(QKeySequence(Qt::CTRL | Qt::Key_A), &QxRoiTreeViewMoreActions::selectAllRows);
+  addShortcut(QKeySequence(Qt::CTRL | Qt::Key_G), &QxRoiTreeViewMoreActions::groupSelectedRois);
+}
+
+void QxRoiTreeViewMoreActions::addShortcut(const QKeySequence& keys, Slot slot) {
+  if (!actions_.view()) return;
+  auto* action = new QAction(this);
+  action->setShortcut(keys);
+  action->setShortcutContext(Qt::WidgetShortcut);
+  connect(action, &QAction::triggered, this, slot);
+  actions_.view()->addAction(action);
+}
+
+void QxRoiTreeViewMoreActions::renameByKey() {
+  if (canEdit()) actions_.renameSelectedRoi();
+}
+
+/// Members of collapsed groups, too.
+void QxRoiTreeViewMoreActions::selectAllRows() {
+  const QxRoiTreeModel* model = actions_.model();
+  if (!model) return;
+  QItemSelection all;
+  const auto addRows = [&](const QModelIndex& parent) {
+    const int count = model->rowCount(parent);
+    if (count > 0) all.select(model->index(0, 0, parent), model->index(count - 1, 0, parent));
+  };
+  addRows({});
+  for (int row = 0; row < model->rowCount(); ++row) addRows(model->index(row, 0));
+  actions_.view()->selectionModel()->select(all, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+}
