@@ -20,6 +20,7 @@ class QxPortRoiTreeViewNotifier;
 class QxRoiTreeModel;
 class QxRoiTreeView;
 class QxRoiTreeViewActionSet;
+class QxRoiTreeViewMoreActions;
 
 namespace hxroi {
 class SetWatch;
@@ -100,6 +101,7 @@ public:
   QxRoiTreeView* view() const;
   /// Null before the first widget; it outlives its view.
   QxRoiTreeViewActionSet* actionSet() const;
+  QxRoiTreeViewMoreActions* moreActions() const;
   /// Shows what has changed in ROIs that stay in their places.
   void repaint();
   /// Pixels; also of widgets made later.
@@ -132,6 +134,7 @@ private:
   RoiModule roiModule_;
   bool ownsModel_;
   QxGuardedPtr<QxRoiTreeViewActionSet> actionSet_;
+  QxGuardedPtr<QxRoiTreeViewMoreActions> moreActions_;  ///< a child of the action set
   QxModelRoisSynchronizer* synchronizer_;
   int minimumHeight_ = 0;
 };

@@ -1,5 +1,6 @@
 #include <QCursor>
 #include <QHeaderView>
+#include <QLabel>
 #include <QMenu>
 
 #include "hxroi/HxPortRoiTreeView.h"
@@ -10,6 +11,7 @@
 #include "hxroi/internal/QxRoiTreeModel.h"
 #include "hxroi/internal/QxRoiTreeView.h"
 #include "hxroi/internal/QxRoiTreeViewActionSet.h"
+#include "hxroi/internal/QxRoiTreeViewMoreActions.h"
 #include "hxroi/internal/RoiTreeMenu.h"
 
 /// \file
@@ -33,6 +35,7 @@ void HxPortRoiTreeView::createWidget(QWidget* parent) {
   view_ = new QxRoiTreeView(frame());
   view_->setObjectName("tree");
   actionSet_ = new QxRoiTreeViewActionSet(view_);
+  moreActions_ = new QxRoiTreeViewMoreActions(actionSet_);
   view_->setItemDelegate(new QxRoiTreeItemDelegate(view_));
   setUpView();
   if (model_ && model_->getRoot()) {
@@ -41,6 +44,7 @@ void HxPortRoiTreeView::createWidget(QWidget* parent) {
     header->setStretchLastSection(true);
     header->setSectionResizeMode(0, QHeaderView::Interactive);
   }
+  if (auto* label = findWidget<QLabel>("label")) layout()->setAlignment(label, Qt::AlignTop);
   layout()->addWidget(view_, 1);
 }
 
@@ -57,6 +61,7 @@ void HxPortRoiTreeView::setUpView() {
   view_->setDragDropMode(QAbstractItemView::InternalMove);
   QObject::connect(view_, &QWidget::customContextMenuRequested, notifier_,
                    &QxPortRoiTreeViewNotifier::customContextMenuRequested);
+  moreActions_->addShortcuts();
 }
 
 /// The view as it is after a model was built.
@@ -94,6 +99,10 @@ QxRoiTreeView* HxPortRoiTreeView::view() const {
 
 QxRoiTreeViewActionSet* HxPortRoiTreeView::actionSet() const {
   return actionSet_;
+}
+
+QxRoiTreeViewMoreActions* HxPortRoiTreeView::moreActions() const {
+  return moreActions_;
 }
 
 void HxPortRoiTreeView::setMinimumHeight(int height) {
@@ -164,8 +173,12 @@ void HxPortRoiTreeView::treeContextMenu() {
   const QModelIndex place = view_->indexAt(view_->viewport()->mapFromGlobal(QCursor::pos()));
   if (!place.isValid()) return;
   RoiTreeMenu(*view_).prepare(*actionSet_, model_->getItem(place)->getName());
+  moreActions_->enableForSelection();
   const QxGuardedPtr<QMenu> menu = new QMenu(view_);
+  menu->setToolTipsVisible(true);
   RoiTreeMenu::fill(*menu, *actionSet_);
+  menu->addSeparator();
+  RoiTreeMenu::fill(*menu, *moreActions_);
   menu->exec(QCursor::pos());
   delete menu;
 }

@@ -8,6 +8,7 @@
 
 #include "hxroi/internal/QxRoiTreeModel.h"
 #include "hxroi/internal/QxRoiTreeViewActionSet.h"
+#include "hxroi/internal/QxRoiTreeViewMoreActions.h"
 
 namespace hxroi {
 
@@ -55,6 +56,14 @@ void RoiTreeMenu::fill(QMenu& menu, QxRoiTreeViewActionSet& actions) {
   menu.addActions({actions.mergeAction, actions.subtractAction, actions.invertAction, actions.splitAction});
   menu.addSeparator();
   menu.addAction(actions.newGroupAction);
+}
+
+void RoiTreeMenu::fill(QMenu& menu, QxRoiTreeViewMoreActions& actions) {
+  menu.addActions({actions.intersectAction, actions.exclusiveOrAction});
+  menu.addSeparator();
+  menu.addActions({actions.deleteRowsAction, actions.editColorsAction, actions.groupAction});
+  menu.addSeparator();
+  menu.addAction(actions.showOnlyAction);
 }
 
 }  // namespace hxroi

@@ -8,6 +8,7 @@ class QMenu;
 class QModelIndex;
 class QTreeView;
 class QxRoiTreeViewActionSet;
+class QxRoiTreeViewMoreActions;
 
 namespace hxroi {
 
@@ -24,6 +25,7 @@ public:
 
   /// Adds the actions in their order.
   static void fill(QMenu& menu, QxRoiTreeViewActionSet& actions);
+  static void fill(QMenu& menu, QxRoiTreeViewMoreActions& actions);
 
 private:
   int count_ = 0;

@@ -6,6 +6,7 @@
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/ports/detail/PortListWatch.h"
 #include "quarn/kernel/script/HxCommands.h"
 #include "quarn/kernel/script/detail/TclText.h"
 
@@ -14,6 +15,7 @@ MC_ROOT_CLASS_IMPL(HxPort)
 HxPort::HxPort(HxObject* owner, const QString& name, const QString& label)
     : owner_(owner), name_(name), label_(label), newFlags_(0xFFFFFFFFu) {
   owner_->ports_.push_back(this);
+  quarn::detail::PortListWatch::tell(owner_);
 }
 
 HxPort::~HxPort() {
@@ -22,6 +24,7 @@ HxPort::~HxPort() {
   if (owner_) std::erase(owner_->ports_, this);
   *alive_ = false;
   dropWidget();
+  quarn::detail::PortListWatch::tell(owner_);
 }
 
 void HxPort::getState(QString&) const {}
