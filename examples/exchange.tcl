@@ -20,9 +20,19 @@ $rois save $out/brain.seg.nrrd
 set names [load $out/brain.seg.nrrd -as back]
 puts "back: $names, [llength [back allMasks]] masks"
 if {[back allMasks] ne [$rois allMasks]} { error "other masks came back" }
-foreach name [back allMasks] {
-  if {[back getMaskBoundingBox $name] ne [$rois getMaskBoundingBox $name]} { error "$name came back elsewhere" }
+# Voxel by voxel: what a mask shares with the one of its name is all of both.
+create HxRoiOverlap overlap
+overlap data connect $rois
+overlap other connect back
+overlap doIt hit
+overlap fire
+set pairs [overlap getResult]
+set same 0
+for {set row 0} {$row < [$pairs getRowCount]} {incr row} {
+  if {[$pairs getCell $row a] eq [$pairs getCell $row b] && [$pairs getCell $row dice] == 1} { incr same }
 }
+if {$same != [llength [$rois allMasks]]} { error "only $same masks came back with the same voxels" }
+puts "$same masks came back with the same voxels"
 
 # One label for each voxel: masks that overlap must be wanted.
 create HxRoisToLabels labels
