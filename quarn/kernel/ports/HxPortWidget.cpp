@@ -4,6 +4,7 @@
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/ports/HxPort.h"
+#include "quarn/kernel/ports/detail/PortListWatch.h"
 
 /// \file
 /// How a port looks; the rest of it works without a window.
@@ -46,7 +47,11 @@ QHBoxLayout* HxPort::layout() const {
 
 void HxPort::setVisible(bool visible) {
   visible_ = visible;
-  if (frame_) frame_->setVisible(visible);
+  if (frame_) {
+    frame_->setVisible(visible);
+  } else if (visible) {
+    quarn::detail::PortListWatch::tell(owner_);
+  }
 }
 
 void HxPort::setLabel(const QString& label) {

@@ -13,10 +13,13 @@ void QxColorDialog::setDefaultColor(const McColor& color, float alpha) {
   QColor shown = HxColorDialog::toQt(color);
   if (alpha >= 0) shown.setAlphaF(alpha);
   setCurrentColor(shown);
+  default_ = color;
+  shown_ = currentColor().rgb();
 }
 
 McColor QxColorDialog::getColor() const {
   const QColor color = currentColor();
+  if (color.rgb() == shown_) return default_;
   return McColor(color.redF(), color.greenF(), color.blueF());
 }
 

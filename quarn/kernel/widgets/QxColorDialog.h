@@ -16,8 +16,12 @@ public:
   /// there is nothing to choose an opacity with.
   void setDefaultColor(const McColor& color, float alpha = -1);
 
-  /// The colour chosen last, or shown first.
+  /// The colour chosen last, or shown first; that comes back to the last bit, where choosing has 8 bits for each part.
   McColor getColor() const;
   /// 1 without a choice of opacities.
   float getAlpha() const;
+
+private:
+  McColor default_{1, 1, 1};
+  QRgb shown_ = 0;  ///< what the dialog made of it
 };

@@ -72,6 +72,8 @@ void QxPropertyArea::look() {
   // Making a widget may show that there are other ports by now.
   const std::vector<HxPort*> ports = object_->ports();
   for (HxPort* port : ports) {
+    // Of many ports most are hidden for ever.
+    if (!port->frame() && !port->isVisible()) continue;
     if (!port->frame()) port->createWidget(widget());
     if (port->frame() && port->frame()->parentWidget() == widget()) place(port->frame(), row++);
   }

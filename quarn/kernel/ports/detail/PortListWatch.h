@@ -6,8 +6,8 @@ class HxObject;
 
 namespace quarn::detail {
 
-/// Hears when an object gets or loses a port. A fresh port is not complete yet when it is told of, nor is one that
-/// goes: the answer is to look later. For the user-interface thread.
+/// Hears when an object gets or loses a port, or shows one that has no widget. A fresh port is not complete yet when it
+/// is told of, nor is one that goes: the answer is to look later. For the user-interface thread.
 class PortListWatch {
 public:
   /// `object` is not owned and may die before the watch ends.

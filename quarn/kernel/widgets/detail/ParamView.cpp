@@ -170,6 +170,7 @@ void ParamView::startEdit(QTreeWidgetItem* row, int column) {
   const ParamItem& item = *itemOf(row);
   if (item.isFixed() || (column != kName && !item.parameter())) return;
   if (column == kName && item.element.getFlag(HxParamBase::NameLocked)) return;
+  tree_->setCurrentItem(row, column);
   tree_->editItem(row, column);
 }
 
@@ -183,8 +184,7 @@ void ParamView::add(HxParamBase* (ParamDraft::*make)(HxParamBundle&)) {
   QTreeWidgetItem* item = addItem(bundle, *((*draft_).*make)(bundle), parent);
   if (parent) parent->setExpanded(true);
   showRefusal({});
-  tree_->setCurrentItem(item);
-  tree_->editItem(item, kName);
+  startEdit(item, kName);
 }
 
 void ParamView::removeCurrent() {
