@@ -14,6 +14,7 @@
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/voxora/labels/separateLabels.h"
+#include "quarn/voxora/tiles/MemoryBudget.h"
 #include "quarn/voxora/utilities/utilities.h"
 
 namespace hxroi {
@@ -98,6 +99,8 @@ void LabelConversion::makeMasks() {
   if (field_.voxelCount() == 0) return;
   const McVec3i size = HxRoisHelpers::gridOf(field_);
   const hxvoxora::TileGrid grid(toToolkit(size), hxvoxora::utilities::computeLDMTileSize(McDim3l(size)));
+  // Tiles are made before there is a mask, which would tell where those go that memory has no room for.
+  if (const std::string prefix = Mask::getTemporaryPrefix(); !prefix.empty()) hxvoxora::setSpillPrefix(prefix);
   auto contents = hxvoxora::separateLabels(field_.lattice().getLabels(), grid,
                                            [this](double) { return !progress_.isInterrupted(); });
   if (!contents) throw ConversionInterrupted();
