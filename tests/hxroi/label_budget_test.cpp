@@ -10,7 +10,7 @@ protected:
     // As in a process that has had no mask.
     hxvoxora::setSpillPrefix(std::string());
   }
-  ~LabelBudget() override { hxvoxora::setMemoryBudget(0); }
+  ~LabelBudget() override { hxvoxora::setMemoryBudget(former_); }
 
   /// 16 labels in stripes of a voxel, so that every tile of every label has bits of its own.
   static McHandle<HxUniformLabelField3> stripes(int size) {
@@ -19,6 +19,9 @@ protected:
     for (std::int64_t i = 0; i < field->voxelCount(); ++i) labels[i] = static_cast<std::uint8_t>(i % 16 + 1);
     return field;
   }
+
+private:
+  const std::size_t former_ = hxvoxora::memoryBudget();
 };
 
 TEST_F(LabelBudget, FirstMasksOfAProcessAreSpilled) {
