@@ -13,6 +13,7 @@
 #include "hxroi/detail/SaveStopped.h"
 #include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/detail/SetOrigin.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/detail/SetSave.h"
 #include "hxroi/detail/savedBytes.h"
 #include "hxroi/details/Group.h"
@@ -158,6 +159,7 @@ void HxRois::saveTo(const char* filename, bool flagA, bool flagB) {
 
   QuarnMesh mesh;
   mesh.parameters.copy(parameters);
+  hxroi::storePlace(*this, mesh.parameters);
   mesh.parameters.set(setfile::kContentType, setfile::kContentTypeValue);
   mesh.parameters.set(setfile::kMasksDirectory, directoryName);
   // Without ROIs the descriptions may be those of masks whose files are there already.
@@ -180,6 +182,7 @@ void HxRois::saveTo(const char* filename, bool flagA, bool flagB) {
 
   setLoadCmd(setfile::absoluteName(file));
   parameters.set(setfile::kMasksDirectory, directoryName);
+  hxroi::storePlace(*this, parameters);
   // First 0, so that touches not counted yet are not counted against what is saved now.
   HxData::setModified(0);
   if (!saver.isComplete()) {

@@ -111,7 +111,7 @@ std::optional<hxvoxora::TileSnapshot> HxRangeToLabels::region(const HxUniformSca
     throw hxException(tr("%1: \"mask\" must name one of the ROIs of %2.").arg(getLabel(), rois->getLabel()));
   if (!roi) throw hxException(tr("%1: there is no ROI \"%2\" in %3.").arg(getLabel(), name, rois->getLabel()));
   if (!rois->masks().empty()) rois->masks().front()->ensureCompatibleWith(field);
-  roitools::tellPlaces(hxconnection_cast<HxUniformScalarField3>(rois->portData), &field);
+  roitools::tellPlaces(roitools::placedGrid(*rois), roitools::placedGrid(&field));
   return roitools::contentOf(*roi);
 }
 

@@ -6,7 +6,6 @@
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxTable.h"
-#include "quarn/kernel/fields/HxUniformScalarField3.h"
 #include "quarn/kernel/objects/hxconnection_cast.h"
 #include "roitools/OverlapTable.h"
 #include "roitools/ShownProgress.h"
@@ -43,10 +42,7 @@ void HxRoiOverlap::compute() {
   const McHandle<HxRois> rois(hxconnection_cast<HxRois>(dataConnection));
   if (!rois) throw hxException(tr("%1: no ROI set is connected to \"data\".").arg(getLabel()));
   const McHandle<HxRois> other(hxconnection_cast<HxRois>(portOther));
-  if (other) {
-    roitools::tellPlaces(hxconnection_cast<HxUniformScalarField3>(rois->portData),
-                         hxconnection_cast<HxUniformScalarField3>(other->portData));
-  }
+  if (other) roitools::tellPlaces(roitools::placedGrid(*rois), roitools::placedGrid(*other));
   const McHandle<HxTable> table = resultTable(*this);
   {
     roitools::ShownProgress progress(tr("Counting shared voxels"));

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/Mask.h"
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/app/HxMessage.h"
@@ -137,6 +138,6 @@ void HxRoiSplit::compute() {
   rois->portData.disconnect();
   rois->removeAllRois();
   for (const McHandle<Mask>& piece : masks) rois->addRoi(piece.get());
-  rois->portData.connect(source->portData.source());
+  hxroi::copyPlace(*source, *rois);
   setResult(rois.get());
 }

@@ -1,8 +1,10 @@
 #include "roitools/HxRoiStatistics.h"
 
 #include <QCoreApplication>
+#include <optional>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/Mask.h"
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/app/HxMessage.h"
@@ -11,6 +13,7 @@
 #include "quarn/kernel/objects/hxconnection_cast.h"
 #include "roitools/RoiTable.h"
 #include "roitools/ShownProgress.h"
+#include "roitools/exchange/placeOfSet.h"
 #include "roitools/saveResult.h"
 #include "roitools/tellPlaces.h"
 
@@ -33,6 +36,14 @@ void ensureImageFits(const HxRois& rois, const HxUniformScalarField3* image) {
   if (image && !rois.masks().empty()) rois.masks().front()->ensureCompatibleWith(*image);
 }
 
+/// The image, or what tells where the set lies; null when nothing does.
+McHandle<HxRegScalarField3> placeToMeasure(const HxRois& rois, HxUniformScalarField3* image) {
+  if (image) return image;
+  if (auto* field = hxconnection_cast<HxUniformScalarField3>(rois.portData)) return field;
+  const std::optional<HxGeometry3> place = hxroi::placeOf(rois);
+  return place ? McHandle<HxRegScalarField3>(roitools::makePlace(*place).get()) : nullptr;
+}
+
 }  // namespace
 
 HxRoiStatistics::HxRoiStatistics()
@@ -47,10 +58,10 @@ void HxRoiStatistics::compute() {
   const auto* rois = hxconnection_cast<HxRois>(dataConnection);
   if (!rois) throw hxException(tr("%1: no ROI set is connected to \"data\".").arg(getLabel()));
 
-  const auto* image = hxconnection_cast<HxUniformScalarField3>(portImage);
+  auto* image = hxconnection_cast<HxUniformScalarField3>(portImage);
   ensureImageFits(*rois, image);
-  roitools::tellPlaces(hxconnection_cast<HxUniformScalarField3>(rois->portData), image);
-  const HxRegScalarField3* place = image ? image : hxconnection_cast<HxUniformScalarField3>(rois->portData);
+  roitools::tellPlaces(roitools::placedGrid(*rois), roitools::placedGrid(image));
+  const McHandle<HxRegScalarField3> place = placeToMeasure(*rois, image);
   if (!place) {
     const QString text = tr("No field is connected to %1 or to \"image\": volumes and world positions are left empty.");
     HxMessage::printf("%s", qUtf8Printable(text.arg(rois->getLabel())));
@@ -58,7 +69,7 @@ void HxRoiStatistics::compute() {
   const McHandle<HxTable> table = resultTable(*this);
   {
     const roitools::ShownProgress progress(tr("Measuring ROIs"));
-    roitools::fillRoiTable(*table, *rois, image, place, progress.display());
+    roitools::fillRoiTable(*table, *rois, image, place.get(), progress.display());
   }
   HxMessage::printf("%s", table->toText().c_str());
   setResult(table.get());

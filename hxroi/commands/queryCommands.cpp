@@ -1,11 +1,14 @@
 #include <QCoreApplication>
+#include <optional>
 #include <sstream>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/commands/SetCommand.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/Mask.h"
 #include "quarn/base/McBox3f.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/fields/geometryParameters.h"
 #include "quarn/kernel/script/HxCommands.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "quarn/voxora/utilities/utilities.h"
@@ -15,6 +18,22 @@ namespace hxroi::commands {
 
 using details::Mask;
 using details::Roi;
+
+namespace {
+
+/// The box of the set or, without a field, that of the place that it remembers.
+McBox3f boxOfSet(HxRois& rois) {
+  McBox3f box;
+  rois.getBoundingBox(box.data());
+  if (!box.isEmpty() || rois.masks().empty()) return box;
+  const McVec3i& grid = rois.dimensions();
+  if (const std::optional<HxGeometry3> place = placeOf(rois)) return boxOfLattice(*place, {grid.x, grid.y, grid.z});
+  console().printf("%s lies nowhere in the world: no field is connected to its \"data\"; the numbers mean nothing",
+                   qUtf8Printable(rois.getLabel()));
+  return box;
+}
+
+}  // namespace
 
 int getDimensions(const SetCommand& call) {
   if (call.rois.getNumberOfMasks() == 0) return refused("Can not query roi dimension with no masks inserted.");
@@ -31,9 +50,7 @@ int getMaskBoundingBox(const SetCommand& call) {
     console().printf("no such mask %s", call.argv[2]);
     return TCL_ERROR;
   }
-  McBox3f dataBox;
-  call.rois.getBoundingBox(dataBox.data());
-  const McBox3f box = mask->getBoundingBox(dataBox);
+  const McBox3f box = mask->getBoundingBox(boxOfSet(call.rois));
   for (int i = 0; i < 6; ++i) Tcl_VaAppendElement(call.interp, "%f", static_cast<double>(box[i]));
   return TCL_OK;
 }

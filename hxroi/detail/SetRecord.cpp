@@ -12,6 +12,7 @@
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/RoiDescription.h"
 #include "hxroi/detail/SetFileLayout.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "quarn/base/McColor.h"
@@ -175,7 +176,9 @@ QuarnMesh of(const HxRois& rois) {
   QuarnMesh mesh;
   mesh.parameters.set(setfile::kContentType, kContentType);
   mesh.parameters.set(kLabel, rois.getLabel().toStdString());
-  mesh.parameters.getBundle(kParameters, true)->copy(rois.parameters);
+  HxParamBundle& parameters = *mesh.parameters.getBundle(kParameters, true);
+  parameters.copy(rois.parameters);
+  storePlace(rois, parameters);
   HxParamBundle& bundles = *mesh.parameters.getBundle(setfile::kRois, true);
   for (const auto& roi : rois) {
     if (const auto* mask = dynamic_cast<const Mask*>(roi.get())) bundles.insert(describe(*mask));

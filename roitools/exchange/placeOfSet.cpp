@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/SetPlace.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
@@ -23,24 +24,25 @@ McDim3l dimensionsOf(const McVec3i& grid) {
 }
 
 HxUniformScalarField3* findField(const ReadSet& read) {
-  const McHandle<HxUniformScalarField3> place = makePlace(read.geometry);
   for (const McHandle<HxObject>& object : HxObjectPool::instance().objects()) {
     auto* const field = dynamic_cast<HxUniformScalarField3*>(object.get());
-    if (field && field->latticeDimensions() == dimensionsOf(read.grid) && isSamePlace(*field, *place)) return field;
+    if (field && field->latticeDimensions() == dimensionsOf(read.grid) &&
+        isSamePlace(field->latticeDimensions(), field->geometry(), read.geometry))
+      return field;
   }
   return nullptr;
 }
 
 }  // namespace
 
-bool isSamePlace(const HxUniformScalarField3& field, const HxUniformScalarField3& other) {
-  const McDim3l size = field.latticeDimensions();
-  const HxGeometry3 geometry = field.geometry();
+bool isSamePlace(const McDim3l& grid, const HxGeometry3& geometry, const HxGeometry3& other) {
+  const McHandle<HxUniformScalarField3> first = makePlace(geometry);
+  const McHandle<HxUniformScalarField3> second = makePlace(other);
   const double voxel = std::min({geometry.voxelSize[0], geometry.voxelSize[1], geometry.voxelSize[2]});
   for (int corner = 0; corner < 8; ++corner) {
-    const auto at = [&](int axis) { return (corner >> axis & 1) != 0 ? static_cast<double>(size[axis] - 1) : 0.0; };
-    const auto a = field.voxelToWorld(at(0), at(1), at(2));
-    const auto b = other.voxelToWorld(at(0), at(1), at(2));
+    const auto at = [&](int axis) { return (corner >> axis & 1) != 0 ? static_cast<double>(grid[axis] - 1) : 0.0; };
+    const auto a = first->voxelToWorld(at(0), at(1), at(2));
+    const auto b = second->voxelToWorld(at(0), at(1), at(2));
     if (!(std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]) <= tolerance * voxel)) return false;
   }
   return true;
@@ -53,9 +55,10 @@ McHandle<HxUniformScalarField3> makePlace(const HxGeometry3& geometry) {
 }
 
 HxGeometry3 geometryToWrite(const HxRois& rois, const QString& target) {
-  if (const auto* const field = hxconnection_cast<HxUniformScalarField3>(rois.portData)) return field->geometry();
+  if (const std::optional<HxGeometry3> place = hxroi::placeOf(rois)) return *place;
   HxMessage::printf(
-      "%s: no field is connected to \"data\" of %s: its voxels are taken to be of 1 mm, the first at the origin",
+      "%s: no field is connected to \"data\" of %s, and it remembers no place: its voxels are taken to be of 1 mm, the "
+      "first at the origin",
       McException::excerpt(target.toStdString()).c_str(), qUtf8Printable(rois.getLabel()));
   return {};
 }
@@ -87,8 +90,8 @@ void connectToPlace(const ReadSet& read, const QString& name, const QString& fil
       HxData::registerData(made, name + QStringLiteral("-grid"));
       field = made.get();
     } catch (const McException& failure) {
-      HxMessage::printf("%s. The set lies nowhere in the world until a field is connected to its \"data\".",
-                        failure.what());
+      hxroi::storePlace(read.geometry, dimensionsOf(read.grid), read.rois->parameters);
+      HxMessage::printf("%s. The set itself remembers where it lies.", failure.what());
       return;
     }
   }

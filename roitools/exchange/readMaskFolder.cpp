@@ -129,7 +129,7 @@ public:
       return;
     }
     const McDim3l size(read_.grid.x, read_.grid.y, read_.grid.z);
-    if (image.latticeDimensions() != size || !isSamePlace(image, *first_))
+    if (image.latticeDimensions() != size || !isSamePlace(size, image.geometry(), first_->geometry()))
       refuse(file, "has another grid, or lies elsewhere, than " + McException::excerpt(firstFile_.toStdString()));
   }
 

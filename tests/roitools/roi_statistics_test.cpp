@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/BoxProxy.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
@@ -92,6 +93,19 @@ TEST_F(RoiStatistics, LeaveVolumeAndPositionEmptyWithoutAField) {
   EXPECT_EQ(cell(*table, 0, "color"), Cell(std::string("1 0.5 0")));
   EXPECT_EQ(table->findColumn("mean"), -1);
   EXPECT_NE(messages_.consoleText().find("volumes and world positions are left empty"), std::string::npos);
+}
+
+TEST_F(RoiStatistics, MeasureInThePlaceThatTheSetRemembers) {
+  rois_->addRoi(newMask("Bone", McVec3i(2, 3, 4), McVec3i(3, 2, 1)));
+  const McVec3i& grid = rois_->dimensions();
+  hxroi::storePlace(HxGeometry3{{10, 20, 30}, {2, 1, 0.5}}, {grid.x, grid.y, grid.z}, rois_->parameters);
+  const HxTable* table = run();
+  ASSERT_TRUE(table);
+  EXPECT_EQ(cell(*table, 0, "volume_mm3"), Cell(6.0));
+  EXPECT_EQ(cell(*table, 0, "centroid_x"), Cell(16.0));
+  EXPECT_EQ(cell(*table, 0, "centroid_y"), Cell(23.5));
+  EXPECT_EQ(cell(*table, 0, "centroid_z"), Cell(32.0));
+  EXPECT_EQ(messages_.consoleText().find("left empty"), std::string::npos);
 }
 
 TEST_F(RoiStatistics, MeasureInTheWorldWithAnImage) {

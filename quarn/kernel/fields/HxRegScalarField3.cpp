@@ -2,51 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
-#include "quarn/base/McException.h"
-#include "quarn/kernel/params/HxParameter.h"
+#include "quarn/kernel/fields/geometryParameters.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxRegScalarField3, HxData)
 
 namespace {
-
-template <std::size_t n>
-void requireFinite(const char* what, const std::array<double, n>& numbers) {
-  for (const double number : numbers) {
-    if (!std::isfinite(number)) {
-      throw McException(std::string("Geometry: ") + what + " must be finite, not " + HxParameter::printReal(number) +
-                        ".");
-    }
-  }
-}
-
-void check(const HxGeometry3& geometry) {
-  requireFinite("Origin", geometry.origin);
-  requireFinite("VoxelSize", geometry.voxelSize);
-  requireFinite("Direction", geometry.direction);
-  for (const double size : geometry.voxelSize) {
-    if (size <= 0) throw McException("Geometry: VoxelSize must be positive, not " + HxParameter::printReal(size) + ".");
-  }
-}
-
-template <std::size_t n>
-bool findNumbers(const HxParamBundle& bundle, const char* name, std::array<double, n>& numbers) {
-  std::vector<double> reals;
-  if (!bundle.findReals(name, reals) || reals.size() != n) return false;
-  std::copy(reals.begin(), reals.end(), numbers.begin());
-  return true;
-}
-
-template <std::size_t n>
-void setNumbers(HxParamBundle& bundle, const char* name, const std::array<double, n>& numbers) {
-  bundle.set(name, std::vector<double>(numbers.begin(), numbers.end()));
-}
-
-void write(const HxGeometry3& geometry, HxParamBundle& bundle) {
-  setNumbers(bundle, "Origin", geometry.origin);
-  setNumbers(bundle, "VoxelSize", geometry.voxelSize);
-  setNumbers(bundle, "Direction", geometry.direction);
-}
 
 /// Origin and voxel size of a lattice in a box; the direction is left alone.
 void fitInto(const McBox3f& box, const McDim3l& dimensions, HxGeometry3& geometry) {
@@ -56,18 +18,6 @@ void fitInto(const McBox3f& box, const McDim3l& dimensions, HxGeometry3& geometr
     geometry.origin[static_cast<std::size_t>(axis)] = box[2 * axis];
     geometry.voxelSize[static_cast<std::size_t>(axis)] = extent > 0 ? extent / steps : 1;
   }
-}
-
-McBox3f boxOf(const HxGeometry3& geometry, const McDim3l& dimensions) {
-  McBox3f box;
-  for (int axis = 0; axis < 3; ++axis) {
-    const auto i = static_cast<std::size_t>(axis);
-    // A single voxel gets a box of its own size, from which the size can be read back.
-    const auto steps = static_cast<double>(std::max<std::int64_t>(dimensions[axis] - 1, 1));
-    box[2 * axis] = static_cast<float>(geometry.origin[i]);
-    box[2 * axis + 1] = static_cast<float>(geometry.origin[i] + steps * geometry.voxelSize[i]);
-  }
-  return box;
 }
 
 double determinant(const std::array<double, 9>& m) {
@@ -84,10 +34,10 @@ void HxRegScalarField3::getBoundingBox(float box[6]) {
 
 void HxRegScalarField3::setBoundingBox(const McBox3f& box) {
   box_ = box;
-  HxGeometry3 geometry;
-  if (box.isEmpty() || !readGeometry(geometry)) return;
-  fitInto(box, latticeDimensions(), geometry);
-  write(geometry, *parameters.getBundle("Geometry"));
+  std::optional<HxGeometry3> geometry = findGeometry(parameters);
+  if (box.isEmpty() || !geometry) return;
+  fitInto(box, latticeDimensions(), *geometry);
+  storeGeometry(*geometry, parameters);
 }
 
 void HxRegScalarField3::setBoundingBox(const float box[6]) {
@@ -95,21 +45,14 @@ void HxRegScalarField3::setBoundingBox(const float box[6]) {
 }
 
 void HxRegScalarField3::setGeometry(const HxGeometry3& geometry) {
-  check(geometry);
-  box_ = boxOf(geometry, latticeDimensions());
-  write(geometry, *parameters.getBundle("Geometry"));
-}
-
-bool HxRegScalarField3::readGeometry(HxGeometry3& geometry) const {
-  const HxParamBundle* bundle = parameters.getBundle("Geometry");
-  return bundle && findNumbers(*bundle, "Origin", geometry.origin) &&
-         findNumbers(*bundle, "VoxelSize", geometry.voxelSize) && findNumbers(*bundle, "Direction", geometry.direction);
+  requireSoundGeometry(geometry);
+  box_ = boxOfLattice(geometry, latticeDimensions());
+  storeGeometry(geometry, parameters);
 }
 
 HxGeometry3 HxRegScalarField3::geometry() const {
+  if (const auto stored = findGeometry(parameters)) return *stored;
   HxGeometry3 geometry;
-  if (readGeometry(geometry)) return geometry;
-  geometry = HxGeometry3();
   if (!box_.isEmpty()) fitInto(box_, latticeDimensions(), geometry);
   return geometry;
 }

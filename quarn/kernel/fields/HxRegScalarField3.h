@@ -44,7 +44,5 @@ protected:
   ~HxRegScalarField3() override;
 
 private:
-  bool readGeometry(HxGeometry3& geometry) const;
-
   McBox3f box_;
 };
