@@ -6,6 +6,9 @@
 #include <span>
 
 #include "quarn/base/McException.h"
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/fields/soundLattice.h"
+#include "quarn/kernel/io/nrrdPlace.h"
 #include "quarn/voxora/files/FileSystem.h"
 #include "quarn/voxora/files/byteCodec.h"
 
@@ -66,37 +69,47 @@ void LayeredImage::readAxes() {
 }
 
 void LayeredImage::openData() {
-  using Encoding = NrrdHeader::Encoding;
-  if (header_.encoding != Encoding::raw && header_.encoding != Encoding::gzip)
-    refuse(file_, "field \"encoding\": only raw and gzip can be read");
-  if (header_.lineSkip != 0) refuseField("line skip", "only 0 can be read", std::to_string(header_.lineSkip));
-  dataFile_ = header_.dataPath(file_);
-  FileSystem& files = FileSystem::current();
-  const std::string path = QFile::encodeName(dataFile_).toStdString();
-  if (!header_.dataFile.empty() && files.kind(path) != hxvoxora::FileKind::regular)
-    refuse(dataFile_, "the data file is missing, or is not a regular file");
-  requireBytes(files.openForReading(path, FileSystem::Links::follow)->identity().size);
-  const bool isPacked = header_.encoding == Encoding::gzip;
-  std::uint64_t offset = header_.dataOffset;
-  if (header_.byteSkip < 0)
-    offset = files.openForReading(path, FileSystem::Links::follow)->identity().size -
-             static_cast<std::uint64_t>(header_.dataBytes());
-  data_ = std::make_unique<ByteStream>(dataFile_, offset, isPacked ? ByteStream::Form::gzip : ByteStream::Form::plain);
-  if (header_.byteSkip > 0) data_->skip(header_.byteSkip);
+  const quarn::NrrdData place = quarn::NrrdData::find(header_, file_);
+  dataFile_ = place.file;
+  isByteSwapped_ = place.isByteSwapped;
+  requireBytes(place);
+  data_ = std::make_unique<ByteStream>(place.file, place.offset, place.form);
+  data_->skip(place.skip);
 }
 
-/// Whether `stored` bytes, those of the data file, may hold the data.
-void LayeredImage::requireBytes(std::uint64_t stored) const {
-  const std::uint64_t header = std::min(stored, header_.dataOffset);
+/// Whether the data file may hold the data.
+void LayeredImage::requireBytes(const quarn::NrrdData& place) const {
+  const std::string path = QFile::encodeName(place.file).toStdString();
+  FileSystem& files = FileSystem::current();
+  const std::uint64_t stored = files.openForReading(path, FileSystem::Links::follow)->identity().size;
+  const std::uint64_t header = std::min(stored, place.offset);
   const std::uint64_t available = stored - header;
-  const auto needed = static_cast<std::uint64_t>(header_.dataBytes()) +
-                      static_cast<std::uint64_t>(std::max<std::int64_t>(header_.byteSkip, 0));
-  if (header_.encoding == NrrdHeader::Encoding::raw && available < needed)
+  const auto needed = static_cast<std::uint64_t>(header_.dataBytes()) + static_cast<std::uint64_t>(place.skip);
+  if (place.form == ByteStream::Form::plain && available < needed)
     refuse(dataFile_, "is cut: it holds " + std::to_string(available) + " bytes of data, the header asks for " +
                           std::to_string(needed));
   if (needed / hxvoxora::mostBytesPerPackedByte > available)
     refuse(dataFile_, "is cut: its " + std::to_string(available) + " packed bytes cannot hold the " +
                           std::to_string(needed) + " that the header asks for");
+}
+
+HxGeometry3 LayeredImage::geometry() const {
+  const std::size_t axes = header_.sizes.size();
+  const quarn::NrrdPlace place = quarn::nrrdPlace(header_, {axes - 3, axes - 2, axes - 1}, file_);
+  const std::string file = McException::excerpt(file_.toStdString());
+  if (!place.hasOrigin)
+    HxMessage::printf(
+        place.hasVoxelSize
+            ? "%s: does not tell where it lies; its first voxel is taken to be at the origin"
+            : "%s: does not tell where it lies; its voxels are taken to be of 1 mm, the first at the origin",
+        file.c_str());
+  else if (!place.hasVoxelSize)
+    HxMessage::printf("%s: does not tell how large its voxels are; they are taken to be of 1 mm", file.c_str());
+  if (!header_.space.empty() && !place.isOfPatient)
+    HxMessage::printf("%s: its space \"%s\" tells nothing of the patient; it is taken for left-posterior-superior",
+                      file.c_str(), header_.space.c_str());
+  if (!quarn::isPerpendicular(place.geometry)) HxMessage::printf("%s: its axes are not perpendicular", file.c_str());
+  return place.geometry;
 }
 
 Slabs::Slab LayeredImage::next() {
@@ -108,7 +121,7 @@ Slabs::Slab LayeredImage::next() {
   bytes_.resize(static_cast<std::size_t>(slab.bytes));
   if (data_->read(bytes_) < bytes_.size())
     refuse(dataFile_, "is cut: its data end in slice " + std::to_string(slab.z) + " of " + std::to_string(grid_.z));
-  if (header_.endian == NrrdHeader::Endian::big) swapBytes();
+  if (isByteSwapped_) swapBytes();
   return slab;
 }
 

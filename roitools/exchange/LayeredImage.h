@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "quarn/base/McVec3i.h"
+#include "quarn/kernel/fields/HxGeometry3.h"
 #include "quarn/kernel/io/ByteStream.h"
+#include "quarn/kernel/io/NrrdData.h"
 #include "quarn/kernel/io/NrrdHeader.h"
 #include "roitools/exchange/Slabs.h"
 #include "roitools/export.h"
@@ -23,6 +25,9 @@ public:
 
   const quarn::NrrdHeader& header() const { return header_; }
   const McVec3i& grid() const { return grid_; }
+  /// Where the grid lies. What the file does not say, or says in a space that is none of the patient, is told on the
+  /// console, and so are axes that are not perpendicular. Throws McException naming the file and what no lattice has.
+  HxGeometry3 geometry() const;
   std::int64_t layerCount() const { return layerCount_; }
 
   /// The next piece of the image, or none behind the last, whose end is checked then. Throws McException when the data
@@ -38,7 +43,7 @@ private:
   void requireLabels() const;
   void readAxes();
   void openData();
-  void requireBytes(std::uint64_t stored) const;
+  void requireBytes(const quarn::NrrdData& place) const;
   void requireEnd();
   void swapBytes();
   template <class T, class Visitor>
@@ -53,6 +58,7 @@ private:
   McVec3i grid_;
   std::int64_t layerCount_ = 1;
   std::unique_ptr<quarn::ByteStream> data_;
+  bool isByteSwapped_ = false;
   std::unique_ptr<Slabs> slabs_;
   std::vector<std::byte> bytes_;  ///< of the present piece
 };

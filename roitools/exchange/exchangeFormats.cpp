@@ -11,8 +11,8 @@
 #include "roitools/exchange/ExchangedSet.h"
 #include "roitools/exchange/LayeredImage.h"
 #include "roitools/exchange/MaskTable.h"
+#include "roitools/exchange/NewFolder.h"
 #include "roitools/exchange/maskFolder.h"
-#include "roitools/exchange/nrrdGeometry.h"
 #include "roitools/exchange/placeOfSet.h"
 #include "roitools/exchange/readSegmentation.h"
 #include "roitools/exchange/saveSegmentation.h"
@@ -55,7 +55,7 @@ int loadSegmentation(const QString& file, const HxLoadOptions& options) {
                       ": of the options only -as, -values, and -kind scalar for its grid alone, are for segmentations");
   if (options.kind == QLatin1String("scalar")) {
     const LayeredImage image(file);
-    const McHandle<HxUniformScalarField3> grid = makeGridField(image.grid(), geometryOf(image.header(), file), file);
+    const McHandle<HxUniformScalarField3> grid = makeGridField(image.grid(), image.geometry(), file);
     HxData::registerData(grid, name);
     return 1;
   }
@@ -81,6 +81,7 @@ int loadMaskFolder(const QString& file, const HxLoadOptions& options) {
     HxData::registerData(makeGridField(read.grid, read.geometry, file), name);
     return 1;
   }
+  NewFolder::removeAbandoned(QFileInfo(file).absolutePath());
   registerSet(readMaskFolder(file), name, file, options);
   return 1;
 }
@@ -111,6 +112,7 @@ void registerExchangeFormats() {
   types.registerReader(segmentationLabel, {segmentationSuffix(), QStringLiteral(".seg.nhdr")}, &loadSegmentation);
   types.registerSaver(setClass, segmentationLabel, segmentationSuffix(), &storeSegmentation);
   types.registerReader(folderLabel, {MaskTable::suffix()}, &loadMaskFolder);
+  types.registerFolderIndex(MaskTable::suffix());
   types.registerSaver(setClass, niftiMasks, folderSuffix, &storeNiftiMasks);
   types.registerSaver(setClass, nrrdMasks, folderSuffix, &storeNrrdMasks);
 }

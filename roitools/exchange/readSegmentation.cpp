@@ -23,7 +23,6 @@
 #include "roitools/exchange/LayeredImage.h"
 #include "roitools/exchange/MaskFiller.h"
 #include "roitools/exchange/SegmentTable.h"
-#include "roitools/exchange/nrrdGeometry.h"
 
 namespace roitools {
 
@@ -99,7 +98,7 @@ public:
       : file_(file),
         options_(options),
         image_(file),
-        geometry_(geometryOf(image_.header(), file)),
+        geometry_(image_.geometry()),
         table_(SegmentTable::parse(image_.header(), image_.layerCount(), file)),
         isOpen_(table_.segments.empty()) {
     for (const Segment& segment : table_.segments)

@@ -1,8 +1,6 @@
-#include <QFile>
 #include <QFileInfo>
 #include <new>
 #include <set>
-#include <span>
 #include <vector>
 
 #include "hxroi/HxRois.h"
@@ -10,20 +8,16 @@
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/io/HxFileTypes.h"
-#include "quarn/voxora/files/FileSystem.h"
-#include "quarn/voxora/files/fileSetParts.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "roitools/exchange/ExchangedSet.h"
 #include "roitools/exchange/LabelImage.h"
 #include "roitools/exchange/MaskTable.h"
+#include "roitools/exchange/NewFolder.h"
 #include "roitools/exchange/maskFolder.h"
 #include "roitools/exchange/placeOfSet.h"
 #include "roitools/exchange/sharedVoxels.h"
 
 namespace roitools {
-
-using hxvoxora::FileKind;
-using hxvoxora::FileSystem;
 
 namespace {
 
@@ -34,57 +28,6 @@ std::string utf8(const std::string& latin1) {
 [[noreturn]] void refuse(const QString& file, const std::string& what) {
   throw McException(McException::excerpt(file.toStdString()) + ": " + what);
 }
-
-/// A folder that is filled beside its place until commit() gives it its name, or else is removed.
-class NewFolder {
-public:
-  explicit NewFolder(const QString& folder)
-      : files_(FileSystem::current()),
-        path_(folder),
-        parent_(QFileInfo(folder).path()),
-        newPath_(folder + QStringLiteral("~%1").arg(hxvoxora::drawGeneration(), 16, 16, QLatin1Char('0'))) {
-    const FileKind kind = files_.kind(encoded(path_));
-    if (kind != FileKind::missing && (kind != FileKind::directory || !files_.list(encoded(path_)).empty()))
-      refuse(path_, "exists and is not an empty folder; remove it first, or take another name");
-    files_.createDirectory(encoded(newPath_), FileSystem::Access::byMask);
-    isMade_ = true;
-  }
-
-  ~NewFolder() {
-    if (!isMade_) return;
-    try {
-      for (const std::string& name : files_.list(encoded(newPath_))) files_.remove(encoded(newPath_) + "/" + name);
-      files_.removeDirectory(encoded(newPath_));
-    } catch (const std::exception& failure) {
-      HxMessage::printf("A temporary folder was left: %s", failure.what());
-    }
-  }
-  NewFolder(const NewFolder&) = delete;
-  NewFolder& operator=(const NewFolder&) = delete;
-
-  QString file(const QString& name) const { return newPath_ + QLatin1Char('/') + name; }
-
-  void write(const QString& name, const QByteArray& content) const {
-    const auto file = files_.createExclusively(encoded(this->file(name)), FileSystem::Access::byMask);
-    file->append(std::as_bytes(std::span(content.constData(), static_cast<std::size_t>(content.size()))));
-    file->sync();
-    file->close();
-  }
-
-  void commit() {
-    files_.syncDirectory(encoded(newPath_));
-    files_.rename(encoded(newPath_), encoded(path_));
-    isMade_ = false;
-    files_.syncDirectory(encoded(parent_));
-  }
-
-private:
-  static std::string encoded(const QString& path) { return QFile::encodeName(path).toStdString(); }
-
-  FileSystem& files_;
-  const QString path_, parent_, newPath_;
-  bool isMade_ = false;
-};
 
 /// Names of files that are told apart by every file system, also by those that do not know upper from lower case, and
 /// are not too long for any; the table tells whose they are.

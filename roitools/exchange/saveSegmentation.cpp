@@ -14,12 +14,12 @@
 #include "quarn/kernel/io/FileReplacement.h"
 #include "quarn/kernel/io/GzipWriter.h"
 #include "quarn/kernel/io/NrrdHeader.h"
+#include "quarn/kernel/io/nrrdPlace.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "roitools/ShownProgress.h"
 #include "roitools/exchange/ExchangedSet.h"
 #include "roitools/exchange/SegmentTable.h"
 #include "roitools/exchange/Slabs.h"
-#include "roitools/exchange/nrrdGeometry.h"
 #include "roitools/exchange/placeOfSet.h"
 #include "roitools/exchange/sharedVoxels.h"
 
@@ -67,7 +67,7 @@ struct Writing {
       header.sizes.push_back(grid[axis]);
       header.kinds.emplace_back("domain");
     }
-    setGeometry(header, geometry, listAxes);
+    quarn::setNrrdPlace(header, geometry, listAxes);
     table.write(header, contents);
     return header;
   }

@@ -12,10 +12,10 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/formats/detail/fault.h"
-#include "quarn/formats/detail/soundGeometry.h"
 #include "quarn/formats/detail/stackOrder.h"
 #include "quarn/formats/detail/voxelBytes.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/fields/soundLattice.h"
 #include "quarn/voxora/files/FileSystem.h"
 
 namespace quarn::formats::detail {
@@ -142,7 +142,7 @@ DicomSeries::DicomSeries(DicomSeries&& other) noexcept : slices_(std::move(other
 DicomSeries::DicomSeries(const QString& place, std::vector<DicomSlice> slices) : slices_(std::move(slices)) {
   for (const DicomSlice& slice : slices_) requireAlike(place, slices_.front(), slice);
   description_.geometry = sortIntoStack(place, slices_);
-  requireSoundGeometry(description_.geometry, place);
+  requirePerpendicularLattice(description_.geometry, place);
   const DicomSlice& first = slices_.front();
   description_.dimensions = {first.columns, first.rows, static_cast<std::int64_t>(slices_.size())};
   description_.kind = commonKind(slices_);

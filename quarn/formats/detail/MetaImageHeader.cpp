@@ -4,8 +4,8 @@
 #include <initializer_list>
 
 #include "quarn/formats/detail/MetaImageElements.h"
-#include "quarn/formats/detail/soundGeometry.h"
 #include "quarn/formats/detail/voxelBytes.h"
+#include "quarn/kernel/fields/soundLattice.h"
 
 namespace quarn::formats::detail {
 
@@ -117,7 +117,7 @@ MetaImageHeader MetaImageHeader::parse(std::string_view bytes, const QString& fi
   header.image.dimensions = parseDimensions(elements, file);
   voxelBytes(header.image.dimensions, header.image.kind, file);
   header.image.geometry = parseGeometry(elements);
-  requireSoundGeometry(header.image.geometry, file);
+  requirePerpendicularLattice(header.image.geometry, file);
   if (!elements.isTrue("BinaryData", true))
     elements.refuseValue("BinaryData", QStringLiteral("numbers that are written out are not read"));
   header.isBigEndian = elements.isTrue(firstOf(elements, {"BinaryDataByteOrderMSB", "ElementByteOrderMSB"}), false);

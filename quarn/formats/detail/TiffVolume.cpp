@@ -11,8 +11,8 @@
 
 #include "quarn/formats/detail/RawVoxels.h"
 #include "quarn/formats/detail/fault.h"
-#include "quarn/formats/detail/soundGeometry.h"
 #include "quarn/formats/detail/voxelBytes.h"
+#include "quarn/kernel/fields/soundLattice.h"
 
 namespace quarn::formats::detail {
 
@@ -143,7 +143,7 @@ TiffVolume::TiffVolume(const QString& file, const Progress& progress) : tiff_(fi
   });
   if (nz == 0) refuse(file, QStringLiteral("has no page that is an image of its own"));
   requireOneSeries();
-  requireSoundGeometry(description_.geometry, file);
+  requirePerpendicularLattice(description_.geometry, file);
   const std::int64_t bytes = voxelBytes(dimensions(), kind(), file);
   const std::int64_t available = lengthOf(file);
   if (isCompressed_) {

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "quarn/formats/detail/fault.h"
-#include "quarn/formats/detail/soundGeometry.h"
+#include "quarn/kernel/fields/soundLattice.h"
 
 namespace quarn::formats::detail {
 
@@ -130,7 +130,7 @@ HxGeometry3 parseNiftiGeometry(const NiftiFields& fields, const QString& file) {
   const bool usesMatrix = hasMatrix && (isPerpendicular(geometry) || !hasQuaternion);
   if (!usesMatrix)
     geometry = toGeometry(hasQuaternion ? ofQuaternion(fields, file) : withoutPlace(fields, file), millimetres);
-  requireSoundGeometry(geometry, file);
+  requirePerpendicularLattice(geometry, file);
   return geometry;
 }
 

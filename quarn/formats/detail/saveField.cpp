@@ -10,8 +10,8 @@
 
 #include "quarn/formats/detail/ImageProgress.h"
 #include "quarn/formats/detail/fault.h"
-#include "quarn/formats/detail/soundGeometry.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/fields/soundLattice.h"
 #include "quarn/kernel/io/FileReplacement.h"
 #include "quarn/kernel/io/GzipWriter.h"
 #include "quarn/kernel/params/HxParamBundle.h"
@@ -26,7 +26,7 @@ constexpr std::size_t slabBytes = std::size_t{4} * 1024 * 1024;
 /// Refuses what could be written and never read again.
 void requireReadable(const HxUniformScalarField3& field, const QString& file) {
   if (field.voxelCount() == 0) refuse(file, QStringLiteral("cannot hold a field without voxels"));
-  requireSoundGeometry(field.geometry(), file);
+  requirePerpendicularLattice(field.geometry(), file);
 }
 
 std::span<const std::byte> bytesOf(const HxUniformScalarField3& field) {

@@ -95,6 +95,10 @@ void HxFileTypes::registerFolderReader(const QString& label, HxFileReader reader
   folderReader_ = {label, {}, std::move(reader), nullptr};
 }
 
+void HxFileTypes::registerFolderIndex(const QString& suffix) {
+  folderIndexes_.append(suffix);
+}
+
 void HxFileTypes::registerNetworkLoader(const QString& label, const QString& suffix, HxNetworkLoader loader) {
   requireFreeSuffixes(label, {suffix});
   readers_.push_back({label, {suffix}, nullptr, std::move(loader)});
@@ -107,6 +111,9 @@ void HxFileTypes::requireFreeSuffixes(const QString& label, const QStringList& s
 }
 
 void HxFileTypes::unregisterReader(const QString& label) {
+  for (const ReaderEntry& entry : readers_)
+    if (entry.label == label)
+      for (const QString& suffix : entry.suffixes) folderIndexes_.removeAll(suffix);
   std::erase_if(readers_, [&](const ReaderEntry& entry) { return entry.label == label; });
   if (folderReader_.label == label) folderReader_ = {};
 }
@@ -136,6 +143,7 @@ void HxFileTypes::unregisterSaver(const QString& className, const QString& forma
 }
 
 QStringList HxFileTypes::load(const QString& file, const HxLoadOptions& options) {
+  if (const QString index = folderIndex(file); !index.isEmpty()) return load(index, options);
   const bool isFolder = folderReader_.read && QFileInfo(file).isDir();
   if (!isFolder) HxFileHelpers::requireReadable(file);
   if (const ReaderEntry* entry = findReader(file); !isFolder && entry && entry->loadNetwork) {
@@ -163,6 +171,22 @@ QStringList HxFileTypes::load(const QString& file, const HxLoadOptions& options)
   arrivals.undo();
   const std::optional<std::string> said = HxMessage::newestSince(before);
   throw McException(excerpt(file) + ": cannot be loaded" + (said ? ": " + *said : ""));
+}
+
+/// The file that stands for a folder; empty when there is none.
+QString HxFileTypes::folderIndex(const QString& folder) const {
+  if (!QFileInfo(folder).isDir()) return {};
+  const QDir directory(folder);
+  QStringList found;
+  for (const QString& name : directory.entryList(QDir::Files | QDir::Hidden, QDir::Name))
+    if (std::ranges::any_of(folderIndexes_, [&](const QString& suffix) { return endsIn(name, suffix); }))
+      found.append(name);
+  for (const QString& suffix : folderIndexes_)
+    if (const QString own = directory.dirName() + suffix; found.contains(own)) found = QStringList(own);
+  if (found.size() > 1)
+    throw McException(excerpt(folder) + ": " + excerpt(found[0]) + " and " + excerpt(found[1]) +
+                      " both stand for the folder; load one of them");
+  return found.isEmpty() ? QString() : directory.filePath(found.front());
 }
 
 bool HxFileTypes::isParameterFile(const QString& file) const {

@@ -45,6 +45,9 @@ public:
   void registerReader(const QString& label, const QStringList& suffixes, HxFileReader reader);
   /// Registers the reader of folders whose files belong together. Throws McException when there is one already.
   void registerFolderReader(const QString& label, HxFileReader reader);
+  /// Says that a file of a registered suffix stands for the whole folder in which it lies: load() of such a folder
+  /// loads that file. unregisterReader() of its reader ends this.
+  void registerFolderIndex(const QString& suffix);
   /// The same as registerReader() for files that are loaded by commands.
   void registerNetworkLoader(const QString& label, const QString& suffix, HxNetworkLoader loader);
   void unregisterReader(const QString& label);
@@ -61,10 +64,11 @@ public:
   void registerSaver(const QString& className, const QString& format, const QString& suffix, HxFileSaver saver);
   void unregisterSaver(const QString& className, const QString& format);
 
-  /// Loads a file by its reader, or a folder when there is a reader of folders: names of the objects that it
-  /// registered, in that order. Throws McException naming the file when it is missing, a directory, of unknown type, or
-  /// when its reader fails; what a failing reader had registered is taken out of the pool again. A single object that
-  /// can be loaded again notes the options.
+  /// Loads a file by its reader, or a folder by the one file that stands for it or by the reader of folders: names of
+  /// the objects that it registered, in that order. Throws McException naming the file when it is missing, a directory,
+  /// of unknown type, or when its reader fails; what a failing reader had registered is taken out of the pool again. A
+  /// single object that can be loaded again notes the options. Of several files that stand for a folder the one counts
+  /// that is named after it, else the folder is refused.
   QStringList load(const QString& file, const HxLoadOptions& options = {});
 
   /// Checks a parameter file and what it names without loading it. A file that cannot be read, or that nobody can
@@ -101,11 +105,13 @@ private:
   const MeshEntry& entryFor(const QuarnMesh& mesh, const QString& file) const;
   bool isParameterFile(const QString& file) const;
   const ReaderEntry* findReader(const QString& file) const;
+  QString folderIndex(const QString& folder) const;
   HxFileReader readerFor(const QString& file);
   HxSaverEntry chooseSaver(const HxData& data, const QString& format, const QString& file) const;
 
   std::vector<ReaderEntry> readers_;
-  ReaderEntry folderReader_;  ///< empty for none
+  ReaderEntry folderReader_;   ///< empty for none
+  QStringList folderIndexes_;  ///< suffixes of files that stand for their folder
   std::vector<MeshEntry> meshReaders_;
   std::vector<HxSaverEntry> savers_;
 };

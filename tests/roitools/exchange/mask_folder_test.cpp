@@ -127,6 +127,47 @@ TEST_F(MaskFolder, LeavesNothingWhenTheUserInterrupts) {
   EXPECT_EQ(QDir(folder_.path()).entryList({"masks*"}), QStringList());
 }
 
+TEST_F(MaskFolder, IsLoadedByTheNameOfTheFolder) {
+  save();
+  HxObjectPool::instance().clear();
+  EXPECT_EQ(HxFileTypes::instance().load(path("masks")), QStringList({"masks", "masks-grid"}));
+  auto* const back = dynamic_cast<HxRois*>(HxObjectPool::instance().find("masks"));
+  ASSERT_TRUE(back);
+  expectEqual(*back, *rois_);
+  EXPECT_EQ(back->getLoadCmd(), path("masks/masks.masks.csv")) << "networks load the table";
+  HxObjectPool::instance().clear();
+
+  ASSERT_TRUE(QFile::copy(path("masks/masks.masks.csv"), path("masks/a.masks.csv")));
+  EXPECT_EQ(HxFileTypes::instance().load(path("masks") + "/"), QStringList({"masks", "masks-grid"}))
+      << "the table with the name of the folder counts";
+  HxObjectPool::instance().clear();
+  ASSERT_TRUE(QFile::rename(path("masks/masks.masks.csv"), path("masks/b.masks.csv")));
+  EXPECT_THAT(refusalOf(path("masks")), HasSubstr("a.masks.csv and b.masks.csv both stand for the folder"));
+}
+
+TEST_F(MaskFolder, IsFreedOfWhatKilledProcessesLeft) {
+  const QString left = "masks~0123456789abcdef", filled = "masks~1123456789abcdef", other = "masks~mine";
+  const auto leave = [&] {
+    for (const QString& name : {left, filled, other}) {
+      ASSERT_TRUE(QDir(folder_.path()).mkpath(name));
+      write(name + "/.lock", "");
+      write(name + "/one.field.qm", "half");
+    }
+  };
+  leave();
+  const auto lock = hxvoxora::FileSystem::posix().tryLock(path(filled + "/.lock").toStdString());
+  ASSERT_TRUE(lock);
+  const QString table = save();
+  EXPECT_EQ(QDir(folder_.path()).entryList({"masks*"}), QStringList({"masks", filled, other}))
+      << "one that is being filled stays, and so does what has another name";
+  EXPECT_EQ(QDir(path("masks")).entryList({".*"}, QDir::Files | QDir::Hidden), QStringList());
+
+  leave();
+  HxObjectPool::instance().clear();
+  HxFileTypes::instance().load(table);
+  EXPECT_EQ(QDir(folder_.path()).entryList({"masks*"}), QStringList({"masks", filled, other}));
+}
+
 TEST_F(MaskFolder, RefusesABadTable) {
   save();
   const std::string whole = read("masks/masks.masks.csv");

@@ -177,6 +177,9 @@ TEST_F(Segmentation, MakesNoFieldForAGridThatIsTooLarge) {
   roitools::connectToPlace(read, "brain", "brain.seg.nrrd", 70 * 41 * 23 - 1);
   EXPECT_FALSE(read.rois->portData.source());
   EXPECT_THAT(messages_.consoleText(), HasSubstr("brain.seg.nrrd: no field is made for a grid of so many voxels"));
+  messages_.clear();
+  EXPECT_EQ(roitools::geometryToWrite(*read.rois, "there"), kOblique);
+  EXPECT_EQ(messages_.consoleText(), "");
   roitools::connectToPlace(read, "brain", "brain.seg.nrrd", 70 * 41 * 23);
   EXPECT_EQ(read.rois->portData.source(), HxObjectPool::instance().find("brain-grid"));
 }
@@ -524,6 +527,32 @@ TEST_F(Segmentation, NamesFilesWithSignsOfPlaces) {
   EXPECT_THAT(messages_.errors.front().toStdString(), HasSubstr("a%2%3.seg.nrrd: a set holds at most 100 masks"));
 }
 
+TEST_F(Segmentation, TellsWhatItsFileDoesNot) {
+  const auto told = [&](const std::string& from, const std::string& to) {
+    std::string text = lines("uint8", "2 1 1", "");
+    text.replace(text.find(from), from.size(), to);
+    messages_.clear();
+    HxFileTypes::instance().load(peerFile(text, "\1\1"));
+    auto* const grid = dynamic_cast<HxUniformLabelField3*>(HxObjectPool::instance().find("peer-grid"));
+    const HxGeometry3 geometry = grid ? grid->geometry() : HxGeometry3{{-1, -1, -1}};
+    HxObjectPool::instance().clear();
+    return geometry;
+  };
+  EXPECT_EQ(told("space origin: (0,0,0)\n", "space units: \"cm\" \"cm\" \"cm\"\nspace origin: (1,2,3)\n"),
+            (HxGeometry3{{10, 20, 30}, {10, 10, 10}}));
+  EXPECT_THAT(messages_.consoleText(), Not(HasSubstr("does not tell")));
+  EXPECT_EQ(told("space: left-posterior-superior\n", "space: right-anterior-superior\n"),
+            (HxGeometry3{{0, 0, 0}, {1, 1, 1}, {-1, 0, 0, 0, -1, 0, 0, 0, 1}}));
+  told("space origin: (0,0,0)\n", "");
+  EXPECT_THAT(messages_.consoleText(), HasSubstr("its first voxel is taken to be at the origin"));
+  told("space: left-posterior-superior\n", "space: scanner-xyz\n");
+  EXPECT_THAT(messages_.consoleText(), HasSubstr("tells nothing of the patient"));
+  told("(1,0,0) (0,1,0)", "(1,0,0) (0.6,0.8,0)");
+  EXPECT_THAT(messages_.consoleText(), HasSubstr("its axes are not perpendicular"));
+  told("space directions: (1,0,0) (0,1,0) (0,0,1)\n", "");
+  EXPECT_THAT(messages_.consoleText(), HasSubstr("they are taken to be of 1 mm"));
+}
+
 // --- Bad input ------------------------------------------------------------------------------------------------------
 
 TEST_F(Segmentation, RefusesWhatIsNoSegmentation) {
@@ -535,10 +564,11 @@ TEST_F(Segmentation, RefusesWhatIsNoSegmentation) {
       {"sizes: 2 1 1", "sizes: 4000000000 1 1", "field \"sizes\": masks have at most 2147483647 voxels along an axis"},
       {"sizes: 2 1 1", "sizes: 200000 200000 200000",
        "is cut: it holds 2 bytes of data, the header asks for 8000000000000000"},
-      {"encoding: raw", "encoding: bzip2", "field \"encoding\": only raw and gzip can be read"},
-      {"encoding: raw", "line skip: 3\nencoding: raw", "field \"line skip\": only 0 can be read, got \"3\""},
-      {"(1,0,0) (0,1,0)", "(1,0,0) (0,0,0)", "field \"space directions\": the axes do not span a volume"},
-      {"(1,0,0) (0,1,0)", "(1,0,0) (2,0,0)", "field \"space directions\": the axes do not span a volume"},
+      {"encoding: raw", "encoding: bzip2", "field \"encoding\" is \"bzip2\"; \"raw\" and \"gzip\" are read"},
+      {"encoding: raw", "line skip: 3\nencoding: raw", "field \"line skip\" is 3; only voxels without lines"},
+      {"(1,0,0) (0,1,0)", "(1,0,0) (0,0,0)", "the voxel size along axis 1 is 0"},
+      {"(1,0,0) (0,1,0)", "(1,0,0) (2,0,0)", "the directions of its axes do not span a volume"},
+      {"encoding: raw", "space units: \"mm\" \"mm\" \"parsec\"\nencoding: raw", "field \"space units\" is"},
       {"Segment0_Layer:=0", "Segment0_Layer:=1",
        "key \"Segment0_Layer\": a whole number from 0 to 0 is expected, got \"1\""},
       {"Segment0_Layer:=0", "Segment0_Layer:=-1", "got \"-1\""},
@@ -559,7 +589,7 @@ TEST_F(Segmentation, RefusesWhatIsNoSegmentation) {
        "only labels can be read"},
       {"encoding: raw", "data file: ../peer.raw\nencoding: raw", "field \"data file\": the plain name of a file"},
       {"encoding: raw", "data file: none.raw\nencoding: raw",
-       "none.raw: the data file is missing, or is not a regular file"},
+       "field \"data file\" is \"none.raw\", which does not exist beside it"},
   };
   const std::string good =
       lines("uint8", "2 1 1", "Segment0_Name:=a\nSegment0_Layer:=0\nSegment0_LabelValue:=1\nSegment0_Color:=1 0 0\n");
