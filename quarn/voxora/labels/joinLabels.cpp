@@ -1,12 +1,16 @@
 #include "quarn/voxora/labels/joinLabels.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "quarn/base/McException.h"
+#include "quarn/voxora/labels/detail/TileRows.h"
 #include "quarn/voxora/tiles/detail/parallel.h"
 #include "quarn/voxora/tiles/detail/tileEdits.h"
 
@@ -29,78 +33,157 @@ std::uint64_t markNonZero(std::uint64_t bytes) {
   return (high >> 7) * 0xFF;
 }
 
-/// Writes the labels of one tile.
-class TileWriter {
-public:
-  TileWriter(const TileGrid& grid, std::int64_t tile, std::uint8_t* labels, std::uint8_t overlap)
-      : edit_{grid, tile, grid.tileBox(tile)},
-        labels_(labels),
-        overlap_(overlap * std::uint64_t{0x0101010101010101}),
-        count_(static_cast<std::size_t>(edit_.part.size(0))) {}
+constexpr std::uint64_t allVoxels = ~std::uint64_t{0};
+constexpr std::size_t voxelsPerWord = 64;
 
-  void clear() {
-    forEachRow([this](int y, int z) { std::memset(row(y, z), 0, count_); });
+/// A label in all bytes of a word.
+std::uint64_t repeated(std::uint8_t label) {
+  return label * std::uint64_t{0x0101010101010101};
+}
+
+/// The labels of 64 voxels.
+using Labels = std::array<std::uint64_t, 8>;
+
+/// Gives the voxels that are set, in packed order, a label; they have none yet.
+void paint(Labels& labels, std::uint64_t set, std::uint64_t label) {
+  for (std::size_t i = 0; set != 0; ++i, set >>= 8) labels[i] |= bytesOf(static_cast<std::uint8_t>(set)) & label;
+}
+
+/// What a mask has in a tile.
+struct MaskPart {
+  detail::TileSlot content;
+  Ref<const TilePayload> payload;      ///< null: all voxels are set
+  const std::uint8_t* bits = nullptr;  ///< those of the payload
+  std::uint64_t label = 0;             ///< in all bytes
+};
+
+/// Writes the labels of tiles that follow each other along x, one row of voxels of all of them after the other.
+class RowWriter {
+public:
+  RowWriter(const TileGrid& grid, const detail::TileRows::Piece& piece, std::uint8_t* labels, std::uint8_t overlap)
+      : grid_(grid),
+        labels_(labels),
+        overlap_(repeated(overlap)),
+        rowBytes_(static_cast<std::size_t>(grid.tileDimensions()[0]) / 8),
+        tiles_(static_cast<std::size_t>(piece.tiles)) {
+    for (std::int64_t i = 0; i < piece.tiles; ++i) {
+      Tile& tile = tiles_[static_cast<std::size_t>(i)];
+      tile.number = piece.firstTile + i;
+      tile.box = grid.tileBox(tile.number);
+    }
   }
 
-  void write(const LabelledMask& mask) {
-    const detail::TileSlot content = detail::contentFrom(mask.content.table(), edit_);
-    const std::uint64_t label = mask.label * std::uint64_t{0x0101010101010101};
-    if (content.isReference()) {
-      const Ref<const TilePayload> payload = content.cell().pin();
-      const auto* const bits = reinterpret_cast<const std::uint8_t*>(payload->bits());
-      const BitLayout layout = edit_.layout();
-      forEachRow(
-          [&](int y, int z) { writeRow(row(y, z), bits + layout.bit(edit_.part.getMin()[0], y, z) / 8, label); });
-    } else if (content.value()) {
-      forEachRow([&](int y, int z) { writeRow(row(y, z), nullptr, label); });
-    }
+  /// The bits of some masks are in memory together, those of the others wait for the next round.
+  void write(std::span<const LabelledMask> masks) {
+    bool isFirst = true;
+    std::size_t next = 0;
+    do {
+      for (Tile& tile : tiles_) tile.parts.clear();
+      for (std::size_t bytes = 0; next < masks.size() && bytes < mostBytes; ++next) bytes += take(masks[next]);
+      forEachRow([&](const Tile& tile, int y, int z) { writeRow(tile, y, z, isFirst); });
+      isFirst = false;
+    } while (next < masks.size());
   }
 
 private:
+  static constexpr std::size_t mostBytes = std::size_t{16} << 20;
+
+  struct Tile {
+    std::int64_t number = 0;
+    SbBox3i32 box;
+    std::vector<MaskPart> parts;
+  };
+
+  /// Returns the bytes that it holds in memory.
+  std::size_t take(const LabelledMask& mask) {
+    std::size_t bytes = 0;
+    for (Tile& tile : tiles_) {
+      MaskPart part{detail::contentFrom(mask.content.table(), {grid_, tile.number, tile.box}), {}, nullptr, 0};
+      if (!part.content.isReference() && !part.content.value()) continue;
+      part.label = repeated(mask.label);
+      if (part.content.isReference()) {
+        part.payload = part.content.cell().pin();
+        part.bits = reinterpret_cast<const std::uint8_t*>(part.payload->bits());
+        bytes += part.payload->byteSize();
+      }
+      tile.parts.push_back(std::move(part));
+    }
+    return bytes;
+  }
+
   template <class Visit>
   void forEachRow(Visit visit) const {
-    const SbVec3i32 low = edit_.part.getMin(), high = edit_.part.getMax();
+    const SbVec3i32 low = tiles_.front().box.getMin(), high = tiles_.front().box.getMax();
     for (int z = low[2]; z <= high[2]; ++z)
-      for (int y = low[1]; y <= high[1]; ++y) visit(y, z);
+      for (int y = low[1]; y <= high[1]; ++y)
+        for (const Tile& tile : tiles_) visit(tile, y, z);
   }
 
-  std::uint8_t* row(int y, int z) const {
-    const SbVec3i32& size = edit_.grid.dimensions();
-    return labels_ + (std::int64_t{z} * size[1] + y) * size[0] + edit_.part.getMin()[0];
+  void writeRow(const Tile& tile, int y, int z, bool isFirst) const {
+    if (tile.parts.empty() && !isFirst) return;
+    const SbVec3i32 low = tile.box.getMin();
+    const SbVec3i32& size = grid_.dimensions();
+    std::uint8_t* const row = labels_ + (std::int64_t{z} * size[1] + y) * size[0] + low[0];
+    const auto count = static_cast<std::size_t>(tile.box.size(0));
+    const auto slice = static_cast<std::size_t>(z - low[2]) * static_cast<std::size_t>(grid_.tileDimensions()[1]);
+    const std::size_t offset = (slice + static_cast<std::size_t>(y - low[1])) * rowBytes_;
+    for (std::size_t x = 0; x < count; x += voxelsPerWord) {
+      const std::size_t voxels = std::min(count - x, voxelsPerWord);
+      Labels labels{};
+      merge(tile, offset + x / 8, labels);
+      if (!isFirst) addTo(row + x, voxels, labels);
+      if (voxels == voxelsPerWord)
+        std::memcpy(row + x, labels.data(), sizeof labels);
+      else
+        std::memcpy(row + x, labels.data(), voxels);
+    }
   }
 
-  /// Without bits all voxels of the row are set.
-  void writeRow(std::uint8_t* row, const std::uint8_t* bits, std::uint64_t label) const {
-    const std::size_t whole = count_ & ~std::size_t{63};
-    for (std::size_t x = 0; x < whole; x += 64) {
-      std::uint64_t word = ~std::uint64_t{0};
-      if (bits) std::memcpy(&word, bits + x / 8, sizeof word);
-      for (std::size_t i = 0; word != 0; i += 8, word >>= 8) {
-        if (const auto eight = static_cast<std::uint8_t>(word)) writeEight(row + x + i, 8, eight, label);
+  /// The labels of 64 voxels, or of as many as a row of the tile has.
+  void merge(const Tile& tile, std::size_t offset, Labels& labels) const {
+    std::uint64_t any = 0, several = 0;
+    for (const MaskPart& part : tile.parts) {
+      const std::uint64_t set = bitsOf(part, offset);
+      several |= any & set;
+      any |= set;
+    }
+    if (any == 0) return;
+    for (const MaskPart& part : tile.parts) {
+      const std::uint64_t own = bitsOf(part, offset) & ~several;
+      if (own == allVoxels) {
+        labels.fill(part.label);
+        return;
       }
+      paint(labels, own, part.label);
     }
-    for (std::size_t x = whole; x < count_; x += 8) {
-      const std::uint8_t eight = bits ? bits[x / 8] : std::uint8_t{0xFF};
-      if (eight != 0) writeEight(row + x, std::min<std::size_t>(count_ - x, 8), eight, label);
+    paint(labels, several, overlap_);
+  }
+
+  std::uint64_t bitsOf(const MaskPart& part, std::size_t offset) const {
+    if (!part.bits) return allVoxels;
+    std::uint64_t set = 0;
+    if (rowBytes_ >= sizeof set)
+      std::memcpy(&set, part.bits + offset, sizeof set);
+    else
+      std::memcpy(&set, part.bits + offset, sizeof(std::uint32_t));
+    return set;
+  }
+
+  /// Joins labels with those that former rounds have written.
+  void addTo(const std::uint8_t* row, std::size_t voxels, Labels& labels) const {
+    Labels former{};
+    std::memcpy(former.data(), row, voxels);
+    for (std::size_t i = 0; i < labels.size(); ++i) {
+      const std::uint64_t both = markNonZero(former[i]) & markNonZero(labels[i]);
+      labels[i] = ((former[i] | labels[i]) & ~both) | (both & overlap_);
     }
   }
 
-  void writeEight(std::uint8_t* voxels, std::size_t size, std::uint8_t bits, std::uint64_t label) const {
-    std::uint64_t former = 0;
-    std::memcpy(&former, voxels, size);
-    const std::uint64_t set = bits == 0xFF ? ~std::uint64_t{0} : bytesOf(bits);
-    std::uint64_t changed = (former & ~set) | (set & label);
-    if (const std::uint64_t common = former & set) {
-      const std::uint64_t taken = markNonZero(common);
-      changed = (changed & ~taken) | (taken & overlap_);
-    }
-    std::memcpy(voxels, &changed, size);
-  }
-
-  const detail::TileEdit edit_;
+  const TileGrid& grid_;
   std::uint8_t* const labels_;
   const std::uint64_t overlap_;
-  const std::size_t count_;
+  const std::size_t rowBytes_;  ///< of bits
+  std::vector<Tile> tiles_;
 };
 
 std::string textOf(const SbVec3i32& size) {
@@ -123,14 +206,12 @@ bool joinLabels(std::span<const LabelledMask> masks, std::uint8_t overlap, const
   requireSoundMasks(masks, dimensions);
   constexpr int edge = 64;
   const TileGrid grid = masks.empty() ? TileGrid(dimensions, {edge, edge, edge}) : masks.front().content.grid();
-  constexpr std::int64_t tilesAtOnce = 64;
-  for (std::int64_t first = 0; first < grid.tileCount(); first += tilesAtOnce) {
-    if (callback && !callback(static_cast<double>(first) / static_cast<double>(grid.tileCount()))) return false;
-    detail::parallelFor(std::min(tilesAtOnce, grid.tileCount() - first), [&](std::int64_t i) {
-      TileWriter writer(grid, first + i, labels, overlap);
-      writer.clear();
-      for (const LabelledMask& mask : masks) writer.write(mask);
-    });
+  const detail::TileRows rows(grid);
+  const std::int64_t piecesAtOnce = 8 * tbb::this_task_arena::max_concurrency();
+  for (std::int64_t first = 0; first < rows.count(); first += piecesAtOnce) {
+    if (callback && !callback(static_cast<double>(first) / static_cast<double>(rows.count()))) return false;
+    detail::parallelFor(std::min(piecesAtOnce, rows.count() - first),
+                        [&](std::int64_t i) { RowWriter(grid, rows[first + i], labels, overlap).write(masks); });
   }
   return true;
 }

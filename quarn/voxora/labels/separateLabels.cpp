@@ -4,7 +4,8 @@
 #include <array>
 #include <optional>
 
-#include "quarn/voxora/labels/detail/LabelTile.h"
+#include "quarn/voxora/labels/detail/LabelTiles.h"
+#include "quarn/voxora/labels/detail/TileRows.h"
 #include "quarn/voxora/tiles/detail/TileTableEditor.h"
 #include "quarn/voxora/tiles/detail/parallel.h"
 
@@ -17,11 +18,11 @@ class LabelTables {
 public:
   explicit LabelTables(const TileGrid& grid) : empty_(makeRef<const detail::TileTable>(grid, false)) {}
 
-  void add(std::int64_t tile, const detail::LabelPart& part) {
+  void add(const detail::LabelPart& part) {
     std::optional<Table>& table = tables_[part.label];
     if (!table) table.emplace(*empty_, part.firstVoxel);
     table->firstVoxel = std::min(table->firstVoxel, part.firstVoxel);
-    table->editor.set(tile, part.slot);
+    table->editor.set(part.tile, part.slot);
   }
 
   std::vector<LabelContent> publish() {
@@ -46,10 +47,11 @@ private:
   std::array<std::optional<Table>, 256> tables_;
 };
 
-/// Tiles between two looks at the clock: some milliseconds of work.
-std::int64_t tilesAtOnce(const TileGrid& grid) {
-  constexpr std::size_t bytesAtOnce = std::size_t{2} << 20;
-  return static_cast<std::int64_t>(std::max<std::size_t>(bytesAtOnce / grid.tileByteSize(), 16));
+/// Pieces between two looks at the clock: some milliseconds of work, and enough for all workers.
+std::int64_t piecesAtOnce(const TileGrid& grid, const detail::TileRows& rows) {
+  constexpr std::int64_t labelsAtOnce = std::int64_t{16} << 20;
+  const auto labels = static_cast<std::int64_t>(8 * grid.tileByteSize()) * rows.mostTiles();
+  return std::max<std::int64_t>(labelsAtOnce / labels, 4 * tbb::this_task_arena::max_concurrency());
 }
 
 }  // namespace
@@ -57,16 +59,18 @@ std::int64_t tilesAtOnce(const TileGrid& grid) {
 std::optional<std::vector<LabelContent>> separateLabels(const std::uint8_t* labels, const TileGrid& grid,
                                                         const WorkCallback& callback) {
   LabelTables tables(grid);
-  const std::int64_t count = grid.tileCount(), step = tilesAtOnce(grid);
+  const detail::TileRows rows(grid);
+  const std::int64_t count = rows.count(), step = piecesAtOnce(grid, rows);
   std::vector<std::vector<detail::LabelPart>> parts(static_cast<std::size_t>(std::min(step, count)));
   for (std::int64_t first = 0; first < count; first += step) {
     if (callback && !callback(static_cast<double>(first) / static_cast<double>(count))) return std::nullopt;
     const std::int64_t size = std::min(step, count - first);
     detail::parallelFor(size, [&](std::int64_t i) {
-      parts[static_cast<std::size_t>(i)] = detail::LabelTile(labels, grid, first + i).separate();
+      const detail::TileRows::Piece piece = rows[first + i];
+      parts[static_cast<std::size_t>(i)] = detail::LabelTiles(labels, grid, piece.firstTile, piece.tiles).separate();
     });
     for (std::int64_t i = 0; i < size; ++i)
-      for (const detail::LabelPart& part : parts[static_cast<std::size_t>(i)]) tables.add(first + i, part);
+      for (const detail::LabelPart& part : parts[static_cast<std::size_t>(i)]) tables.add(part);
   }
   return tables.publish();
 }

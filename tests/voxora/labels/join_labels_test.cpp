@@ -103,5 +103,24 @@ TEST(JoinLabels, AgreeWithALoopOnAnyGridsAndTiles) {
   }
 }
 
+/// The bits of all masks are more than are held in memory at once.
+TEST(JoinLabels, AgreeWithALoopWhenTilesAreLarge) {
+  const SbVec3i32 size(300, 256, 5);
+  const TileGrid grid(size, {256, 256, 256});
+  constexpr std::size_t count = 20;
+  Labels wanted(voxelsOf(size)), labels(wanted.size(), 50);
+  std::vector<LabelledMask> masks;
+  for (std::size_t k = 1; k <= count; ++k) {
+    Labels isSet(wanted.size());
+    for (std::size_t i = 0; i < isSet.size(); ++i) isSet[i] = (i * 2654435761U >> 7) % 23 == k || i % 1000 == 40 * k;
+    masks.push_back(maskOf(isSet, grid, static_cast<std::uint8_t>(k)));
+    for (std::size_t i = 0; i < isSet.size(); ++i)
+      if (isSet[i]) wanted[i] = wanted[i] ? 255 : static_cast<std::uint8_t>(k);
+  }
+  ASSERT_TRUE(joinLabels(masks, 255, size, labels.data()));
+  EXPECT_EQ(labels, wanted);
+  EXPECT_GT(std::ranges::count(wanted, 255), 0);
+}
+
 }  // namespace
 }  // namespace hxvoxora

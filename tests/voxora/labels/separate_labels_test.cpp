@@ -7,6 +7,7 @@
 #include <span>
 
 #include "quarn/voxora/bits/LabelBits.h"
+#include "quarn/voxora/labels/detail/LabelTiles.h"
 #include "quarn/voxora/labels/separateLabels.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 
@@ -100,7 +101,7 @@ TEST(SeparateLabels, TilesOfOneLabelHaveNoBits) {
 }
 
 TEST(SeparateLabels, AreGivenUpWhenTheCallbackSaysSo) {
-  const TileGrid grid({640, 640, 64}, {32, 32, 32});
+  const TileGrid grid({64, 2048, 256}, {32, 32, 32});
   const Labels labels = background(grid);
   std::vector<double> fractions;
   EXPECT_FALSE(separateLabels(labels.data(), grid, [&](double fraction) {
@@ -141,6 +142,26 @@ TEST(SeparateLabels, AgreeWithALoopOnAnyGrid) {
     ASSERT_EQ(voxels + static_cast<std::uint64_t>(std::ranges::count(labels, 0)), labels.size());
     ASSERT_TRUE(std::ranges::is_sorted(contents, {}, &LabelContent::firstVoxel));
   }
+}
+
+/// Bits of all these labels are more than are drafted at once.
+TEST(SeparateLabels, AgreeWithALoopWhenLargeTilesHaveManyLabels) {
+  const TileGrid grid({300, 256, 9}, {256, 256, 256});
+  constexpr std::size_t count = 3 * detail::LabelTiles::mostDraftBytes / (std::size_t{2} << 20);
+  static_assert(count < 256);
+  Labels labels = background(grid);
+  for (std::size_t i = 0; i < labels.size(); ++i)
+    labels[i] = i < 5000 ? std::uint8_t{7} : static_cast<std::uint8_t>(i * 2654435761U % 4294967291U % (count + 1));
+  const auto contents = separate(labels, grid);
+  EXPECT_EQ(contents.size(), count);
+  EXPECT_EQ(contents.front().label, 7);
+  for (const std::size_t which : {std::size_t{0}, count / 2, count - 1})
+    expectAgreement(std::span(contents).subspan(which, 1), labels, grid);
+  for (const LabelContent& content : contents) {
+    const auto voxels = static_cast<std::uint64_t>(std::ranges::count(labels, content.label));
+    ASSERT_EQ(content.content.countSetVoxels(grid.box()), voxels) << int{content.label};
+  }
+  EXPECT_TRUE(std::ranges::is_sorted(contents, {}, &LabelContent::firstVoxel));
 }
 
 TEST(SeparateLabels, MasksTakeThemOver) {
