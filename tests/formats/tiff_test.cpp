@@ -86,16 +86,25 @@ TEST_F(Tiff, RefusesChannelsAndTimes) {
 }
 
 TEST_F(Tiff, AsksForProgressWithinAPage) {
-  constexpr std::uint32_t width = 4096, height = 4096, rows = 64;
+  constexpr std::uint32_t width = 4096, height = 4096;
   const QString file = folder.path(QStringLiteral("page.tif"));
-  for (const bool isTiled : {false, true}) {
+  const struct {
+    bool isTiled;
+    std::uint32_t rows;
+    int compression;
+  } cases[] = {{true, 64, COMPRESSION_LZW},
+               {false, 64, COMPRESSION_LZW},
+               {false, height, COMPRESSION_LZW},
+               {false, height, COMPRESSION_NONE},
+               {false, height / 2, COMPRESSION_NONE}};
+  for (const auto& [isTiled, rows, compression] : cases) {
     TIFF* const tiff = TIFFOpen(file.toStdString().c_str(), "w");
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, width);
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, height);
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
     if (isTiled) {
       TIFFSetField(tiff, TIFFTAG_TILEWIDTH, width);
       TIFFSetField(tiff, TIFFTAG_TILELENGTH, rows);
@@ -275,6 +284,20 @@ TEST(TiffBadInput, RefusesHugePagesBeforeReadingThem) {
     EXPECT_NE(input.outcomeOf(bytes.file()), "");
     bytes.pages[0].tags[TiffBytes::Compression] = 5;
     EXPECT_NE(input.outcomeOf(bytes.file()), "");
+  }
+}
+
+/// The page may hold as many voxels as it says, but does not: it is gone through before there is room for them.
+TEST(TiffBadInput, RefusesManyCompressedVoxelsThatAreNotThere) {
+  const BadInput input(".tif");
+  TiffBytes bytes({TiffBytes::page(0)});
+  auto& tags = bytes.pages[0].tags;
+  bytes.pages[0].voxels.assign(40000, '\0');
+  tags[TiffBytes::Width] = 16384;
+  tags[TiffBytes::Height] = tags[TiffBytes::RowsPerStrip] = 8192;
+  for (const int compression : {COMPRESSION_LZW, COMPRESSION_PACKBITS, COMPRESSION_ADOBE_DEFLATE}) {
+    tags[TiffBytes::Compression] = static_cast<std::uint32_t>(compression);
+    EXPECT_THAT(input.outcomeOf(bytes.file()), StartsWith("page 1 is cut or damaged")) << compression;
   }
 }
 

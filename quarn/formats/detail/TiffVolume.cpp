@@ -147,7 +147,10 @@ TiffVolume::TiffVolume(const QString& file, const Progress& progress) : tiff_(fi
   const std::int64_t bytes = voxelBytes(dimensions(), kind(), file);
   const std::int64_t available = lengthOf(file);
   if (isCompressed_) {
+    constexpr std::int64_t few = std::int64_t{64} << 20;
     requireUnpackable(available, bytes, compressionRatio, file);
+    // Room for many voxels is only made when they are there.
+    if (bytes > few) readPages(nullptr, progress);
   } else if (available < bytes) {
     refuse(file, QStringLiteral("is cut: it holds %1 bytes, its pages %2").arg(available).arg(bytes));
   }
@@ -195,22 +198,29 @@ void TiffVolume::checkPage() {
 }
 
 void TiffVolume::readVoxels(void* voxels, const Progress& progress) {
+  readPages(static_cast<std::byte*>(voxels), progress);
+}
+
+void TiffVolume::readPages(std::byte* voxels, const Progress& progress) {
   const std::size_t pageBytes = rowBytes() * static_cast<std::size_t>(dimensions()[1]);
   const auto count = static_cast<float>(dimensions()[2]);
-  auto* const target = static_cast<std::byte*>(voxels);
   std::int64_t page = 0;
   tiff_.forEachPage([&] {
     if (page == dimensions()[2]) tiff_.refusePage(QStringLiteral("was not there before: the file was changed"));
     checkPage();
-    std::byte* const start = target + static_cast<std::size_t>(page) * pageBytes;
+    std::byte* const start = voxels ? voxels + static_cast<std::size_t>(page) * pageBytes : nullptr;
     const auto pageProgress = [&](std::size_t done) {
       progress((static_cast<float>(page) + static_cast<float>(done) / static_cast<float>(pageBytes)) / count);
     };
-    TIFFIsTiled(tiff_.get()) ? readTiles(start, pageProgress) : readStrips(start, pageProgress);
-    turnPage(start);
+    readPage(start, pageProgress);
+    if (start) turnPage(start);
     ++page;
   });
   if (page < dimensions()[2]) tiff_.refusePage(QStringLiteral("is the last now: the file was changed"));
+}
+
+void TiffVolume::readPage(std::byte* page, const PageProgress& progress) {
+  TIFFIsTiled(tiff_.get()) ? readTiles(page, progress) : readStrips(page, progress);
 }
 
 /// Puts the first row to the top and the first column to the left.
@@ -232,17 +242,16 @@ void TiffVolume::turnPage(std::byte* page) const {
   }
 }
 
+/// Row by row, since a strip may be a whole page, in which nobody could interrupt.
 void TiffVolume::readStrips(std::byte* page, const PageProgress& progress) {
   const auto height = static_cast<std::uint32_t>(dimensions()[1]);
-  const std::uint32_t rowsPerStrip = std::min(tiff_.longField(TIFFTAG_ROWSPERSTRIP, height), height);
-  if (rowsPerStrip == 0) tiff_.refusePage(QStringLiteral("has strips without rows"));
+  if (tiff_.longField(TIFFTAG_ROWSPERSTRIP, height) == 0) tiff_.refusePage(QStringLiteral("has strips without rows"));
+  if (!page) tile_.resize(rowBytes());
   SparseProgress told(progress, rowBytes() * height);
-  for (std::uint32_t row = 0; row < height; row += std::min(rowsPerStrip, height - row)) {
-    const auto bytes = static_cast<tmsize_t>(std::min(rowsPerStrip, height - row) * rowBytes());
-    const std::uint32_t strip = TIFFComputeStrip(tiff_.get(), row, 0);
-    if (TIFFReadEncodedStrip(tiff_.get(), strip, page + row * rowBytes(), bytes) != bytes)
-      tiff_.refusePage(QStringLiteral("is cut or damaged"), true);
-    told.advance(row * rowBytes() + static_cast<std::size_t>(bytes));
+  for (std::uint32_t row = 0; row < height; ++row) {
+    std::byte* const target = page ? page + row * rowBytes() : tile_.data();
+    if (TIFFReadScanline(tiff_.get(), target, row, 0) != 1) tiff_.refusePage(QStringLiteral("is cut or damaged"), true);
+    told.advance((row + 1) * rowBytes());
   }
 }
 
@@ -272,7 +281,7 @@ void TiffVolume::readTiles(std::byte* page, const PageProgress& progress) {
         tiff_.refusePage(QStringLiteral("is cut or damaged"), true);
       const std::size_t rowPart = std::min<std::uint64_t>(tileWidth, width - x) * bytesOf(kind());
       const std::uint64_t rows = std::min<std::uint64_t>(tileHeight, height - y);
-      for (std::uint64_t row = 0; row < rows; ++row)
+      for (std::uint64_t row = 0; page && row < rows; ++row)
         std::memcpy(page + (y + row) * rowBytes() + x * bytesOf(kind()), tile_.data() + row * tileRow, rowPart);
       told.advance(y * rowBytes() + x * bytesOf(kind()) * rows);
     }

@@ -27,15 +27,19 @@ private:
   void checkPage();
   /// Called with the bytes of a page that are there.
   using PageProgress = std::function<void(std::size_t done)>;
+  /// Goes through the rows or tiles of the current page, and puts them to `page` unless it is null.
+  void readPage(std::byte* page, const PageProgress& progress);
   void readStrips(std::byte* page, const PageProgress& progress);
   void readTiles(std::byte* page, const PageProgress& progress);
+  /// Goes through all pages, and puts them to `voxels` unless it is null.
+  void readPages(std::byte* voxels, const Progress& progress);
   void turnPage(std::byte* page) const;
   void requireOneSeries();
 
   TiffFile tiff_;
   bool isCompressed_ = false;
-  std::string imageText_;  ///< what the first page tells about the whole
-  std::vector<std::byte> tile_;
+  std::string imageText_;        ///< what the first page tells about the whole
+  std::vector<std::byte> tile_;  ///< or a row that goes nowhere
 };
 
 }  // namespace quarn::formats::detail

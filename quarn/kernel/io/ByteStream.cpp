@@ -1,7 +1,6 @@
 #include "quarn/kernel/io/ByteStream.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <algorithm>
 #include <array>
 #include <new>
@@ -42,12 +41,15 @@ struct ByteStream::Inflater {
 };
 
 ByteStream::ByteStream(const QString& file, std::uint64_t offset, Form form) : file_(file), position_(offset) {
-  const QFileInfo info(file);
-  if (!info.exists()) refuse(QStringLiteral("does not exist"));
-  if (info.isDir()) refuse(QStringLiteral("is a folder"));
-  if (!info.isFile()) refuse(QStringLiteral("is not a regular file"));
+  using hxvoxora::FileKind;
   using hxvoxora::FileSystem;
-  input_ = FileSystem::current().openForReading(QFile::encodeName(file).toStdString(), FileSystem::Links::follow);
+  FileSystem& files = FileSystem::current();
+  const std::string path = QFile::encodeName(file).toStdString();
+  const FileKind kind = files.kind(path);
+  if (kind == FileKind::missing) refuse(QStringLiteral("does not exist"));
+  if (kind == FileKind::directory) refuse(QStringLiteral("is a folder"));
+  if (kind == FileKind::other) refuse(QStringLiteral("is not a regular file"));
+  input_ = files.openForReading(path, FileSystem::Links::follow);
   const bool isPacked = form == Form::found ? beginsAsGzip() : form != Form::plain;
   if (isPacked) inflater_ = std::make_unique<Inflater>(form);
 }
