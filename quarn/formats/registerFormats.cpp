@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QStringList>
+#include <array>
+#include <cstring>
 #include <initializer_list>
 
 #include "quarn/formats/labelTables.h"
@@ -12,6 +14,7 @@
 #include "quarn/formats/readNrrd.h"
 #include "quarn/formats/readTiff.h"
 #include "quarn/formats/saveImage.h"
+#include "quarn/kernel/io/ByteStream.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 
 namespace quarn::formats {
@@ -50,6 +53,24 @@ void registerSaver(const char* format, const char* suffix, void (*save)(HxUnifor
 
 }  // namespace
 
+namespace {
+
+/// What a file says that it is; its name alone would also be that of a text.
+QString whyMincIsNotRead(const QString& file) {
+  std::array<std::byte, 4> start{};
+  ByteStream(file).read(start);
+  const auto begins = [&](const char* magic, std::size_t count) {
+    return std::memcmp(start.data(), magic, count) == 0;
+  };
+  const QString kind = begins("CDF", 3)       ? QStringLiteral("is a MINC 1 image (NetCDF)")
+                       : begins("\x89HDF", 4) ? QStringLiteral("is a MINC 2 image (HDF5)")
+                                              : QStringLiteral("is called a MINC image, but does not begin as one");
+  return kind +
+         QStringLiteral("; MINC is not read: convert it to NIfTI first, with mnc2nii of the MINC tools for example");
+}
+
+}  // namespace
+
 void registerFormats() {
   static const bool isRegistered = [] {
     registerReader("NIfTI", {".nii", ".nii.gz", ".hdr", ".hdr.gz", ".img", ".img.gz"}, readNifti);
@@ -58,6 +79,8 @@ void registerFormats() {
     registerReader("TIFF", {".tif", ".tiff"}, readTiff);
     registerReader("DICOM slice", {".dcm"}, readDicomFile);
     HxFileTypes::instance().registerFolderReader(QStringLiteral("DICOM series"), loaderWith(readDicomFolder));
+    for (const char* suffix : {".mnc", ".mnc.gz", ".mnc2"})
+      HxFileTypes::instance().registerUnreadFiles(QLatin1String(suffix), whyMincIsNotRead);
     registerLabelTables();
     registerSaver("NIfTI", ".nii", saveNifti);
     registerSaver("NIfTI compressed", ".nii.gz", saveNifti);

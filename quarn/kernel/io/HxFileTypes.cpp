@@ -118,6 +118,10 @@ void HxFileTypes::unregisterReader(const QString& label) {
   if (folderReader_.label == label) folderReader_ = {};
 }
 
+void HxFileTypes::registerUnreadFiles(const QString& suffix, std::function<QString(const QString& file)> why) {
+  unread_.push_back({suffix, std::move(why)});
+}
+
 void HxFileTypes::registerQuarnMeshReader(const QString& contentType, const QString& suffix, HxQuarnMeshReader reader,
                                           HxQuarnMeshVerifier verifier) {
   for (const MeshEntry& entry : meshReaders_)
@@ -217,6 +221,8 @@ HxFileReader HxFileTypes::readerFor(const QString& file) {
       return readQuarnMesh(name);
     };
   }
+  for (const UnreadEntry& entry : unread_)
+    if (endsIn(file, entry.suffix)) throw McException(excerpt(file) + ": " + entry.why(file).toStdString());
   throw McException(excerpt(file) +
                     ": unknown type of file; known endings: " + suffixes().join(QStringLiteral(", ")).toStdString());
 }

@@ -51,6 +51,9 @@ public:
   /// The same as registerReader() for files that are loaded by commands.
   void registerNetworkLoader(const QString& label, const QString& suffix, HxNetworkLoader loader);
   void unregisterReader(const QString& label);
+  /// Says why files of a suffix (with its dot) are not read: load() refuses one that nothing else reads with what `why`
+  /// tells of it, in words that follow "FILE: ". They are not among suffixes().
+  void registerUnreadFiles(const QString& suffix, std::function<QString(const QString& file)> why);
 
   /// Registers a reader for parameter files whose "ContentType" is `contentType`. `suffix` (with its dot) is how such
   /// files usually end; any name that ends so, or in ".qm", is read as a parameter file. `verifier` may be empty.
@@ -110,7 +113,12 @@ private:
   HxSaverEntry chooseSaver(const HxData& data, const QString& format, const QString& file) const;
 
   std::vector<ReaderEntry> readers_;
-  ReaderEntry folderReader_;   ///< empty for none
+  ReaderEntry folderReader_;  ///< empty for none
+  struct UnreadEntry {
+    QString suffix;
+    std::function<QString(const QString& file)> why;
+  };
+  std::vector<UnreadEntry> unread_;
   QStringList folderIndexes_;  ///< suffixes of files that stand for their folder
   std::vector<MeshEntry> meshReaders_;
   std::vector<HxSaverEntry> savers_;
