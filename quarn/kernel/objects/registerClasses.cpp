@@ -1,6 +1,9 @@
 #include <QFileInfo>
 
 #include "quarn/kernel/fields/HxColormap.h"
+#include "quarn/kernel/fields/HxISetOfVolumeData.h"
+#include "quarn/kernel/fields/HxISetOfVolumeMask.h"
+#include "quarn/kernel/fields/HxSetOfVolumeDataFromHxUniformScalarField3.h"
 #include "quarn/kernel/fields/HxTable.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/fields/HxVolumeData.h"
@@ -10,6 +13,7 @@
 #include "quarn/kernel/objects/HxCompModule.h"
 #include "quarn/kernel/objects/HxEditor.h"
 #include "quarn/kernel/objects/HxInterfaceFactory.h"
+#include "quarn/kernel/objects/HxInterfaceFactoryRegistry.h"
 #include "quarn/kernel/ports/HxConnection.h"
 #include "quarn/kernel/ports/HxPortColorList.h"
 #include "quarn/kernel/ports/HxPortColormap.h"
@@ -56,6 +60,12 @@ int readColormap(const QString& file, const HxLoadOptions&) {
   HxUniformLabelField3::initClass();
   HxVolumeData::initClass();
   HxInterfaceFactory::initClass();
+  HxISetOfVolumeData::initClass();
+  HxISetOfVolumeMask::initClass();
+  HxSetOfVolumeDataFromHxUniformScalarField3::initClass();
+  HxSetOfVolumeDataFromHxUniformScalarField3Factory::initClass();
+  HxInterfaceFactoryRegistry::instance().declare("HxUniformScalarField3",
+                                                 "HxSetOfVolumeDataFromHxUniformScalarField3Factory");
   HxConnection::initClass();
   HxPortColorList::initClass();
   HxPortColormap::initClass();
