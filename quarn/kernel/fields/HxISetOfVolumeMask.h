@@ -44,7 +44,7 @@ public:
   /// How shared voxels are drawn; empty for: not at all.
   std::optional<DrawStyle> getOverlappingDrawStyle() const { return doGetOverlappingDrawStyle(); }
   /// Null when none is chosen.
-  HxColormap* getOverlappingColormap() const { return doGetOverlappingColormap(); }
+  const HxColormap* getOverlappingColormap() const { return doGetOverlappingColormap(); }
   std::optional<McColor> getOverlappingColor() const { return doGetOverlappingColor(); }
   /// Smallest and largest value that the colormap spans.
   std::optional<Range> getOverlappingColormapRange() const { return doGetOverlappingColormapRange(); }
@@ -54,7 +54,7 @@ public:
   VolumeList getVolumeMask() const { return doGetVolumeMask(); }
   QString getVolumeMaskName(const HxVolumeData* mask) const { return doGetVolumeMaskName(mask); }
   /// Null for a mask that is drawn in its colour.
-  HxColormap* getVolumeMaskColormap(const HxVolumeData* mask) const { return doGetVolumeMaskColormap(mask); }
+  const HxColormap* getVolumeMaskColormap(const HxVolumeData* mask) const { return doGetVolumeMaskColormap(mask); }
   /// Empty for a mask without colormap.
   std::optional<Range> getVolumeMaskColormapRange(const HxVolumeData* mask) const {
     return doGetVolumeMaskColormapRange(mask);
@@ -68,13 +68,13 @@ public:
   virtual VolumeList doGetVisibleVolumeMask() const = 0;
   virtual const void* doGetUniqueIdentifier() const = 0;
   virtual std::optional<DrawStyle> doGetOverlappingDrawStyle() const = 0;
-  virtual HxColormap* doGetOverlappingColormap() const = 0;
+  virtual const HxColormap* doGetOverlappingColormap() const = 0;
   virtual std::optional<McColor> doGetOverlappingColor() const = 0;
   virtual std::optional<Range> doGetOverlappingColormapRange() const = 0;
   virtual bool doGetOverlappingColormapAlphaEnabled() const = 0;
   virtual VolumeList doGetVolumeMask() const = 0;
   virtual QString doGetVolumeMaskName(const HxVolumeData* mask) const = 0;
-  virtual HxColormap* doGetVolumeMaskColormap(const HxVolumeData* mask) const = 0;
+  virtual const HxColormap* doGetVolumeMaskColormap(const HxVolumeData* mask) const = 0;
   virtual std::optional<Range> doGetVolumeMaskColormapRange(const HxVolumeData* mask) const = 0;
   virtual McColor doGetVolumeMaskColor(const HxVolumeData* mask) const = 0;
   virtual bool doGetVolumeMaskColormapAlphaEnabled(const HxVolumeData* mask) const = 0;
