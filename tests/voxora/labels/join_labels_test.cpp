@@ -66,6 +66,38 @@ TEST(JoinLabels, ZeroIsNoLabelOfAMask) {
   EXPECT_THAT(labels, Each(7));
 }
 
+TEST(JoinLabels, TellWhetherMasksShareVoxels) {
+  const TileGrid grid({70, 2, 1}, {64, 64, 64});
+  Labels front(140), back(140), labels(140);
+  std::fill(front.begin(), front.begin() + 69, std::uint8_t{1});
+  std::fill(back.begin() + 69, back.end(), std::uint8_t{1});
+  std::vector<LabelledMask> masks{maskOf(front, grid, 1), maskOf(back, grid, 2)};
+  EXPECT_FALSE(joinLabels(masks, 255, grid.dimensions(), labels.data())->hasOverlaps);
+  back[68] = 1;
+  masks[1] = maskOf(back, grid, 2);
+  EXPECT_TRUE(joinLabels(masks, 255, grid.dimensions(), labels.data())->hasOverlaps);
+  EXPECT_EQ(labels[68], 255);
+  EXPECT_EQ(labels[67], 1);
+  EXPECT_EQ(labels[69], 2);
+}
+
+/// So many tiles with bits that they are not all held at once.
+TEST(JoinLabels, OfAHundredMixedMasksLeaveNothingOut) {
+  const TileGrid grid({300, 40, 33}, {32, 32, 32});
+  Labels wanted(voxelsOf(grid.dimensions())), labels(wanted.size(), 9);
+  std::vector<LabelledMask> masks;
+  for (std::size_t k = 1; k <= 100; ++k) {
+    Labels isSet(wanted.size());
+    for (std::size_t i = k - 1; i < isSet.size(); i += 101) isSet[i] = 1;
+    for (std::size_t i = 0; i < isSet.size(); i += 1000 + k) isSet[i] = 1;
+    masks.push_back(maskOf(isSet, grid, static_cast<std::uint8_t>(k)));
+    for (std::size_t i = 0; i < isSet.size(); ++i)
+      if (isSet[i]) wanted[i] = wanted[i] ? 255 : static_cast<std::uint8_t>(k);
+  }
+  EXPECT_TRUE(joinLabels(masks, 255, grid.dimensions(), labels.data())->hasOverlaps);
+  EXPECT_TRUE(labels == wanted);
+}
+
 TEST(JoinLabels, AreGivenUpWhenTheCallbackSaysSo) {
   const TileGrid grid({8, 8, 8}, {32, 32, 32});
   Labels labels(512);
@@ -83,8 +115,9 @@ TEST(JoinLabels, AgreeWithALoopOnAnyGridsAndTiles) {
     const SbVec3i32 size(length(150), length(70), length(70));
     Labels wanted(voxelsOf(size)), labels(wanted.size(), 50);
     std::vector<LabelledMask> masks;
+    bool hasOverlaps = false;
     for (int k = 1; k <= length(5); ++k) {
-      const int tile = 32 << random() % 3;
+      const int tile = 32 << random() % 4;
       Labels isSet(wanted.size());
       const int longest = length(400);
       for (std::size_t i = 0; i < isSet.size();) {
@@ -96,9 +129,14 @@ TEST(JoinLabels, AgreeWithALoopOnAnyGridsAndTiles) {
       if (std::ranges::count(isSet, 1) == 0) isSet[0] = 1;
       masks.push_back(maskOf(isSet, TileGrid(size, {tile, tile, tile}), static_cast<std::uint8_t>(k)));
       for (std::size_t i = 0; i < isSet.size(); ++i)
-        if (isSet[i]) wanted[i] = wanted[i] ? 255 : static_cast<std::uint8_t>(k);
+        if (isSet[i]) {
+          hasOverlaps = hasOverlaps || wanted[i] != 0;
+          wanted[i] = wanted[i] ? 255 : static_cast<std::uint8_t>(k);
+        }
     }
-    ASSERT_TRUE(joinLabels(masks, 255, size, labels.data()));
+    const auto joined = joinLabels(masks, 255, size, labels.data());
+    ASSERT_TRUE(joined);
+    ASSERT_EQ(joined->hasOverlaps, hasOverlaps);
     ASSERT_EQ(labels, wanted) << size[0] << " x " << size[1] << " x " << size[2];
   }
 }
