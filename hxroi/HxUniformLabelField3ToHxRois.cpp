@@ -5,6 +5,7 @@
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/LabelConversion.h"
 #include "hxroi/detail/RemovedRois.h"
+#include "hxroi/detail/makingScript.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/base/mcinterface_cast.h"
 #include "quarn/kernel/app/HxApplication.h"
@@ -99,9 +100,5 @@ void HxUniformLabelField3ToHxRois::compute() {
 }
 
 bool HxUniformLabelField3ToHxRois::canCreateData(HxData* data, QString& script) {
-  const QByteArray name = getName().toUtf8();
-  script = QString::asprintf("\"%s\" doIt hit; \"%s\" compute; \"%s\" getResult\n", name.constData(), name.constData(),
-                             name.constData());
-  const HxResultSlot* slot = findResultSlot(0);
-  return slot && slot->getTouchTime() == data->getTouchTime();
+  return hxroi::canMakeAgain(*this, *data, script);
 }

@@ -4,9 +4,13 @@
 #include <memory>
 
 #include "hxroi/HxPortRoiTreeView.h"
+#include "hxroi/HxRoiSelector.h"
 #include "hxroi/HxRois.h"
 #include "hxroi/HxRoisProviderFromHxUniformLabelField3.h"
 #include "hxroi/HxRoisProviderFromHxUniformLabelField3Factory.h"
+#include "hxroi/HxRoisToHxUniformLabelField3.h"
+#include "hxroi/HxSetOfVolumeMaskFromHxRoiSelector.h"
+#include "hxroi/HxSetOfVolumeMaskFromHxRoiSelectorFactory.h"
 #include "hxroi/HxUniformLabelField3ToHxRois.h"
 #include "hxroi/detail/MaskRecovery.h"
 #include "hxroi/detail/SetVerifier.h"
@@ -23,11 +27,15 @@ struct ClassEntry {
 
 /// In the order of registration; they leave in reverse.
 constexpr ClassEntry kClasses[] = {
+    {&HxSetOfVolumeMaskFromHxRoiSelectorFactory::initClass, &HxSetOfVolumeMaskFromHxRoiSelectorFactory::exitClass},
     {&HxRoisProviderFromHxUniformLabelField3Factory::initClass,
      &HxRoisProviderFromHxUniformLabelField3Factory::exitClass},
+    {&HxRoiSelector::initClass, &HxRoiSelector::exitClass},
     {&HxPortRoiTreeView::initClass, &HxPortRoiTreeView::exitClass},
     {&HxRoisProviderFromHxUniformLabelField3::initClass, &HxRoisProviderFromHxUniformLabelField3::exitClass},
+    {&HxSetOfVolumeMaskFromHxRoiSelector::initClass, &HxSetOfVolumeMaskFromHxRoiSelector::exitClass},
     {&HxRoisProviderInterface::initClass, &HxRoisProviderInterface::exitClass},
+    {&HxRoisToHxUniformLabelField3::initClass, &HxRoisToHxUniformLabelField3::exitClass},
     {&HxRois::initClass, &HxRois::exitClass},
     {&HxUniformLabelField3ToHxRois::initClass, &HxUniformLabelField3ToHxRois::exitClass},
 };

@@ -85,6 +85,11 @@ void HxUniformScalarField3::resize(const McDim3l& dimensions, McPrimType type) {
   setBoundingBox(unitVoxelBox(dimensions));
 }
 
+void HxUniformScalarField3::swapVoxels(HxUniformScalarField3& other) {
+  std::swap(dimensions_, other.dimensions_);
+  std::swap(values_, other.values_);
+}
+
 const char* HxUniformScalarField3::primTypeName(McPrimType type) {
   static constexpr const char* kNames[] = {"uint8", "int8", "uint16", "int16", "uint32", "int32", "float", "double"};
   return kNames[static_cast<std::size_t>(type)];

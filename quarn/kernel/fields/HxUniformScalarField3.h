@@ -24,6 +24,9 @@ public:
   /// Makes the array anew, all zero; the box is as for a new field. Throws as the constructor; nothing is changed then.
   void resize(const McDim3l& dimensions, McPrimType type);
 
+  /// Exchanges the arrays of two fields of one class; their boxes stay.
+  void swapVoxels(HxUniformScalarField3& other);
+
   McPrimType primType() const { return static_cast<McPrimType>(values_.index()); }
   static const char* primTypeName(McPrimType type);
   static std::size_t primTypeSize(McPrimType type);

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QString>
+#include <tcl.h>
+#include <vector>
+
+#include "hxroi/HxPortRoiTreeView.h"
+#include "hxroi/export.h"
+#include "quarn/base/McTypedClass.h"
+#include "quarn/kernel/objects/HxData.h"
+#include "quarn/kernel/ports/HxConnection.h"
+
+class HxRois;
+
+namespace hxroi::details {
+class Mask;
+}
+
+/// A choice of masks of one ROI set: shows the set as a tree with check boxes, and keeps the list of masks that are
+/// checked. Renderers and modules work on that list.
+///
+/// Several selectors may show one set, each with a choice of its own. The choice is a port's and saved with networks;
+/// the object holds nothing that would need a file. For the user-interface thread.
+class HXROI_API HxRoiSelector : public HxData {
+public:
+  MC_CLASS_DECL(HxRoiSelector)
+
+  using MaskList = std::vector<const hxroi::details::Mask*>;
+
+  /// The tree of a selector: a new connection is looked at before a state or a script command asks for its ROIs.
+  class HXROI_API RoiVisibility : public HxPortRoiTreeView {
+  public:
+    explicit RoiVisibility(HxRoiSelector& selector);
+
+    /// ROIs of a set that a module or a provider makes anew are kept by their names: their identifiers will be others.
+    void getState(QString& state) const override;
+    bool setState(const QString& state) override;
+    int parse(Tcl_Interp* interp, int argc, char** argv) override;
+
+  private:
+    HxRoiSelector& selector_;
+  };
+
+  HxRoiSelector();
+
+  /// The set at "data", or the one that the object there provides; null when there is none. The first request may
+  /// convert a label field; an exception of the conversion comes out once.
+  HxRois* getHxRois() const;
+
+  /// The masks that were visible at the last evaluation, in the order of the set. One that has left the set since then
+  /// may be dead: look it up there before it is used.
+  const MaskList& getVisibleMasks() const { return visibleMasks_; }
+
+  void update() override;
+  /// Appends the visible masks of `rois` to the list: groups give their visible members.
+  void gatherMasks(HxRois* rois);
+  /// Evaluates the selector, and nothing that is connected to it, when something has changed since it was evaluated.
+  void catchUp();
+
+  /// Only a change of the voxels that are visible advances the touch time.
+  void touch(unsigned int flags) override;
+  /// Nothing needs saving.
+  void setModified(unsigned int flags) override;
+
+  HxConnection portData;  ///< a ROI set, or what provides one
+  RoiVisibility portRoiVisibility;
+
+protected:
+  ~HxRoiSelector() override;
+
+private:
+  void showSet();
+
+  MaskList visibleMasks_;
+};

@@ -1,0 +1,65 @@
+#include "hxroi/HxRoisToHxUniformLabelField3.h"
+
+#include <QCoreApplication>
+
+#include "hxroi/HxRoiSelector.h"
+#include "hxroi/HxRois.h"
+#include "hxroi/detail/RoiLabels.h"
+#include "hxroi/detail/makingScript.h"
+#include "quarn/base/McHandle.h"
+#include "quarn/base/mcinterface_cast.h"
+#include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/fields/HxUniformLabelField3.h"
+#include "quarn/kernel/objects/hxconnection_cast.h"
+
+MC_CLASS_IMPL(HxRoisToHxUniformLabelField3, HxCompModule)
+
+namespace {
+
+constexpr unsigned int kAllFlags = 0xFFFFFFFF;
+
+QString tr(const char* text) {
+  return QCoreApplication::translate("HxRoisToHxUniformLabelField3", text);
+}
+
+/// The field that was made, or the former one with what was made.
+McHandle<HxUniformLabelField3> taken(const McHandle<HxUniformLabelField3>& made, HxData* former) {
+  const McHandle<HxUniformLabelField3> field(mcinterface_cast<HxUniformLabelField3>(former));
+  if (!field) return made;
+  HxParamBundle& materials = *field->materials();
+  materials.removeAll();
+  materials.copy(*made->materials());
+  field->swapVoxels(*made);
+  return field;
+}
+
+}  // namespace
+
+HxRoisToHxUniformLabelField3::HxRoisToHxUniformLabelField3()
+    : HxCompModule(HxRois::getClassTypeId()),
+      portMaskSelector(this, "maskSelector", tr("Mask Selector"), HxRoiSelector::getClassTypeId()),
+      portDoIt(this, "doIt", tr("Do It"), 1) {}
+
+HxRoisToHxUniformLabelField3::~HxRoisToHxUniformLabelField3() = default;
+
+void HxRoisToHxUniformLabelField3::compute() {
+  // Progress lets the user act, and may end what nobody holds.
+  const McHandle<HxRoiSelector> selector(hxconnection_cast<HxRoiSelector>(portMaskSelector));
+  const McHandle<HxRoisToHxUniformLabelField3> alive(this);
+  if (!portDoIt.wasHit(0) || !selector) return;
+  selector->catchUp();
+  const McHandle<HxRois> rois(selector->getHxRois());
+  if (!rois) return;
+
+  const hxroi::RoiLabels labels(*rois, selector->getVisibleMasks());
+  const McHandle<HxUniformLabelField3> made = labels.makeField(*HxApplication::progress());
+  made->setLabel(rois->getLabel() + "-labels");
+  const McHandle<HxUniformLabelField3> field = taken(made, resultObject(0));
+  labels.place(*field);
+  field->notifyChanged();
+  setResult(field, kAllFlags);
+}
+
+bool HxRoisToHxUniformLabelField3::canCreateData(HxData* data, QString& script) {
+  return hxroi::canMakeAgain(*this, *data, script);
+}
