@@ -66,10 +66,12 @@ NetworkWriter::Fate NetworkWriter::fateOf(HxObject& object) const {
   return {false, QString("no object of class %1 can be made by a script").arg(classOf(object))};
 }
 
-/// Without what is connected to its "data" a module cannot make its result again.
-bool NetworkWriter::hasInput(const HxObject& module) const {
+/// Without what was connected to its "data" a module cannot make its result again.
+bool NetworkWriter::hasInput(const HxObject& module, const HxData& result) const {
   const auto* compModule = dynamic_cast<const HxCompModule*>(&module);
-  return !compModule || written_.contains(compModule->dataConnection.source());
+  if (!compModule) return true;
+  const HxObject* const input = compModule->dataConnection.source();
+  return input ? written_.contains(input) : compModule->changedSinceMaking(&result).isEmpty();
 }
 
 /// Why the other objects that a module is connected to let it make something else than before; empty when they do not.
@@ -120,7 +122,7 @@ NetworkWriter::Fate NetworkWriter::fateOfResult(HxData& data) const {
   const HxObject* master = data.baseConnection.source();
   const QString name = master->getName();
   if (!written_.contains(master)) return {false, QString("%1, which makes it, does not come back").arg(name)};
-  if (!hasInput(*master)) return {false, QString("%1, which makes it, has lost its input").arg(name)};
+  if (!hasInput(*master, data)) return {false, QString("%1, which makes it, has lost its input").arg(name)};
   if (data.isChangedSinceMade()) return {true, QString("changes since %1 made it").arg(name)};
   const auto* module = dynamic_cast<const HxCompModule*>(master);
   const QString change = module ? module->changedSinceMaking(&data) : QString();

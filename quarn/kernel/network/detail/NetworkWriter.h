@@ -38,7 +38,7 @@ private:
   Fate fateOfData(HxData& data) const;
   Fate fateOfFile(HxData& data) const;
   Fate fateOfResult(HxData& data) const;
-  bool hasInput(const HxObject& module) const;
+  bool hasInput(const HxObject& module, const HxData& result) const;
   QString problemOfSources(const HxObject& module) const;
   void write(HxObject& object);
   void writeCreation(HxObject& object);
