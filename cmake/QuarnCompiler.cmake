@@ -4,6 +4,7 @@ option(QUARN_WERROR "Treat warnings as errors" OFF)
 option(QUARN_BUILD_BENCH "Build the benchmarks" OFF)
 option(QUARN_FUZZ "Build the fuzz targets and what they need, nothing else (needs clang)" OFF)
 option(QUARN_WITH_FORMATS "Build the image readers and writers (their tests need ITK)" ON)
+option(QUARN_WITH_VIEW "Build the view (needs VTK)" ON)
 option(QUARN_PRECOMPILE "Precompile what most tests include" OFF)
 option(QUARN_PRECOMPILE_LAYERS
   "Precompile what most sources include; that each includes what it needs is checked by the other builds" OFF)

@@ -13,7 +13,8 @@ std::string excerpt(const QString& text) {
 
 void setMode(CommandLine& line, Mode mode, const QString& option) {
   if (line.mode != Mode::None)
-    throw McException(excerpt(option) + ": only one of --script, --command, --interactive, --recover and --verify");
+    throw McException(excerpt(option) +
+                      ": only one of --script, --command, --interactive, --recover, --verify and --snapshot");
   line.mode = mode;
 }
 
@@ -54,6 +55,11 @@ constexpr Option options[] = {
      "check the FILEs and all that they name to the last byte, without loading them; the\n"
      "                           status is 1 when anything is wrong",
      [](CommandLine& line, const QString&) { setMode(line, Mode::Verify, "--verify"); }},
+    {"--snapshot", "FILE.png", "draw the FILEs into a picture and exit",
+     [](CommandLine& line, const QString& value) {
+       setMode(line, Mode::Snapshot, "--snapshot");
+       line.snapshot = value;
+     }},
     {"--set", "KEY=VALUE", "a preference for this run", addPreference},
     {"--temp", "DIR", "base folder of the temporary storage",
      [](CommandLine& line, const QString& value) { line.temporaryDirectory = value; }},
@@ -88,6 +94,7 @@ private:
 
   void checkFiles() const {
     if (line_.mode == Mode::Verify && line_.files.isEmpty()) throw McException("--verify: FILE is missing");
+    if (line_.mode == Mode::Snapshot && line_.files.isEmpty()) throw McException("--snapshot: FILE is missing");
     const bool recovers = line_.mode == Mode::Recover;
     if (line_.discard && !recovers) throw McException("--discard: only with --recover");
     if (recovers && line_.files.size() > (line_.discard ? 0 : 1))

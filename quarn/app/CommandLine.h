@@ -10,12 +10,13 @@ namespace quarn::app {
 
 /// What the user asked for on the command line.
 struct CommandLine {
-  enum class Mode { None, Script, Command, Interactive, Recover, Verify, Help, Version };
+  enum class Mode { None, Script, Command, Interactive, Recover, Verify, Snapshot, Help, Version };
 
   Mode mode = Mode::None;
   QString script;               ///< file of Mode::Script
   QStringList scriptArguments;  ///< all words after it
   QString command;              ///< text of Mode::Command
+  QString snapshot;             ///< picture of Mode::Snapshot
   QStringList files;            ///< to be loaded first; the folder of Mode::Recover, what Mode::Verify checks
   std::vector<std::pair<QString, QString>> preferences;  ///< key, value
   std::optional<QString> temporaryDirectory;

@@ -6,6 +6,7 @@
 #include "quarn/app/Prompt.h"
 #include "quarn/app/recovery.h"
 #include "quarn/app/report.h"
+#include "quarn/app/snapshot.h"
 #include "quarn/app/verification.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxApplication.h"
@@ -18,6 +19,9 @@
 #include "quarn/kernel/packages/HxPackageLoader.h"
 #ifdef QUARN_WITH_FORMATS
 #include "quarn/formats/registerFormats.h"
+#endif
+#ifdef QUARN_WITH_VIEW
+#include "quarn/view/registerView.h"
 #endif
 
 namespace quarn::app {
@@ -73,6 +77,9 @@ void Session::prepare() {
 #ifdef QUARN_WITH_FORMATS
   quarn::formats::registerFormats();
 #endif
+#ifdef QUARN_WITH_VIEW
+  quarn::view::registerView();
+#endif
 }
 
 void Session::loadPackages() {
@@ -113,7 +120,7 @@ int Session::run() {
 }
 
 bool Session::isUnattended() const {
-  return line_.mode == Mode::Script || line_.mode == Mode::Command;
+  return line_.mode == Mode::Script || line_.mode == Mode::Command || line_.mode == Mode::Snapshot;
 }
 
 int Session::runMode() {
@@ -124,6 +131,8 @@ int Session::runMode() {
       return runCommand();
     case Mode::Interactive:
       return Prompt(terminal_).run();
+    case Mode::Snapshot:
+      return drawSnapshot(line_.snapshot);
     case Mode::None:
       return isatty(STDIN_FILENO) ? Prompt(terminal_).run() : 0;
     case Mode::Recover:

@@ -37,3 +37,12 @@ void HxInterfaceFactoryRegistry::attachInterfaces(HxObject* object) const {
     if (factory) factory->attachInterfaces(object);
   }
 }
+
+QStringList HxInterfaceFactoryRegistry::classNames() const {
+  QStringList names;
+  for (const auto& [className, factory] : declarations_) {
+    const QString name = QString::fromStdString(className);
+    if (!names.contains(name)) names.append(name);
+  }
+  return names;
+}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,6 +24,9 @@ public:
 
   /// Runs the factories declared for the object's class and its ancestors.
   void attachInterfaces(HxObject* object) const;
+
+  /// The classes for which factories are declared, each once.
+  QStringList classNames() const;
 
 private:
   std::vector<std::pair<std::string, std::string>> declarations_;

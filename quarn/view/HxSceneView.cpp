@@ -1,0 +1,285 @@
+#include "quarn/view/HxSceneView.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "quarn/base/McException.h"
+#include "quarn/base/mcinterface_cast.h"
+#include "quarn/kernel/fields/HxISetOfVolumeMask.h"
+#include "quarn/kernel/fields/HxStandardColormaps.h"
+#include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/view/FieldSampler.h"
+#include "quarn/view/ScenePainter.h"
+#include "quarn/view/Snapshot.h"
+#include "quarn/view/maskOffers.h"
+
+MC_CLASS_IMPL(HxSceneView, HxObject)
+
+using quarn::view::ColorTransfer;
+using quarn::view::SceneContents;
+using quarn::view::VolumeMode;
+
+namespace {
+
+/// An object that is shown, and how.
+struct Shown {
+  HxObject* object;
+  McHandle<HxColormap> colormap;
+  std::optional<std::pair<double, double>> range;
+  std::optional<VolumeMode> mode;
+  std::pair<double, double> usualRange;  ///< of the values at `usualTime`
+  std::uint32_t usualTime = 0;
+};
+
+/// The lattice that slices lie in.
+struct Grid {
+  McDim3l dimensions;
+  HxGeometry3 geometry;
+};
+
+std::string quoted(const HxObject& object) {
+  return "\"" + McException::excerpt(object.describe().toStdString()) + "\"";
+}
+
+bool isDrawable(const HxObject* object) {
+  return dynamic_cast<const HxUniformScalarField3*>(object) || mcinterface_cast<HxISetOfVolumeMask>(object);
+}
+
+/// The object that is drawn in its place.
+const HxObject* drawnFor(const HxObject* object) {
+  return isDrawable(object) ? object : quarn::view::findMaskOffer(object);
+}
+
+HxUniformScalarField3* imageOf(HxObject* object) {
+  return dynamic_cast<HxUniformScalarField3*>(object);
+}
+
+}  // namespace
+
+struct HxSceneView::State {
+  std::vector<Shown> shown;
+  quarn::view::ScenePainter painter;
+  quarn::view::SceneCamera camera;
+  quarn::view::Complaints complaints;
+  std::array<std::optional<int>, 3> slices;
+  QString layout = QStringLiteral("column");
+  McColor background{0.07f, 0.08f, 0.10f};
+  bool hasMarks = true;
+
+  Shown& shownImage(HxObject* object);
+  ColorTransfer transferOf(Shown& item, const HxUniformScalarField3& field);
+  void addImage(SceneContents& contents, Shown& item);
+  void addMasks(SceneContents& contents, const Shown& item);
+  void putOnGrid(SceneContents& contents, const McDim3l& dimensions, const HxGeometry3& geometry);
+  SceneContents contents();
+  std::optional<Grid> grid();
+};
+
+HxSceneView::HxSceneView() : state_(std::make_unique<State>()) {
+  HxObjectPool::instance().addListener(this);
+}
+
+HxSceneView::~HxSceneView() = default;
+
+// --- What is shown
+
+bool HxSceneView::canShow(HxObject* object) {
+  return isDrawable(object) || quarn::view::newMaskOffer(object);
+}
+
+void HxSceneView::show(HxObject* object) {
+  if (!object || !object->isInPool()) throw McException("Only objects of the pool can be shown.");
+  HxObject* drawn = isDrawable(object) ? object : quarn::view::provideMaskOffer(object);
+  if (!drawn)
+    throw McException(quoted(*object) + " of class " + object->getTypeId().getName() +
+                      " cannot be shown; fields of numbers and objects with masks to draw can.");
+  if (isShown(drawn)) return;
+  state_->shown.push_back({drawn, {}, {}, {}, {}, 0});
+  fitCamera();
+  touch();
+}
+
+void HxSceneView::hide(HxObject* object) {
+  const HxObject* drawn = drawnFor(object);
+  if (std::erase_if(state_->shown, [drawn](const Shown& shown) { return shown.object == drawn; }) == 0) return;
+  if (state_->shown.empty()) state_->slices = {};
+  state_->complaints.forget();
+  fitCamera();
+  touch();
+}
+
+bool HxSceneView::isShown(const HxObject* object) const {
+  const HxObject* drawn = drawnFor(object);
+  return std::any_of(state_->shown.begin(), state_->shown.end(),
+                     [drawn](const Shown& shown) { return shown.object == drawn; });
+}
+
+void HxSceneView::objectAboutToBeRemoved(HxObject* object) {
+  hide(object);
+}
+
+QStringList HxSceneView::shownNames() const {
+  QStringList names;
+  for (const Shown& shown : state_->shown) names.append(shown.object->getName());
+  return names;
+}
+
+Shown& HxSceneView::State::shownImage(HxObject* object) {
+  for (Shown& candidate : shown)
+    if (candidate.object == object && imageOf(object)) return candidate;
+  throw McException(object ? quoted(*object) + " is not shown as an image." : "There is no such object.");
+}
+
+void HxSceneView::setColormap(HxObject* image, HxColormap* colormap, std::optional<std::pair<double, double>> range) {
+  Shown& shown = state_->shownImage(image);
+  shown.colormap = colormap;
+  shown.range = range;
+  touch();
+}
+
+void HxSceneView::setVolumeMode(HxObject* image, std::optional<VolumeMode> mode) {
+  state_->shownImage(image).mode = mode;
+  touch();
+}
+
+// --- How it is looked at
+
+quarn::view::SceneCamera& HxSceneView::camera() {
+  return state_->camera;
+}
+
+void HxSceneView::fitCamera() {
+  state_->painter.forgetBounds();
+}
+
+void HxSceneView::setSlice(int axis, int index) {
+  const std::optional<Grid> grid = state_->grid();
+  if (!grid) throw McException("There is nothing to take a slice of; show an object first.");
+  if (index < 0 || index >= grid->dimensions[axis])
+    throw McException("There is no slice " + std::to_string(index) + " across " + "xyz"[axis] + "; they go from 0 to " +
+                      std::to_string(grid->dimensions[axis] - 1) + ".");
+  state_->slices[static_cast<std::size_t>(axis)] = index;
+  touch();
+}
+
+int HxSceneView::slice(int axis) const {
+  const std::optional<int>& chosen = state_->slices[static_cast<std::size_t>(axis)];
+  if (chosen) return *chosen;
+  const std::optional<Grid> grid = state_->grid();
+  return grid ? static_cast<int>(grid->dimensions[axis] / 2) : 0;
+}
+
+void HxSceneView::setLayout(const QString& layout) {
+  if (!quarn::view::layoutNames().contains(layout))
+    throw McException("There is no layout \"" + McException::excerpt(layout.toStdString()) + "\"; there are " +
+                      quarn::view::layoutNames().join(QStringLiteral(", ")).toStdString() + ".");
+  state_->layout = layout;
+  touch();
+}
+
+QString HxSceneView::layout() const {
+  return state_->layout;
+}
+
+void HxSceneView::setBackground(const McColor& color) {
+  for (int channel = 0; channel < 3; ++channel)
+    if (!(color[channel] >= 0 && color[channel] <= 1)) throw McException("Parts of a colour are numbers from 0 to 1.");
+  state_->background = color;
+  touch();
+}
+
+McColor HxSceneView::background() const {
+  return state_->background;
+}
+
+void HxSceneView::setMarks(bool shown) {
+  state_->hasMarks = shown;
+  touch();
+}
+
+bool HxSceneView::hasMarks() const {
+  return state_->hasMarks;
+}
+
+const quarn::view::SurfaceCache& HxSceneView::surfaces() const {
+  return state_->painter.surfaces();
+}
+
+// --- Pictures
+
+ColorTransfer HxSceneView::State::transferOf(Shown& item, const HxUniformScalarField3& field) {
+  if (!item.range && item.usualTime != field.getTouchTime()) {
+    item.usualRange = quarn::view::usualRange(field);
+    item.usualTime = field.getTouchTime();
+  }
+  const HxColormap* grey = HxStandardColormaps::instance().find(QStringLiteral("grey"));
+  return ColorTransfer(item.colormap ? *item.colormap : *grey, item.range ? *item.range : item.usualRange, true);
+}
+
+void HxSceneView::State::putOnGrid(SceneContents& contents, const McDim3l& dimensions, const HxGeometry3& geometry) {
+  if (contents.dimensions == McDim3l()) {
+    contents.dimensions = dimensions;
+    contents.geometry = geometry;
+  }
+}
+
+void HxSceneView::State::addImage(SceneContents& contents, Shown& item) {
+  HxUniformScalarField3* field = imageOf(item.object);
+  if (!field || field->voxelCount() == 0) return;
+  contents.images.push_back({field, transferOf(item, *field)});
+  contents.modes.push_back(item.mode.value_or(VolumeMode::Rendered));
+  putOnGrid(contents, field->latticeDimensions(), field->geometry());
+}
+
+void HxSceneView::State::addMasks(SceneContents& contents, const Shown& item) {
+  const auto* set = mcinterface_cast<HxISetOfVolumeMask>(item.object);
+  if (!set) return;
+  contents.sets.push_back(quarn::view::readMaskSet(*set, item.object->describe(), complaints));
+  const quarn::view::MaskSetLook& look = contents.sets.back();
+  if (!(look.dimensions == McDim3l())) putOnGrid(contents, look.dimensions, look.geometry);
+}
+
+SceneContents HxSceneView::State::contents() {
+  SceneContents contents;
+  for (Shown& each : shown) {
+    addImage(contents, each);
+    addMasks(contents, each);
+  }
+  // A cloud would hide the masks.
+  for (std::size_t i = 0, image = 0; i < shown.size() && !contents.sets.empty(); ++i) {
+    const HxUniformScalarField3* field = imageOf(shown[i].object);
+    if (!field || field->voxelCount() == 0) continue;
+    if (!shown[i].mode) contents.modes[image] = VolumeMode::Planes;
+    ++image;
+  }
+  if (contents.dimensions == McDim3l()) contents.dimensions = McDim3l(1, 1, 1);
+  for (int axis = 0; axis < 3; ++axis) {
+    const auto i = static_cast<std::size_t>(axis);
+    const auto last = static_cast<int>(contents.dimensions[axis]) - 1;
+    contents.slices[i] = std::min(slices[i].value_or(static_cast<int>(contents.dimensions[axis] / 2)), last);
+  }
+  contents.camera = camera;
+  contents.layout = layout;
+  contents.background = background;
+  contents.hasMarks = hasMarks;
+  return contents;
+}
+
+std::optional<Grid> HxSceneView::State::grid() {
+  if (shown.empty()) return std::nullopt;
+  const SceneContents all = contents();
+  if (all.images.empty() && all.sets.empty()) return std::nullopt;
+  return Grid{all.dimensions, all.geometry};
+}
+
+QImage HxSceneView::paint(int width, int height) {
+  quarn::view::requirePictureSize(width, height);
+  return state_->painter.paint(state_->contents(), width, height, state_->complaints);
+}
+
+void HxSceneView::snapshot(const QString& file, int width, int height) {
+  quarn::view::requirePictureSize(width, height);
+  quarn::view::writeSnapshot(file, [&] { return paint(width, height); });
+}

@@ -1,0 +1,191 @@
+#include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/view/SceneCamera.h"
+#include "quarn/view/ScenePainter.h"
+#include "quarn/view/SurfaceCache.h"
+#include "tests/view/ViewTest.h"
+
+namespace {
+
+TEST_F(ViewTest, DrawsABallInItsColour) {
+  masks->add("a", GREEN, ball(32, 32, 32, 20));
+  view->show(masks);
+  const QImage picture = paint("space", 200);
+  const auto [x, y] = middleOf(picture, GREEN);
+  EXPECT_NEAR(0.5, x, 0.02);
+  EXPECT_NEAR(0.5, y, 0.02);
+  // A disk, as wide as it is high.
+  const int pixels = countLike(picture, GREEN);
+  EXPECT_GT(pixels, 200 * 200 / 8);
+  EXPECT_LT(pixels, 200 * 200 / 2);
+}
+
+TEST_F(ViewTest, HasThePatientsLeftOnTheRightHandFromTheFront) {
+  masks->add("left", RED, ball(54, 32, 32, 6));
+  masks->add("right", GREEN, ball(10, 32, 32, 6));
+  masks->add("top", BLUE, ball(32, 32, 54, 6));
+  view->show(masks);
+  const QImage front = paint("space", 200);
+  EXPECT_GT(middleOf(front, RED).first, 0.6);
+  EXPECT_LT(middleOf(front, GREEN).first, 0.4);
+  EXPECT_LT(middleOf(front, BLUE).second, 0.4);
+  view->camera().look("back");
+  EXPECT_LT(middleOf(paint("space", 200), RED).first, 0.4);
+}
+
+TEST_F(ViewTest, LeavesNoTraceOfHiddenMasks) {
+  masks->add("a", RED, ball(20, 32, 32, 14));
+  view->show(masks);
+  paint("four");
+  view->fitCamera();
+  const QImage alone = paint("four");
+  masks->add("b", GREEN, ball(40, 32, 32, 14));
+  masks->add("c", BLUE, ball(40, 20, 32, 14));
+  masks->named("b").isVisible = false;
+  masks->named("c").isVisible = false;
+  EXPECT_EQ(0, largestDifference(alone, paint("four")));
+  masks->named("b").isVisible = true;
+  EXPECT_GT(countLike(paint("four"), GREEN), 100);
+  masks->named("b").isVisible = false;
+  EXPECT_EQ(0, largestDifference(alone, paint("four")));
+}
+
+TEST_F(ViewTest, DrawsTheSameWhateverTheOrderOfTheMasks) {
+  masks->add("a", RED, ball(24, 32, 32, 16));
+  masks->add("b", GREEN, ball(40, 32, 32, 16));
+  masks->add("c", YELLOW, block(16, 40, 16, 48, 30, 40));
+  masks->overlapColor = BLUE;
+  view->show(masks);
+  for (const auto style : {HxISetOfVolumeMask::DRAW_BOUNDARY, HxISetOfVolumeMask::DRAW_VOLUME}) {
+    masks->overlapStyle = style;
+    const QImage before = paint("four", 256);
+    std::swap(masks->masks[0], masks->masks[1]);
+    EXPECT_EQ(0, largestDifference(before, paint("four", 256)));
+    std::swap(masks->masks[0], masks->masks[2]);
+    EXPECT_EQ(0, largestDifference(before, paint("four", 256)));
+  }
+}
+
+TEST_F(ViewTest, ShowsWhatIsSharedThroughTheMasks) {
+  masks->add("a", RED, ball(24, 32, 32, 16));
+  masks->add("b", GREEN, ball(40, 32, 32, 16));
+  masks->overlapColor = BLUE;
+  masks->overlapStyle = HxISetOfVolumeMask::DRAW_VOLUME;
+  view->show(masks);
+  const QImage picture = paint("space", 200);
+  const QRgb middle = picture.pixel(100, 100);
+  EXPECT_GT(qBlue(middle), qRed(middle));
+  EXPECT_GT(qBlue(middle), qGreen(middle));
+}
+
+TEST_F(ViewTest, MakesTheSurfaceOfOneMaskAnewOnlyWhenItChanged) {
+  for (int i = 0; i < 5; ++i) masks->add(QString::number(i), RED, ball(10 + 10 * i, 32, 32, 5));
+  view->show(masks);
+  paint("space");
+  EXPECT_EQ(5, view->surfaces().madeCount());
+  masks->named("3").isVisible = false;
+  paint("space");
+  masks->named("3").isVisible = true;
+  paint("space");
+  EXPECT_EQ(5, view->surfaces().madeCount());
+  fill(*masks->named("2").node, ball(30, 32, 32, 8));
+  paint("space");
+  EXPECT_EQ(6, view->surfaces().madeCount());
+}
+
+TEST_F(ViewTest, MakesNoSurfaceOfHiddenMasksNorForSlices) {
+  masks->add("a", RED, ball(32, 32, 32, 5));
+  masks->add("b", RED, ball(32, 32, 32, 5)).isVisible = false;
+  view->show(masks);
+  paint("z");
+  EXPECT_EQ(0, view->surfaces().madeCount());
+  paint("four");
+  EXPECT_EQ(1, view->surfaces().madeCount());
+}
+
+TEST_F(ViewTest, LeavesOutAMaskThatCannotBeAskedAndTellsItOnce) {
+  masks->add("a", RED, ball(20, 32, 32, 10));
+  const HxVolumeData* gone = masks->add("b", GREEN, ball(44, 32, 32, 10)).data;
+  masks->onQuestion = [gone](const char*, const HxVolumeData* mask) {
+    if (mask == gone) throw std::out_of_range("bimap<>: invalid key");
+  };
+  view->show(masks);
+  for (int i = 0; i < 3; ++i) {
+    const QImage picture = paint("four");
+    EXPECT_GT(countLike(picture, RED), 100);
+    EXPECT_EQ(0, countLike(picture, GREEN));
+  }
+  ASSERT_EQ(1u, messages.warnings.size());
+  EXPECT_EQ("\"masks\" is not drawn whole; mask \"b\": bimap<>: invalid key", messages.warnings[0].toStdString());
+}
+
+TEST_F(ViewTest, SurvivesEveryQuestionThatThrows) {
+  masks->add("a", RED, ball(20, 32, 32, 10));
+  view->show(masks);
+  for (const char* failing : {"visible", "reference", "style", "name", "color"}) {
+    masks->onQuestion = [failing](const char* question, const HxVolumeData*) {
+      if (std::string(question) == failing) throw 7;
+    };
+    EXPECT_EQ(QSize(128, 128), paint("four").size()) << failing;
+  }
+}
+
+TEST_F(ViewTest, LeavesOutAVolumeWithoutAMask) {
+  masks->add("a", RED, ball(20, 32, 32, 10)).data->setVolumeNode(nullptr);
+  view->show(masks);
+  EXPECT_EQ(0, countLike(paint("four"), RED));
+}
+
+TEST_F(ViewTest, LeavesOutAMaskOfAnotherGrid) {
+  masks->add("a", RED, ball(20, 32, 32, 10));
+  TestMasks::Mask& other = masks->add("b", GREEN, ball(20, 32, 32, 10));
+  other.node = newNode({32, 64, 64}, ball(20, 32, 32, 10));
+  other.data->setVolumeNode(other.node.get());
+  view->show(masks);
+  EXPECT_EQ(0, countLike(paint("four"), GREEN));
+  ASSERT_EQ(1u, messages.warnings.size());
+  EXPECT_NE(std::string::npos, messages.warnings[0].toStdString().find("32 x 64 x 64 voxels, not 64 x 64 x 64"));
+}
+
+TEST_F(ViewTest, ForgetsObjectsThatLeaveThePool) {
+  masks->add("a", RED, ball(20, 32, 32, 10));
+  view->show(masks);
+  EXPECT_GT(countLike(paint("four"), RED), 100);
+  HxObjectPool::instance().remove(masks);
+  EXPECT_TRUE(view->shownNames().isEmpty());
+  EXPECT_EQ(0, countLike(paint("four"), RED));
+}
+
+TEST_F(ViewTest, DrawsAnEmptyViewAndEverySize) {
+  for (const auto& [width, height] : {std::pair(1, 1), std::pair(1, 300), std::pair(301, 7), std::pair(257, 129)})
+    EXPECT_EQ(QSize(width, height), view->paint(width, height).size());
+  masks->add("a", RED, ball(20, 32, 32, 10));
+  masks->add("nothing", RED, [](int, int, int) { return false; });
+  view->show(masks);
+  for (const auto& [width, height] : {std::pair(1, 1), std::pair(1, 300), std::pair(301, 7), std::pair(257, 129)})
+    EXPECT_EQ(QSize(width, height), view->paint(width, height).size());
+}
+
+TEST_F(ViewTest, DrawsAFieldAsACloud) {
+  const McHandle<HxUniformScalarField3> field(new HxUniformScalarField3(McDim3l(64, 64, 64), McPrimType::Uint8));
+  const Shape shape = ball(44, 32, 32, 14);
+  for (int z = 0; z < 64; ++z)
+    for (int y = 0; y < 64; ++y)
+      for (int x = 0; x < 64; ++x) field->setValue(x, y, z, shape(x, y, z) ? 200 : 0);
+  HxObjectPool::instance().add(field, QStringLiteral("field"));
+  view->show(field);
+  const QImage picture = paint("space", 160);
+  double sum = 0, weighted = 0;
+  for (int y = 0; y < 160; ++y)
+    for (int x = 0; x < 160; ++x) {
+      sum += qGray(picture.pixel(x, y));
+      weighted += (x + 0.5) * qGray(picture.pixel(x, y));
+    }
+  ASSERT_GT(sum, 160 * 160);
+  EXPECT_GT(weighted / sum / 160, 0.54);
+  view->setVolumeMode(field, quarn::view::VolumeMode::Off);
+  QImage black(160, 160, QImage::Format_RGB32);
+  black.fill(Qt::black);
+  EXPECT_EQ(0, largestDifference(paint("space", 160), black));
+}
+
+}  // namespace
