@@ -37,7 +37,7 @@ std::int64_t LabelBands::tiles(std::int64_t band) const {
 LabelBand::LabelBand(const TileGrid& grid, std::int64_t firstTile, std::int64_t tiles, std::uint8_t* labels)
     : grid_(grid), labels_(labels) {
   for (std::int64_t tile = firstTile; tile < firstTile + tiles; ++tile)
-    tiles_.push_back({tile, grid.tileBox(tile), {}});
+    tiles_.push_back({tile, grid.tileBox(tile), grid.tileLayout(tile), {}});
 }
 
 bool LabelBand::write(std::span<const LabelledMask> masks, std::uint8_t overlap) {
@@ -86,7 +86,7 @@ bool LabelBand::writeRow(const Tile& tile, int y, int z, bool isFirst, std::uint
   const auto count = static_cast<std::size_t>(tile.box.size(0));
   std::uint8_t* const row = labels_ + (std::int64_t{z} * size[1] + y) * size[0] + tile.box.getMin()[0];
   if (isFirst && tile.layers.empty()) std::memset(row, 0, count);
-  const std::size_t offset = grid_.tileLayout(tile.number).bit(tile.box.getMin()[0], y, z) / 8;
+  const std::size_t offset = tile.layout.bit(tile.box.getMin()[0], y, z) / 8;
   bool met = false, isFresh = isFirst;
   for (const Layer& layer : tile.layers) {
     const auto* const bits =

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "quarn/voxora/bits/BitRows.h"
 #include "quarn/voxora/labels/joinLabels.h"
 #include "quarn/voxora/tiles/TileGrid.h"
 #include "quarn/voxora/tiles/TilePayload.h"
@@ -50,6 +51,7 @@ private:
   struct Tile {
     std::int64_t number = 0;
     SbBox3i32 box;
+    BitLayout layout;
     std::vector<Layer> layers;
   };
 
