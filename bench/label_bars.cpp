@@ -11,6 +11,7 @@
 #include "bench/operands.h"
 #include "bench/peer_itk_labels.h"
 #include "bench/scale/Brain.h"
+#include "quarn/base/McLargePageAllocator.h"
 #include "quarn/voxora/labels/joinLabels.h"
 #include "quarn/voxora/labels/separateLabels.h"
 #include "quarn/voxora/utilities/utilities.h"
@@ -99,11 +100,13 @@ void addJoining(const std::string& data, LabelImage (*draw)()) {
     const std::uint64_t former = sum(image->labels);
     hxvoxora::joinLabels(*masks, 255, image->size, image->labels.data());
     if (sum(image->labels) != former) throw std::runtime_error("the labels are not what they were");
-    // In memory of its own each time, as the peer's image is.
+    // In memory of its own each time, as the peer's image is; it is that of the arrays of fields.
     const auto ours = [size = image->size, count = image->labels.size(), masks] {
-      const auto labels = std::make_unique_for_overwrite<std::uint8_t[]>(count);
-      hxvoxora::joinLabels(*masks, 255, size, labels.get());
-      benchmark::DoNotOptimize(labels.get());
+      McLargePageAllocator<std::uint8_t> memory;
+      std::uint8_t* const labels = memory.allocate(count);
+      hxvoxora::joinLabels(*masks, 255, size, labels);
+      benchmark::DoNotOptimize(labels);
+      memory.deallocate(labels, count);
     };
     return Entrants{{"ours", 0, nullptr, ours, 0}, {"ITK", 0.3, nullptr, [peer] { peer->join(); }, 0}};
   });

@@ -4,6 +4,7 @@
 #include <variant>
 #include <vector>
 
+#include "quarn/base/McLargePageAllocator.h"
 #include "quarn/kernel/export.h"
 #include "quarn/kernel/fields/HxRegScalarField3.h"
 #include "quarn/kernel/fields/McPrimType.h"
@@ -65,9 +66,10 @@ protected:
   ~HxUniformScalarField3() override;
 
 private:
-  using Values = std::variant<std::vector<std::uint8_t>, std::vector<std::int8_t>, std::vector<std::uint16_t>,
-                              std::vector<std::int16_t>, std::vector<std::uint32_t>, std::vector<std::int32_t>,
-                              std::vector<float>, std::vector<double>>;
+  template <class T>
+  using Array = std::vector<T, McLargePageAllocator<T>>;
+  using Values = std::variant<Array<std::uint8_t>, Array<std::int8_t>, Array<std::uint16_t>, Array<std::int16_t>,
+                              Array<std::uint32_t>, Array<std::int32_t>, Array<float>, Array<double>>;
 
   static Values makeValues(const McDim3l& dimensions, McPrimType type);
   std::size_t indexOf(std::int64_t x, std::int64_t y, std::int64_t z) const {
