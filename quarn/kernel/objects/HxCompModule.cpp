@@ -64,6 +64,12 @@ QString HxCompModule::changedSinceMaking(const HxData* data) const {
   return record ? record->differenceTo(*this) : QString();
 }
 
+bool HxCompModule::hadInput(const HxData* data) const {
+  const std::optional<int> slot = slotOf(data);
+  const auto* record = slot ? findResultSlot(*slot)->record_.get() : nullptr;
+  return record && record->hasSource(*this, dataConnection.getName());
+}
+
 bool HxCompModule::canCreateData(HxData* data, QString& script) {
   const auto isMade = [data](const auto& entry) {
     return entry.second.object() == data && entry.second.getTouchTime() == data->getTouchTime();

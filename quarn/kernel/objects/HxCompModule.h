@@ -34,6 +34,8 @@ public:
   /// What has changed, content of sources and settings of this module among it, since it made the result in such a way
   /// that it might make another one now: words for a message; empty for nothing.
   QString changedSinceMaking(const HxData* data) const;
+  /// Whether "data" was connected when the module made the result.
+  bool hadInput(const HxData* data) const;
 
   /// Here: a result in a slot that was not touched since it was set can be made again by a module that works on a
   /// single button named "doIt".

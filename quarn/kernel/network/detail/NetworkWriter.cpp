@@ -71,7 +71,7 @@ bool NetworkWriter::hasInput(const HxObject& module, const HxData& result) const
   const auto* compModule = dynamic_cast<const HxCompModule*>(&module);
   if (!compModule) return true;
   const HxObject* const input = compModule->dataConnection.source();
-  return input ? written_.contains(input) : compModule->changedSinceMaking(&result).isEmpty();
+  return input ? written_.contains(input) : !compModule->hadInput(&result);
 }
 
 /// Why the other objects that a module is connected to let it make something else than before; empty when they do not.

@@ -35,6 +35,10 @@ MakingRecord::MakingRecord(const HxObject& module) {
   add(module, seen);
 }
 
+bool MakingRecord::hasSource(const HxObject& owner, const QString& port) const {
+  return std::ranges::any_of(sources_, [&](const Source& s) { return s.owner == &owner && s.port == port; });
+}
+
 void MakingRecord::add(const HxObject& object, std::set<const HxObject*>& seen) {
   if (!seen.insert(&object).second) return;
   if (!dynamic_cast<const HxData*>(&object)) addStates(object);

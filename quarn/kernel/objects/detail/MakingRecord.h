@@ -17,6 +17,9 @@ class MakingRecord {
 public:
   explicit MakingRecord(const HxObject& module);
 
+  /// Whether that port was connected.
+  bool hasSource(const HxObject& owner, const QString& port) const;
+
   /// What of it is different at `module`, the same one, now: words for a message; empty for nothing.
   QString differenceTo(const HxObject& module) const;
 
