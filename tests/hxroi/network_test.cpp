@@ -1,12 +1,15 @@
 #include <QFile>
 
 #include "SetFileTest.h"
+#include "hxroi/HxRoiSelector.h"
+#include "hxroi/HxRoisToHxUniformLabelField3.h"
 #include "hxroi/HxUniformLabelField3ToHxRois.h"
 #include "hxroi/package.h"
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/fields/HxStandardColormaps.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/network/HxNetwork.h"
+#include "quarn/kernel/objects/HxInterfaceFactoryRegistry.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 
@@ -60,6 +63,13 @@ protected:
     const McHandle<HxUniformLabelField3ToHxRois> module(new HxUniformLabelField3ToHxRois);
     HxObjectPool::instance().add(module, "convert");
     EXPECT_EQ(evaluate("convert data connect brain; convert doIt hit; convert fire; convert getResult"), "brain-rois");
+  }
+
+  static std::vector<std::string> visibleOf(const char* selector) {
+    std::vector<std::string> names;
+    for (const Mask* mask : dynamic_cast<HxRoiSelector&>(*HxObjectPool::instance().find(selector)).getVisibleMasks())
+      names.push_back(mask->name());
+    return names;
   }
 
   /// Saves the network, loads it into the empty workbench, and saves it once more.
@@ -283,6 +293,59 @@ TEST_F(RoisNetwork, OverwritesASavedResultAfterLoading) {
   EXPECT_EQ(evaluate("convert doIt hit; convert fire; objects"), "brain brain-rois convert");
   EXPECT_EQ(findSet("brain-rois"), set);
   EXPECT_TRUE(set->isModified());
+}
+
+TEST_F(RoisNetwork, BringsBackWhichMasksAreVisible) {
+  addSavedSet();
+  EXPECT_EQ(evaluate("create HxRoiSelector sel; sel data connect rois; sel roiVisibility setRoiVisible A 0;"
+                     "sel roiVisibility setRoiVisible C 0; sel fire; create HxRoiSelector other;"
+                     "other data connect rois; other roiVisibility setRoiVisible G 0; other fire"),
+            "");
+  EXPECT_THAT(visibleOf("sel"), ElementsAre("B", "D"));
+  saveLoadAndSave();
+  EXPECT_THAT(visibleOf("sel"), ElementsAre("B", "D"));
+  EXPECT_THAT(visibleOf("other"), ElementsAre("A", "D"));
+  EXPECT_THAT(network(), HasSubstr("sel data connect rois\nsel roiVisibility setState {visibility "));
+}
+
+TEST_F(RoisNetwork, BringsBackWhatIsVisibleOfAConvertedSet) {
+  addConverted();
+  EXPECT_EQ(evaluate("create HxRoiSelector sel; sel data connect brain-rois;"
+                     "sel roiVisibility setRoiVisible Undescribed-label-1 0; sel fire"),
+            "");
+  saveLoadAndSave();
+  EXPECT_THAT(visibleOf("sel"), ElementsAre("Undescribed-label-2"));
+}
+
+TEST_F(RoisNetwork, BringsBackWhatIsVisibleOfALabelField) {
+  HxInterfaceFactoryRegistry::instance().declare("HxUniformLabelField3",
+                                                 "HxRoisProviderFromHxUniformLabelField3Factory");
+  EXPECT_EQ(evaluate("create HxRoiSelector sel; sel data connect brain;"
+                     "sel roiVisibility setRoiVisible Undescribed-label-1 0; sel fire"),
+            "");
+  saveLoadAndSave();
+  EXPECT_THAT(visibleOf("sel"), ElementsAre("Undescribed-label-2"));
+  HxInterfaceFactoryRegistry::instance().withdraw("HxUniformLabelField3",
+                                                  "HxRoisProviderFromHxUniformLabelField3Factory");
+}
+
+TEST_F(RoisNetwork, MakesLabelsOfVisibleMasksAgain) {
+  addConverted();
+  EXPECT_EQ(evaluate("create HxRoiSelector sel; sel data connect brain-rois;"
+                     "sel roiVisibility setRoiVisible Undescribed-label-1 0; sel fire;"
+                     "create HxRoisToHxUniformLabelField3 back; back maskSelector connect sel; back doIt hit;"
+                     "back fire; back getResult"),
+            "brain-rois-labels");
+  evaluate("brain-rois color-Undescribed-label-2 getColor; sel fire; back fire");
+  saveLoadAndSave();
+  const auto* labels = dynamic_cast<HxUniformLabelField3*>(HxObjectPool::instance().find("brain-rois-labels"));
+  ASSERT_NE(labels, nullptr);
+  EXPECT_EQ(labels->lattice().getLabels()[5], 0);
+  EXPECT_EQ(labels->lattice().getLabels()[6], 1);
+
+  EXPECT_EQ(evaluate("sel roiVisibility setRoiVisible Undescribed-label-1 1; sel fire"), "");
+  EXPECT_THAT(refusalOf([&] { HxNetwork::save(fileName("a.quarn")); }),
+              HasSubstr("\n  brain-rois-labels: sel changed since back made it\n"));
 }
 
 TEST_F(RoisNetwork, IsNotSavedWhileFilesOfMasksAreGone) {

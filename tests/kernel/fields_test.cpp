@@ -5,8 +5,10 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/base/mcinterface_cast.h"
+#include "quarn/kernel/fields/HxISetOfVolumeData.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/fields/HxVolumeData.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
 #include "tests/kernel/TestObjects.h"
 
 namespace {
@@ -37,6 +39,35 @@ TEST(UniformScalarField, RefusesImpossibleDimensions) {
   EXPECT_THROW(make(McDim3l(-1, 4, 4)), McException);
   EXPECT_THROW(make(McDim3l(1 << 30, 1 << 30, 1 << 30)), McException);
   EXPECT_THROW(make(McDim3l(std::int64_t{1} << 60, 1, 1)), McException);
+}
+
+TEST(UniformScalarField, ExchangesItsVoxelsAndKeepsItsPlace) {
+  const McHandle<HxUniformLabelField3> a = new HxUniformLabelField3(McDim3l(3, 1, 1));
+  const McHandle<HxUniformLabelField3> b = new HxUniformLabelField3(McDim3l(1, 2, 1));
+  a->setValue(2, 0, 0, 7);
+  b->setValue(0, 1, 0, 9);
+  const McBox3f place = a->boundingBox();
+  a->swapVoxels(*b);
+  EXPECT_EQ(a->latticeDimensions(), McDim3l(1, 2, 1));
+  EXPECT_EQ(a->lattice().getLabels()[1], 9);
+  EXPECT_EQ(b->latticeDimensions(), McDim3l(3, 1, 1));
+  EXPECT_EQ(b->lattice().getLabels()[2], 7);
+  EXPECT_EQ(a->boundingBox(), place);
+}
+
+TEST(UniformScalarField, IsAVolumeForMasksInThePool) {
+  const McHandle<HxUniformScalarField3> field = new HxUniformScalarField3(McDim3l(3, 4, 5), McPrimType::Uint8);
+  field->setGeometry({{1, 2, 3}, {0.5, 1, 2}, {0, 1, 0, 1, 0, 0, 0, 0, 1}});
+  EXPECT_EQ(mcinterface_cast<HxISetOfVolumeData>(field), nullptr);
+  HxObjectPool::instance().add(field, "image");
+  const auto* volume = mcinterface_cast<HxISetOfVolumeData>(field);
+  ASSERT_NE(volume, nullptr);
+  EXPECT_EQ(volume->getDimensions(), McDim3l(3, 4, 5));
+  EXPECT_EQ(volume->getGeometry(), field->geometry());
+  EXPECT_EQ(mcinterface_cast<HxUniformScalarField3>(volume), field.get());
+  EXPECT_EQ(field->interfaces().size(), 1U);
+  HxObjectPool::instance().clear();
+  EXPECT_NE(mcinterface_cast<HxISetOfVolumeData>(HxObject::create("HxUniformLabelField3")), nullptr);
 }
 
 TEST(UniformScalarField, KnowsTheRangeOfItsValues) {
