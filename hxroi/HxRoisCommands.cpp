@@ -4,6 +4,7 @@
 
 #include "hxroi/HxRois.h"
 #include "hxroi/commands/SetCommand.h"
+#include "hxroi/commands/setCommands.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/Roi.h"
@@ -16,32 +17,8 @@ using hxroi::details::Roi;
 
 namespace {
 
-/// One row of the table of commands.
-struct Row {
-  const char* name;
-  int (*run)(const SetCommand&);
-};
-
-/// In the order in which they are asked, and in which help lists them.
-constexpr Row kCommands[] = {
-    {"getDimensions", &hxroi::commands::getDimensions},
-    {"getMaskBoundingBox", &hxroi::commands::getMaskBoundingBox},
-    {"allMasks", &hxroi::commands::allMasks},
-    {"firstLevelRois", &hxroi::commands::firstLevelRois},
-    {"invertMasks", &hxroi::commands::invertMasks},
-    {"substractMasks", &hxroi::commands::substractMasks},
-    {"mergeMasks", &hxroi::commands::mergeMasks},
-    {"splitMask", &hxroi::commands::splitMask},
-    {"removeRois", &hxroi::commands::removeRois},
-    {"copyAndInsertMasksFrom", &hxroi::commands::copyAndInsertMasksFrom},
-    {"createAndInsertRoiFrom", &hxroi::commands::createAndInsertRoiFrom},
-    {"getId", &hxroi::commands::getId},
-    {"clearGroups", &hxroi::commands::clearGroups},
-    {"optimize", &hxroi::commands::optimize},
-    {"createGroup", &hxroi::commands::createGroup},
-    {"moveToGroup", &hxroi::commands::moveToGroup},
-    {"renameRoi", &hxroi::commands::renameRoi},
-};
+using hxroi::commands::kSetCommands;
+using hxroi::commands::SetCommandRow;
 
 /// Not among the commands that help lists.
 constexpr std::string_view kResourceParameters = "getLDAResourceParameters";
@@ -79,11 +56,14 @@ int HxRois::parse(Tcl_Interp* interp, int argc, char** argv) {
   if (argc > 1) {
     if (Roi* roi = claimant(*this, hxroi::commands::latin1(argv[1]))) return route(roi, interp, argc, argv);
   }
+  if (argc < 2) hxroi::commands::offerNames(*this);
   // Without a word nothing runs, but help lists the commands.
   const char* word = argc > 1 ? argv[1] : "";
   const SetCommand call{*this, interp, argc, argv};
-  for (const Row& command : kCommands) {
-    if (CMD_(word, command.name, "")) return command.run(call);
+  for (const SetCommandRow& row : kSetCommands) {
+    const bool isIt = CMD_(word, row.text.name, "");
+    getCmdInfo().describe(row.text, "HxRois");
+    if (isIt) return row.run(call);
   }
   if (word == kResourceParameters) return hxroi::commands::getLDAResourceParameters(call);
   return HxData::parse(interp, argc, argv);

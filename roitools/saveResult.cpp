@@ -5,13 +5,15 @@
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/objects/HxCompModule.h"
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 namespace roitools {
 
 std::optional<int> parseSaveResult(const HxCompModule& module, Tcl_Interp* interp, int argc, char** argv) {
-  if (argc < 2 || !cmdCheck(QString::fromUtf8(argv[1]), "save", "?CSV? FILE")) return std::nullopt;
-  if (const int go = cmdHelp(interp, argv[1], argc == 3 || argc == 4, argc, argv); go != HX_CMD_GO_ON) return go;
+  static constexpr HxCommandText kSave{"save", "?CSV? FILE", 1, 2, "Saves the table that is the result."};
+  const HxWords words{interp, argc, argv};
+  if (!cmdCheck(words.command(), kSave, "result tables")) return std::nullopt;
+  if (const int go = words.checkForm(kSave); go != HX_CMD_GO_ON) return go;
   HxData* result = module.resultObject(0);
   if (!result) {
     const QString text =

@@ -1,8 +1,12 @@
 #include "hxroi/commands/SetCommand.h"
 
+#include <QCoreApplication>
 #include <QString>
 
+#include "hxroi/HxRois.h"
 #include "quarn/base/McException.h"
+#include "quarn/base/McProgressInterface.h"
+#include "quarn/kernel/HxException.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/script/HxCommands.h"
@@ -23,12 +27,32 @@ std::vector<std::string> SetCommand::namesFrom(int index) const {
   return names;
 }
 
+std::string SetCommand::shown(int index) const {
+  return McException::excerpt(argv[index]);
+}
+
+void SetCommand::refuseImpossibleNames(int first) const {
+  for (int i = first; i < argc; ++i) {
+    const bool isPossible = utf8(name(i)) == argv[i] && shown(i) == argv[i];
+    if (!isPossible) {
+      const QString text = QCoreApplication::translate("HxRois", "%1 does not contains a mask named %2.");
+      throw hxException(text.arg(rois.getLabel(), QString::fromStdString(shown(i))));
+    }
+    if (!rois.getMask(name(i))) return;
+  }
+}
+
 int SetCommand::checkForm(bool isWellFormed) const {
+  if (isWellFormed && argc == 3 && rois.getRoi(name(2))) return HX_CMD_GO_ON;
   return cmdHelp(interp, argv[1], isWellFormed, argc, argv);
 }
 
 HxMessage& console() {
   return *HxApplication::instance()->message();
+}
+
+bool isInterrupted() {
+  return HxApplication::progress()->isInterrupted();
 }
 
 int refused(const char* text) {

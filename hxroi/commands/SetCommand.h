@@ -27,11 +27,22 @@ struct SetCommand {
   std::string name(int index) const { return latin1(argv[index]); }
   std::vector<std::string> namesFrom(int index) const;
 
-  /// The host's check of the form: HX_CMD_GO_ON, else what the command answers.
+  /// A word as it goes into a text.
+  std::string shown(int index) const;
+
+  /// Throws McException, with the word as it was given, when the first word from `first` on that names no mask cannot
+  /// be a name at all: too long, with control characters or beyond Latin-1. Others are left to the set.
+  void refuseImpossibleNames(int first) const;
+
+  /// The host's check of the form: HX_CMD_GO_ON, else what the command answers. "help" is asked for unless a ROI is
+  /// called so.
   int checkForm(bool isWellFormed) const;
 };
 
 HxMessage& console();
+
+/// True once the user wants the command to end; it then leaves everything as it was, and the interpreter tells of it.
+bool isInterrupted();
 
 /// Prints `text` and gives the code of a failure.
 int refused(const char* text);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <iterator>
 
 #include "hxroi/HxRois.h"
@@ -19,13 +20,27 @@ using Combination = Mask* (HxRois::*)(const std::string&, const std::vector<std:
 int insertCombination(const SetCommand& call, Combination combine, const char* syntax) {
   if (call.argc < 4) return refused(syntax);
   try {
+    call.refuseImpossibleNames(2);
     const McHandle<Mask> result((call.rois.*combine)(call.name(2), call.namesFrom(3)));
+    if (isInterrupted()) return TCL_OK;
     call.rois.addRoi(result);
   } catch (const McException& refusal) {
     return refused(refusal);
   }
   call.rois.rebuildPortList();
   return TCL_OK;
+}
+
+/// What was inverted before an interruption is inverted once more.
+void invertAll(const HxRois& rois, const std::vector<std::string>& names) {
+  const auto invert = [&rois](const std::string& name) { rois.getMask(name)->negate(); };
+  for (auto name = names.begin(); name != names.end(); ++name) {
+    if (isInterrupted()) {
+      std::for_each(names.begin(), name, invert);
+      return;
+    }
+    invert(*name);
+  }
 }
 
 }  // namespace
@@ -35,11 +50,12 @@ int invertMasks(const SetCommand& call) {
   if (call.argc < 3) return refused("syntax: invertMasks <mask> <masks...>");
   const std::vector<std::string> names = call.namesFrom(2);
   try {
+    call.refuseImpossibleNames(2);
     for (const std::string& name : names) call.rois.namedMask(name);
   } catch (const McException& refusal) {
     return refused(refusal);
   }
-  for (const std::string& name : names) call.rois.getMask(name)->negate();
+  invertAll(call.rois, names);
   return TCL_OK;
 }
 
@@ -58,6 +74,7 @@ int splitMask(const SetCommand& call) {
   if (form != HX_CMD_GO_ON) return form;
   std::vector<McHandle<Mask>> pieces;
   try {
+    call.refuseImpossibleNames(2);
     call.rois.splitMask(call.name(2), std::back_inserter(pieces), HxApplication::progress());
   } catch (const McException& refusal) {
     return refused(refusal);

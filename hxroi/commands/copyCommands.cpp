@@ -38,7 +38,7 @@ void copyFrom(const SetCommand& call, HxRois& source) {
   if (const Roi* const roi = source.getRoi(call.name(3))) {
     call.rois.copyAllMasksFrom(roi, source.parameters.getMaterials(0));
   } else {
-    console().printf("Roi %s does not exist", call.argv[3]);
+    console().printf("Roi %s does not exist", call.shown(3).c_str());
   }
 }
 

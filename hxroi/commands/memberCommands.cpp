@@ -40,6 +40,7 @@ int attempt(Change change) {
 /// Moves all masks or none, and makes the ports anew.
 int moveAll(const SetCommand& call, int first, Group* target) {
   const int code = attempt([&] {
+    call.refuseImpossibleNames(first);
     MovedMasks moved(call.rois);
     try {
       for (const std::string& name : call.namesFrom(first)) moved.move(name, target);
@@ -106,14 +107,14 @@ int moveToGroup(const SetCommand& call) {
   Group* const group = call.rois.getGroup(name);
   if (group || name.empty()) return moveAll(call, 3, group);
   const QString text = tr("No group named %1 has been inserted inside this HxRois (%2).");
-  return refused(hxException(text.arg(QString::fromLatin1(name), call.rois.getLabel())));
+  return refused(hxException(text.arg(QString::fromStdString(call.shown(2)), call.rois.getLabel())));
 }
 
 int renameRoi(const SetCommand& call) {
   if (call.argc != 4) return refused("syntax: renameRoi <roiName> <newName>");
   Roi* const roi = call.rois.getRoi(call.name(2));
   if (!roi) {
-    console().printf("Roi %s doesn't exist", call.argv[2]);
+    console().printf("Roi %s doesn't exist", call.shown(2).c_str());
     return TCL_ERROR;
   }
   const int code = attempt([&] { roi->setName(call.name(3)); });

@@ -47,7 +47,7 @@ int getMaskBoundingBox(const SetCommand& call) {
   if (form != HX_CMD_GO_ON) return form;
   const Mask* mask = call.rois.getMask(call.name(2));
   if (!mask) {
-    console().printf("no such mask %s", call.argv[2]);
+    console().printf("no such mask %s", call.shown(2).c_str());
     return TCL_ERROR;
   }
   const McBox3f box = mask->getBoundingBox(boxOfSet(call.rois));
@@ -69,7 +69,7 @@ int getId(const SetCommand& call) {
   if (call.argc < 3) return refused("syntax: getId <roiName>");
   const Roi* roi = call.rois.getRoi(call.name(2));
   if (!roi) {
-    console().printf("Roi %s doesn't exist", call.argv[2]);
+    console().printf("Roi %s doesn't exist", call.shown(2).c_str());
     return TCL_ERROR;
   }
   Tcl_VaAppendElement(call.interp, "%s", utf8(roi->id()).c_str());

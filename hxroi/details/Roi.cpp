@@ -42,6 +42,9 @@ std::string randomId() {
   return boost::uuids::to_string(generator());
 }
 
+constexpr HxCommandText kParameters{"parameters", "COMMAND ?ARGUMENT...?", 0, -1,
+                                    "Runs a command of the parameters of the ROI; \"parameters help\" lists them."};
+
 /// Whether two elements have the same name and value; flags do not count.
 bool isSame(const HxParamBase& a, const HxParamBase& b) {
   if (a.name() != b.name() || a.isBundle() != b.isBundle()) return false;
@@ -97,7 +100,10 @@ void Roi::commonInit(const std::string& name) {
 
 int Roi::parse(Tcl_Interp* interp, int argc, char** argv) {
   const char* word = argc > 1 ? argv[1] : "";
-  if (!cmdCheck(QString::fromUtf8(word), "parameters", "...")) return cmdUsage(interp, argc, argv);
+  const bool isParameters = cmdCheck(QString::fromUtf8(word), kParameters.name, "...");
+  getCmdInfo().describe(kParameters, "Roi");
+  getCmdInfo().lead({kParameters.name});
+  if (!isParameters) return cmdUsage(interp, argc, argv);
   // Help lists what the parameters know, not the ROI.
   getCmdInfo().clear();
   const HxParamBundle before = m_parameters;

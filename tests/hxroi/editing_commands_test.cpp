@@ -2,8 +2,10 @@
 #include "hxroi/details/Roi.h"
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/script/HxCompletion.h"
 #include "tests/support/RecordingProgress.h"
 
+using ::testing::Contains;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -62,6 +64,53 @@ TEST_F(EditingCommands, NothingIsInvertedWhenAMaskIsMissing) {
   }
   EXPECT_EQ(run({"invertMasks"}), TCL_ERROR);
   EXPECT_THAT(console.consoleEntries, ElementsAre("syntax: invertMasks <mask> <masks...>"));
+}
+
+TEST_F(EditingCommands, InterruptedInversionsAreUndone) {
+  for (const char* name : {"A", "B", "C"}) fill(*addMask(name), {0, 0, 0}, {1, 1, 1});
+  for (int question = 0; question < 3; ++question) {
+    RecordingProgress progress;
+    progress.interruptAfter = question;
+    const ProgressScope scope(progress);
+    EXPECT_EQ(run({"invertMasks", "A", "B", "C"}), TCL_OK);
+    for (const char* name : {"A", "B", "C"}) EXPECT_EQ(count(*rois->getMask(name)), 1U) << name << question;
+  }
+}
+
+TEST_F(EditingCommands, InterruptedCombinationsAddNothing) {
+  addMask("A");
+  addMask("B");
+  for (const char* command : {"mergeMasks", "substractMasks"}) {
+    RecordingProgress progress;
+    progress.interruptAfter = 0;
+    const ProgressScope scope(progress);
+    EXPECT_EQ(run({command, "A", "B"}), TCL_OK);
+    EXPECT_THAT(maskNames(), ElementsAre("A", "B"));
+  }
+}
+
+TEST_F(EditingCommands, NamesOfRoisAreCompleted) {
+  addMask("A");
+  rois->addRoi(makeGroup("G", {"B"}));
+  addOther();
+  HxObjectPool::instance().add(makeLabels({1, 1, 1}, {1}), "labels");
+  EXPECT_THAT(HxCompletion::wordsAfter({"atlas", "mergeMasks"}), ElementsAre("A", "B"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"atlas", "mergeMasks", "A", "B"}), ElementsAre("A", "B"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"atlas", "clearGroups"}), ElementsAre("G"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"atlas", "getId"}), ElementsAre("A", "B", "G"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"atlas", "copyAndInsertMasksFrom"}), ElementsAre("Other", "atlas"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"atlas", "createAndInsertRoiFrom"}), ElementsAre("labels"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"atlas", "optimize"}), ElementsAre("--exact-boundingbox", "--multiresolution"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"atlas", "B"}), ElementsAre("parameters"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"atlas", "B", "parameters"}), Contains("setText"));
+}
+
+TEST_F(EditingCommands, AMaskNamedHelpIsReached) {
+  fill(*addMask("help"), {0, 0, 0}, {1, 1, 1});
+  EXPECT_EQ(run({"getMaskBoundingBox", "help"}), TCL_OK);
+  EXPECT_EQ(result.size(), 6U);
+  EXPECT_EQ(run({"splitMask", "help"}), TCL_OK);
+  EXPECT_EQ(rois->getNumberOfMasks(), 2U);
 }
 
 // --- Copying in ---------------------------------------------------------------------------------------------------

@@ -97,6 +97,20 @@ TEST_F(Commands, UsageListsWhatIsRegistered) {
               ElementsAre("usage: hippo parameters COMMAND ...", "hippo: unknown command \"dance\""));
 }
 
+TEST_F(Commands, ATableTellsMore) {
+  static constexpr HxCommandText text{"count", "ROI ?DEPTH?", 1, 2, "Counts."};
+  EXPECT_NE(0, cmdCheck("count", text, "HxThing"));
+  getCmdInfo().note("count", "ROI is one of A, B");
+  EXPECT_EQ("HxThing", getCmdInfo()[0].of);
+  EXPECT_EQ(0, with({"thing", "help", "count"}, [&](int argc, char** argv) { return cmdUsage(interp(), argc, argv); }));
+  EXPECT_THAT(sink.consoleEntries, ElementsAre("usage: thing count ROI ?DEPTH?\n    Counts.\n    ROI is one of A, B"));
+  EXPECT_EQ(1, with({"thing", "help", "x"}, [&](int argc, char** argv) { return cmdUsage(interp(), argc, argv); }));
+  EXPECT_EQ("thing: unknown command \"x\"", sink.consoleEntries.back());
+  getCmdInfo().add("count", "");
+  EXPECT_EQ("", getCmdInfo()[0].synopsis);
+  EXPECT_EQ("ROI ?DEPTH?", getCmdInfo()[0].words());
+}
+
 TEST_F(Commands, AppendElementMakesAList) {
   Tcl_VaAppendElement(interp(), "%i", 64);
   Tcl_VaAppendElement(interp(), "%s", "two words");

@@ -8,6 +8,7 @@
 
 using ::testing::AllOf;
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
@@ -41,6 +42,34 @@ TEST_F(Completion, OfHostCommandsAreWhatTheyTake) {
   EXPECT_THAT(HxCompletion::wordsAfter({"remove", "x"}), Contains("t"));
   EXPECT_THAT(HxCompletion::wordsAfter({"help"}), Contains("preferences"));
   EXPECT_THAT(HxCompletion::wordsAfter({"preferences"}), AllOf(Contains("get"), Contains("set")));
+}
+
+TEST_F(Completion, OfOptionsAreThoseLeftAndTheirValues) {
+  EXPECT_THAT(HxCompletion::wordsAfter({"load", "x.nii"}),
+              ElementsAre("-as", "-colors", "-kind", "-labels", "-values"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"load", "x.nii", "-kind"}), ElementsAre("label", "scalar"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"load", "x.nii", "-as"}), IsEmpty());
+  EXPECT_THAT(HxCompletion::wordsAfter({"load", "x.nii", "-as", "brain", "-kind", "label"}),
+              ElementsAre("-colors", "-labels", "-values"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"recover"}), ElementsAre("discard", "list", "load"));
+}
+
+TEST_F(Completion, OfThirdWordsIsWhatTheyStandFor) {
+  table->addColumn("voxels", HxTable::Kind::Integer);
+  table->parameters.set("Note", "x");
+  EXPECT_THAT(HxCompletion::wordsAfter({"t", "getCell", "0"}), ElementsAre("voxels"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"t", "parameters"}), AllOf(Contains("get"), Contains("names")));
+  EXPECT_THAT(HxCompletion::wordsAfter({"t", "parameters", "get"}), ElementsAre("Note"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"t", "help"}), AllOf(Contains("getRow"), Not(Contains("PORT"))));
+  EXPECT_THAT(HxCompletion::wordsAfter({"preferences", "get"}), Contains("Temporary Directory"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"help"}), AllOf(Contains("load"), Contains("t")));
+}
+
+TEST_F(Completion, RunsNothing) {
+  table->setModified(0);
+  for (const QString& word : HxCompletion::wordsAfter({"t"})) HxCompletion::wordsAfter({"t", word});
+  EXPECT_FALSE(table->isModified());
+  EXPECT_THAT(console.consoleEntries, IsEmpty());
 }
 
 TEST_F(Completion, IsEmptyWhereAnyTextMayFollow) {

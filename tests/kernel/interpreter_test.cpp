@@ -281,6 +281,15 @@ TEST(Interpreter, LongFileNamesAreWhole) {
   EXPECT_EQ(2, error->line);
 }
 
+TEST(Interpreter, ProceduresThatCallThemselvesAreCutInTheMiddle) {
+  resultOf("proc again {n} { if {$n == 0} { error deep }; again [expr {$n - 1}] }");
+  const HxScriptError error = errorOf("again 300");
+  EXPECT_EQ(301, error.procedures.size());
+  const QString text = error.toText();
+  EXPECT_EQ(1 + 1 + 8 + 1 + 8, text.split('\n').size()) << text.toStdString();
+  EXPECT_TRUE(text.contains("\n    in 285 more procedures\n"));
+}
+
 TEST(Interpreter, MissingFileIsNamed) {
   const TemporaryFolder folder;
   const std::optional<HxScriptError> missing = interpreter().evaluateFile(folder.file("no.tcl"));

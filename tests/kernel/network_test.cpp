@@ -790,9 +790,9 @@ TEST_F(Network, TellsEveryFailureWithItsLine) {
   EXPECT_THAT(failure, HasSubstr("hand.quarn:5: a: \"dance\" is neither a port of it nor a command of networks"));
   EXPECT_THAT(failure, HasSubstr("hand.quarn:6: usage: input connect OBJECT"));
   EXPECT_THAT(failure, HasSubstr("hand.quarn:7: Port \"separator\" of \"a\" cannot take the state \"x\"."));
-  EXPECT_THAT(failure, HasSubstr("hand.quarn:8: hit: wrong value"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:8: hit: wrong value \"7\""));
   EXPECT_THAT(failure, HasSubstr("hand.quarn:10: \"a\" cannot be connected to port \"map\" of \"a\"."));
-  EXPECT_THAT(failure, HasSubstr("hand.quarn:11: nothing: wrong value"));
+  EXPECT_THAT(failure, HasSubstr("hand.quarn:11: connectStandard: wrong value \"nothing\""));
   EXPECT_THAT(failure, HasSubstr("hand.quarn:13: missing close-brace"));
   EXPECT_EQ(find("a")->map.source(), HxStandardColormaps::instance().find("grey"));
 }

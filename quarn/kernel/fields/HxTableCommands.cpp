@@ -1,6 +1,6 @@
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxTable.h"
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 namespace {
 
@@ -23,51 +23,59 @@ int indexBelow(int end, const char* word) {
   return isNumber && index >= 0 && index < end ? index : -1;
 }
 
+QString rowsText(int rows) {
+  return rows > 0 ? QStringLiteral("a row from 0 to %1").arg(rows - 1) : QStringLiteral("no row");
+}
+
+QString columnsText(const HxTable& table) {
+  return table.columnCount() > 0 ? QStringLiteral("a column by its name or from 0 to %1").arg(table.columnCount() - 1)
+                                 : QStringLiteral("no column");
+}
+
 }  // namespace
 
 int HxTable::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  const auto is = [&](const char* name, const char* synopsis) { return cmdCheck(word, name, synopsis) != 0; };
-  const auto run = [&](int words, auto command) {
-    const int form = cmdHelp(interp, argv[1], argc == words, argc, argv);
-    return form == HX_CMD_GO_ON ? command() : form;
+  static constexpr HxWordCommand<HxTable> kCommands[] = {
+      {{"print", "", 0, 0, "Prints the table."},
+       [](HxTable& table, const HxWords&) {
+         HxMessage::printf("%s", table.toText().c_str());
+         return TCL_OK;
+       }},
+      {{"getColumns", "", 0, 0, "Returns the names of the columns."},
+       [](HxTable& table, const HxWords& words) {
+         for (const Column& column : table.columns_) words.append(QString::fromStdString(column.name));
+         return TCL_OK;
+       }},
+      {{"getRowCount", "", 0, 0, "Returns the number of rows."},
+       [](HxTable& table, const HxWords& words) { return words.append(QString::number(table.rowCount())); }},
+      {{"getRow", "ROW", 1, 1, "Returns the cells of a row; the first row is 0. Cells without a value are empty."},
+       [](HxTable& table, const HxWords& words) { return table.parseGetRow(words.interp, words.argv); }},
+      {{"getCell", "ROW COLUMN", 2, 2, "Returns a cell; columns have names and numbers, the first is 0."},
+       [](HxTable& table, const HxWords& words) { return table.parseGetCell(words.interp, words.argv); }},
   };
-
-  if (is("print", "")) {
-    return run(2, [&] {
-      HxMessage::printf("%s", toText().c_str());
-      return TCL_OK;
-    });
+  getCmdInfo().note("getRow", "ROW is " + rowsText(rowCount()));
+  if (argc < 2) {
+    QStringList names;
+    for (const Column& column : columns_) names += QString::fromStdString(column.name);
+    getCmdInfo().offer("COLUMN", names);
   }
-  if (is("getColumns", "")) {
-    return run(2, [&] {
-      for (const Column& column : columns_) Tcl_VaAppendElement(interp, "%s", column.name.c_str());
-      return TCL_OK;
-    });
-  }
-  if (is("getRowCount", "")) {
-    return run(2, [&] {
-      Tcl_VaAppendElement(interp, "%d", rowCount());
-      return TCL_OK;
-    });
-  }
-  if (is("getRow", "ROW")) return run(3, [&] { return parseGetRow(interp, argv); });
-  if (is("getCell", "ROW COLUMN")) return run(4, [&] { return parseGetCell(interp, argv); });
-  return HxData::parse(interp, argc, argv);
+  const auto code = runWordCommand(kCommands, "HxTable", *this, HxWords{interp, argc, argv});
+  return code ? *code : HxData::parse(interp, argc, argv);
 }
 
 int HxTable::parseGetRow(Tcl_Interp* interp, char** argv) {
   const int row = indexBelow(rowCount(), argv[2]);
-  if (row < 0) return cmdError(interp, HX_CMD_WRONG_VALUE, "getRow");
+  if (row < 0) return HxWords::refuse(argv[1], argv[2], rowsText(rowCount()));
   for (const Cell& cell : rows_[static_cast<std::size_t>(row)]) appendCell(interp, cell);
   return TCL_OK;
 }
 
 int HxTable::parseGetCell(Tcl_Interp* interp, char** argv) {
   const int row = indexBelow(rowCount(), argv[2]);
+  if (row < 0) return HxWords::refuse(argv[1], argv[2], rowsText(rowCount()));
   const int named = findColumn(argv[3]);
   const int column = named >= 0 ? named : indexBelow(columnCount(), argv[3]);
-  if (row < 0 || column < 0) return cmdError(interp, HX_CMD_WRONG_VALUE, "getCell");
+  if (column < 0) return HxWords::refuse(argv[1], argv[3], columnsText(*this));
   appendCell(interp, cell(row, column));
   return TCL_OK;
 }

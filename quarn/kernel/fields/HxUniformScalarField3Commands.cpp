@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 namespace {
 
@@ -24,60 +24,62 @@ int append(Tcl_Interp* interp, std::initializer_list<double> reals) {
   return TCL_OK;
 }
 
+/// Where in the grid indices are.
+QString indexText(const HxUniformScalarField3& field) {
+  const McDim3l n = field.latticeDimensions();
+  return QStringLiteral("X from 0 to %1, Y from 0 to %2, Z from 0 to %3").arg(n.nx - 1).arg(n.ny - 1).arg(n.nz - 1);
+}
+
+int refuseIndex(const HxUniformScalarField3& field, char** argv) {
+  const QString given = QStringLiteral("%1 %2 %3").arg(argv[2], argv[3], argv[4]);
+  return HxWords::refuse(argv[1], given, indexText(field));
+}
+
 }  // namespace
 
 int HxUniformScalarField3::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  const auto is = [&](const char* name, const char* synopsis) { return cmdCheck(word, name, synopsis) != 0; };
-  const auto run = [&](int words, auto command) {
-    const int form = cmdHelp(interp, argv[1], argc == words, argc, argv);
-    return form == HX_CMD_GO_ON ? command() : form;
+  using Field = HxUniformScalarField3;
+  static constexpr HxWordCommand<Field> kCommands[] = {
+      {{"getDimensions", "", 0, 0, "Returns the numbers of voxels along x, y and z."},
+       [](Field& field, const HxWords& words) {
+         for (int axis = 0; axis < 3; ++axis) words.append(QString::number(field.dimensions_[axis]));
+         return TCL_OK;
+       }},
+      {{"getVoxelSize", "", 0, 0, "Returns the size of a voxel along x, y and z."},
+       [](Field& field, const HxWords& words) {
+         const auto size = field.geometry().voxelSize;
+         return append(words.interp, {size[0], size[1], size[2]});
+       }},
+      {{"getBoundingBox", "", 0, 0, "Returns xmin xmax ymin ymax zmin zmax of the centres of the outermost voxels."},
+       [](Field& field, const HxWords& words) {
+         const McBox3f b = field.boundingBox();
+         return append(words.interp, {b[0], b[1], b[2], b[3], b[4], b[5]});
+       }},
+      {{"getType", "", 0, 0, "Returns the type of the values."},
+       [](Field& field, const HxWords& words) { return words.append(primTypeName(field.primType())); }},
+      {{"getRange", "", 0, 0, "Returns the least and the greatest value."},
+       [](Field& field, const HxWords& words) {
+         double min;
+         double max;
+         field.valueRange(min, max);
+         return append(words.interp, {min, max});
+       }},
+      {{"getValue", "X Y Z", 3, 3, "Returns the value of the voxel with these indices; the first is 0 0 0."},
+       [](Field& field, const HxWords& words) { return field.parseGetValue(words.interp, words.argv); }},
+      {{"voxelToWorld", "I J K", 3, 3, "Returns the place of a voxel index in the world; the index may be broken."},
+       [](Field& field, const HxWords& words) { return field.parseVoxelToWorld(words.interp, words.argv); }},
   };
-
-  if (is("getDimensions", "")) {
-    return run(2, [&] {
-      for (int axis = 0; axis < 3; ++axis)
-        Tcl_VaAppendElement(interp, "%lld", static_cast<long long>(dimensions_[axis]));
-      return TCL_OK;
-    });
-  }
-  if (is("getVoxelSize", "")) {
-    return run(2, [&] {
-      const auto size = geometry().voxelSize;
-      return append(interp, {size[0], size[1], size[2]});
-    });
-  }
-  if (is("getBoundingBox", "")) {
-    return run(2, [&] {
-      const McBox3f b = boundingBox();
-      return append(interp, {b[0], b[1], b[2], b[3], b[4], b[5]});
-    });
-  }
-  if (is("getType", "")) {
-    return run(2, [&] {
-      Tcl_VaAppendElement(interp, "%s", primTypeName(primType()));
-      return TCL_OK;
-    });
-  }
-  if (is("getRange", "")) {
-    return run(2, [&] {
-      double min;
-      double max;
-      valueRange(min, max);
-      return append(interp, {min, max});
-    });
-  }
-  if (is("getValue", "X Y Z")) return run(5, [&] { return parseGetValue(interp, argv); });
-  if (is("voxelToWorld", "I J K")) return run(5, [&] { return parseVoxelToWorld(interp, argv); });
-  return HxRegScalarField3::parse(interp, argc, argv);
+  getCmdInfo().note("getValue", indexText(*this));
+  const auto code = runWordCommand(kCommands, "HxUniformScalarField3", *this, HxWords{interp, argc, argv});
+  return code ? *code : HxRegScalarField3::parse(interp, argc, argv);
 }
 
 int HxUniformScalarField3::parseGetValue(Tcl_Interp* interp, char** argv) {
   const auto index = parseThree<std::int64_t>(argv + 2);
-  if (!index) return cmdError(interp, HX_CMD_WRONG_VALUE, "getValue");
+  if (!index) return refuseIndex(*this, argv);
   for (int axis = 0; axis < 3; ++axis) {
     const std::int64_t i = (*index)[static_cast<std::size_t>(axis)];
-    if (i < 0 || i >= dimensions_[axis]) return cmdError(interp, HX_CMD_WRONG_VALUE, "getValue");
+    if (i < 0 || i >= dimensions_[axis]) return refuseIndex(*this, argv);
   }
   const auto [x, y, z] = *index;
   return append(interp, {value(x, y, z)});
@@ -85,7 +87,8 @@ int HxUniformScalarField3::parseGetValue(Tcl_Interp* interp, char** argv) {
 
 int HxUniformScalarField3::parseVoxelToWorld(Tcl_Interp* interp, char** argv) {
   const auto index = parseThree<double>(argv + 2);
-  if (!index) return cmdError(interp, HX_CMD_WRONG_VALUE, "voxelToWorld");
+  if (!index)
+    return HxWords::refuse(argv[1], QStringLiteral("%1 %2 %3").arg(argv[2], argv[3], argv[4]), "three numbers");
   const auto [x, y, z] = voxelToWorld((*index)[0], (*index)[1], (*index)[2]);
   return append(interp, {x, y, z});
 }

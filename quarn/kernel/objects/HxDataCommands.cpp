@@ -3,20 +3,27 @@
 
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/objects/HxData.h"
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
+
+namespace {
+
+constexpr HxCommandText kParameters{"parameters", "COMMAND ?ARGUMENT...?", 0, -1,
+                                    "Runs a command of the parameters; \"parameters help\" lists them."};
+
+}  // namespace
 
 int HxData::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  const auto run = [&](bool wellFormed, auto command) {
-    const int form = cmdHelp(interp, argv[1], wellFormed, argc, argv);
-    return form == HX_CMD_GO_ON ? command() : form;
+  static constexpr HxWordCommand<HxData> kCommands[] = {
+      {{"save", "?FORMAT? FILE", 1, 2, "Saves the object; the first of its formats unless one is given."},
+       [](HxData& data, const HxWords& words) { return data.parseSave(words.argc, words.argv); }},
+      {{"formats", "", 0, 0, "Returns the formats in which the object can be saved."},
+       [](HxData& data, const HxWords& words) { return data.parseFormats(words.interp); }},
   };
-
-  if (cmdCheck(word, "parameters", "COMMAND ?ARGUMENT...?")) return parseParameters(interp, argc - 1, argv + 1);
-  if (cmdCheck(word, "save", "?FORMAT? FILE")) {
-    return run(argc == 3 || argc == 4, [&] { return parseSave(argc, argv); });
-  }
-  if (cmdCheck(word, "formats", "")) return run(argc == 2, [&] { return parseFormats(interp); });
+  const HxWords words{interp, argc, argv};
+  const bool isParameters = cmdCheck(words.command(), kParameters, "HxData");
+  if (isParameters) return parseParameters(interp, argc - 1, argv + 1);
+  getCmdInfo().lead({kParameters.name});
+  if (const auto code = runWordCommand(kCommands, "HxData", *this, words)) return *code;
   return HxObject::parse(interp, argc, argv);
 }
 

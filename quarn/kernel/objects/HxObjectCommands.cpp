@@ -3,29 +3,21 @@
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/ports/HxConnection.h"
-#include "quarn/kernel/script/HxCommands.h"
-#include "quarn/kernel/script/detail/TclText.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 namespace {
 
-int appendResultName(const HxObject& object, Tcl_Interp* interp, int slot) {
-  const HxData* result = object.resultObject(slot);
-  if (!result) {
-    HxMessage::printf("\"%s\" has no result.", qUtf8Printable(object.describe()));
-    return TCL_ERROR;
-  }
-  Tcl_VaAppendElement(interp, "%s", qUtf8Printable(result->getName()));
-  return TCL_OK;
-}
-
-int getResult(const HxObject& object, Tcl_Interp* interp, int argc, char** argv) {
+int getResult(const HxObject& object, const HxWords& words) {
   bool isNumber = true;
-  const int slot = argc > 2 ? QString::fromUtf8(argv[2]).toInt(&isNumber) : 0;
-  return isNumber ? appendResultName(object, interp, slot) : cmdError(interp, HX_CMD_WRONG_VALUE, "getResult");
+  const int slot = words.count() > 0 ? words.text(0).toInt(&isNumber) : 0;
+  if (!isNumber) return words.refuse(words.text(0), "the number of a slot");
+  if (const HxData* result = object.resultObject(slot)) return words.append(result->getName());
+  HxMessage::printf("\"%s\" has no result.", qUtf8Printable(object.describe()));
+  return TCL_ERROR;
 }
 
-int appendPorts(const HxObject& object, Tcl_Interp* interp) {
-  for (const HxPort* port : object.ports()) Tcl_VaAppendElement(interp, "%s", qUtf8Printable(port->getName()));
+int appendPorts(const HxObject& object, const HxWords& words) {
+  for (const HxPort* port : object.ports()) words.append(port->getName());
   return TCL_OK;
 }
 
@@ -39,49 +31,62 @@ void disconnectAll(HxObject& object) {
   }
 }
 
-bool asksForHelp(const QString& word) {
-  return word.isEmpty() || word == "help";
+int evaluate(HxObject& object, const HxWords&) {
+  object.fire(1);
+  return TCL_OK;
+}
+
+constexpr HxWordCommand<HxObject> kCommands[] = {
+    {{"fire", "", 0, 0, "Evaluates the object and all that depend on it."}, evaluate},
+    {{"compute", "", 0, 0, "The same as fire."}, evaluate},
+    {{"getResult", "?SLOT?", 0, 1,
+      "Returns the name of a result of a module; its first slot is 0, which is meant without a number."},
+     [](HxObject& object, const HxWords& words) { return getResult(object, words); }},
+    {{"getLabel", "", 0, 0, "Returns the label, which windows and texts show."},
+     [](HxObject& object, const HxWords& words) { return words.answer(object.getLabel()); }},
+    {{"setLabel", "?LABEL?", 0, 1, "Gives the object another label; an empty one stands for its name."},
+     [](HxObject& object, const HxWords& words) {
+       object.setLabel(words.count() > 0 ? words.text(0) : QString());
+       return TCL_OK;
+     }},
+    {{"getClass", "", 0, 0, "Returns the class of the object."},
+     [](HxObject& object, const HxWords& words) {
+       return words.answer(QString::fromStdString(object.getTypeId().getName()));
+     }},
+    {{"disconnectAll", "", 0, 0, "Takes all connections of its ports away."},
+     [](HxObject& object, const HxWords&) {
+       disconnectAll(object);
+       return TCL_OK;
+     }},
+    {{"ports", "", 0, 0, "Returns the names of the ports."},
+     [](HxObject& object, const HxWords& words) { return appendPorts(object, words); }},
+};
+
+constexpr HxCommandText kPort{"PORT", "COMMAND ?ARGUMENT...?", 0, -1,
+                              "Runs a command of a port; \"PORT help\" lists them."};
+constexpr HxCommandText kHelp{"help", "?COMMAND?", 0, 1,
+                              "Lists the commands, or tells what one of them does and takes."};
+
+/// Words that are commands are no ports.
+void leadToPorts(const HxObject& object) {
+  HxCmdInfo& info = getCmdInfo();
+  for (const HxPort* port : object.ports())
+    if (!info.find(port->getName())) info.lead({port->getName()});
 }
 
 }  // namespace
 
 int HxObject::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  const auto is = [&](const char* name, const char* synopsis) { return cmdCheck(word, name, synopsis) != 0; };
-  const auto run = [&](int words, auto command) {
-    const int form = cmdHelp(interp, argv[1], argc <= words, argc, argv);
-    return form == HX_CMD_GO_ON ? command() : form;
-  };
-  const auto answer = [&](const QString& text) {
-    Tcl_SetObjResult(interp, quarn::detail::newTclText(text));
-    return TCL_OK;
-  };
-  const auto evaluate = [&] {
-    fire(1);
-    return TCL_OK;
-  };
-
-  if (is("fire", "")) return run(2, evaluate);
-  if (is("compute", "")) return run(2, evaluate);
-  if (is("getResult", "?SLOT?")) return run(3, [&] { return getResult(*this, interp, argc, argv); });
-  if (is("getLabel", "")) return run(2, [&] { return answer(getLabel()); });
-  if (is("setLabel", "?LABEL?")) {
-    return run(3, [&] {
-      setLabel(argc > 2 ? QString::fromUtf8(argv[2]) : QString());
-      return TCL_OK;
-    });
-  }
-  if (is("getClass", "")) return run(2, [&] { return answer(QString::fromStdString(getTypeId().getName())); });
-  if (is("disconnectAll", "")) {
-    return run(2, [&] {
-      disconnectAll(*this);
-      return TCL_OK;
-    });
-  }
-  if (is("ports", "")) return run(2, [&] { return appendPorts(*this, interp); });
+  const HxWords words{interp, argc, argv};
+  if (const auto code = runWordCommand(kCommands, "HxObject", *this, words)) return *code;
+  const QString word = words.command();
   if (HxPort* port = findPort(word)) return parsePort(*port, interp, argc, argv);
-  cmdCheck(word, "PORT", "COMMAND ?ARGUMENT...?");
-  if (asksForHelp(word)) return cmdUsage(interp, argc, argv);
+  cmdCheck(word, kPort, "HxObject");
+  if (cmdCheck(word, kHelp, "HxObject") || word.isEmpty()) {
+    leadToPorts(*this);
+    const int form = word.isEmpty() ? HX_CMD_GO_ON : words.checkForm(kHelp);
+    return form == HX_CMD_GO_ON ? cmdUsage(interp, argc, argv) : form;
+  }
 
   HxMessage::printf("\"%s\" has neither a command nor a port \"%s\".", qUtf8Printable(describe()),
                     McException::excerpt(argv[1]).c_str());

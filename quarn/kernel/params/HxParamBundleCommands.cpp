@@ -5,7 +5,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/params/HxParamBundle.h"
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 namespace {
 
@@ -63,12 +63,13 @@ void list(const HxParamBundle& bundle, std::string& text, const std::string& ind
   }
 }
 
-int listCommand(HxParamBundle& root, int argc, char** argv) {
-  const HxParamBundle* bundle = bundleArgument(root, argc, argv);
+int listCommand(HxParamBundle& root, const HxWords& words) {
+  const HxParamBundle* bundle = bundleArgument(root, words.argc, words.argv);
   if (!bundle) return TCL_ERROR;
   std::string text;
   list(*bundle, text, "");
-  if (!text.empty()) HxMessage::printf("%s", text.c_str());
+  if (!text.empty()) text.pop_back();
+  Tcl_SetObjResult(words.interp, Tcl_NewStringObj(text.data(), static_cast<int>(text.size())));
   return TCL_OK;
 }
 
@@ -179,24 +180,46 @@ int removeCommand(HxParamBundle& root, const char* path) {
   return TCL_OK;
 }
 
+constexpr HxWordCommand<HxParamBundle> kCommands[] = {
+    {{"list", "?BUNDLE?", 0, 1,
+      "Returns all parameters with their values, a line each; those of bundles are indented."},
+     listCommand},
+    {{"names", "?BUNDLE?", 0, 1, "Returns the names of the parameters and bundles, of a bundle when one is given."},
+     [](HxParamBundle& root, const HxWords& words) {
+       return namesCommand(root, words.interp, words.argc, words.argv);
+     }},
+    {{"get", "NAME", 1, 1, "Returns a value. NAME leads into bundles: Materials/Bone/Color."},
+     [](HxParamBundle& root, const HxWords& words) { return getCommand(root, words.interp, words.word(0)); }},
+    {{"set", "NAME VALUE...", 2, -1,
+      "Sets a value, as the type that it has; a new one is a number, numbers or a text."},
+     [](HxParamBundle& root, const HxWords& words) { return setCommand(root, false, words.argc, words.argv); }},
+    {{"setText", "NAME TEXT", 2, 2, "Sets a text, even where it looks like a number."},
+     [](HxParamBundle& root, const HxWords& words) { return setCommand(root, true, words.argc, words.argv); }},
+    {{"type", "NAME", 1, 1, "Returns the type of a value: integer, real, text, reals or bundle."},
+     [](HxParamBundle& root, const HxWords& words) { return typeCommand(root, words.interp, words.word(0)); }},
+    {{"remove", "NAME", 1, 1, "Removes a parameter or a bundle."},
+     [](HxParamBundle& root, const HxWords& words) { return removeCommand(root, words.word(0)); }},
+    {{"help", "?COMMAND?", 0, 1, "Lists the commands, or tells what one of them does and takes."},
+     [](HxParamBundle&, const HxWords& words) { return cmdUsage(words.interp, words.argc, words.argv); }},
+};
+
+/// What completion may put for NAME and BUNDLE.
+void offerNames(const HxParamBundle& root) {
+  QStringList names, bundles;
+  for (int i = 0; i < root.size(); ++i) {
+    const HxParamBase& element = *root[i];
+    if (element.getFlag(HxParamBase::Hidden)) continue;
+    names += QString::fromStdString(element.name());
+    if (element.isBundle()) bundles += names.back();
+  }
+  getCmdInfo().offer("NAME", names);
+  getCmdInfo().offer("BUNDLE", bundles);
+}
+
 }  // namespace
 
 int HxParamBundle::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  const auto is = [&](const char* name, const char* synopsis) { return cmdCheck(word, name, synopsis) != 0; };
-  const auto run = [&](bool wellFormed, auto command) {
-    const int form = cmdHelp(interp, argv[1], wellFormed, argc, argv);
-    return form == HX_CMD_GO_ON ? command() : form;
-  };
-  const bool one = argc == 3;
-  const bool atMostOne = argc <= 3;
-
-  if (is("list", "?BUNDLE?")) return run(atMostOne, [&] { return listCommand(*this, argc, argv); });
-  if (is("names", "?BUNDLE?")) return run(atMostOne, [&] { return namesCommand(*this, interp, argc, argv); });
-  if (is("get", "NAME")) return run(one, [&] { return getCommand(*this, interp, argv[2]); });
-  if (is("set", "NAME VALUE...")) return run(argc >= 4, [&] { return setCommand(*this, false, argc, argv); });
-  if (is("setText", "NAME TEXT")) return run(argc == 4, [&] { return setCommand(*this, true, argc, argv); });
-  if (is("type", "NAME")) return run(one, [&] { return typeCommand(*this, interp, argv[2]); });
-  if (is("remove", "NAME")) return run(one, [&] { return removeCommand(*this, argv[2]); });
-  return cmdUsage(interp, argc, argv);
+  if (argc < 2) offerNames(*this);
+  const auto code = runWordCommand(kCommands, "HxParamBundle", *this, HxWords{interp, argc, argv});
+  return code ? *code : cmdUsage(interp, argc, argv);
 }

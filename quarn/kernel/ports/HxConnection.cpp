@@ -8,7 +8,7 @@
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/HxConnectionChecker.h"
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxConnection, HxPort)
 
@@ -65,21 +65,21 @@ void HxConnection::setSource(HxObject* source) {
 }
 
 int HxConnection::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  const auto run = [&](bool wellFormed, auto command) {
-    const int form = cmdHelp(interp, argv[1], wellFormed, argc, argv);
-    return form == HX_CMD_GO_ON ? command() : form;
+  static constexpr HxWordCommand<HxConnection> kCommands[] = {
+      {{"connect", "OBJECT", 1, 1, "Connects an object that the port accepts."},
+       [](HxConnection& port, const HxWords& words) { return port.parseConnect(words.word(0)); }},
+      {{"disconnect", "", 0, 0, "Takes the connection away."},
+       [](HxConnection& port, const HxWords&) { return port.parseDisconnect(); }},
+      {{"source", "", 0, 0, "Returns the name of the object that is connected; empty without one."},
+       [](HxConnection& port, const HxWords& words) {
+         return port.source_ ? words.append(port.source_->getName()) : TCL_OK;
+       }},
   };
-
-  if (cmdCheck(word, "connect", "OBJECT")) return run(argc == 3, [&] { return parseConnect(argv[2]); });
-  if (cmdCheck(word, "disconnect", "")) return run(argc == 2, [&] { return parseDisconnect(); });
-  if (cmdCheck(word, "source", "")) {
-    return run(argc == 2, [&] {
-      if (source_) Tcl_VaAppendElement(interp, "%s", qUtf8Printable(source_->getName()));
-      return TCL_OK;
-    });
-  }
-  return HxPort::parse(interp, argc, argv);
+  QStringList types;
+  for (const McType type : acceptedTypes_) types += QString::fromStdString(type.getName());
+  getCmdInfo().note("connect", "OBJECT is of type " + types.join(QStringLiteral(" or ")));
+  const auto code = runWordCommand(kCommands, "HxConnection", *this, HxWords{interp, argc, argv});
+  return code ? *code : HxPort::parse(interp, argc, argv);
 }
 
 int HxConnection::parseConnect(const char* name) {

@@ -7,8 +7,7 @@
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/detail/PortListWatch.h"
-#include "quarn/kernel/script/HxCommands.h"
-#include "quarn/kernel/script/detail/TclText.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 MC_ROOT_CLASS_IMPL(HxPort)
 
@@ -38,32 +37,45 @@ void HxPort::send() {
 }
 
 int HxPort::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  const auto is = [&](const char* name) { return cmdCheck(word, name, "") != 0; };
-  const auto run = [&](auto command) {
-    const int form = cmdHelp(interp, argv[1], argc == 2, argc, argv);
-    if (form == HX_CMD_GO_ON) command();
-    return form == HX_CMD_GO_ON ? TCL_OK : form;
+  static constexpr HxWordCommand<HxPort> kCommands[] = {
+      {{"getState", "", 0, 0, "Returns the state as setState takes it; empty for a port without one."},
+       [](HxPort& port, const HxWords& words) {
+         QString state;
+         port.getState(state);
+         return words.answer(state);
+       }},
+      {{"setState", "TEXT", 1, 1, "Takes a state as getState returns it."},
+       [](HxPort& port, const HxWords& words) { return port.parseSetState(words.text(0)); }},
+      {{"touch", "", 0, 0, "Marks the port as changed."},
+       [](HxPort& port, const HxWords&) {
+         port.touch();
+         return TCL_OK;
+       }},
+      {{"send", "", 0, 0, "Evaluates the object of the port, as a change by hand does."},
+       [](HxPort& port, const HxWords&) {
+         port.send();
+         return TCL_OK;
+       }},
+      {{"getLabel", "", 0, 0, "Returns what stands beside the port in a window."},
+       [](HxPort& port, const HxWords& words) { return words.answer(port.label_); }},
+      {{"show", "", 0, 0, "Shows the port in a window."},
+       [](HxPort& port, const HxWords&) {
+         port.show();
+         return TCL_OK;
+       }},
+      {{"hide", "", 0, 0, "Hides the port in a window."},
+       [](HxPort& port, const HxWords&) {
+         port.hide();
+         return TCL_OK;
+       }},
+      {{"isVisible", "", 0, 0, "Returns 1 for a port that is not hidden, else 0."},
+       [](HxPort& port, const HxWords& words) { return words.answer(port.visible_ ? "1" : "0"); }},
+      {{"help", "?COMMAND?", 0, 1, "Lists the commands, or tells what one of them does and takes."},
+       [](HxPort&, const HxWords& words) { return cmdUsage(words.interp, words.argc, words.argv); }},
   };
-
-  if (is("getState")) {
-    return run([&] {
-      QString state;
-      getState(state);
-      Tcl_SetObjResult(interp, quarn::detail::newTclText(state));
-    });
-  }
-  if (cmdCheck(word, "setState", "TEXT")) {
-    const int form = cmdHelp(interp, argv[1], argc == 3, argc, argv);
-    return form == HX_CMD_GO_ON ? parseSetState(QString::fromUtf8(argv[2])) : form;
-  }
-  if (is("touch")) return run([&] { touch(); });
-  if (is("send")) return run([&] { send(); });
-  if (is("getLabel")) return run([&] { Tcl_SetObjResult(interp, quarn::detail::newTclText(label_)); });
-  if (is("show")) return run([&] { show(); });
-  if (is("hide")) return run([&] { hide(); });
-  if (is("isVisible")) return run([&] { Tcl_VaAppendElement(interp, "%d", visible_ ? 1 : 0); });
-  if (word.isEmpty() || word == "help") return cmdUsage(interp, argc, argv);
+  const HxWords words{interp, argc, argv};
+  if (const auto code = runWordCommand(kCommands, "HxPort", *this, words)) return *code;
+  if (words.command().isEmpty()) return cmdUsage(interp, 1, argv);
 
   const QString owner = owner_ ? owner_->describe() : QString();
   HxMessage::printf("Port \"%s\" of \"%s\" has no command \"%s\".", qUtf8Printable(name_), qUtf8Printable(owner),

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "quarn/kernel/ports/detail/colorText.h"
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxPortColorList, HxPort)
 
@@ -14,17 +14,15 @@ using quarn::detail::colorText;
 
 namespace {
 
-QStringList wordsOf(int argc, char** argv, int first) {
-  QStringList words;
-  for (int i = first; i < argc; ++i) words << QString::fromUtf8(argv[i]);
-  return words;
+/// -1 unless the word is a number.
+int numberOf(const QString& word) {
+  bool isNumber;
+  const int number = word.toInt(&isNumber);
+  return isNumber ? number : -1;
 }
 
-/// -1 unless the word is a number.
-int numberOf(const char* word) {
-  bool isNumber;
-  const int number = QString::fromUtf8(word).toInt(&isNumber);
-  return isNumber ? number : -1;
+QString choicesOf(int count) {
+  return count > 1 ? QStringLiteral("a number from 0 to %1").arg(count - 1) : QStringLiteral("0");
 }
 
 }  // namespace
@@ -65,31 +63,38 @@ bool HxPortColorList::setState(const QString& state) {
 }
 
 int HxPortColorList::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  if (cmdCheck(word, "getColor", "?NUMBER?")) {
-    const int go = cmdHelp(interp, argv[1], argc == 2 || argc == 3, argc, argv);
-    return go == HX_CMD_GO_ON ? parseGetColor(interp, argc, argv) : go;
-  }
-  if (cmdCheck(word, "setColor", "?NUMBER? R G B")) {
-    const int go = cmdHelp(interp, argv[1], argc == 5 || argc == 6, argc, argv);
-    return go == HX_CMD_GO_ON ? parseSetColor(interp, argc, argv) : go;
-  }
-  return HxPort::parse(interp, argc, argv);
+  static constexpr HxWordCommand<HxPortColorList> kCommands[] = {
+      {{"getColor", "?NUMBER?", 0, 1,
+        "Returns red, green and blue of a colour, the first one unless its number is given."},
+       [](HxPortColorList& port, const HxWords& words) {
+         return port.parseGetColor(words.interp, words.argc, words.argv);
+       }},
+      {{"setColor", "?NUMBER? R G B", 3, 4, "Sets a colour, the first one unless its number is given."},
+       [](HxPortColorList& port, const HxWords& words) {
+         return port.parseSetColor(words.interp, words.argc, words.argv);
+       }},
+  };
+  getCmdInfo().note("getColor", "NUMBER is " + choicesOf(count()));
+  getCmdInfo().note("setColor", "NUMBER is " + choicesOf(count()) + "; R, G and B are numbers from 0 to 1");
+  const auto code = runWordCommand(kCommands, "HxPortColorList", *this, HxWords{interp, argc, argv});
+  return code ? *code : HxPort::parse(interp, argc, argv);
 }
 
 int HxPortColorList::parseGetColor(Tcl_Interp* interp, int argc, char** argv) const {
-  const int i = argc == 3 ? numberOf(argv[2]) : 0;
-  if (!holds(i)) return cmdError(interp, HX_CMD_WRONG_VALUE, QString::fromUtf8(argv[2]));
-  for (const QString& part : colorText(getColor(i)).split(' ')) Tcl_VaAppendElement(interp, "%s", qUtf8Printable(part));
-  return TCL_OK;
+  const HxWords words{interp, argc, argv};
+  const int i = words.count() > 0 ? numberOf(words.text(0)) : 0;
+  if (!holds(i)) return words.refuse(words.text(0), choicesOf(count()));
+  return words.append(colorText(getColor(i)).split(' '));
 }
 
 int HxPortColorList::parseSetColor(Tcl_Interp* interp, int argc, char** argv) {
-  const int i = argc == 6 ? numberOf(argv[2]) : 0;
-  if (!holds(i)) return cmdError(interp, HX_CMD_WRONG_VALUE, QString::fromUtf8(argv[2]));
-  const QStringList words = wordsOf(argc, argv, argc - 3);
-  const std::optional<McColor> color = colorFrom(words);
-  if (!color) return cmdError(interp, HX_CMD_WRONG_VALUE, words.join(' '));
+  const HxWords words{interp, argc, argv};
+  const int numbered = words.count() - 3;
+  const int i = numbered > 0 ? numberOf(words.text(0)) : 0;
+  if (!holds(i)) return words.refuse(words.text(0), choicesOf(count()));
+  const QStringList parts = words.texts(numbered);
+  const std::optional<McColor> color = colorFrom(parts);
+  if (!color) return words.refuse(parts.join(' '), "red, green and blue from 0 to 1");
   setColor(i, *color);
   return TCL_OK;
 }

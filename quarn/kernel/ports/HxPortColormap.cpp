@@ -8,7 +8,7 @@
 #include "quarn/kernel/fields/HxStandardColormaps.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/detail/colorText.h"
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxPortColormap, HxConnection)
 
@@ -106,68 +106,73 @@ bool HxPortColormap::setState(const QString& state) {
 }
 
 int HxPortColormap::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  QStringList words;
-  for (int i = 2; i < argc; ++i) words << QString::fromUtf8(argv[i]);
-
-  /// Runs a getter: `texts` become the elements of the result.
-  const auto tell = [&](const QStringList& texts) {
-    if (const int go = cmdHelp(interp, argv[1], argc == 2, argc, argv); go != HX_CMD_GO_ON) return go;
-    for (const QString& text : texts) Tcl_VaAppendElement(interp, "%s", qUtf8Printable(text));
-    return TCL_OK;
+  static constexpr HxWordCommand<HxPortColormap> kCommands[] = {
+      {{"getMinMax", "", 0, 0, "Returns the range of values of the colours, where it is set here."},
+       [](HxPortColormap& port, const HxWords& words) {
+         return words.append({realText(port.localMin_), realText(port.localMax_)});
+       }},
+      {{"setMinMax", "MIN MAX", 2, 2, "Sets the range of values of the colours."},
+       [](HxPortColormap& port, const HxWords& words) {
+         const auto range = realsFrom(words.texts());
+         if (!range) return words.refuse(words.texts().join(' '), "two numbers");
+         port.setLocalRange((*range)[0], (*range)[1]);
+         return TCL_OK;
+       }},
+      {{"getColor", "", 0, 0, "Returns red, green and blue of the colour that is used without a colormap."},
+       [](HxPortColormap& port, const HxWords& words) {
+         return words.append(colorText(port.defaultColor_).split(' '));
+       }},
+      {{"setColor", "R G B", 3, 3, "Sets the colour that is used without a colormap; parts are from 0 to 1."},
+       [](HxPortColormap& port, const HxWords& words) {
+         const std::optional<McColor> color = colorFrom(words.texts());
+         if (!color) return words.refuse(words.texts().join(' '), "red, green and blue from 0 to 1");
+         port.setDefaultColor(*color);
+         return TCL_OK;
+       }},
+      {{"getAlpha", "", 0, 0, "Returns the opacity of that colour."},
+       [](HxPortColormap& port, const HxWords& words) { return words.append(realText(port.defaultAlpha_)); }},
+      {{"setAlpha", "ALPHA", 1, 1, "Sets the opacity of that colour, from 0 to 1."},
+       [](HxPortColormap& port, const HxWords& words) {
+         const std::optional<float> alpha = realFrom(words.text(0));
+         if (!alpha || !isPart(*alpha)) return words.refuse(words.text(0), "a number from 0 to 1");
+         port.setDefaultAlpha(*alpha);
+         return TCL_OK;
+       }},
+      {{"isAlphaEnabled", "", 0, 0, "Returns 1 when colours may be transparent, else 0."},
+       [](HxPortColormap& port, const HxWords& words) {
+         return words.append(QString::number(int{port.alphaEnabled_}));
+       }},
+      {{"setAlphaEnabled", "0|1", 1, 1, "Tells whether colours may be transparent."},
+       [](HxPortColormap& port, const HxWords& words) {
+         const std::optional<float> flag = realFrom(words.text(0));
+         if (flag != 0.0F && flag != 1.0F) return words.refuse(words.text(0), "0 or 1");
+         port.setAlphaEnabled(flag == 1.0F);
+         return TCL_OK;
+       }},
+      {{"connectStandard", "COLORMAP", 1, 1, "Connects a colormap that every program has, not an object of that name."},
+       [](HxPortColormap& port, const HxWords& words) {
+         return port.parseConnectStandard(words.interp, words.text(0));
+       }},
   };
-  /// Runs a setter of so many numbers; `take` tells whether they are right.
-  const auto set = [&](int count, auto take) {
-    if (const int go = cmdHelp(interp, argv[1], words.size() == count, argc, argv); go != HX_CMD_GO_ON) return go;
-    const auto numbers = realsFrom(words);
-    return numbers && take(*numbers) ? TCL_OK : cmdError(interp, HX_CMD_WRONG_VALUE, words.join(' '));
-  };
+  getCmdInfo().offer("COLORMAP", HxStandardColormaps::instance().names());
+  const HxWords words{interp, argc, argv};
+  if (const auto code = runWordCommand(kCommands, "HxPortColormap", *this, words)) return *code;
 
-  if (cmdCheck(word, "getMinMax", "")) return tell({realText(localMin_), realText(localMax_)});
-  if (cmdCheck(word, "setMinMax", "MIN MAX")) {
-    return set(2, [&](const std::vector<float>& range) {
-      setLocalRange(range[0], range[1]);
-      return true;
-    });
-  }
-  if (cmdCheck(word, "getColor", "")) return tell(colorText(defaultColor_).split(' '));
-  if (cmdCheck(word, "setColor", "R G B")) {
-    return set(3, [&](const std::vector<float>&) {
-      const std::optional<McColor> color = colorFrom(words);
-      if (color) setDefaultColor(*color);
-      return color.has_value();
-    });
-  }
-  if (cmdCheck(word, "getAlpha", "")) return tell({realText(defaultAlpha_)});
-  if (cmdCheck(word, "setAlpha", "ALPHA")) {
-    return set(1, [&](const std::vector<float>& alpha) {
-      if (isPart(alpha[0])) setDefaultAlpha(alpha[0]);
-      return isPart(alpha[0]);
-    });
-  }
-  if (cmdCheck(word, "isAlphaEnabled", "")) return tell({QString::number(int{alphaEnabled_})});
-  if (cmdCheck(word, "setAlphaEnabled", "0|1")) {
-    return set(1, [&](const std::vector<float>& flag) {
-      const bool isFlag = flag[0] == 0 || flag[0] == 1;
-      if (isFlag) setAlphaEnabled(flag[0] != 0);
-      return isFlag;
-    });
-  }
-  if (cmdCheck(word, "connectStandard", "COLORMAP")) {
-    if (const int go = cmdHelp(interp, argv[1], argc == 3, argc, argv); go != HX_CMD_GO_ON) return go;
-    return parseConnectStandard(interp, words[0]);
-  }
+  const QString word = words.command();
   if (word == "connect" && argc == 3 && isEditingAllowed()) {
     HxColormap* standard =
-        HxObjectPool::instance().find(words[0]) ? nullptr : HxStandardColormaps::instance().find(words[0]);
+        HxObjectPool::instance().find(words.text(0)) ? nullptr : HxStandardColormaps::instance().find(words.text(0));
     if (standard && connect(standard)) return TCL_OK;
   }
-  if (word == "source" && argc == 2 && colormap() && !colormap()->isInPool()) return tell({colormap()->getLabel()});
+  if (word == "source" && argc == 2 && colormap() && !colormap()->isInPool())
+    return words.append(colormap()->getLabel());
   return HxConnection::parse(interp, argc, argv);
 }
 
-int HxPortColormap::parseConnectStandard(Tcl_Interp* interp, const QString& name) {
+int HxPortColormap::parseConnectStandard(Tcl_Interp*, const QString& name) {
   if (refusesEditing()) return TCL_ERROR;
-  HxColormap* colormap = HxStandardColormaps::instance().find(name);
-  return colormap && connect(colormap) ? TCL_OK : cmdError(interp, HX_CMD_WRONG_VALUE, name);
+  HxStandardColormaps& all = HxStandardColormaps::instance();
+  HxColormap* const colormap = all.find(name);
+  if (colormap && connect(colormap)) return TCL_OK;
+  return HxWords::refuse("connectStandard", name, all.names().join(QStringLiteral(" or ")));
 }

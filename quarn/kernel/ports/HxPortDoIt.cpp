@@ -2,9 +2,17 @@
 
 #include <algorithm>
 
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxPortDoIt, HxPort)
+
+namespace {
+
+QString choicesOf(int buttons) {
+  return buttons > 1 ? QStringLiteral("a number from 0 to %1").arg(buttons - 1) : QStringLiteral("0");
+}
+
+}  // namespace
 
 HxPortDoIt::HxPortDoIt(HxObject* owner, const QString& name, const QString& label, int buttons)
     : HxPort(owner, name, label), buttons_(std::clamp(buttons, 1, 32)) {}
@@ -22,16 +30,20 @@ bool HxPortDoIt::wasHit(int button) const {
 }
 
 int HxPortDoIt::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  if (!cmdCheck(word, "hit", buttons_ > 1 ? "?BUTTON?" : "")) return HxPort::parse(interp, argc, argv);
-  const int form = cmdHelp(interp, argv[1], argc <= 3, argc, argv);
-  if (form != HX_CMD_GO_ON) return form;
-
-  bool isNumber = true;
-  const int button = argc == 3 ? QString::fromUtf8(argv[2]).toInt(&isNumber) : 0;
-  if (!isNumber || button < 0 || button >= buttons_) return cmdError(interp, HX_CMD_WRONG_VALUE, word);
-  hit(button);
-  return TCL_OK;
+  static constexpr HxWordCommand<HxPortDoIt> kCommands[] = {
+      {{"hit", "?BUTTON?", 0, 1, "Presses a button, the first one unless its number is given; fire does the work."},
+       [](HxPortDoIt& port, const HxWords& words) {
+         bool isNumber = true;
+         const int button = words.count() > 0 ? words.text(0).toInt(&isNumber) : 0;
+         if (!isNumber || button < 0 || button >= port.buttons_)
+           return words.refuse(words.text(0), choicesOf(port.buttons_));
+         port.hit(button);
+         return TCL_OK;
+       }},
+  };
+  getCmdInfo().note("hit", "BUTTON is " + choicesOf(buttons_));
+  const auto code = runWordCommand(kCommands, "HxPortDoIt", *this, HxWords{interp, argc, argv});
+  return code ? *code : HxPort::parse(interp, argc, argv);
 }
 
 void HxPortDoIt::settleMarks() {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxPortInteger, HxPort)
 
@@ -13,6 +13,10 @@ std::optional<std::int64_t> numberIn(const QString& text) {
   bool isNumber;
   const std::int64_t number = text.trimmed().toLongLong(&isNumber);
   return isNumber ? std::optional(number) : std::nullopt;
+}
+
+QString boundsText(std::int64_t minimum, std::int64_t maximum) {
+  return QStringLiteral("a whole number from %1 to %2").arg(minimum).arg(maximum);
 }
 
 }  // namespace
@@ -45,27 +49,23 @@ bool HxPortInteger::setState(const QString& state) {
 }
 
 int HxPortInteger::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  const auto form = [&](bool wellFormed) { return cmdHelp(interp, argv[1], wellFormed, argc, argv); };
-
-  if (cmdCheck(word, "getValue", "")) {
-    if (const int go = form(argc == 2); go != HX_CMD_GO_ON) return go;
-    Tcl_VaAppendElement(interp, "%lld", static_cast<long long>(value_));
-    return TCL_OK;
-  }
-  if (cmdCheck(word, "setValue", "NUMBER")) {
-    if (const int go = form(argc == 3); go != HX_CMD_GO_ON) return go;
-    const std::optional<std::int64_t> number = numberIn(QString::fromUtf8(argv[2]));
-    if (!number || *number < minimum_ || *number > maximum_)
-      return cmdError(interp, HX_CMD_WRONG_VALUE, QString::fromUtf8(argv[2]));
-    setValue(*number);
-    return TCL_OK;
-  }
-  if (cmdCheck(word, "getMinMax", "")) {
-    if (const int go = form(argc == 2); go != HX_CMD_GO_ON) return go;
-    for (const std::int64_t bound : {minimum_, maximum_})
-      Tcl_VaAppendElement(interp, "%lld", static_cast<long long>(bound));
-    return TCL_OK;
-  }
-  return HxPort::parse(interp, argc, argv);
+  static constexpr HxWordCommand<HxPortInteger> kCommands[] = {
+      {{"getValue", "", 0, 0, "Returns the number."},
+       [](HxPortInteger& port, const HxWords& words) { return words.answer(QString::number(port.value_)); }},
+      {{"setValue", "NUMBER", 1, 1, "Sets the number; it must lie within the bounds."},
+       [](HxPortInteger& port, const HxWords& words) {
+         const std::optional<std::int64_t> number = numberIn(words.text(0));
+         if (!number || *number < port.minimum_ || *number > port.maximum_)
+           return words.refuse(words.text(0), boundsText(port.minimum_, port.maximum_));
+         port.setValue(*number);
+         return TCL_OK;
+       }},
+      {{"getMinMax", "", 0, 0, "Returns the bounds."},
+       [](HxPortInteger& port, const HxWords& words) {
+         return words.append({QString::number(port.minimum_), QString::number(port.maximum_)});
+       }},
+  };
+  getCmdInfo().note("setValue", "NUMBER is " + boundsText(minimum_, maximum_));
+  const auto code = runWordCommand(kCommands, "HxPortInteger", *this, HxWords{interp, argc, argv});
+  return code ? *code : HxPort::parse(interp, argc, argv);
 }

@@ -1,8 +1,22 @@
 #include "quarn/kernel/ports/HxPortRadioBox.h"
 
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxPortRadioBox, HxPort)
+
+namespace {
+
+/// As help and refusals name the buttons: 0 "volume" or 1 "boundary".
+QString choicesOf(const QStringList& labels) {
+  QStringList texts;
+  for (const QString& label : labels) {
+    const QString number = QString::number(texts.size());
+    texts += label.isEmpty() ? number : QStringLiteral("%1 \"%2\"").arg(number, label);
+  }
+  return texts.join(QStringLiteral(" or "));
+}
+
+}  // namespace
 
 HxPortRadioBox::HxPortRadioBox(HxObject* owner, const QString& name, const QString& label, int buttons)
     : HxPort(owner, name, label), labels_(buttons, QString()) {}
@@ -33,36 +47,26 @@ bool HxPortRadioBox::setState(const QString& state) {
 }
 
 int HxPortRadioBox::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  const auto run = [&](bool wellFormed, auto command) {
-    const int form = cmdHelp(interp, argv[1], wellFormed, argc, argv);
-    return form == HX_CMD_GO_ON ? command() : form;
+  static constexpr HxWordCommand<HxPortRadioBox> kCommands[] = {
+      {{"getValue", "", 0, 0, "Returns the number of the chosen button; the first is 0."},
+       [](HxPortRadioBox& port, const HxWords& words) { return words.answer(QString::number(port.value_)); }},
+      {{"setValue", "BUTTON", 1, 1, "Chooses a button by its number or its label."},
+       [](HxPortRadioBox& port, const HxWords& words) { return port.parseSetValue(words.interp, words.text(0)); }},
+      {{"getLabels", "", 0, 0, "Returns the labels of the buttons."},
+       [](HxPortRadioBox& port, const HxWords& words) { return words.append(port.labels_); }},
   };
-
-  if (cmdCheck(word, "getValue", "")) {
-    return run(argc == 2, [&] {
-      Tcl_VaAppendElement(interp, "%d", value_);
-      return TCL_OK;
-    });
-  }
-  if (cmdCheck(word, "setValue", "BUTTON|LABEL")) {
-    return run(argc == 3, [&] { return parseSetValue(interp, QString::fromUtf8(argv[2])); });
-  }
-  if (cmdCheck(word, "getLabels", "")) {
-    return run(argc == 2, [&] {
-      for (const QString& label : labels_) Tcl_VaAppendElement(interp, "%s", qUtf8Printable(label));
-      return TCL_OK;
-    });
-  }
-  return HxPort::parse(interp, argc, argv);
+  getCmdInfo().note("setValue", "BUTTON is " + choicesOf(labels_));
+  getCmdInfo().offer("BUTTON", labels_);
+  const auto code = runWordCommand(kCommands, "HxPortRadioBox", *this, HxWords{interp, argc, argv});
+  return code ? *code : HxPort::parse(interp, argc, argv);
 }
 
-int HxPortRadioBox::parseSetValue(Tcl_Interp* interp, const QString& word) {
+int HxPortRadioBox::parseSetValue(Tcl_Interp*, const QString& word) {
   bool isNumber;
   int button = word.toInt(&isNumber);
   // A label may be a number, too.
   if (!isNumber || button < 0 || button >= buttons()) button = static_cast<int>(labels_.indexOf(word));
-  if (button < 0 || button >= buttons()) return cmdError(interp, HX_CMD_WRONG_VALUE, word);
+  if (button < 0 || button >= buttons()) return HxWords::refuse("setValue", word, choicesOf(labels_));
   setValue(button);
   return TCL_OK;
 }

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <optional>
 
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxPortReal, HxPort)
 
@@ -51,16 +51,14 @@ bool HxPortReal::setState(const QString& state) {
 }
 
 int HxPortReal::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  if (cmdCheck(word, "getValue", "")) {
-    if (const int go = cmdHelp(interp, argv[1], argc == 2, argc, argv); go != HX_CMD_GO_ON) return go;
-    Tcl_VaAppendElement(interp, "%s", qUtf8Printable(text()));
-    return TCL_OK;
-  }
-  if (cmdCheck(word, "setValue", "NUMBER")) {
-    if (const int go = cmdHelp(interp, argv[1], argc == 3, argc, argv); go != HX_CMD_GO_ON) return go;
-    const QString given = QString::fromUtf8(argv[2]);
-    return setState(given) ? TCL_OK : cmdError(interp, HX_CMD_WRONG_VALUE, given);
-  }
-  return HxPort::parse(interp, argc, argv);
+  static constexpr HxWordCommand<HxPortReal> kCommands[] = {
+      {{"getValue", "", 0, 0, "Returns the number."},
+       [](HxPortReal& port, const HxWords& words) { return words.answer(port.text()); }},
+      {{"setValue", "NUMBER", 1, 1, "Sets the number; inf and -inf are numbers, too."},
+       [](HxPortReal& port, const HxWords& words) {
+         return port.setState(words.text(0)) ? TCL_OK : words.refuse(words.text(0), "a number");
+       }},
+  };
+  const auto code = runWordCommand(kCommands, "HxPortReal", *this, HxWords{interp, argc, argv});
+  return code ? *code : HxPort::parse(interp, argc, argv);
 }

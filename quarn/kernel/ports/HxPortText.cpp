@@ -1,6 +1,6 @@
 #include "quarn/kernel/ports/HxPortText.h"
 
-#include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxPortText, HxPort)
 
@@ -21,16 +21,15 @@ bool HxPortText::setState(const QString& state) {
 }
 
 int HxPortText::parse(Tcl_Interp* interp, int argc, char** argv) {
-  const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-  if (cmdCheck(word, "getValue", "")) {
-    if (const int go = cmdHelp(interp, argv[1], argc == 2, argc, argv); go != HX_CMD_GO_ON) return go;
-    Tcl_SetObjResult(interp, Tcl_NewStringObj(qUtf8Printable(value_), -1));
-    return TCL_OK;
-  }
-  if (cmdCheck(word, "setValue", "TEXT")) {
-    if (const int go = cmdHelp(interp, argv[1], argc == 3, argc, argv); go != HX_CMD_GO_ON) return go;
-    setValue(QString::fromUtf8(argv[2]));
-    return TCL_OK;
-  }
-  return HxPort::parse(interp, argc, argv);
+  static constexpr HxWordCommand<HxPortText> kCommands[] = {
+      {{"getValue", "", 0, 0, "Returns the text."},
+       [](HxPortText& port, const HxWords& words) { return words.answer(port.value_); }},
+      {{"setValue", "TEXT", 1, 1, "Sets the text."},
+       [](HxPortText& port, const HxWords& words) {
+         port.setValue(words.text(0));
+         return TCL_OK;
+       }},
+  };
+  const auto code = runWordCommand(kCommands, "HxPortText", *this, HxWords{interp, argc, argv});
+  return code ? *code : HxPort::parse(interp, argc, argv);
 }

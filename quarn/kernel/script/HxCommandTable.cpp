@@ -13,6 +13,7 @@ using quarn::detail::CommandDepth;
 using quarn::detail::fromTcl;
 using quarn::detail::newTclList;
 using quarn::detail::newTclText;
+using quarn::detail::toTcl;
 
 QStringList wordsAfterName(int objc, Tcl_Obj* const objv[]) {
   QStringList words;
@@ -48,8 +49,7 @@ int runRow(ClientData data, Tcl_Interp* interp, int objc, Tcl_Obj* const objv[])
 }
 
 void makeCommand(Tcl_Interp* interp, const HxCommandRow& row) {
-  Tcl_CreateObjCommand(interp, quarn::detail::toTcl(row.name).c_str(), runRow, const_cast<HxCommandRow*>(&row),
-                       nullptr);
+  Tcl_CreateObjCommand(interp, toTcl(row.name).c_str(), runRow, const_cast<HxCommandRow*>(&row), nullptr);
 }
 
 }  // namespace
@@ -86,7 +86,12 @@ const HxCommandRow* HxCommandTable::find(const QString& name) const {
   return nullptr;
 }
 
+QString HxCommandTable::tclRename() {
+  return QStringLiteral("::tcl::renameCommand");
+}
+
 void HxCommandTable::attach(Tcl_Interp* interp) {
   interp_ = interp;
+  Tcl_Eval(interp, toTcl("rename rename " + tclRename()).c_str());
   for (const HxCommandRow& row : rows_) makeCommand(interp, row);
 }

@@ -55,6 +55,8 @@ public:
 
   /// Makes the commands in an interpreter, those of later rows too. They replace Tcl's own of the same name.
   void attach(Tcl_Interp* interp);
+  /// Under this name Tcl's own rename goes on, behind that of the table.
+  static QString tclRename();
 
 private:
   HxCommandTable();

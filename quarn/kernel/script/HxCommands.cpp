@@ -23,18 +23,41 @@ std::string excerpt(const QString& text) {
   return McException::excerpt(text.toStdString());
 }
 
-/// Prints "usage: <object> <name> <synopsis>".
-void printUsage(const char* object, const HxCmdEntry& entry) {
-  const std::string synopsis = entry.synopsis.isEmpty() ? std::string() : ' ' + entry.synopsis.toStdString();
-  HxMessage::printf("usage: %s %s%s", McException::excerpt(object).c_str(), entry.name.toStdString().c_str(),
-                    synopsis.c_str());
+/// "usage: <object> <name> <synopsis>".
+std::string usageOf(const char* object, const HxCmdEntry& entry) {
+  const QString words = entry.words();
+  const std::string synopsis = words.isEmpty() ? std::string() : ' ' + words.toStdString();
+  return "usage: " + McException::excerpt(object) + ' ' + entry.name.toStdString() + synopsis;
+}
+
+std::string noteOf(const HxCmdEntry& entry) {
+  const QString note = getCmdInfo().noteOf(entry.name);
+  return note.isEmpty() ? std::string() : "\n    " + note.toStdString();
+}
+
+/// The usage, what the command does and what values it takes.
+std::string explanationOf(const char* object, const HxCmdEntry& entry) {
+  const std::string help = entry.text ? std::string("\n    ") + entry.text->help : std::string();
+  return usageOf(object, entry) + help + noteOf(entry);
 }
 
 HxCmdEntry registeredEntry(const QString& name) {
-  const HxCmdInfo& list = getCmdInfo();
-  for (int i = 0; i < list.size(); ++i)
-    if (list[i].name == name) return list[i];
-  return {name, QString()};
+  const HxCmdEntry* const entry = getCmdInfo().find(name);
+  return entry ? *entry : HxCmdEntry{name, QString(), nullptr, QString()};
+}
+
+int refuseUnknown(const char* object, const char* word) {
+  HxMessage::printf("%s: unknown command \"%s\"", McException::excerpt(object).c_str(),
+                    McException::excerpt(word).c_str());
+  return TCL_ERROR;
+}
+
+/// What is known of one of the registered commands.
+int explain(const char* object, const char* word) {
+  const HxCmdEntry* const entry = getCmdInfo().find(QString::fromUtf8(word));
+  if (!entry) return refuseUnknown(object, word);
+  HxMessage::printf("%s", explanationOf(object, *entry).c_str());
+  return TCL_OK;
 }
 
 }  // namespace
@@ -45,7 +68,21 @@ void HxCmdInfo::add(const QString& name, const QString& synopsis) {
   if (known != entries_.end()) {
     known->synopsis = synopsis;
   } else {
-    entries_.push_back({name, synopsis});
+    entries_.push_back({name, synopsis, nullptr, QString()});
+  }
+}
+
+const HxCmdEntry* HxCmdInfo::find(const QString& name) const {
+  const auto known =
+      std::find_if(entries_.begin(), entries_.end(), [&](const HxCmdEntry& e) { return e.name == name; });
+  return known == entries_.end() ? nullptr : &*known;
+}
+
+void HxCmdInfo::describe(const HxCommandText& text, const char* of) {
+  for (HxCmdEntry& entry : entries_) {
+    if (entry.name != QLatin1String(text.name)) continue;
+    entry.text = &text;
+    entry.of = QString::fromLatin1(of);
   }
 }
 
@@ -58,10 +95,19 @@ int cmdCheck(const QString& word, const QString& name, const QString& synopsis) 
   return word == name ? 1 : 0;
 }
 
+int cmdCheck(const QString& word, const HxCommandText& text, const char* of) {
+  const QString name = QString::fromLatin1(text.name);
+  const int isIt = cmdCheck(word, name, QString::fromUtf8(text.words));
+  getCmdInfo().describe(text, of);
+  return isIt;
+}
+
 int cmdHelp(Tcl_Interp*, const char* word, bool wellFormed, int argc, char** argv) {
   const bool helpAsked = argc == 3 && std::strcmp(argv[2], "help") == 0;
   if (wellFormed && !helpAsked) return HX_CMD_GO_ON;
-  printUsage(argc > 0 ? argv[0] : "", registeredEntry(QString::fromUtf8(word)));
+  const char* const object = argc > 0 ? argv[0] : "";
+  const HxCmdEntry entry = registeredEntry(QString::fromUtf8(word));
+  HxMessage::printf("%s", (helpAsked ? explanationOf(object, entry) : usageOf(object, entry)).c_str());
   return helpAsked ? TCL_OK : TCL_ERROR;
 }
 
@@ -77,12 +123,10 @@ int cmdError(Tcl_Interp*, int kind, const QString& word) {
 int cmdUsage(Tcl_Interp*, int argc, char** argv) {
   const char* const object = argc > 0 ? argv[0] : "";
   const bool helpAsked = argc < 2 || std::strcmp(argv[1], "help") == 0;
+  if (helpAsked && argc == 3) return explain(object, argv[2]);
   const HxCmdInfo& list = getCmdInfo();
-  for (int i = 0; i < list.size(); ++i) printUsage(object, list[i]);
-  if (helpAsked) return TCL_OK;
-  HxMessage::printf("%s: unknown command \"%s\"", McException::excerpt(object).c_str(),
-                    McException::excerpt(argv[1]).c_str());
-  return TCL_ERROR;
+  for (int i = 0; i < list.size(); ++i) HxMessage::printf("%s", (usageOf(object, list[i]) + noteOf(list[i])).c_str());
+  return helpAsked ? TCL_OK : refuseUnknown(object, argv[1]);
 }
 
 void Tcl_VaAppendElement(Tcl_Interp* interp, const char* format, ...) {

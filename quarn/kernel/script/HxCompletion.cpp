@@ -1,69 +1,82 @@
 #include "quarn/kernel/script/HxCompletion.h"
 
-#include "quarn/kernel/app/HxRecordingSink.h"
+#include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
-#include "quarn/kernel/ports/HxPort.h"
 #include "quarn/kernel/script/HxCommandTable.h"
-#include "quarn/kernel/script/HxCommands.h"
-#include "quarn/kernel/script/HxInterpreter.h"
-#include "quarn/kernel/script/detail/CmdInfoScope.h"
+#include "quarn/kernel/script/detail/Synopsis.h"
+#include "quarn/kernel/script/detail/commandListing.h"
 #include "quarn/kernel/script/detail/hostCommands.h"
 
 namespace HxCompletion {
 
 namespace {
 
-/// The commands that an object or port knows: asked without a word it lists them, unheard here.
-template <class Commanded>
-QStringList commandsOf(Commanded& commanded, const QString& name) {
-  const quarn::detail::CmdInfoScope list;
-  const HxRecordingSink unheard;
-  std::string word = name.toStdString();
-  char* words[] = {word.data(), nullptr};
-  commanded.parse(HxInterpreter::instance().tclInterp(), 1, words);
-  QStringList names;
-  for (int i = 0; i < getCmdInfo().size(); ++i) {
-    // What stands for others is in capitals.
-    const QString& command = getCmdInfo()[i].name;
-    if (command != command.toUpper()) names += command;
+using quarn::detail::commandListing;
+using quarn::detail::Synopsis;
+using Offers = QMap<QString, QStringList>;
+
+/// What is offered everywhere.
+Offers commonOffers() {
+  QStringList commands;
+  for (const HxCommandRow& row : HxCommandTable::instance().rows()) commands += row.name;
+  return {{"OBJECT", HxInterpreter::instance().objectNames()},
+          {"CLASS", quarn::detail::creatableClasses()},
+          {"COMMAND", commands},
+          {"KEY", HxPreferences::keys()}};
+}
+
+/// Placeholders become what they stand for, where that is known; other words stand for themselves.
+QStringList resolved(const QStringList& words, const Offers& offers) {
+  QStringList result;
+  for (const QString& word : words) {
+    if (offers.contains(word)) {
+      result += offers[word];
+    } else if (!HxCmdEntry::isPlaceholder(word)) {
+      result += word;
+    }
   }
+  return result;
+}
+
+QStringList commandsIn(const HxCmdInfo& info) {
+  QStringList names = info.leads();
+  for (int i = 0; i < info.size(); ++i)
+    if (!info[i].isPlaceholder()) names += info[i].name;
   return names;
 }
 
-QStringList portsOf(const HxObject& object) {
-  QStringList names;
-  for (const HxPort* port : object.ports()) names += port->getName();
-  return names;
-}
-
-QStringList objectNames() {
-  return HxInterpreter::instance().objectNames();
-}
-
-QStringList hostCommands() {
-  QStringList names;
-  for (const HxCommandRow& row : HxCommandTable::instance().rows()) names += row.name;
-  return names;
-}
-
+/// Follows the words that lead on to ports and the like, and completes what is behind them.
 QStringList afterObject(HxObject& object, const QStringList& words) {
-  if (words.size() == 1) return commandsOf(object, words[0]) + portsOf(object);
-  HxPort* const port = object.findPort(words[1]);
-  if (port && words.size() == 2) return commandsOf(*port, words[1]);
-  if (port && words.size() == 3 && words[2] == QLatin1String("connect")) return objectNames();
-  return {};
+  qsizetype known = 1;
+  HxCmdInfo info = commandListing(object, words.first(known));
+  while (known < words.size() && info.leads().contains(words[known]))
+    info = commandListing(object, words.first(++known));
+  if (known == words.size()) return commandsIn(info);
+  const HxCmdEntry* const entry = info.find(words[known]);
+  if (!entry) return {};
+  Offers offers = commonOffers();
+  offers["COMMAND"] = commandsIn(info);
+  offers.insert(info.offers());
+  return resolved(Synopsis(entry->words()).after(words.mid(known + 1)), offers);
+}
+
+/// Host commands whose words depend on the first of them.
+QStringList afterFirstWord(const QStringList& words) {
+  const bool isFirst = words.size() == 1;
+  if (words[0] == QLatin1String("remove")) return HxInterpreter::instance().objectNames();
+  if (words[0] == QLatin1String("rename")) return isFirst ? HxInterpreter::instance().objectNames() : QStringList();
+  if (words[0] == QLatin1String("help"))
+    return isFirst ? commonOffers()["COMMAND"] + HxInterpreter::instance().objectNames() : QStringList();
+  if (isFirst) return {QStringLiteral("get"), QStringLiteral("set")};
+  return words.size() == 2 ? HxPreferences::keys() : QStringList();
 }
 
 QStringList afterHostCommand(const QStringList& words) {
-  const bool isFirst = words.size() == 1;
-  if (words[0] == QLatin1String("create") && isFirst) return quarn::detail::creatableClasses();
-  if (words[0] == QLatin1String("remove")) return objectNames();
-  if (words[0] == QLatin1String("help") && isFirst) return hostCommands();
-  if (words[0] == QLatin1String("preferences") && isFirst) return {QStringLiteral("get"), QStringLiteral("set")};
-  if (words[0] == QLatin1String("recover") && isFirst)
-    return {QStringLiteral("discard"), QStringLiteral("list"), QStringLiteral("load")};
-  return {};
+  static const QStringList special{"remove", "rename", "help", "preferences"};
+  if (special.contains(words[0])) return afterFirstWord(words);
+  const HxCommandRow* const row = HxCommandTable::instance().find(words[0]);
+  return row ? resolved(Synopsis(row->words).after(words.mid(1)), commonOffers()) : QStringList();
 }
 
 }  // namespace

@@ -124,6 +124,16 @@ HxScriptError failureOf(const QString& fileName, const char* what) {
   return error;
 }
 
+/// Of procedures that call themselves without end the first and the last ones tell enough.
+QStringList withoutMiddle(const QStringList& procedures) {
+  constexpr qsizetype kEnd = 8;
+  QStringList lines;
+  for (const QString& procedure : procedures) lines += QStringLiteral("procedure ") + procedure;
+  const qsizetype left = lines.size() - 2 * kEnd;
+  if (left <= 1) return lines;
+  return lines.first(kEnd) + QStringList{QStringLiteral("%1 more procedures").arg(left)} + lines.last(kEnd);
+}
+
 }  // namespace
 
 QString HxScriptError::toText() const {
@@ -131,7 +141,7 @@ QString HxScriptError::toText() const {
   // What was typed stands above.
   const bool isTyped = file.isEmpty() && procedures.isEmpty();
   if (!isTyped && !command.isEmpty()) text += QStringLiteral("\n    in ") + command;
-  for (const QString& procedure : procedures) text += QStringLiteral("\n    in procedure ") + procedure;
+  for (const QString& place : withoutMiddle(procedures)) text += QStringLiteral("\n    in ") + place;
   if (file.isEmpty()) return text;
   const QString place = line > 0 ? file + QLatin1Char(':') + QString::number(line) : file;
   return place + QStringLiteral(": ") + text;

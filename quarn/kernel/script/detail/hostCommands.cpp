@@ -1,5 +1,6 @@
 #include "quarn/kernel/script/detail/hostCommands.h"
 
+#include <QFileInfo>
 #include <algorithm>
 
 #include "quarn/base/McException.h"
@@ -14,6 +15,7 @@
 #include "quarn/kernel/ports/HxConnection.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 #include "quarn/kernel/script/detail/TclText.h"
+#include "quarn/kernel/script/detail/scriptReference.h"
 
 namespace quarn::detail {
 namespace {
@@ -38,6 +40,15 @@ bool isForced(const HxCommandCall& call, qsizetype count) {
   if (words.size() == count) return false;
   if (words.front() == QLatin1String("-force") && words.size() == count + 1) return true;
   throw McException("unknown option \"" + excerpt(words.front()) + "\": -force is expected");
+}
+
+/// Runs the words as a command of Tcl.
+bool evaluate(HxCommandCall& call, const QStringList& words) {
+  Tcl_Obj* const list = newTclList(words);
+  Tcl_IncrRefCount(list);
+  const int code = Tcl_EvalObjEx(call.interp(), list, TCL_EVAL_DIRECT);
+  Tcl_DecrRefCount(list);
+  return code == TCL_OK;
 }
 
 // --- load
@@ -77,6 +88,23 @@ void remove(HxCommandCall& call) {
   for (const QString& name : call.words()) objects.push_back(requireObject(name));
   for (const McHandle<HxObject>& object : objects) requireNothingLost(*object, objects);
   for (const McHandle<HxObject>& object : objects) HxObjectPool::instance().remove(object);
+}
+
+/// Objects keep their commands: they are renamed and removed as objects, all else as Tcl does it.
+void rename(HxCommandCall& call) {
+  const QString& name = call.words()[0];
+  const QString& newName = call.words()[1];
+  HxObject* const object = HxObjectPool::instance().find(name);
+  if (object && newName.isEmpty()) {
+    requireNothingLost(*object, {});
+    HxObjectPool::instance().remove(object);
+  } else if (object) {
+    if (newName != name && HxInterpreter::instance().isCommand(newName))
+      throw McException("can't rename to \"" + excerpt(newName) + "\": command already exists");
+    call.setResult(HxObjectPool::instance().rename(object, newName));
+  } else if (!evaluate(call, {HxCommandTable::tclRename(), name, newName})) {
+    throw McException(Tcl_GetStringResult(call.interp()));
+  }
 }
 
 void objects(HxCommandCall& call) {
@@ -119,6 +147,17 @@ void nameResult(HxCommandCall& call) {
 
 // --- preferences
 
+/// A folder that nothing can be written into would be noticed only where the first mask needs it.
+void requireUsable(const QString& key, const QString& value) {
+  if (key.simplified().compare(QLatin1String("Temporary Directory"), Qt::CaseInsensitive) != 0 || value.isEmpty())
+    return;
+  const char* const why = !QFileInfo::exists(value)           ? "there is no such folder"
+                          : !QFileInfo(value).isDir()         ? "is not a folder"
+                          : !HxFileHelpers::isWritable(value) ? "nothing can be written into this folder"
+                                                              : nullptr;
+  if (why) throw McException("preference \"Temporary Directory\": " + excerpt(value) + ": " + why);
+}
+
 void preferences(HxCommandCall& call) {
   const QStringList& words = call.words();
   HxPreferences& preferences = *HxApplication::instance()->settings()->getPreferences();
@@ -130,6 +169,7 @@ void preferences(HxCommandCall& call) {
   } else if (words.front() == QLatin1String("get") && words.size() == 2) {
     call.setResult(preferences.get(words[1]));
   } else if (words.front() == QLatin1String("set") && words.size() == 3) {
+    requireUsable(words[1], words[2]);
     preferences.set(words[1], words[2]);
   } else {
     throw McException("usage: preferences, preferences get ?KEY?, preferences set KEY VALUE");
@@ -161,17 +201,39 @@ void recover(HxCommandCall& call) {
 
 // --- help, exit
 
+void helpOfAll() {
+  for (const HxCommandRow& row : HxCommandTable::instance().rows())
+    HxMessage::printf("%s", row.synopsis().toStdString().c_str());
+  HxMessage::printf(
+      "Type \"help COMMAND\" for one of them, \"OBJECT help ?COMMAND?\" for an object, "
+      "\"OBJECT PORT help ?COMMAND?\" for a port.");
+}
+
+/// "help OBJECT ..." is "OBJECT help ...".
+void helpOfObject(HxCommandCall& call, HxObject& object) {
+  const McHandle<HxObject> alive(&object);
+  const auto parse = [&](Tcl_Interp* interp, int argc, char** argv) { return alive->parse(interp, argc, argv); };
+  Tcl_Obj* const list = newTclList(QStringList{call.words().front(), "help"} + call.words().mid(1));
+  Tcl_IncrRefCount(list);
+  int count = 0;
+  Tcl_Obj** words = nullptr;
+  Tcl_ListObjGetElements(nullptr, list, &count, &words);
+  const int code = HxInterpreter::call(parse, call.interp(), count, words);
+  Tcl_DecrRefCount(list);
+  if (code != TCL_OK) throw McException(Tcl_GetStringResult(call.interp()));
+}
+
 void help(HxCommandCall& call) {
-  if (call.words().isEmpty()) {
-    for (const HxCommandRow& row : HxCommandTable::instance().rows())
-      HxMessage::printf("%s", row.synopsis().toStdString().c_str());
-    HxMessage::printf("Type \"help COMMAND\" for one of them, \"OBJECT help\" for an object.");
-    return;
-  }
+  if (call.words().isEmpty()) return helpOfAll();
   const QString& name = call.words().front();
+  if (HxObject* const object = HxObjectPool::instance().find(name)) return helpOfObject(call, *object);
   const HxCommandRow* const row = HxCommandTable::instance().find(name);
   if (!row) throw McException("there is no command \"" + excerpt(name) + "\"");
   HxMessage::printf("%s\n    %s", row->synopsis().toStdString().c_str(), row->help.toStdString().c_str());
+}
+
+void reference(HxCommandCall& call) {
+  call.setResult(scriptReference());
 }
 
 void exit(HxCommandCall& call) {
@@ -225,7 +287,13 @@ std::vector<HxCommandRow> hostCommands() {
           "and returns the number of pieces. What was loaded stays in the storage, too: discard it once it is saved. "
           "What running programs have there is not touched.",
           recover),
-      row("help", "?COMMAND?", 0, 1, "Shows the commands, or one of them.", help),
+      row("rename", "OLD NEW", 2, 2,
+          "Gives an object another name and returns it, and removes it for an empty one; renames any other command as "
+          "Tcl does.",
+          rename),
+      row("help", "?COMMAND | OBJECT ?COMMAND??", 0, 2,
+          "Shows the commands, or what one of them does; of an object what it knows.", help),
+      row("reference", "", 0, 0, "Returns the page of all commands, of objects and ports too, as Markdown.", reference),
       row("exit", "?STATUS?", 0, 1, "Ends the program with a status from 0 to 255, 0 unless given.", exit),
   };
 }
