@@ -87,8 +87,9 @@ void RoiMeasure::join(const RoiMeasure& other) {
   values.join(other.values);
 }
 
-RoiMeasure measure(const TileSnapshot& mask, const HxUniformScalarField3* image) {
+RoiMeasure measure(const TileSnapshot& mask, const HxUniformScalarField3* image, const std::function<void()>& ask) {
   const auto overTiles = [&](const tbb::blocked_range<std::int64_t>& tiles, RoiMeasure sum) {
+    if (ask) ask();
     for (std::int64_t tile = tiles.begin(); tile != tiles.end(); ++tile) {
       if (mask.kind(tile) == TileSnapshot::Kind::Zero) continue;
       measureTile(mask, tile, sum);

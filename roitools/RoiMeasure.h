@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 
 #include "quarn/base/McBox3i.h"
 #include "quarn/voxora/tiles/TileSnapshot.h"
@@ -36,7 +37,9 @@ struct ROITOOLS_API RoiMeasure {
 
 /// Measures the set voxels of `mask`, and the values of `image` there when it is not null; the image has the grid of
 /// the mask. Goes over tiles that hold set voxels only, in parallel; the result does not depend on the number of
-/// threads. Throws McException when a tile cannot be read.
-ROITOOLS_API RoiMeasure measure(const hxvoxora::TileSnapshot& mask, const HxUniformScalarField3* image);
+/// threads. Throws McException when a tile cannot be read, and what `ask` throws, which is called all the time, by any
+/// thread, several at once.
+ROITOOLS_API RoiMeasure measure(const hxvoxora::TileSnapshot& mask, const HxUniformScalarField3* image,
+                                const std::function<void()>& ask = {});
 
 }  // namespace roitools

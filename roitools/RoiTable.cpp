@@ -11,6 +11,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/base/McProgressInterface.h"
 #include "quarn/kernel/HxException.h"
+#include "quarn/kernel/app/HxInterrupt.h"
 #include "quarn/kernel/fields/HxTable.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
 #include "roitools/RoiContent.h"
@@ -77,8 +78,13 @@ void appendValues(HxTable::Row& row, const Moments& values) {
   }
 }
 
+void stopWhen(bool isInterrupted) {
+  if (!isInterrupted) return;
+  throw hxException(QCoreApplication::translate("HxRoiStatistics", "The measurement was interrupted."));
+}
+
 HxTable::Row rowOf(const Roi& roi, const HxUniformScalarField3* image, const HxRegScalarField3* place) {
-  const RoiMeasure measure = roitools::measure(contentOf(roi), image);
+  const RoiMeasure measure = roitools::measure(contentOf(roi), image, [] { stopWhen(HxInterrupt::isRequested()); });
   HxTable::Row row;
   row.emplace_back(shownName(roi));
   row.emplace_back();
@@ -101,9 +107,7 @@ void fillRoiTable(HxTable& table, const HxRois& rois, const HxUniformScalarField
   const std::vector<const Roi*> all = roisInOrder(rois);
   std::vector<HxTable::Row> rows;
   for (const Roi* roi : all) {
-    if (progress.isInterrupted()) {
-      throw hxException(QCoreApplication::translate("HxRoiStatistics", "The measurement was interrupted."));
-    }
+    stopWhen(progress.isInterrupted());
     rows.push_back(rowOf(*roi, image, place));
     progress.setValue(static_cast<float>(rows.size()) / static_cast<float>(all.size()));
   }

@@ -43,7 +43,9 @@ constexpr Option options[] = {
        setMode(line, Mode::Command, "--command");
        line.command = value;
      }},
-    {"--interactive", nullptr, "read commands from the terminal or a pipe",
+    {"--interactive", nullptr,
+     "read commands from the terminal or a pipe; from a pipe all run, and the status is 1 when\n"
+     "                           one of them failed",
      [](CommandLine& line, const QString&) { setMode(line, Mode::Interactive, "--interactive"); }},
     {"--recover", nullptr,
      "show the work that runs which were cut off have left; with a FOLDER behind it,\n"

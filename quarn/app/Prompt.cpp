@@ -57,7 +57,7 @@ int Prompt::runOnPipe() {
   }
   if (!exitStatus_ && !input.isEmpty()) take(input);
   finish();
-  return exitStatus_.value_or(0);
+  return exitStatus_.value_or(failed_ ? Session::FAILURE : 0);
 }
 
 void Prompt::takeLinesOf(QByteArray& input) {
@@ -93,6 +93,7 @@ void Prompt::take(const QByteArray& line) {
   if (error && error->exitStatus) {
     exitStatus_ = error->exitStatus;
   } else if (error) {
+    failed_ = true;
     reportError(*error, terminal_);
     if (error->interrupted && !isTerminal_) exitStatus_ = Session::INTERRUPTED;
   } else if (const QString result = interpreter.result(); !result.isEmpty()) {
@@ -101,7 +102,9 @@ void Prompt::take(const QByteArray& line) {
 }
 
 void Prompt::finish() {
-  if (isInsideCommand() && !exitStatus_) printError(QStringLiteral("the input ends inside a command"));
+  if (!isInsideCommand() || exitStatus_) return;
+  failed_ = true;
+  printError(QStringLiteral("the input ends inside a command"));
 }
 
 }  // namespace quarn::app

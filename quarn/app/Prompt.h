@@ -14,8 +14,9 @@ class Prompt {
 public:
   explicit Prompt(const HxTerminalSink& terminal);
 
-  /// Returns the status given to `exit`, 0 at the end of the input. Ctrl-C ends the running command on a
-  /// terminal, and everything, with 130, on a pipe.
+  /// Returns the status given to `exit`, else at the end of the input 0, or 1 when it is no terminal and a command of
+  /// it failed: all commands of a file run, whichever fail. Ctrl-C ends the running command on a terminal, and
+  /// everything, with 130, on a pipe.
   int run();
 
 private:
@@ -31,6 +32,7 @@ private:
   const HxTerminalSink& terminal_;
   const bool isTerminal_;
   QByteArray command_;  ///< the lines of a command that is not whole yet
+  bool failed_ = false;
   std::optional<int> exitStatus_;
 };
 

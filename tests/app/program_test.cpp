@@ -205,7 +205,7 @@ TEST(Program, InteractiveReadsAPipe) {
                                         "  puts <$i>\n"
                                         "}\n"
                                         "expr {$a + 1}");
-  EXPECT_EQ(0, outcome.status);
+  EXPECT_EQ(1, outcome.status) << "a command failed";
   EXPECT_EQ("5\n<1>\n<2>\n6\n", outcome.output);
   EXPECT_EQ("invalid command name \"nonsense\"\n", outcome.errors);
 }
@@ -220,6 +220,7 @@ TEST(Program, InteractiveEndsWithTheStatusOfExit) {
 TEST(Program, InteractiveTellsOfAnUnfinishedCommand) {
   const Outcome outcome = Program().run({"--interactive"}, "foreach i {1 2} {\n");
   EXPECT_EQ("the input ends inside a command\n", outcome.errors);
+  EXPECT_EQ(1, outcome.status);
 }
 
 TEST(Program, InteractiveTakesLongLines) {

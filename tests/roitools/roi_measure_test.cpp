@@ -1,7 +1,9 @@
 #include <array>
+#include <atomic>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <random>
+#include <stdexcept>
 #include <vector>
 
 #include "quarn/base/McHandle.h"
@@ -71,6 +73,18 @@ void expectEqual(const RoiMeasure& measure, const RoiMeasure& expected) {
   EXPECT_NEAR(measure.values.standardDeviation(), expected.values.standardDeviation(), 1e-9);
   EXPECT_EQ(measure.values.minimum, expected.values.minimum);
   EXPECT_EQ(measure.values.maximum, expected.values.maximum);
+}
+
+TEST(RoiMeasure, EndsWhereItIsTold) {
+  Volume volume(70, 40, 36);
+  volume.fill(SbBox3i32(SbVec3i32(0, 0, 0), SbVec3i32(69, 39, 35)), true);
+  std::atomic<int> questions = 0;
+  const auto stop = [&] {
+    ++questions;
+    throw std::runtime_error("enough");
+  };
+  EXPECT_THROW(roitools::measure(volume.node->snapshot(), nullptr, stop), std::runtime_error);
+  EXPECT_GT(questions, 0);
 }
 
 }  // namespace
