@@ -14,7 +14,7 @@ std::string excerpt(const QString& text) {
 void setMode(CommandLine& line, Mode mode, const QString& option) {
   if (line.mode != Mode::None)
     throw McException(excerpt(option) +
-                      ": only one of --script, --command, --interactive, --recover, --verify and --snapshot");
+                      ": only one of --window, --script, --command, --interactive, --recover, --verify and --snapshot");
   line.mode = mode;
 }
 
@@ -33,6 +33,8 @@ struct Option {
 };
 
 constexpr Option options[] = {
+    {"--window", nullptr, "show the window; where there is a display this needs no asking",
+     [](CommandLine& line, const QString&) { setMode(line, Mode::Window, "--window"); }},
     {"--script", "FILE [ARG...]", "run a script and exit; its status is 0, or 1 with file, line and message",
      [](CommandLine& line, const QString& value) {
        setMode(line, Mode::Script, "--script");

@@ -10,7 +10,7 @@ namespace quarn::app {
 
 /// What the user asked for on the command line.
 struct CommandLine {
-  enum class Mode { None, Script, Command, Interactive, Recover, Verify, Snapshot, Help, Version };
+  enum class Mode { None, Window, Script, Command, Interactive, Recover, Verify, Snapshot, Help, Version };
 
   Mode mode = Mode::None;
   QString script;               ///< file of Mode::Script

@@ -8,6 +8,8 @@
 #include "quarn/app/report.h"
 #include "quarn/app/snapshot.h"
 #include "quarn/app/verification.h"
+#include "quarn/app/window/display.h"
+#include "quarn/app/window/runWindow.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxFileHelpers.h"
@@ -112,6 +114,7 @@ int Session::run() {
   if (line_.mode == Mode::Recover) return recoverWork(line_.files.value(0), line_.discard);
   if (line_.mode == Mode::Verify) return verifyFiles(line_.files, line_.quiet);
   if ((takesCommands() || line_.mode == Mode::Script) && !line_.quiet) tellOfLostWork();
+  if (line_.mode == Mode::Window) return runWindow(line_.files);
   loadFiles();
   const int status = runMode();
   HxMessage::flushStream();
@@ -135,6 +138,7 @@ int Session::runMode() {
       return drawSnapshot(line_.snapshot);
     case Mode::None:
       return isatty(STDIN_FILENO) ? Prompt(terminal_).run() : 0;
+    case Mode::Window:
     case Mode::Recover:
     case Mode::Verify:
     case Mode::Help:
@@ -185,7 +189,7 @@ int runSession(const CommandLine& line) {
 
 int runChecked(const QStringList& words) {
   try {
-    const CommandLine line = CommandLine::parse(words.mid(1));
+    const CommandLine line = withWindow(CommandLine::parse(words.mid(1)));
     const bool nothingAsked = line.mode == Mode::None && line.files.isEmpty();
     if (line.mode == Mode::Version) {
       printOut(HxSkin().getSaveInfo());

@@ -9,7 +9,7 @@
 
 namespace quarn::app {
 
-/// One run of the program without a window, from the preferences to the last object.
+/// One run of the program, from the preferences to the last object.
 ///
 /// Exit status: 0; 1 after an error, or after a critical message of a script or command; 130 when the user stopped it
 /// with Ctrl-C; 128 and the number of another signal that asked it to end; or the status that the command `exit` was

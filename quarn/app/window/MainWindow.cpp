@@ -1,0 +1,177 @@
+#include "quarn/app/window/MainWindow.h"
+
+#include <QCloseEvent>
+#include <QDockWidget>
+#include <QDragEnterEvent>
+#include <QFileDialog>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QSplitter>
+
+#include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/io/HxFileTypes.h"
+#include "quarn/kernel/objects/HxData.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/widgets/QxPropertyArea.h"
+
+namespace quarn::app {
+namespace {
+
+constexpr QSize FIRST_SIZE(1100, 760);
+
+/// Does what the user asked for; what goes wrong is shown.
+template <class Work>
+void attempt(Work work) {
+  try {
+    work();
+  } catch (const std::exception& failure) {
+    HxMessage::error(QString::fromUtf8(failure.what()));
+  }
+}
+
+}  // namespace
+
+MainWindow::MainWindow() : objects_(new ObjectList(this)) {
+  setWindowTitle(QStringLiteral("quarn"));
+  setAcceptDrops(true);
+  makePanes();
+  makeMenus();
+  resize(FIRST_SIZE);
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::makePanes() {
+  list_ = new QListView;
+  list_->setObjectName(QStringLiteral("objects"));
+  list_->setModel(objects_);
+  list_->setEditTriggers(QAbstractItemView::EditKeyPressed | QAbstractItemView::SelectedClicked);
+  list_->setContextMenuPolicy(Qt::CustomContextMenu);
+  properties_ = new QxPropertyArea;
+  console_ = new ConsolePane;
+
+  auto* columns = new QSplitter(Qt::Horizontal);
+  columns->addWidget(list_);
+  columns->addWidget(properties_);
+  columns->setStretchFactor(1, 1);
+  columns->setSizes({240, 860});
+  auto* rows = new QSplitter(Qt::Vertical);
+  rows->addWidget(columns);
+  rows->addWidget(console_);
+  rows->setStretchFactor(0, 1);
+  rows->setSizes({560, 200});
+  setCentralWidget(rows);
+
+  connect(list_->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& index) {
+    HxObject* object = objects_->objectAt(index);
+    properties_->setObject(object);
+    HxObjectPool::instance().select(object);
+  });
+  connect(objects_, &ObjectList::leaving, this, [this](HxObject* object) {
+    if (object == chosen()) properties_->setObject(nullptr);
+  });
+  connect(objects_, &QAbstractItemModel::rowsInserted, this, [this](const QModelIndex&, int, int last) {
+    if (!chosen()) list_->setCurrentIndex(objects_->index(last));
+  });
+  connect(list_, &QWidget::customContextMenuRequested, this, &MainWindow::showObjectMenu);
+}
+
+void MainWindow::makeMenus() {
+  QMenu* file = menuBar()->addMenu(tr("&File"));
+  file->addAction(tr("&Load ..."), QKeySequence::Open, this, &MainWindow::askForFiles);
+  file->addAction(tr("&Save Object As ..."), QKeySequence::SaveAs, this, &MainWindow::saveChosen);
+  file->addSeparator();
+  file->addAction(tr("&Quit"), QKeySequence::Quit, this, &QWidget::close);
+  QMenu* object = menuBar()->addMenu(tr("&Object"));
+  object->addAction(tr("&Rename"), this, [this] { list_->edit(list_->currentIndex()); });
+  object->addAction(tr("Re&move"), this, &MainWindow::removeChosen);
+}
+
+HxObject* MainWindow::chosen() const {
+  return objects_->objectAt(list_->currentIndex());
+}
+
+void MainWindow::choose(HxObject* object) {
+  list_->setCurrentIndex(objects_->indexOf(object));
+}
+
+void MainWindow::loadFiles(const QStringList& files) {
+  for (const QString& file : files)
+    attempt([&] {
+      const QStringList names = HxFileTypes::instance().load(file);
+      HxMessage::printf("%s: %s", file.toUtf8().constData(), names.join(QStringLiteral(", ")).toUtf8().constData());
+      if (!names.isEmpty()) choose(HxObjectPool::instance().find(names.back()));
+    });
+}
+
+void MainWindow::askForFiles() {
+  QStringList patterns;
+  for (const QString& suffix : HxFileTypes::instance().suffixes()) patterns.append(QLatin1Char('*') + suffix);
+  const QString known = tr("Known files (%1)").arg(patterns.join(QLatin1Char(' ')));
+  loadFiles(
+      QFileDialog::getOpenFileNames(this, tr("Load"), QString(), known + QStringLiteral(";;") + tr("All files (*)")));
+}
+
+void MainWindow::saveChosen() {
+  auto* object = dynamic_cast<HxData*>(chosen());
+  if (!object) return;
+  QStringList filters;
+  const std::vector<HxSaverEntry> savers = HxFileTypes::instance().saversFor(*object);
+  for (const HxSaverEntry& saver : savers) filters.append(QStringLiteral("%1 (*%2)").arg(saver.format, saver.suffix));
+  QString filter;
+  const QString file = QFileDialog::getSaveFileName(this, tr("Save %1").arg(object->getLabel()), object->getLabel(),
+                                                    filters.join(QStringLiteral(";;")), &filter);
+  const qsizetype which = filters.indexOf(filter);
+  if (file.isEmpty() || which < 0) return;
+  attempt([&] { HxFileTypes::instance().save(object, savers[static_cast<std::size_t>(which)].format, file); });
+}
+
+void MainWindow::removeChosen() {
+  HxObject* object = chosen();
+  if (!object) return;
+  if (unsaved().contains(object->getLabel())) {
+    const QString question = tr("%1 is not saved. Remove it?").arg(object->getLabel());
+    if (QMessageBox::question(this, QStringLiteral("quarn"), question) != QMessageBox::Yes) return;
+  }
+  attempt([&] { HxObjectPool::instance().remove(object); });
+}
+
+void MainWindow::showObjectMenu(const QPoint& place) {
+  if (!list_->indexAt(place).isValid()) return;
+  QMenu menu(this);
+  if (dynamic_cast<HxData*>(chosen())) menu.addAction(tr("Save As ..."), this, &MainWindow::saveChosen);
+  menu.addAction(tr("Rename"), this, [this] { list_->edit(list_->currentIndex()); });
+  menu.addAction(tr("Remove"), this, &MainWindow::removeChosen);
+  menu.exec(list_->viewport()->mapToGlobal(place));
+}
+
+QStringList MainWindow::unsaved() {
+  QStringList names;
+  for (const McHandle<HxObject>& object : HxObjectPool::instance().objects())
+    if (auto* changed = dynamic_cast<HxData*>(object.get()); changed && changed->isModified())
+      names.append(changed->getLabel());
+  return names;
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  const QStringList names = unsaved();
+  const QString question =
+      tr("These objects are not saved: %1.\nQuit and lose the changes?").arg(names.join(QStringLiteral(", ")));
+  const bool goes =
+      names.isEmpty() || QMessageBox::question(this, QStringLiteral("quarn"), question) == QMessageBox::Yes;
+  event->setAccepted(goes);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+  QStringList files;
+  for (const QUrl& url : event->mimeData()->urls())
+    if (url.isLocalFile()) files.append(url.toLocalFile());
+  loadFiles(files);
+}
+
+}  // namespace quarn::app
