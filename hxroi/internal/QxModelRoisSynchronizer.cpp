@@ -4,8 +4,24 @@
 #include "hxroi/details/Roi.h"
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/SynchronizerRun.h"
+#include "hxroi/internal/holdSet.h"
 
 using hxroi::details::Roi;
+
+namespace {
+
+class BusyMark {
+public:
+  explicit BusyMark(bool& busy) : busy_(busy) { busy_ = true; }
+  ~BusyMark() { busy_ = false; }
+  BusyMark(const BusyMark&) = delete;
+  BusyMark& operator=(const BusyMark&) = delete;
+
+private:
+  bool& busy_;
+};
+
+}  // namespace
 
 QxModelRoisSynchronizer::QxModelRoisSynchronizer(HxRois* rois) {
   auto* model = new QxRoiTreeModel(nullptr, QxRoiTreeModel::FULL_MODULE);
@@ -42,16 +58,15 @@ void QxModelRoisSynchronizer::clearResults() {
 
 void QxModelRoisSynchronizer::synchronizeData() {
   if (!model_ || !model_->getRoot() || busy_) return;
-  // Held, since views may do anything when rows come and go.
-  const McHandle<HxRois> rois(model_->getRoot()->getRois());
-  if (!rois || model_->putsOffSynchronization()) return;
-  busy_ = true;
   clearResults();
+  HxRois* rois = model_->getRoot()->getRois();
+  if (!rois || model_->putsOffSynchronization()) return;
+  const BusyMark mark(busy_);
+  const McHandle<HxRois> held = hxroi::holdSet(rois);
   hxroi::SynchronizerRun run(*this, *model_, *rois, std::exchange(knownNames_, {}));
   run.removeDeparted();
   knownNames_ = run.placeAll();
   updateStamps(*rois);
-  busy_ = false;
 }
 
 void QxModelRoisSynchronizer::updateStamps(const HxRois& rois) {

@@ -159,6 +159,7 @@ private:
   void insertRow(int position, QxRoiTreeItem* item, QxRoiTreeItem& parent);
   QxRoiTreeItem* removeRow(int position, QxRoiTreeItem& parent);
   void reportInsertion(QxRoiTreeItem* item, const QModelIndex& parent, int position);
+  void tellOfLayout();
   void watch(HxRois* rois);
   void makeUpForSynchronization() noexcept;
 

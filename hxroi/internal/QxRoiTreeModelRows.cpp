@@ -62,11 +62,10 @@ bool QxRoiTreeModel::putsOffSynchronization() {
 }
 
 void QxRoiTreeModel::makeUpForSynchronization() noexcept {
-  const McHandle<HxRois> rois(rois_);
-  if (!rois) return;
+  if (!rois_) return;
   try {
-    rois->touch(kContent);
-    rois->fire(1);
+    rois_->touch(kContent);
+    rois_->fire(1);
   } catch (const std::exception& failure) {
     hxroi::details::logFailure("A ROI set could not be evaluated", failure.what());
   }
@@ -91,6 +90,11 @@ QxRoiTreeItem* QxRoiTreeModel::removeRow(int position, QxRoiTreeItem& parent) {
 void QxRoiTreeModel::reportInsertion(QxRoiTreeItem* item, const QModelIndex& parent, int position) {
   configureInsertedRoi(item);
   Q_EMIT modelRowsInserted(parent, position, position);
+  tellOfLayout();
+}
+
+void QxRoiTreeModel::tellOfLayout() {
+  Q_EMIT layoutAboutToBeChanged();
   Q_EMIT layoutChanged();
 }
 
@@ -141,7 +145,7 @@ bool QxRoiTreeModel::insertTreeItem(int position, QxRoiTreeItem* item, const QMo
     insertRow(position, item, *parentItem);
   }
   Q_EMIT modelRowsInserted(place, position, position);
-  Q_EMIT layoutChanged();
+  tellOfLayout();
   return stands;
 }
 
@@ -176,7 +180,7 @@ bool QxRoiTreeModel::moveRoi(int from, int to, const QModelIndex& sourceParent, 
     item->setColormap(colormap);
   }
   Q_EMIT modelRowMoved(from, to, indexFromTreeItem(source), indexFromTreeItem(destination));
-  Q_EMIT layoutChanged();
+  tellOfLayout();
   return true;
 }
 

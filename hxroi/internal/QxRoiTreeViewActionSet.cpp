@@ -11,6 +11,7 @@
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/QxRoiTreeModel.h"
 #include "hxroi/internal/commandFailures.h"
+#include "hxroi/internal/holdSet.h"
 #include "quarn/kernel/params/HxParamBundle.h"
 
 using hxroi::details::Group;
@@ -63,11 +64,14 @@ void QxRoiTreeViewActionSet::run(const std::function<void(QxRoiTreeModel&)>& com
   QxRoiTreeModel* tree = model();
   if (!tree || isAtWork_) return;
   const QPointer<QxRoiTreeViewActionSet> self(this);
-  const McHandle<HxRois> rois(tree->getRoot()->getRois());
+  const QPointer<QxRoiTreeModel> treeLife(tree);
+  HxRois* rois = tree->getRoot()->getRois();
+  const McHandle<HxRois> held = hxroi::holdSet(rois);
   isAtWork_ = true;
   hxroi::showFailures([&] { command(*tree); });
   // What was changed reaches those that show the set.
-  if (rois && rois->isNew()) hxroi::showFailures([&] { rois->fire(1); });
+  const bool isThere = held || (treeLife && rois == treeLife->getRoot()->getRois());
+  if (rois && isThere && rois->isNew()) hxroi::showFailures([&] { rois->fire(1); });
   if (self) isAtWork_ = false;
 }
 

@@ -103,6 +103,7 @@ private:
   QAction* addAction(const QString& text, void (QxRoiTreeViewActionSet::*slot)());
   void makeParamDialog();
   void deleteParamDialog();
+  void forgetParameters();
 
   static RoiHandle makeMask(const QxRoiTreeModel& tree);
   static void insertNew(QxRoiTreeModel& tree, int row, const RoiHandle& roi, const QModelIndex& parent);

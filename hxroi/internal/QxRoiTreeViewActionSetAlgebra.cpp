@@ -9,6 +9,7 @@
 #include "hxroi/internal/QxRoiTreeModel.h"
 #include "hxroi/internal/QxRoiTreeViewActionSet.h"
 #include "hxroi/internal/RowReplacement.h"
+#include "hxroi/internal/holdSet.h"
 
 using hxroi::details::Mask;
 
@@ -80,7 +81,8 @@ void QxRoiTreeViewActionSet::subtractRois(const QModelIndex& target, const QList
   if (!tree || sources.size() != 2) return;
   const bool targetIsFirst = tree->getItem(sources[0]) == tree->getItem(target);
   const QModelIndex& other = sources[targetIsFirst ? 1 : 0];
-  const McHandle<HxRois> rois(tree->getRoot()->getRois());
+  HxRois* rois = tree->getRoot()->getRois();
+  const McHandle<HxRois> held = hxroi::holdSet(rois);
   const McHandle<Mask> rest(rois->substractMasks(nameAt(*tree, target), {nameAt(*tree, other)}));
   rest->flush(Mask::AllLevels);
   hxroi::RowReplacement replacement(*tree, target);

@@ -29,6 +29,8 @@ void QxRoiTreeViewActionSet::makeParamDialog() {
   connect(dialog, &QxParamDialog::dataChanged, this, &QxRoiTreeViewActionSet::parametersChanged);
   connect(dialog->buttonBox()->button(QDialogButtonBox::Ok), &QPushButton::clicked, this,
           &QxRoiTreeViewActionSet::parametersChanged);
+  // Later, since those who hear of the button still ask for the bundle.
+  connect(dialog, &QDialog::finished, this, &QxRoiTreeViewActionSet::forgetParameters, Qt::QueuedConnection);
   paramDialog_ = dialog;
 }
 
@@ -47,6 +49,14 @@ void QxRoiTreeViewActionSet::editSelectedRoiParameters() {
   const std::vector<RoiHandle> formerRois = std::exchange(edited_, selectedRois());
   paramDialog_->setBundle(bundleFromSelection());
   paramDialog_->show();
+}
+
+/// A closed dialog keeps no ROI alive.
+void QxRoiTreeViewActionSet::forgetParameters() {
+  if (!paramDialog_ || paramDialog_->isVisible()) return;
+  paramDialog_->setBundle(nullptr);
+  copy_.reset();
+  edited_.clear();
 }
 
 // --- Between dialog and ROIs --------------------------------------------------------------------------------------
@@ -86,7 +96,7 @@ void QxRoiTreeViewActionSet::writeParameters(const std::vector<RoiHandle>& rois,
     for (const RoiHandle& roi : rois) hxroi::writeSeveral(roi->parameters(), *bundle);
   }
   const QxRoiTreeModel* tree = model();
-  const McHandle<HxRois> set(tree ? tree->getRoot()->getRois() : nullptr);
+  HxRois* set = tree ? tree->getRoot()->getRois() : nullptr;
   if (!set) return;
   set->touch(kProperty);
   set->fire(1);

@@ -33,7 +33,7 @@ void QxRoiTreeViewActionSet::splitSelectedRois() {
 }
 
 void QxRoiTreeViewActionSet::splitRoi(QxRoiTreeModel& tree, const QModelIndex& index) {
-  const McHandle<HxRois> rois(tree.getRoot()->getRois());
+  const HxRois* rois = tree.getRoot()->getRois();
   if (!rois || !index.isValid()) return;
   constexpr std::size_t limit = HxRois::kMaximumNumberOfMasks;
   if (rois->getNumberOfMasks() >= limit) {

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+#include "hxroi/export.h"
+
 class QMimeData;
 class QxRoiTreeItem;
 class QxRoiTreeModel;
@@ -14,10 +16,10 @@ namespace hxroi {
 inline const QString kDraggedNamesType = QStringLiteral("application/vnd.text.list");
 
 /// The caller owns the result.
-QMimeData* draggedNames(const QStringList& names);
+HXROI_API QMimeData* draggedNames(const QStringList& names);
 
 /// The names in `data`, as far as they can be read.
-QStringList namesOf(const QMimeData& data);
+HXROI_API QStringList namesOf(const QMimeData& data);
 
 /// Moves named ROIs one after the other into a node, to a row that counts with the ROIs that are still to be moved.
 class RoiDrop {

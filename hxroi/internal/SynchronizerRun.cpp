@@ -1,5 +1,7 @@
 #include "hxroi/internal/SynchronizerRun.h"
 
+#include <vector>
+
 #include "hxroi/HxRois.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
@@ -53,15 +55,23 @@ void SynchronizerRun::findDeparted() {
 
 SynchronizerRun::KnownNames SynchronizerRun::placeAll() {
   int row = 0;
-  for (const auto& roi : rois_) {
+  // As it is now, since views may do anything when rows come and go.
+  const HxRois::RoiList rois(rois_.begin(), rois_.end());
+  for (const auto& roi : rois) {
     place(row++, *roi, *model_.getRoot());
-    auto* group = dynamic_cast<Group*>(roi.get());
-    if (!group) continue;
-    QxRoiTreeItem* groupItem = model_.treeItemFromRoi(group);
-    int memberRow = 0;
-    for (Mask& mask : *group) place(memberRow++, mask, *groupItem);
+    if (auto* group = dynamic_cast<Group*>(roi.get())) placeMembers(*group);
   }
   return std::move(names_);
+}
+
+void SynchronizerRun::placeMembers(Group& group) {
+  std::vector<McHandle<Mask>> masks;
+  for (Mask& mask : group) masks.emplace_back(&mask);
+  int row = 0;
+  for (const auto& mask : masks) {
+    QxRoiTreeItem* item = model_.treeItemFromRoi(&group);
+    if (item) place(row++, *mask, *item);
+  }
 }
 
 void SynchronizerRun::place(int row, Roi& roi, QxRoiTreeItem& parent) {

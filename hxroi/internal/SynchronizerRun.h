@@ -6,6 +6,10 @@
 
 namespace hxroi {
 
+namespace details {
+class Group;
+}
+
 /// One synchronization of a tree with its set.
 class SynchronizerRun {
 public:
@@ -27,6 +31,7 @@ public:
 private:
   void nameDeparted();
   void findDeparted();
+  void placeMembers(details::Group& group);
   void place(int row, details::Roi& roi, QxRoiTreeItem& parent);
   void checkName(const details::Roi& roi);
 
