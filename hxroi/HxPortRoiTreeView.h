@@ -121,6 +121,7 @@ private:
   int parseIsRoiVisible(Tcl_Interp* interp, int argc, char** argv);
 
   void setUpView();
+  void runMenu(const QPoint& globalPosition);
   void showModel();
   void connectModel();
   QItemSelectionModel* selectionModel() const;

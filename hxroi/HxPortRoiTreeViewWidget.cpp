@@ -43,6 +43,7 @@ void HxPortRoiTreeView::createWidget(QWidget* parent) {
     QHeaderView* header = view_->header();
     header->setStretchLastSection(true);
     header->setSectionResizeMode(0, QHeaderView::Interactive);
+    view_->resizeColumnToContents(0);
   }
   if (auto* label = findWidget<QLabel>("label")) layout()->setAlignment(label, Qt::AlignTop);
   layout()->addWidget(view_, 1);
@@ -55,6 +56,7 @@ void HxPortRoiTreeView::setUpView() {
   view_->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
   view_->setAnimated(true);
   view_->setMinimumHeight(minimumHeight_ > 0 ? minimumHeight_ : kUsualHeight);
+  QObject::connect(view_, &QTreeView::expanded, view_, [tree = view_.data()] { tree->resizeColumnToContents(0); });
   if (roiModule_ != ROIS_MODULE) return;
   view_->setContextMenuPolicy(Qt::CustomContextMenu);
   view_->setDragEnabled(true);
@@ -163,22 +165,30 @@ void HxPortRoiTreeView::dataChanged(const QModelIndex& topLeft, const QModelInde
   }
 }
 
-void HxPortRoiTreeView::customContextMenuRequested(const QPoint&) {
-  treeContextMenu();
+/// Asked for by a key, the menu is that of the row where the keys go.
+void HxPortRoiTreeView::customContextMenuRequested(const QPoint& position) {
+  if (!view_) return;
+  const QWidget& viewport = *view_->viewport();
+  const bool isAtMouse = view_->indexAt(viewport.mapFromGlobal(QCursor::pos())).isValid();
+  if (isAtMouse) return treeContextMenu();
+  runMenu(viewport.mapToGlobal(position));
+}
+
+void HxPortRoiTreeView::treeContextMenu() {
+  runMenu(QCursor::pos());
 }
 
 /// View, set and port may go while the menu is open, and the menu with them.
-void HxPortRoiTreeView::treeContextMenu() {
+void HxPortRoiTreeView::runMenu(const QPoint& globalPosition) {
   if (roiModule_ != ROIS_MODULE || !selectionModel() || !selectionModel()->hasSelection() || !actionSet_) return;
-  const QModelIndex place = view_->indexAt(view_->viewport()->mapFromGlobal(QCursor::pos()));
+  const QModelIndex place = view_->indexAt(view_->viewport()->mapFromGlobal(globalPosition));
   if (!place.isValid()) return;
   RoiTreeMenu(*view_).prepare(*actionSet_, model_->getItem(place)->getName());
   moreActions_->enableForSelection();
   const QxGuardedPtr<QMenu> menu = new QMenu(view_);
-  menu->setToolTipsVisible(true);
   RoiTreeMenu::fill(*menu, *actionSet_);
   menu->addSeparator();
   RoiTreeMenu::fill(*menu, *moreActions_);
-  menu->exec(QCursor::pos());
+  menu->exec(globalPosition);
   delete menu;
 }

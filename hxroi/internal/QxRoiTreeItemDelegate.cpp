@@ -43,7 +43,7 @@ QWidget* QxRoiTreeItemDelegate::createEditor(QWidget* parent, const QStyleOption
   }
   QWidget* editor = QItemDelegate::createEditor(parent, option, index);
   if (auto* line = qobject_cast<QLineEdit*>(editor)) {
-    static const QRegularExpression printable(QStringLiteral("[\\x20-\\x7F]+$"));
+    static const QRegularExpression printable(QStringLiteral("[\\x20-\\x7F]+"));
     line->setValidator(new QRegularExpressionValidator(printable, line));
   }
   return editor;
@@ -85,6 +85,11 @@ void QxRoiTreeItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem&
                                   const QModelIndex& index) const {
   const QScopedValueRollback kind(paintsColor_, isColor(index.data(Qt::DecorationRole)));
   QItemDelegate::paint(painter, option, index);
+}
+
+/// Some air between the colours.
+QSize QxRoiTreeItemDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const {
+  return QItemDelegate::sizeHint(option, index) + QSize(0, 4);
 }
 
 void QxRoiTreeItemDelegate::drawDecoration(QPainter* painter, const QStyleOptionViewItem& option, const QRect& rect,

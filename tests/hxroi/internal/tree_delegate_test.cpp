@@ -18,6 +18,8 @@ void press(QWidget* widget, int key, const QString& text = QString(), Qt::Keyboa
   QApplication::sendEvent(widget, &down);
   QKeyEvent up(QEvent::KeyRelease, key, modifiers, text);
   QApplication::sendEvent(widget, &up);
+  // A view takes over what was typed when control is back at the event loop.
+  QApplication::processEvents();
 }
 
 class TreeDelegate : public TreePortTest {
@@ -125,7 +127,7 @@ TEST_F(TreeDelegate, TakesTheColourOfADialogThatIsAccepted) {
   EXPECT_TRUE(dialog->isWindow());
   EXPECT_TRUE(dialog->isVisible());
   EXPECT_FALSE(dialog->testOption(QColorDialog::ShowAlphaChannel));
-  EXPECT_EQ(dialog->currentColor(), QColor::fromRgbF(0.5F, 0.25F, 1.0F));
+  EXPECT_EQ(dialog->getColor(), McColor(0.5F, 0.25F, 1));
   dialog->setCurrentColor(QColor(255, 0, 0));
   dialog->accept();
   EXPECT_EQ(rois->getMask("Bone")->color(false), McColor(1, 0, 0));
@@ -197,17 +199,6 @@ TEST_F(TreeDelegate, FramesColours) {
   }
   EXPECT_EQ(black, 60) << "the frame of 16 x 16 pixels";
   EXPECT_EQ(inside, 14 * 14);
-}
-
-TEST_F(TreeDelegate, AnswersToKeys) {
-  view().setFocus();
-  view().setCurrentIndex(index("Bone", 1));
-  press(&view(), Qt::Key_F2);
-  auto* line = view().viewport()->findChild<QLineEdit*>();
-  if (line) {
-    EXPECT_EQ(line->text(), "Bone");
-    press(line, Qt::Key_Escape);
-  }
 }
 
 }  // namespace

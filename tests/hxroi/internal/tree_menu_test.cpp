@@ -135,6 +135,21 @@ TEST_F(TreeMenu, OpensByARightClick) {
   EXPECT_GE(opened, 13U);
 }
 
+TEST_F(TreeMenu, OpensByAKeyWhereverTheMouseIs) {
+  select({"b"});
+  QCursor::setPos(panel->mapToGlobal(QPoint(-50, -50)));
+  const QPoint place = view().visualRect(index("b")).center();
+  std::string insert;
+  QTimer::singleShot(0, [&] {
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    if (menu) insert = menu->actions()[0]->text().toStdString(), menu->close();
+  });
+  QContextMenuEvent event(QContextMenuEvent::Keyboard, place, view().viewport()->mapToGlobal(place));
+  QApplication::sendEvent(view().viewport(), &event);
+  QApplication::processEvents();
+  EXPECT_EQ(insert, "New ROI");
+}
+
 TEST_F(TreeMenu, RunsWhatIsChosen) {
   select({"a"});
   pointAt("a");
