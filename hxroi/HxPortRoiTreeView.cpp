@@ -106,6 +106,8 @@ void HxPortRoiTreeView::watch(HxRois* rois) {
 }
 
 void HxPortRoiTreeView::updateHxRois() {
+  // The synchronizer holds the set, which would be the death of one that nobody holds yet.
+  if (rois_ && rois_->refCount() == 0) return updateModel();
   const UpdatesOff off(view_);
   synchronizer_->synchronizeData();
   const McDArray<std::string> inserted = synchronizer_->insertedNames;

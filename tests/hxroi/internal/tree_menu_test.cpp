@@ -2,6 +2,7 @@
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QCursor>
+#include <QDir>
 #include <QMenu>
 #include <QTimer>
 
@@ -193,6 +194,18 @@ TEST_F(TreeMenu, SurvivesTheDeathOfItsPortWhileItIsOpen) {
   QApplication::sendEvent(viewport, &event);
   EXPECT_EQ(owner, nullptr);
   EXPECT_EQ(viewport, nullptr);
+}
+
+TEST_F(TreeMenu, LooksAsInThePicture) {
+  select({"a", "b"});
+  pointAt("b");
+  QDir().mkpath(QUARN_BINARY_DIR "/screenshots");
+  bool saved = false;
+  entries([&](QMenu& menu) {
+    saved = menu.grab().save(QUARN_BINARY_DIR "/screenshots/roi-menu.png");
+    menu.close();
+  });
+  EXPECT_TRUE(saved);
 }
 
 class TreeMenuOfASelector : public TreePortTest {};

@@ -222,4 +222,15 @@ TEST_F(TreePort, OfASetFollowsItWithoutAnyCall) {
   EXPECT_EQ(tree->rowCount(), 1);
 }
 
+TEST_F(TreePort, OfASetThatNobodyHoldsIsNoDanger) {
+  auto* loose = new HxRois;
+  loose->addRoi(makeMask("a"));
+  loose->fire();
+  EXPECT_EQ(loose->portRoiVisibility.getModel()->rowCount(), 1);
+  const McHandle<HxRois> held(loose);
+  loose->addRoi(makeMask("b"));
+  loose->fire();
+  EXPECT_EQ(loose->portRoiVisibility.getModel()->rowCount(), 2);
+}
+
 }  // namespace
