@@ -12,7 +12,7 @@
 /// Keys are texts as shown to the user, sections parted by " > "; case and blanks around ">" do not matter.
 class QUARN_KERNEL_API HxPreferences {
 public:
-  /// Base directory of the temporary storage ("Temporary Directory"). Unless it was set it is quarn-<uid> in the
+  /// Base directory of the temporary storage ("Temporary Directory"). Unless it was set it is quarn-UID in the
   /// system's folder for temporary files: made on the first question, with mode 0700; when a folder of that name
   /// belongs to somebody else or is a link, a fresh private one is made and used instead.
   QString getTemporaryDirectory() const;

@@ -19,8 +19,8 @@ public:
   /// Adds a folder to look in, after those added before. Throws McException when it is not absolute, not a folder, or
   /// writable by everybody.
   void addPath(const QString& folder);
-  /// Adds the folders that come with the program, as far as they exist: <folder of the program>/../packages and
-  /// <prefix>/lib/quarn/packages.
+  /// Adds the folders that come with the program, as far as they exist: packages and lib/quarn/packages, both beside
+  /// the folder of the program.
   void addDefaultPaths();
   QStringList paths() const { return paths_; }
 

@@ -7,7 +7,7 @@
 
 #include "quarn/kernel/export.h"
 
-/// The description of a package: the file <name>.json beside its library lib<name>.so.
+/// The description of a package: the file NAME.json beside its library libNAME.so.
 struct QUARN_KERNEL_API HxPackageManifest {
   struct InterfaceFactory {
     QString className;  ///< host class whose objects get the interfaces
