@@ -64,7 +64,7 @@ TEST(CommandLine, RefusalsNameTheOption) {
   EXPECT_EQ("--set: KEY=VALUE is expected, got \"=x\"", errorOf({"--set", "=x"}));
   EXPECT_EQ("--quiet: takes no value", errorOf({"--quiet=yes"}));
   EXPECT_THAT(errorOf({"--interactive", "--command", "x"}),
-              HasSubstr("only one of --window, --script, --command, --interactive, --recover and --verify"));
+              HasSubstr("only one of --window, --script, --command, --interactive, --recover, --verify and --snapshot"));
 }
 
 TEST(CommandLine, HelpNamesEveryOption) {
@@ -91,6 +91,6 @@ TEST(CommandLine, RecoveryTakesAFolderOrDiscards) {
   EXPECT_EQ("--discard: only with --recover", errorOf({"--discard"}));
   EXPECT_EQ("--discard: takes no folder", errorOf({"--recover", "folder", "--discard"}));
   EXPECT_EQ("--recover: only one folder", errorOf({"--recover", "a", "b"}));
-  EXPECT_EQ("--recover: only one of --window, --script, --command, --interactive, --recover and --verify",
+  EXPECT_EQ("--recover: only one of --window, --script, --command, --interactive, --recover, --verify and --snapshot",
             errorOf({"--interactive", "--recover"}));
 }
