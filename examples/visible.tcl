@@ -26,26 +26,27 @@ foreach name [$rois allMasks] {
 }
 choice fire
 
-create HxRoisToHxUniformLabelField3 join
-join maskSelector connect choice
-join doIt hit
-join fire
-set labels [join getResult]
-expect "the range of two labels" [$labels getRange] {0 2}
+create HxRoisToHxUniformLabelField3 combine
+combine maskSelector connect choice
+combine doIt hit
+combine fire
+set labels [combine getResult]
+expect "the range of two labels" [$labels getRange] {0.0 2.0}
 $labels save NIfTI $out/hippocampi.nii.gz
 
 saveNetwork $out/visible.quarn
-clear
+clear -force
 load $out/visible.quarn
 expect "what is visible after loading" [choice roiVisibility isRoiVisible Hippocampus_L] 1
 expect "what is hidden after loading" [choice roiVisibility isRoiVisible Amygdala_L] 0
-expect "the range of labels made again" [$labels getRange] {0 2}
+expect "the range of labels made again" [$labels getRange] {0.0 2.0}
 
 # Masks that share voxels: a new one, which is not visible at first.
 $rois mergeMasks Hippocampus_L Hippocampus_R
+$rois fire
 choice roiVisibility setRoiVisible Hippocampus_L-merged 1
 choice fire
-join doIt hit
-join fire
-expect "the range with an overlap" [$labels getRange] {0 255}
+combine doIt hit
+combine fire
+expect "the range with an overlap" [$labels getRange] {0.0 255.0}
 puts "hippocampi: [$labels getDimensions] voxels, labels 1 and 2, 255 where masks overlap"

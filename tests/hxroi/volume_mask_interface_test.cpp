@@ -197,6 +197,19 @@ TEST_F(VolumeMaskInterface, StrangersAreNotFound) {
   EXPECT_EQ(McHandle<HxVolumeData>(nobodys)->getLabel(), "nobody's") << "looking for it does not delete it";
 }
 
+TEST_F(VolumeMaskInterface, ListsMasksWhoseFilesHaveGone) {
+  const path user = folder / "user";
+  const auto mask = makeMask("A");
+  fill(*mask, {0, 0, 0}, {3, 3, 3});
+  mask->writeToFile(user);
+  rois->addRoi(Mask::loadFromFile("A", user));
+  rois->fire();
+  show(rois);
+  for (const char* suffix : {".ldm", ".dat", ".fcp"}) boost::filesystem::remove(user.string() + suffix);
+  EXPECT_THAT(namesIn(renderer->getVolumeMask()), ElementsAre("A"));
+  EXPECT_THAT(namesIn(renderer->getVisibleVolumeMask()), ElementsAre("A"));
+}
+
 TEST_F(VolumeMaskInterface, ListsAHundredMasks) {
   for (int i = 0; i < 100; ++i) addMask("M" + std::to_string(i));
   show(rois);
