@@ -41,6 +41,8 @@ int attempt(Change change) {
 int moveAll(const SetCommand& call, int first, Group* target) {
   const int code = attempt([&] {
     call.refuseImpossibleNames(first);
+    // A mask that moves and comes back would be the last of the masks.
+    for (const std::string& name : call.namesFrom(first)) call.rois.namedMask(name);
     MovedMasks moved(call.rois);
     try {
       for (const std::string& name : call.namesFrom(first)) moved.move(name, target);

@@ -5,6 +5,7 @@
 #include "hxroi/commands/SetCommand.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
+#include "quarn/base/McException.h"
 #include "quarn/base/McProgressInterface.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxMessage.h"
@@ -95,7 +96,7 @@ int optimize(const SetCommand& call) {
   try {
     wishes = parse(call, visible);
   } catch (const po::error& error) {
-    HxMessage::stream() << error.what() << '\n' << visible;
+    HxMessage::stream() << McException::excerpt(error.what()) << '\n' << visible;
     return TCL_ERROR;
   }
   if (wishes.help) {
