@@ -14,6 +14,7 @@
 #include "quarn/kernel/app/HxRecordingSink.h"
 #include "quarn/kernel/app/HxSettingsMgr.h"
 #include "quarn/kernel/fields/HxISetOfVolumeMask.h"
+#include "quarn/kernel/objects/HxInterfaceFactoryRegistry.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 #include "quarn/view/HxSceneView.h"
@@ -143,6 +144,9 @@ int main(int argc, char** argv) {
   HxApplication::instance()->settings()->getPreferences()->setTemporaryDirectory(QString::fromStdString(folder.path()));
   const HxRecordingSink quiet;
   quarnpackage_hxroi_init();
+  // As the manifest of the package has it.
+  HxInterfaceFactoryRegistry::instance().declare(QStringLiteral("HxRoiSelector"),
+                                                 QStringLiteral("HxSetOfVolumeMaskFromHxRoiSelectorFactory"));
   quarn::formats::registerFormats();
   quarn::view::registerView();
   addBenchmarks();

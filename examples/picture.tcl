@@ -1,14 +1,35 @@
-# Draws the regions of a real atlas over the brain that they belong to:
+# Draws regions of a real atlas over the brain that they belong to:
 #   quarn --script picture.tcl OUTPUT_FOLDER ?TEMPLATE_FOLDER?
-# The regions of the left side stand in space, with slices of the image between them; slices show both sides.
-# OUTPUT_FOLDER/atlas.png is left there. No display and no graphics card is needed.
+# Regions of the left side and some deep ones of both sides stand in space between slices of the image; the panes beside
+# show the slices with the same regions. OUTPUT_FOLDER/atlas.png is left there. No display and no graphics card is needed.
 
 set out [lindex $argv 0]
 set templates [expr {$argc > 1 ? [lindex $argv 1] : "/usr/share/mricron/templates"}]
 if {![file isdirectory $out]} { error "usage: picture.tcl OUTPUT_FOLDER ?TEMPLATE_FOLDER?" }
 
+# A soft colour for each label; both sides of a region have the same.
+proc softColor {i} {
+  set channels {}
+  foreach shift {0.0 2.094 4.189} {
+    lappend channels [expr {int(255 * (0.66 + 0.30 * cos($i * 2.39996 + $shift)))}]
+  }
+  return $channels
+}
+set table $out/atlas-colors.ctbl
+set colors [open $table w]
+set names [open $templates/aal.nii.txt]
+while {[gets $names line] >= 0} {
+  lassign $line value name
+  if {[string is integer -strict $value] && $value <= 90} {
+    puts $colors "$value $name [softColor [expr {($value - 1) / 2}]] 255"
+  }
+}
+close $names
+close $colors
+
 load $templates/ch2bet.nii.gz -as brain
-load $templates/aal.nii.gz -as atlas -labels $templates/aal.nii.txt -values 1-90
+load $templates/aal.nii.gz -as atlas -labels $table -values 1-90
+file delete $table
 create HxUniformLabelField3ToHxRois convert
 convert data connect atlas
 convert doIt hit
@@ -19,17 +40,22 @@ $rois data connect brain
 create HxRoiSelector regions
 regions data connect $rois
 regions fire
+set shown {Temporal_*_L Occipital_*_L Fusiform_L ParaHippocampal_L Lingual_L Calcarine_L Cuneus_L Heschl_L Angular_L
+  SupraMarginal_L Parietal_Inf_L Insula_L Hippocampus_* Amygdala_* Caudate_* Putamen_* Pallidum_* Thalamus_*}
 foreach mask [$rois allMasks] {
-  if {[string match *_R $mask]} { regions roiVisibility setRoiVisible $mask 0 }
+  set isShown 0
+  foreach pattern $shown { if {[string match $pattern $mask]} { set isShown 1 } }
+  if {!$isShown} { regions roiVisibility setRoiVisible $mask 0 }
 }
 regions fire
 
 create HxSceneView view
 view show brain regions
-view slice x 90
-view slice y 100
-view slice z 78
+view slice x 100
+view slice y 95
+view slice z 62
 view camera left
-view camera azimuth -38
-view camera elevation 24
-view snapshot $out/atlas.png 1280 860
+view camera azimuth -48
+view camera elevation 26
+view camera zoom 0.92
+view snapshot $out/atlas.png 1080 720

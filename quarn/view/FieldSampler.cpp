@@ -62,9 +62,10 @@ std::pair<double, double> usualRange(const HxUniformScalarField3& field) {
     }
   });
   if (seen.empty()) return {0, 1};
-  std::sort(seen.begin(), seen.end());
   const auto at = [&](double part) {
-    return seen[static_cast<std::size_t>(part * static_cast<double>(seen.size() - 1))];
+    const auto place = seen.begin() + static_cast<std::ptrdiff_t>(part * static_cast<double>(seen.size() - 1));
+    std::nth_element(seen.begin(), place, seen.end());
+    return *place;
   };
   const double low = std::min(0.0, at(LEFT_OUT_BELOW)), high = at(1 - LEFT_OUT_ABOVE);
   return low < high ? std::pair(low, high) : std::pair(low, low + 1);

@@ -35,9 +35,10 @@ PlaneLook planeOf(const SceneContents& contents, const ImageLook& image, int axi
   SurfaceCache noBoxes;
   Complaints noComplaints;
   PlaneLook look;
-  look.picture = SlicePane(images, none, McColor(0, 0, 0)).paint(plane, noBoxes, noComplaints);
+  const ColorTransfer::Color empty = image.transfer(image.transfer.minimum());
+  look.picture = SlicePane(images, none, McColor(empty.r, empty.g, empty.b)).paint(plane, noBoxes, noComplaints);
   const QRect used = detail::usedPart(plane, contents.dimensions, contents.geometry);
-  look.picture = look.picture.copy(used);
+  look.picture = detail::withoutSurroundings(look.picture.copy(used), detail::colorOf(empty));
   look.origin = plane.at(used.left() - 0.5, used.top() - 0.5);
   for (std::size_t i = 0; i < 3; ++i) {
     look.right[i] = plane.right[i] * used.width();
@@ -80,7 +81,14 @@ QImage ScenePainter::paintSlice(const SceneContents& contents, Pane pane, int wi
   const int axis = static_cast<int>(pane);
   const SlicePlane plane = SlicePlane::across(contents.dimensions, contents.geometry, axis,
                                               contents.slices[static_cast<std::size_t>(axis)], width, height);
-  QImage picture = SlicePane(contents.images, contents.sets, contents.background).paint(plane, surfaces_, complaints);
+  McColor background = contents.background;
+  if (!contents.images.empty()) {
+    // No seam between what the image has around its subject and what is around the image.
+    const ColorTransfer& transfer = contents.images.front().transfer;
+    const ColorTransfer::Color color = transfer(transfer.minimum());
+    background = McColor(color.r, color.g, color.b);
+  }
+  QImage picture = SlicePane(contents.images, contents.sets, background).paint(plane, surfaces_, complaints);
   if (contents.hasMarks) {
     detail::markOtherSlices(picture, plane, contents.geometry, contents.slices, axis);
     detail::markSides(picture, plane);
@@ -144,7 +152,8 @@ void ScenePainter::setImages(const SceneContents& contents) {
 Bounds ScenePainter::findBounds(const SceneContents& contents, Complaints& complaints) {
   Bounds bounds;
   for (std::size_t i = 0; i < contents.images.size(); ++i) {
-    if (contents.modes[i] == VolumeMode::Off) continue;
+    // The image is larger than what one wants to see of it.
+    if (contents.modes[i] == VolumeMode::Off || !contents.sets.empty()) continue;
     const HxUniformScalarField3& field = *contents.images[i].field;
     const McDim3l n = field.latticeDimensions();
     bounds.add(LatticeMap(field.geometry()), {-0.5, -0.5, -0.5},

@@ -72,9 +72,9 @@ struct ScenePane::Scene {
 ScenePane::ScenePane() : scene_(std::make_unique<Scene>()) {
   scene_->window->AddRenderer(scene_->renderer);
   vtkNew<vtkLightKit> lights;
-  lights->SetKeyLightIntensity(0.9);
+  lights->SetKeyLightIntensity(1.0);
   lights->SetKeyLightWarmth(0.53);
-  lights->SetKeyToFillRatio(2.6);
+  lights->SetKeyToFillRatio(2.2);
   lights->SetKeyToHeadRatio(3.2);
   lights->SetKeyToBackRatio(3.4);
   lights->AddLightsToRenderer(scene_->renderer);

@@ -31,7 +31,7 @@ struct SurfaceLook {
 
 /// A rectangle in the world with a picture on it.
 struct PlaneLook {
-  QImage picture;      ///< row 0 is at the origin
+  QImage picture;      ///< row 0 is at the origin; pixels with alpha 0 are not drawn
   Point3 origin;       ///< the outer corner of its first pixel
   Point3 right, down;  ///< from there to the other end of the first row, and to the last row
 };

@@ -8,8 +8,6 @@ namespace quarn::view {
 
 namespace {
 
-constexpr int ROUNDS = 12;
-
 using Vector = std::array<float, 3>;
 
 Vector pointOf(const Surface& surface, std::uint32_t i) {
@@ -77,7 +75,7 @@ void placePoints(Surface& surface, const detail::SurfaceNet& net, const SbVec3i3
 
 SurfaceHandle makeSurface(const MaskBits& bits, int level, const LatticeMap& map, const CancelCheck& isCancelled) {
   detail::SurfaceNet net;
-  if (!net.build(bits, isCancelled) || !net.smooth(ROUNDS, isCancelled)) return nullptr;
+  if (!net.build(bits, isCancelled) || !net.smooth(isCancelled)) return nullptr;
   auto surface = std::make_shared<Surface>();
   placePoints(*surface, net, bits.box().getMin(), level, map);
   surface->triangles.reserve(6 * net.quads.size());

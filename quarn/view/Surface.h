@@ -27,7 +27,8 @@ using SurfaceHandle = std::shared_ptr<const Surface>;
 using CancelCheck = std::function<bool()>;
 
 /// The smooth surface around the set voxels of a resolution level (see SoVolumeMask), placed in the world by the map of
-/// level 0. It stays within one voxel of the level from the border of the voxels and is closed. Null when cancelled.
+/// level 0. It hardly leaves the cells of eight voxels that the border runs through, and is closed. Null when
+/// cancelled.
 QUARN_VIEW_API SurfaceHandle makeSurface(const MaskBits& bits, int level, const LatticeMap& map,
                                          const CancelCheck& isCancelled = {});
 

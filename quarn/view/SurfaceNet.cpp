@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 
 namespace quarn::view::detail {
 
@@ -9,6 +10,13 @@ namespace {
 
 /// Corner c of a cell lies at (c & 1, c >> 1 & 1, c >> 2).
 constexpr unsigned FACES_BELOW[3] = {0b01010101, 0b00110011, 0b00001111};
+
+constexpr int ROUNDS_IN_CELLS = 3;
+constexpr int ROUNDS_FREE = 10;
+constexpr float IN = 0.5f;
+constexpr float OUT = -0.53f;
+/// Pieces of fewer voxels keep their volume.
+constexpr float SMALL_PIECE = 64;
 
 using Offset = std::array<float, 3>;
 
@@ -118,23 +126,127 @@ void SurfaceNet::addQuads(std::size_t place, unsigned corners) {
   if (differs(4)) add(current_[back - 1], current_[back], current_[place], current_[left]);
 }
 
-bool SurfaceNet::smooth(int rounds, const CancelCheck& isCancelled) {
+/// The mean way to the neighbours.
+std::array<float, 3> SurfaceNet::towardsNeighbours(std::size_t point) const {
+  std::array<float, 3> sum{};
+  float count = 0;
+  for (const std::uint32_t other : neighbours_[point]) {
+    if (other == NONE) continue;
+    for (std::size_t i = 0; i < 3; ++i) sum[i] += points[other][i] - points[point][i];
+    ++count;
+  }
+  for (float& value : sum) value = count > 0 ? value / count : 0;
+  return sum;
+}
+
+/// Draws the points together, each within its cell. What is small would shrink to a point and is left alone.
+bool SurfaceNet::drawTogether(const std::vector<bool>& isSmall, const CancelCheck& isCancelled) {
   std::vector<std::array<float, 3>> moved(points.size());
-  for (int round = 0; round < rounds; ++round) {
+  for (int round = 0; round < ROUNDS_IN_CELLS; ++round) {
     if (givesUp(isCancelled)) return false;
     for (std::size_t p = 0; p < points.size(); ++p) {
-      std::array<float, 3> sum{};
-      float count = 0;
-      for (const std::uint32_t other : neighbours_[p]) {
-        if (other == NONE) continue;
-        for (std::size_t i = 0; i < 3; ++i) sum[i] += points[other][i];
-        ++count;
-      }
+      moved[p] = points[p];
+      if (isSmall[p]) continue;
+      const std::array<float, 3> way = towardsNeighbours(p);
       for (std::size_t i = 0; i < 3; ++i)
-        moved[p][i] = count > 0 ? std::clamp(sum[i] / count, cells_[p][i], cells_[p][i] + 1) : points[p][i];
+        moved[p][i] = std::clamp(points[p][i] + way[i], cells_[p][i], cells_[p][i] + 1);
     }
     points.swap(moved);
   }
+  return true;
+}
+
+/// Moves the points a part of the way to their neighbours, or away from them when it is negative.
+bool SurfaceNet::moveFreely(float part, const CancelCheck& isCancelled) {
+  if (givesUp(isCancelled)) return false;
+  std::vector<std::array<float, 3>> moved(points.size());
+  for (std::size_t p = 0; p < points.size(); ++p) {
+    const std::array<float, 3> way = towardsNeighbours(p);
+    for (std::size_t i = 0; i < 3; ++i) moved[p][i] = points[p][i] + part * way[i];
+  }
+  points.swap(moved);
+  return true;
+}
+
+/// The number of the connected piece of each point, from 0.
+std::vector<std::uint32_t> SurfaceNet::findPieces() const {
+  std::vector<std::uint32_t> pieces(points.size(), NONE);
+  std::vector<std::uint32_t> open;
+  std::uint32_t count = 0;
+  for (std::uint32_t first = 0; first < points.size(); ++first) {
+    if (pieces[first] != NONE) continue;
+    pieces[first] = count;
+    open.push_back(first);
+    while (!open.empty()) {
+      const std::uint32_t point = open.back();
+      open.pop_back();
+      for (const std::uint32_t other : neighbours_[point]) {
+        if (other == NONE || pieces[other] != NONE) continue;
+        pieces[other] = count;
+        open.push_back(other);
+      }
+    }
+    ++count;
+  }
+  return pieces;
+}
+
+std::vector<float> SurfaceNet::volumesOf(const std::vector<std::uint32_t>& pieces, std::uint32_t count) const {
+  std::vector<float> volumes(count);
+  const auto addTriangle = [&](std::uint32_t a, std::uint32_t b, std::uint32_t c) {
+    const auto &p = points[a], &q = points[b], &r = points[c];
+    volumes[pieces[a]] +=
+        (p[0] * (q[1] * r[2] - q[2] * r[1]) + p[1] * (q[2] * r[0] - q[0] * r[2]) + p[2] * (q[0] * r[1] - q[1] * r[0])) /
+        6;
+  };
+  for (const auto& quad : quads) {
+    addTriangle(quad[0], quad[1], quad[2]);
+    addTriangle(quad[0], quad[2], quad[3]);
+  }
+  return volumes;
+}
+
+/// Smoothing would make single voxels vanish.
+void SurfaceNet::restoreVolumes(const std::vector<float>& former, const std::vector<std::uint32_t>& pieces) {
+  const std::vector<float> present = volumesOf(pieces, static_cast<std::uint32_t>(former.size()));
+  std::vector<std::array<float, 4>> middles(former.size(), {0, 0, 0, 0});
+  for (std::size_t p = 0; p < points.size(); ++p) {
+    for (std::size_t i = 0; i < 3; ++i) middles[pieces[p]][i] += points[p][i];
+    ++middles[pieces[p]][3];
+  }
+  for (std::size_t p = 0; p < points.size(); ++p) {
+    const std::uint32_t piece = pieces[p];
+    if (std::abs(former[piece]) > SMALL_PIECE || std::abs(present[piece]) >= std::abs(former[piece])) continue;
+    const float scale = std::cbrt(std::abs(former[piece]) / std::max(std::abs(present[piece]), 1e-3f));
+    for (std::size_t i = 0; i < 3; ++i) {
+      const float middle = middles[piece][i] / middles[piece][3];
+      points[p][i] = middle + (points[p][i] - middle) * scale;
+    }
+  }
+}
+
+/// With a point in the middle of each cell the net runs along the faces of the voxels, and holds exactly them.
+std::vector<float> SurfaceNet::countVoxels(const std::vector<std::uint32_t>& pieces) {
+  const std::vector<std::array<float, 3>> started = points;
+  for (std::size_t p = 0; p < points.size(); ++p)
+    for (std::size_t i = 0; i < 3; ++i) points[p][i] = cells_[p][i] + 0.5f;
+  const std::uint32_t count = pieces.empty() ? 0 : *std::max_element(pieces.begin(), pieces.end()) + 1;
+  std::vector<float> voxels = volumesOf(pieces, count);
+  for (std::size_t p = 0; p < points.size(); ++p)
+    if (std::abs(voxels[pieces[p]]) > SMALL_PIECE) points[p] = started[p];
+  return voxels;
+}
+
+bool SurfaceNet::smooth(const CancelCheck& isCancelled) {
+  const std::vector<std::uint32_t> pieces = findPieces();
+  const std::vector<float> voxels = countVoxels(pieces);
+  std::vector<bool> isSmall(points.size());
+  for (std::size_t p = 0; p < points.size(); ++p) isSmall[p] = std::abs(voxels[pieces[p]]) <= SMALL_PIECE;
+  if (!drawTogether(isSmall, isCancelled)) return false;
+  // In turns, so that the surface neither shrinks nor grows.
+  for (int round = 0; round < ROUNDS_FREE; ++round)
+    if (!moveFreely(IN, isCancelled) || !moveFreely(OUT, isCancelled)) return false;
+  restoreVolumes(voxels, pieces);
   return true;
 }
 

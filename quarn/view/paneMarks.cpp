@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "quarn/view/detail/stampText.h"
 
@@ -73,6 +74,38 @@ QRect usedPart(const SlicePlane& plane, const McDim3l& dimensions, const HxGeome
     used = QRect(QPoint(left, top), QPoint(std::max(left, last), std::max(top, bottom)));
   }
   return used;
+}
+
+QRgb colorOf(const ColorTransfer::Color& color) {
+  const auto byte = [](float value) { return static_cast<int>(std::lround(std::clamp(value, 0.0f, 1.0f) * 255)); };
+  return qRgb(byte(color.r), byte(color.g), byte(color.b));
+}
+
+QImage withoutSurroundings(const QImage& picture, QRgb color) {
+  QImage result = picture.convertToFormat(QImage::Format_ARGB32);
+  std::vector<QPoint> open;
+  const auto visit = [&](int x, int y) {
+    if (x < 0 || y < 0 || x >= result.width() || y >= result.height() || result.pixel(x, y) != color) return;
+    result.setPixel(x, y, 0);
+    open.emplace_back(x, y);
+  };
+  for (int x = 0; x < result.width(); ++x) {
+    visit(x, 0);
+    visit(x, result.height() - 1);
+  }
+  for (int y = 0; y < result.height(); ++y) {
+    visit(0, y);
+    visit(result.width() - 1, y);
+  }
+  while (!open.empty()) {
+    const QPoint point = open.back();
+    open.pop_back();
+    visit(point.x() - 1, point.y());
+    visit(point.x() + 1, point.y());
+    visit(point.x(), point.y() - 1);
+    visit(point.x(), point.y() + 1);
+  }
+  return result;
 }
 
 void markOtherSlices(QImage& picture, const SlicePlane& plane, const HxGeometry3& geometry,

@@ -10,6 +10,7 @@
 #include <vtkPolyData.h>
 #include <vtkPolyDataMapper.h>
 #include <vtkProperty.h>
+#include <vtkShaderProperty.h>
 #include <vtkTexture.h>
 #include <vtkTypeInt32Array.h>
 #include <vtkUnsignedCharArray.h>
@@ -102,10 +103,10 @@ vtkSmartPointer<vtkActor> actorOf(vtkPolyData& data) {
   actor->SetMapper(mapper);
   vtkProperty& look = *actor->GetProperty();
   look.SetInterpolationToPhong();
-  look.SetAmbient(0.12);
-  look.SetDiffuse(0.88);
-  look.SetSpecular(0.16);
-  look.SetSpecularPower(24);
+  look.SetAmbient(0.18);
+  look.SetDiffuse(0.9);
+  look.SetSpecular(0.18);
+  look.SetSpecularPower(18);
   return actor;
 }
 
@@ -117,6 +118,9 @@ vtkSmartPointer<vtkActor> actorOf(const PlaneLook& plane) {
   actor->SetTexture(textureOf(plane.picture));
   actor->GetProperty()->LightingOff();
   actor->ForceOpaqueOn();
+  // Pixels are there or not; nothing has to be mixed.
+  actor->GetShaderProperty()->AddFragmentShaderReplacement(
+      "//VTK::TCoord::Impl", false, "//VTK::TCoord::Impl\n  if (gl_FragData[0].a < 0.5) discard;\n", false);
   return actor;
 }
 

@@ -81,6 +81,15 @@ TEST(CommandLine, VerifyTakesFiles) {
   EXPECT_THAT(errorOf({"--verify", "a.qm", "--recover"}), HasSubstr("only one of"));
 }
 
+TEST(CommandLine, TakesAPictureAndWhatItShows) {
+  const CommandLine line = CommandLine::parse({"--snapshot", "a.png", "brain.nii", "atlas.qm"});
+  EXPECT_EQ(CommandLine::Mode::Snapshot, line.mode);
+  EXPECT_EQ("a.png", line.snapshot);
+  EXPECT_EQ((QStringList{"brain.nii", "atlas.qm"}), line.files);
+  EXPECT_EQ("--snapshot: FILE is missing", errorOf({"--snapshot", "a.png"}));
+  EXPECT_EQ("--snapshot: FILE.png is missing", errorOf({"--snapshot"}));
+}
+
 TEST(CommandLine, RecoveryTakesAFolderOrDiscards) {
   CommandLine line = CommandLine::parse({"--recover"});
   EXPECT_EQ(CommandLine::Mode::Recover, line.mode);

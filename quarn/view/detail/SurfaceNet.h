@@ -14,8 +14,9 @@ class SurfaceNet {
 public:
   /// False when cancelled.
   bool build(const MaskBits& bits, const CancelCheck& isCancelled);
-  /// Draws each point towards its neighbours, so many times; it never leaves its cell.
-  bool smooth(int rounds, const CancelCheck& isCancelled);
+  /// Takes the steps out of the surface; points hardly leave their cells. Small pieces keep their volume. False when
+  /// cancelled.
+  bool smooth(const CancelCheck& isCancelled);
 
   std::vector<std::array<float, 3>> points;
   std::vector<std::array<std::uint32_t, 4>> quads;
@@ -27,6 +28,13 @@ private:
   void addRow(const MaskBits& bits, int y, int z);
   void addCell(int x, int y, int z, unsigned corners);
   void link(std::uint32_t point, std::uint32_t other, unsigned direction);
+  std::array<float, 3> towardsNeighbours(std::size_t point) const;
+  bool drawTogether(const std::vector<bool>& isSmall, const CancelCheck& isCancelled);
+  bool moveFreely(float part, const CancelCheck& isCancelled);
+  std::vector<std::uint32_t> findPieces() const;
+  std::vector<float> volumesOf(const std::vector<std::uint32_t>& pieces, std::uint32_t count) const;
+  std::vector<float> countVoxels(const std::vector<std::uint32_t>& pieces);
+  void restoreVolumes(const std::vector<float>& former, const std::vector<std::uint32_t>& pieces);
   void addQuads(std::size_t place, unsigned corners);
 
   std::size_t width_ = 0;

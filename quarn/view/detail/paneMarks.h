@@ -6,6 +6,7 @@
 #include <array>
 
 #include "quarn/base/McColor.h"
+#include "quarn/view/ColorTransfer.h"
 #include "quarn/view/SceneCamera.h"
 #include "quarn/view/SlicePlane.h"
 
@@ -16,6 +17,10 @@ QColor gapColor(const McColor& background);
 
 /// The pixels that the lattice fills.
 QRect usedPart(const SlicePlane& plane, const McDim3l& dimensions, const HxGeometry3& geometry);
+
+/// `picture` with the pixels of one colour that are connected with its edges made transparent.
+QImage withoutSurroundings(const QImage& picture, QRgb color);
+QRgb colorOf(const ColorTransfer::Color& color);
 
 /// Thin lines where the other slices cross this one.
 void markOtherSlices(QImage& picture, const SlicePlane& plane, const HxGeometry3& geometry,
