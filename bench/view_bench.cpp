@@ -132,6 +132,7 @@ void addBenchmarks() {
       benchmark::RegisterBenchmark((std::string("view/") + atlas.name + "/" + kind).c_str(),
                                    [work, &atlas](State& state) { work(state, atlas); })
           ->Unit(benchmark::kMillisecond)
+          ->MeasureProcessCPUTime()
           ->UseRealTime();
 }
 
