@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <type_traits>
 
 namespace hxvoxora::detail {
 
@@ -30,67 +31,93 @@ std::uint64_t markNonZero(std::uint64_t bytes) {
   return (high >> 7) * 0xFF;
 }
 
-void writeEight(std::uint8_t* voxels, std::size_t size, std::uint8_t bits, std::uint64_t label) {
-  const std::uint64_t labels = spreadBits[bits] & label;
-  std::memcpy(voxels, &labels, size);
-}
+/// A part of a row of at most 64 voxels.
+class RowPart {
+public:
+  RowPart(std::uint8_t* voxels, std::size_t count) : voxels_(voxels), count_(count) {}
 
-/// True when a voxel had a label already.
-bool addEight(std::uint8_t* voxels, std::size_t size, std::uint8_t bits, std::uint64_t label, std::uint64_t overlap) {
-  std::uint64_t former = 0;
-  std::memcpy(&former, voxels, size);
-  const std::uint64_t set = size == 8 ? spreadBits[bits] : spreadBits[bits] & ((std::uint64_t{1} << (8 * size)) - 1);
-  std::uint64_t changed = (former & ~set) | (set & label);
-  const std::uint64_t common = former & set;
-  if (common != 0) {
-    const std::uint64_t taken = markNonZero(common);
-    changed = (changed & ~taken) | (taken & overlap);
+  void clear() const { std::memset(voxels_, 0, count_); }
+
+  /// Set voxels become `label`, the others 0.
+  void replace(std::uint64_t word, std::uint8_t label) const {
+    if (word == allSet) {
+      std::memset(voxels_, label, count_);
+      return;
+    }
+    const std::uint64_t labels = label * everyByte;
+    forEachEight([&](std::size_t x, std::size_t size) {
+      const std::uint64_t eight = spreadBits[static_cast<std::uint8_t>(word >> x)] & labels;
+      std::memcpy(voxels_ + x, &eight, size);
+    });
   }
-  std::memcpy(voxels, &changed, size);
-  return common != 0;
-}
 
-std::uint64_t wordOf(const std::uint8_t* bits, std::size_t x) {
-  std::uint64_t word = allSet;
-  if (bits) std::memcpy(&word, bits + x / 8, sizeof word);
+  /// True when a voxel had a label already.
+  bool add(std::uint64_t word, std::uint8_t label, std::uint8_t overlap) const {
+    const std::uint64_t labels = label * everyByte, overlaps = overlap * everyByte;
+    bool met = false;
+    forEachEight([&](std::size_t x, std::size_t size) {
+      const std::uint64_t set = spreadBits[static_cast<std::uint8_t>(word >> x)];
+      if (set == 0) return;
+      std::uint64_t former = 0;
+      std::memcpy(&former, voxels_ + x, size);
+      const std::uint64_t common = former & set;
+      std::uint64_t changed = (former & ~set) | (set & labels);
+      if (common != 0) {
+        const std::uint64_t taken = markNonZero(common);
+        changed = (changed & ~taken) | (taken & overlaps);
+        met = true;
+      }
+      std::memcpy(voxels_ + x, &changed, size);
+    });
+    return met;
+  }
+
+private:
+  template <class Visit>
+  void forEachEight(Visit visit) const {
+    if (count_ == voxelsPerWord) {
+      for (std::size_t x = 0; x < voxelsPerWord; x += 8) visit(x, std::integral_constant<std::size_t, 8>());
+    } else {
+      for (std::size_t x = 0; x < count_; x += 8) visit(x, std::min<std::size_t>(count_ - x, 8));
+    }
+  }
+
+  std::uint8_t* const voxels_;
+  const std::size_t count_;
+};
+
+/// The bits of some voxels; those behind the last one are anything within their byte, and 0 behind it.
+std::uint64_t wordOf(const RowLayer& layer, std::size_t offset, std::size_t count) {
+  if (!layer.bits) return allSet;
+  std::uint64_t word = 0;
+  if (count == voxelsPerWord) {
+    std::memcpy(&word, layer.bits + offset, sizeof word);
+  } else {
+    std::memcpy(&word, layer.bits + offset, (count + 7) / 8);
+  }
   return word;
-}
-
-std::uint8_t byteOf(const std::uint8_t* bits, std::size_t x) {
-  return bits ? bits[x / 8] : std::uint8_t{0xFF};
 }
 
 }  // namespace
 
-void writeLabels(std::uint8_t* row, std::size_t count, const std::uint8_t* bits, std::uint8_t label) {
-  const std::uint64_t labels = label * everyByte;
-  const std::size_t whole = count - count % voxelsPerWord;
-  for (std::size_t x = 0; x < whole; x += voxelsPerWord) {
-    const std::uint64_t word = wordOf(bits, x);
-    if (word == 0 || word == allSet) {
-      std::memset(row + x, word == 0 ? 0 : label, voxelsPerWord);
-    } else {
-      for (std::size_t i = 0; i < voxelsPerWord; i += 8)
-        writeEight(row + x + i, 8, static_cast<std::uint8_t>(word >> i), labels);
-    }
-  }
-  for (std::size_t x = whole; x < count; x += 8)
-    writeEight(row + x, std::min<std::size_t>(count - x, 8), byteOf(bits, x), labels);
-}
-
-bool addLabels(std::uint8_t* row, std::size_t count, const std::uint8_t* bits, std::uint8_t label,
-               std::uint8_t overlap) {
-  const std::uint64_t labels = label * everyByte, overlaps = overlap * everyByte;
-  const std::size_t whole = count - count % voxelsPerWord;
+bool writeLabels(std::uint8_t* row, std::size_t count, const RowLayers& source, std::size_t offset) {
   bool met = false;
-  for (std::size_t x = 0; x < whole; x += voxelsPerWord) {
-    std::uint64_t word = wordOf(bits, x);
-    for (std::size_t i = 0; word != 0; i += 8, word >>= 8)
-      if (const auto eight = static_cast<std::uint8_t>(word)) met |= addEight(row + x + i, 8, eight, labels, overlaps);
+  for (std::size_t x = 0; x < count; x += voxelsPerWord) {
+    const std::size_t size = std::min(count - x, voxelsPerWord);
+    const RowPart part(row + x, size);
+    bool replaces = source.replaces;
+    for (const RowLayer& layer : source.layers) {
+      const std::uint64_t word = wordOf(layer, offset + x / 8, size);
+      if (word == 0) continue;
+      if (replaces) {
+        part.replace(word, layer.label);
+      } else {
+        met |= part.add(word, layer.label, source.overlap);
+      }
+      replaces = false;
+    }
+    if (replaces) part.clear();
   }
-  for (std::size_t x = whole; x < count; x += 8)
-    if (const std::uint8_t eight = byteOf(bits, x))
-      met |= addEight(row + x, std::min<std::size_t>(count - x, 8), eight, labels, overlaps);
   return met;
 }
 

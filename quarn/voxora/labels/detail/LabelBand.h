@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "quarn/voxora/bits/BitRows.h"
+#include "quarn/voxora/labels/detail/labelRows.h"
 #include "quarn/voxora/labels/joinLabels.h"
 #include "quarn/voxora/tiles/TileGrid.h"
 #include "quarn/voxora/tiles/TilePayload.h"
@@ -43,26 +43,31 @@ public:
   bool write(std::span<const LabelledMask> masks, std::uint8_t overlap);
 
 private:
-  /// What one mask has in a tile.
-  struct Layer {
-    std::uint8_t label = 0;
-    Ref<const TilePayload> payload;  ///< null: all voxels are set
-  };
   struct Tile {
     std::int64_t number = 0;
     SbBox3i32 box;
-    BitLayout layout;
-    std::vector<Layer> layers;
+    std::vector<RowLayer> layers;  ///< the bits of its first row
+  };
+  /// Part of all rows: of one tile with layers, or of several that get one label everywhere.
+  struct Segment {
+    int x = 0;
+    std::size_t count = 0;
+    const std::vector<RowLayer>* layers = nullptr;  ///< null: `label` everywhere
+    std::uint8_t label = 0;
   };
 
   std::size_t collect(std::span<const LabelledMask> masks);
-  std::size_t addLayer(Tile& tile, const LabelledMask& mask) const;
-  bool writeLayers(bool isFirst, std::uint8_t overlap) const;
-  bool writeRow(const Tile& tile, int y, int z, bool isFirst, std::uint8_t overlap) const;
+  std::size_t addLayer(Tile& tile, const LabelledMask& mask);
+  void makeSegments();
+  void addFilled(const Tile& tile, std::uint8_t label);
+  bool writeRows(std::uint8_t overlap) const;
 
   const TileGrid& grid_;
   std::uint8_t* const labels_;
   std::vector<Tile> tiles_;
+  std::vector<Ref<const TilePayload>> held_;  ///< what the layers look at
+  std::vector<Segment> segments_;
+  bool isFresh_ = true;  ///< nothing was written yet
 };
 
 }  // namespace hxvoxora::detail

@@ -2,17 +2,26 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
-/// Rows of labels of one byte, made of rows of bits: the most significant bit of a byte first. The bits begin at a
-/// byte, and whole bytes of them may be read; without bits (null) all voxels are set.
 namespace hxvoxora::detail {
 
-/// Set voxels become `label`, the others 0.
-void writeLabels(std::uint8_t* row, std::size_t count, const std::uint8_t* bits, std::uint8_t label);
+/// What one mask has in a row of voxels: bits, the most significant one of a byte first, that begin at a byte. Whole
+/// bytes of them may be read.
+struct RowLayer {
+  const std::uint8_t* bits = nullptr;  ///< of some earlier row; null: all voxels are set
+  std::uint8_t label = 0;
+};
 
-/// Set voxels become `label` where the label is 0, and `overlap` where it is not; the others stay. True when one was
-/// not 0.
-bool addLabels(std::uint8_t* row, std::size_t count, const std::uint8_t* bits, std::uint8_t label,
-               std::uint8_t overlap);
+/// Where labels come from and what becomes of those that are there.
+struct RowLayers {
+  std::span<const RowLayer> layers;
+  std::uint8_t overlap = 0;
+  bool replaces = false;  ///< what is in the row does not count, as if it were 0
+};
+
+/// Set voxels get the label of their layer where the label is 0, and the overlap where it is not; others stay. `offset`
+/// is the number of bytes from the bits of each layer to those of this row. True when one was not 0.
+bool writeLabels(std::uint8_t* row, std::size_t count, const RowLayers& source, std::size_t offset);
 
 }  // namespace hxvoxora::detail
