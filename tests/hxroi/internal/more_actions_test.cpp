@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <optional>
 
+#include "hxroi/HxPortRoiTreeView.h"
 #include "hxroi/internal/QxRoiTreeViewMoreActions.h"
 #include "quarn/kernel/app/HxColorDialog.h"
+#include "quarn/kernel/ports/HxConnection.h"
 #include "tests/hxroi/internal/ActionsTest.h"
 
 using ::testing::ElementsAre;
@@ -220,6 +222,44 @@ TEST_F(MoreActions, ShowOnlyWhatIsSelected) {
   select({});
   more->showOnlySelectedRois();
   EXPECT_EQ(visible(), "group c d");
+}
+
+namespace {
+
+/// Chooses ROIs of the set that is connected to it.
+class Chooser : public HxData {
+public:
+  Chooser()
+      : portData(this, "data", "Data", HxRois::getClassTypeId()),
+        portRois(this, "roiVisibility", "ROIs", HxPortRoiTreeView::SELECTOR_MODULE) {}
+  void compute() override { ++evaluations; }
+
+  HxConnection portData;
+  HxPortRoiTreeView portRois;
+  int evaluations = 0;
+};
+
+}  // namespace
+
+TEST_F(MoreActions, ShowOnlyWhatIsSelectedInAllSelectors) {
+  fillAndOpenMore(QxRoiTreeModel::ROIS_MODULE);
+  const McHandle<Chooser> first(new Chooser);
+  const McHandle<Chooser> second(new Chooser);
+  for (const auto& chooser : {first, second}) {
+    ASSERT_TRUE(chooser->portData.connect(rois));
+    chooser->portRois.setHxRois(rois);
+    chooser->evaluations = 0;
+  }
+  select({"c", "b"});
+  more->showOnlySelectedRois();
+  for (const auto& chooser : {first, second}) {
+    EXPECT_TRUE(chooser->portRois.isRoiVisible("b"));
+    EXPECT_TRUE(chooser->portRois.isRoiVisible("c"));
+    EXPECT_FALSE(chooser->portRois.isRoiVisible("a"));
+    EXPECT_FALSE(chooser->portRois.isRoiVisible("d"));
+    EXPECT_GT(chooser->evaluations, 0);
+  }
+  EXPECT_EQ(visible(), "a b group c d");
 }
 
 // --- Grouping -----------------------------------------------------------------------------------------------------
