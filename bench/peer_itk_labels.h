@@ -23,7 +23,7 @@ public:
   /// Makes an object of runs for each label but 0, keeps them, and counts them.
   std::size_t separate();
 
-  /// Makes a label image of the objects that separate() kept, and counts the voxels that are not 0.
+  /// Makes a label image of the objects that separate() kept, and returns the label in the middle of it.
   std::uint64_t join() const;
 
 private:

@@ -20,11 +20,11 @@ struct LabelContent {
 
 /// Takes a volume of labels apart: one content for each label but 0 that it has, in the order of their first voxels.
 ///
-/// `labels` has one byte for each voxel of the grid, x fastest, then y, then z, without padding. Each is read once, the
-/// first rows of a tile that has several labels once more. Tiles of one label take no memory for voxels, others are
-/// spilled when the memory budget demands it. Nothing when `callback` gave the work up. Works on the TBB workers,
-/// isolated from other tasks of the calling thread; the result does not depend on their number. McException when the
-/// budget is full of edited tiles that cannot be spilled; std::bad_alloc.
+/// `labels` has one byte for each voxel of the grid, x fastest, then y, then z, without padding. Each is read once, but
+/// again where large tiles have so many labels that their bits would take more than 64 MiB for each worker. Tiles of
+/// one label take no memory for voxels, others are spilled when the memory budget demands it. Nothing when `callback`
+/// gave the work up. Works on the TBB workers, isolated from other tasks of the calling thread; the result does not
+/// depend on their number. McException when the budget is full of edited tiles that cannot be spilled; std::bad_alloc.
 ///
 /// SoVolumeMask::combineBox() with TruthTable::CopyB gives a mask such a content.
 QUARN_VOXORA_API std::optional<std::vector<LabelContent>> separateLabels(const std::uint8_t* labels,

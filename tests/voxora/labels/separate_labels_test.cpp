@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <random>
@@ -66,6 +67,18 @@ TEST(LabelBits, FindEveryLabelAtEveryPlace) {
       std::memcpy(bytes, &packed, sizeof bytes);
       for (std::size_t k = 0; k < 8; ++k) ASSERT_EQ(bytes[k], k == place / 8 ? 0x80 >> place % 8 : 0) << place;
     }
+  }
+}
+
+TEST(LabelBits, PaintWhatWasFound) {
+  std::mt19937 random(7);
+  for (int round = 0; round < 200; ++round) {
+    std::array<std::uint8_t, labelsPerWord> labels{};
+    for (std::uint8_t& label : labels) label = static_cast<std::uint8_t>(random() % 3 * 100);
+    std::array<std::uint64_t, labelsPerWord / 8> painted{};
+    for (const std::uint8_t label : {std::uint8_t{100}, std::uint8_t{200}})
+      paint(painted.data(), inPackedOrder(findLabel(labels.data(), label)), label);
+    EXPECT_EQ(std::memcmp(painted.data(), labels.data(), labels.size()), 0) << round;
   }
 }
 
