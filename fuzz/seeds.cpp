@@ -1,12 +1,13 @@
 // Writes the inputs that the fuzzers start from: what our own writer makes of small volumes, and ROI
 // set files.
-//   fuzz_seeds FOLDER      FOLDER/header, FOLDER/index, FOLDER/data and FOLDER/set must exist
+//   fuzz_seeds FOLDER      FOLDER must hold a folder named after each target
 
 #include <cstdio>
 #include <fstream>
 #include <string>
 #include <vector>
 
+#include "fuzz/imageSeeds.h"
 #include "fuzz/targets/headers.h"
 #include "quarn/voxora/files/MemoryFileSystem.h"
 #include "quarn/voxora/files/TiledFileReader.h"
@@ -22,7 +23,7 @@ using Bytes = std::vector<std::byte>;
 
 std::string folder;
 
-void save(const std::string& name, const Bytes& bytes) {
+void save(const std::string& name, std::span<const std::byte> bytes) {
   std::ofstream file(folder + "/" + name, std::ios::binary);
   file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   if (!file.flush()) throw std::runtime_error("cannot write " + folder + "/" + name);
@@ -143,5 +144,6 @@ int main(int count, char** words) {
   saveHeaders();
   for (std::size_t i = 0; i < fuzz::headerCount; ++i) saveSet(i);
   saveSetFiles();
+  fuzz::saveImages(save);
   return 0;
 }

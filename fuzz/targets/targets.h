@@ -28,4 +28,29 @@ bool data(std::span<const std::byte> input);
 /// host.
 bool set(std::span<const std::byte> input);
 
+// The following ones are in libraries of their own, as they stand on the host. Nothing is written.
+
+/// An image file of one of the formats. It is read as itself twice with the same outcome, and as labels; a field has
+/// voxels, a size and a place. Returns whether it was read.
+bool nrrd(std::span<const std::byte> input);
+bool metaImage(std::span<const std::byte> input);
+bool nifti(std::span<const std::byte> input);
+bool tiff(std::span<const std::byte> input);
+bool dicom(std::span<const std::byte> input);
+
+/// A table of label names or colours. One that can be written without losses comes back the same. Returns whether it
+/// was read.
+bool labelNames(std::span<const std::byte> input);
+
+/// One byte that chooses how the rest is stored, see ByteStream::Form. It is read the same in one piece and in several,
+/// and by passing bytes over. Returns whether it was read to its end.
+bool byteStream(std::span<const std::byte> input);
+
+/// A segmentation file. A set that is read holds to the rules of a set. Returns whether it was read.
+bool segmentation(std::span<const std::byte> input);
+
+/// The table of a folder of masks. One that is read comes back the same when it is written and read again. Returns
+/// whether it was read.
+bool maskTable(std::span<const std::byte> input);
+
 }  // namespace fuzz

@@ -125,6 +125,36 @@ TEST_F(Tiff, AsksForProgressWithinAPage) {
   }
 }
 
+/// So many are gone through once before there is room for them.
+TEST_F(Tiff, ReadsManyCompressedVoxels) {
+  constexpr std::uint32_t edge = 8192, rows = 64;
+  const QString file = folder.path(QStringLiteral("page.tif"));
+  for (const bool isTiled : {false, true}) {
+    TIFF* const tiff = TIFFOpen(file.toStdString().c_str(), "w");
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, edge);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, edge + rows);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
+    if (isTiled) {
+      TIFFSetField(tiff, TIFFTAG_TILEWIDTH, edge);
+      TIFFSetField(tiff, TIFFTAG_TILELENGTH, rows);
+    } else {
+      TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rows);
+    }
+    for (std::uint32_t i = 0; i <= edge / rows; ++i) {
+      std::string part(std::size_t{edge} * rows, static_cast<char>(i));
+      const auto bytes = static_cast<tmsize_t>(part.size());
+      isTiled ? TIFFWriteEncodedTile(tiff, i, part.data(), bytes) : TIFFWriteEncodedStrip(tiff, i, part.data(), bytes);
+    }
+    TIFFClose(tiff);
+    const auto field = readTiff(file, {});
+    for (const std::uint32_t row : {0U, 64U, 8191U, 8255U})
+      EXPECT_EQ(field->value(edge - 1, row, 0), row / rows) << row;
+  }
+}
+
 TEST_F(Tiff, RefusesHugeTilesOfSmallFiles) {
   TiffBytes bytes({TiffBytes::page(0)});
   auto& tags = bytes.pages[0].tags;

@@ -152,11 +152,10 @@ DicomSeries::DicomSeries(const QString& place, std::vector<DicomSlice> slices) :
 }
 
 void DicomSeries::readVoxels(void* voxels, const Progress& progress) {
-  const auto [nx, ny, nz] = dimensions();
-  const std::size_t sliceBytes = static_cast<std::size_t>(nx * ny) * bytesOf(kind());
+  const std::size_t sliceBytes = static_cast<std::size_t>(dimensions()[0] * dimensions()[1]) * bytesOf(kind());
   for (std::size_t z = 0; z < slices_.size(); ++z) {
     const auto sliceProgress = [&](float fraction) {
-      progress((static_cast<float>(z) + fraction) / static_cast<float>(nz));
+      progress((static_cast<float>(z) + fraction) / static_cast<float>(slices_.size()));
     };
     slices_[z].readPixels(kind(), static_cast<std::byte*>(voxels) + z * sliceBytes, sliceProgress);
   }

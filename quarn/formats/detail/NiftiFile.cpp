@@ -1,13 +1,15 @@
 #include "quarn/formats/detail/NiftiFile.h"
 
-#include <QFileInfo>
+#include <QFile>
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <vector>
 
+#include "quarn/formats/detail/RawVoxels.h"
 #include "quarn/formats/detail/fault.h"
 #include "quarn/kernel/io/ByteStream.h"
+#include "quarn/voxora/files/FileSystem.h"
 
 namespace quarn::formats::detail {
 
@@ -22,6 +24,11 @@ bool isNamedCompressed(const QString& file) {
   return file.endsWith(QStringLiteral(".gz"), Qt::CaseInsensitive);
 }
 
+bool isThere(const QString& file) {
+  using hxvoxora::FileSystem;
+  return FileSystem::current().kind(QFile::encodeName(file).toStdString()) != hxvoxora::FileKind::missing;
+}
+
 /// The half with this ending (".hdr" or ".img") of the pair that `file` is half of: the file itself, or the one beside
 /// it, in the same compression when both are there.
 QString halfOfPair(const QString& file, const QString& ending) {
@@ -31,7 +38,7 @@ QString halfOfPair(const QString& file, const QString& ending) {
   stem.chop(4);
   const QString plain = stem + ending;
   const QString compressed = plain + QStringLiteral(".gz");
-  const bool isCompressed = QFileInfo::exists(compressed) && (isNamedCompressed(file) || !QFileInfo::exists(plain));
+  const bool isCompressed = isThere(compressed) && (isNamedCompressed(file) || !isThere(plain));
   return isCompressed ? compressed : plain;
 }
 
@@ -90,7 +97,7 @@ void checkData(const NiftiFile& image, const NiftiFile::Progress& progress) {
     checkStream(image, wholeStream, progress);
     return;
   }
-  const std::int64_t available = QFileInfo(image.dataFile).size();
+  const std::int64_t available = lengthOf(image.dataFile);
   if (available < image.header.dataOffset + image.header.dataBytes()) refuseCut(image, available);
 }
 

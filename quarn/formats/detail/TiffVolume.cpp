@@ -129,19 +129,19 @@ std::int64_t numberBehind(const std::string& text, std::string_view name) {
 }  // namespace
 
 TiffVolume::TiffVolume(const QString& file, const Progress& progress) : tiff_(file) {
-  auto& [nx, ny, nz] = description_.dimensions;
+  std::array<std::int64_t, 3>& size = description_.dimensions;
   tiff_.forEachPage([&] {
-    if (nz == 0) {
-      nx = tiff_.longField(TIFFTAG_IMAGEWIDTH, 0);
-      ny = tiff_.longField(TIFFTAG_IMAGELENGTH, 0);
+    if (size[2] == 0) {
+      size[0] = tiff_.longField(TIFFTAG_IMAGEWIDTH, 0);
+      size[1] = tiff_.longField(TIFFTAG_IMAGELENGTH, 0);
       description_.kind = kindOfPage(tiff_);
       description_.geometry = geometryOfPage(tiff_);
       imageText_ = tiff_.textField(TIFFTAG_IMAGEDESCRIPTION);
     }
     checkPage();
-    if (nz++ % 100 == 0) progress(0.0F);
+    if (size[2]++ % 100 == 0) progress(0.0F);
   });
-  if (nz == 0) refuse(file, QStringLiteral("has no page that is an image of its own"));
+  if (size[2] == 0) refuse(file, QStringLiteral("has no page that is an image of its own"));
   requireOneSeries();
   requirePerpendicularLattice(description_.geometry, file);
   const std::int64_t bytes = voxelBytes(dimensions(), kind(), file);
