@@ -16,8 +16,8 @@ TEST(UnreadFiles, MincIsRefusedWithWhatItIsAndWhatToDo) {
   } cases[] = {{"CDF\1....", "is a MINC 1 image (NetCDF)"},
                {"\x89HDF\r\n\x1a\n", "is a MINC 2 image (HDF5)"},
                {gzipped("CDF\1...."), "is a MINC 1 image (NetCDF)"},
-               {"text", "does not begin as one"},
-               {"", "does not begin as one"}};
+               {"text", "is called a MINC image, but does not begin as one"},
+               {"", "is called a MINC image, but does not begin as one"}};
   for (const auto& [bytes, kind] : cases) {
     const QString file = folder.write(QStringLiteral("brain.mnc"), bytes);
     const std::string text = refusal([&] { HxFileTypes::instance().load(file); });
