@@ -5,6 +5,7 @@
 #include "quarn/app/window/ConsolePane.h"
 #include "quarn/app/window/WindowSink.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/script/HxInterpreter.h"
 
 using quarn::app::CommandEdit;
 using quarn::app::ConsolePane;
@@ -81,6 +82,7 @@ TEST(CommandEdit, WalksThroughItsHistory) {
 }
 
 TEST(CommandEdit, CompletesTheOnlyWordAndOffersSeveral) {
+  HxInterpreter::instance();  // whose commands are offered
   CommandEdit edit;
   QStringList offered;
   QObject::connect(&edit, &CommandEdit::choices, [&](const QStringList& words) { offered = words; });
