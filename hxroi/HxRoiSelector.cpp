@@ -1,12 +1,16 @@
 #include "hxroi/HxRoiSelector.h"
 
 #include <QCoreApplication>
-#include <exception>
+#include <QHash>
+#include <QStringList>
+#include <vector>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/HxRoisProviderInterface.h"
+#include "hxroi/detail/hold.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
+#include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/objects/hxconnection_cast.h"
 
 using hxroi::details::Group;
@@ -30,6 +34,15 @@ QString nameOf(const Roi& roi) {
   return QString::fromLatin1(roi.name());
 }
 
+/// "visibility ID 0|1 ..." with the names of the ROIs of a set for their identifiers. Masks of groups keep theirs.
+QString withNames(const QString& state, const HxRois& rois) {
+  QHash<QString, QString> names;
+  for (const auto& roi : rois) names.insert(QString::fromLatin1(roi->id()), nameOf(*roi));
+  QStringList words = state.split(' ');
+  for (qsizetype i = 1; i < words.size(); i += 2) words[i] = names.value(words[i], words[i]);
+  return words.join(' ');
+}
+
 }  // namespace
 
 // --- The tree -----------------------------------------------------------------------------------------------------
@@ -38,21 +51,25 @@ HxRoiSelector::RoiVisibility::RoiVisibility(HxRoiSelector& selector)
     : HxPortRoiTreeView(&selector, "roiVisibility", tr("Roi Visibility"), SELECTOR_MODULE), selector_(selector) {}
 
 bool HxRoiSelector::RoiVisibility::setState(const QString& state) {
-  selector_.catchUp();
-  return HxPortRoiTreeView::setState(state);
+  const std::exception_ptr failure = selector_.tryToCatchUp();
+  const bool isTaken = HxPortRoiTreeView::setState(state);
+  if (failure) std::rethrow_exception(failure);
+  return isTaken;
 }
 
 int HxRoiSelector::RoiVisibility::parse(Tcl_Interp* interp, int argc, char** argv) {
-  selector_.catchUp();
-  return HxPortRoiTreeView::parse(interp, argc, argv);
+  const std::exception_ptr failure = selector_.tryToCatchUp();
+  const int result = HxPortRoiTreeView::parse(interp, argc, argv);
+  if (failure) std::rethrow_exception(failure);
+  return result;
 }
 
 void HxRoiSelector::RoiVisibility::getState(QString& state) const {
+  if (selector_.portData.source() && selector_.portData.isNew(kConnection)) return;
   HxPortRoiTreeView::getState(state);
   HxRois* const rois = getHxRois();
   const bool isMadeAnew = rois && (rois != selector_.portData.source() || rois->origin() == Origin::Module);
-  if (!isMadeAnew) return;
-  for (const auto& roi : *rois) state.replace(QString::fromLatin1(roi->id()), nameOf(*roi));
+  if (isMadeAnew) state = withNames(state, *rois);
 }
 
 // --- The selector -------------------------------------------------------------------------------------------------
@@ -92,7 +109,27 @@ void HxRoiSelector::update() {
     if (HxRois* rois = portRoiVisibility.getHxRois()) gatherMasks(rois);
   }
   if (const unsigned int flags = portData.getNewFlags() | portRoiVisibility.getNewFlags()) touch(flags);
-  if (failure) std::rethrow_exception(failure);
+  if (!failure) return;
+  passOnFailed();
+  std::rethrow_exception(failure);
+}
+
+/// A failure ends the evaluation before it comes to what is connected here, which would keep the former set.
+void HxRoiSelector::passOnFailed() {
+  std::vector<McHandle<HxObject>> owners;
+  for (HxConnection* connection : downstreamConnections()) {
+    connection->touch(getNewFlags() & ~kConnection);
+    owners.push_back(hxroi::hold(connection->owner()));
+  }
+  if (isCatchingUp_) return;
+  for (const auto& owner : owners) {
+    try {
+      if (owner) owner->fire();
+    } catch (const std::exception& other) {
+      // The caller is told what went wrong first.
+      HxMessage::printf("%s", other.what());
+    }
+  }
 }
 
 void HxRoiSelector::showSet() {
@@ -113,8 +150,22 @@ void HxRoiSelector::gatherMasks(HxRois* rois) {
 }
 
 void HxRoiSelector::catchUp() {
-  if (isBeingEvaluated() || (!portData.isNew() && !portRoiVisibility.isNew())) return;
-  fire(0);
+  if (const std::exception_ptr failure = tryToCatchUp()) std::rethrow_exception(failure);
+}
+
+/// What it failed with; null when all went well.
+std::exception_ptr HxRoiSelector::tryToCatchUp() {
+  if (isBeingEvaluated() || (!portData.isNew() && !portRoiVisibility.isNew())) return nullptr;
+  const auto alive = hxroi::hold(this);
+  isCatchingUp_ = true;
+  std::exception_ptr failure;
+  try {
+    fire(0);
+  } catch (...) {
+    failure = std::current_exception();
+  }
+  isCatchingUp_ = false;
+  return failure;
 }
 
 void HxRoiSelector::touch(unsigned int flags) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <exception>
 #include <tcl.h>
 #include <vector>
 
@@ -33,7 +34,9 @@ public:
     explicit RoiVisibility(HxRoiSelector& selector);
 
     /// ROIs of a set that a module or a provider makes anew are kept by their names: their identifiers will be others.
+    /// Leaves `state` alone while a new connection was not looked at: nothing was chosen yet.
     void getState(QString& state) const override;
+    /// The choice counts, too, when the first look at the set fails; the failure comes out after that, as of parse().
     bool setState(const QString& state) override;
     int parse(Tcl_Interp* interp, int argc, char** argv) override;
 
@@ -70,6 +73,9 @@ protected:
 
 private:
   void showSet();
+  std::exception_ptr tryToCatchUp();
+  void passOnFailed();
 
   MaskList visibleMasks_;
+  bool isCatchingUp_ = false;
 };

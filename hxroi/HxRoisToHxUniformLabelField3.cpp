@@ -5,6 +5,7 @@
 #include "hxroi/HxRoiSelector.h"
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/RoiLabels.h"
+#include "hxroi/detail/hold.h"
 #include "hxroi/detail/makingScript.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/base/mcinterface_cast.h"
@@ -43,13 +44,15 @@ HxRoisToHxUniformLabelField3::HxRoisToHxUniformLabelField3()
 HxRoisToHxUniformLabelField3::~HxRoisToHxUniformLabelField3() = default;
 
 void HxRoisToHxUniformLabelField3::compute() {
-  // Progress lets the user act, and may end what nobody holds.
-  const McHandle<HxRoiSelector> selector(hxconnection_cast<HxRoiSelector>(portMaskSelector));
-  const McHandle<HxRoisToHxUniformLabelField3> alive(this);
+  auto* const selector = hxconnection_cast<HxRoiSelector>(portMaskSelector);
   if (!portDoIt.wasHit(0) || !selector) return;
+  // Progress lets the user act, who may remove any of them.
+  const auto alive = hxroi::hold(this);
+  const auto heldSelector = hxroi::hold(selector);
   selector->catchUp();
-  const McHandle<HxRois> rois(selector->getHxRois());
+  HxRois* const rois = selector->getHxRois();
   if (!rois) return;
+  const auto heldRois = hxroi::hold(rois);
 
   const hxroi::RoiLabels labels(*rois, selector->getVisibleMasks());
   const McHandle<HxUniformLabelField3> made = labels.makeField(*HxApplication::progress());

@@ -23,7 +23,7 @@ public:
 
   /// Works when "doIt" was hit and the selector has a set. The set is that of the selector, whatever is connected to
   /// "data". Throws McException, with the former result as it was, for a set without masks, when a mask cannot be read,
-  /// without memory, and when the user interrupts.
+  /// without memory, and when the user interrupts; and once with the failure of a conversion that is done for it.
   void compute() override;
 
   /// `script` makes the result again; true when the result is unchanged since it was made.

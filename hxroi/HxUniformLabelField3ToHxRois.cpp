@@ -5,6 +5,7 @@
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/LabelConversion.h"
 #include "hxroi/detail/RemovedRois.h"
+#include "hxroi/detail/hold.h"
 #include "hxroi/detail/makingScript.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/base/mcinterface_cast.h"
@@ -70,10 +71,11 @@ HxUniformLabelField3ToHxRois::HxUniformLabelField3ToHxRois()
 HxUniformLabelField3ToHxRois::~HxUniformLabelField3ToHxRois() = default;
 
 void HxUniformLabelField3ToHxRois::compute() {
-  // Progress lets the user act, and may end what nobody holds.
-  const McHandle<HxUniformLabelField3> field(hxconnection_cast<HxUniformLabelField3>(dataConnection));
-  const McHandle<HxUniformLabelField3ToHxRois> alive(this);
+  auto* const field = hxconnection_cast<HxUniformLabelField3>(dataConnection);
   if (!portDoIt.wasHit(0) || !field) return;
+  // Progress lets the user act, who may remove any of them.
+  const auto alive = hxroi::hold(this);
+  const auto heldField = hxroi::hold(field);
 
   // Whatever can fail without the set is done before the set is emptied.
   hxroi::LabelConversion conversion(*field, *HxApplication::progress());

@@ -9,6 +9,7 @@
 #include "hxroi/details/SplitProgress.h"
 #include "hxroi/details/toolkitBoxes.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
+#include "quarn/kernel/fields/geometryParameters.h"
 #include "quarn/kernel/objects/hxconnection_cast.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 
@@ -20,12 +21,24 @@ namespace {
 
 constexpr const char* kGeometry = "Geometry";
 
+/// Parameters may tell anything: what no field can have is left out.
+std::optional<HxGeometry3> findSoundGeometry(const HxParamBundle& parameters) {
+  const auto geometry = findGeometry(parameters);
+  if (!geometry) return std::nullopt;
+  try {
+    requireSoundGeometry(*geometry);
+  } catch (const McException&) {
+    return std::nullopt;
+  }
+  return geometry;
+}
+
 }  // namespace
 
 RoiLabels::RoiLabels(HxRois& rois, const std::vector<const Mask*>& masks) : grid_(rois.dimensions()) {
   rois.getBoundingBox(box_.data());
   const auto* field = hxconnection_cast<HxRegScalarField3>(rois.portData);
-  if (field && field->parameters.getBundle(kGeometry)) geometry_ = field->geometry();
+  if (field) geometry_ = findSoundGeometry(field->parameters);
 
   const HxParamBundle& records = *rois.parameters.getMaterials(1);
   for (const Mask* mask : masks) {
@@ -69,7 +82,8 @@ void RoiLabels::addMaterials(HxUniformLabelField3& field, bool hasOverlaps) cons
 void RoiLabels::place(HxUniformLabelField3& field) const {
   field.parameters.remove(kGeometry);
   field.setBoundingBox(box_);
-  if (geometry_) field.setGeometry(*geometry_);
+  // Not by the field, which would make the box that of the geometry.
+  if (geometry_) storeGeometry(*geometry_, field.parameters);
 }
 
 }  // namespace hxroi

@@ -38,7 +38,7 @@ public:
   /// ConversionInterrupted when `progress` says so, and McException when a mask cannot be read or without memory.
   McHandle<HxUniformLabelField3> makeField(McProgressInterface& progress) const;
 
-  /// Puts a field where the set was.
+  /// Puts a field where the set was: its box, and the geometry of its field when that is sound.
   void place(HxUniformLabelField3& field) const;
 
 private:
@@ -53,7 +53,7 @@ private:
 
   McDim3l grid_;
   McBox3f box_;
-  std::optional<HxGeometry3> geometry_;  ///< when the field of the set has one
+  std::optional<HxGeometry3> geometry_;  ///< when the field of the set has one that is sound
   std::vector<hxvoxora::LabelledMask> masks_;
   std::vector<Material> materials_;
 };

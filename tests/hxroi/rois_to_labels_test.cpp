@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <random>
 
 #include "SelectorTest.h"
@@ -77,6 +78,30 @@ TEST_F(RoisToLabels, NothingHappensWithoutButtonSelectorOrSet) {
   module->portMaskSelector.disconnect();
   ASSERT_TRUE(module->dataConnection.connect(rois));
   EXPECT_EQ(make(), nullptr) << "the set is that of the selector";
+}
+
+TEST_F(RoisToLabels, TheSetIsThatOfTheSelector) {
+  addRow("A", 0, 2);
+  show(rois);
+  const McHandle<HxRois> other(new HxRois);
+  other->addRoi(makeMask("X", {5, 4, 3}));
+  ASSERT_TRUE(module->dataConnection.connect(other));
+  EXPECT_EQ(make()->latticeDimensions(), McDim3l(12, 1, 1));
+}
+
+TEST_F(RoisToLabels, WorksOnWhatNobodyHolds) {
+  addRow("A", 0, 2);
+  auto* const choice = new HxRoiSelector;
+  auto* const maker = new HxRoisToHxUniformLabelField3;
+  ASSERT_TRUE(choice->portData.connect(rois) && maker->portMaskSelector.connect(choice));
+  maker->fire();
+  ASSERT_EQ(choice->downstreamConnections().size(), 1U) << "it has not died of its evaluation";
+  maker->portDoIt.hit(0);
+  maker->fire();
+  EXPECT_NE(maker->resultObject(0), nullptr);
+  EXPECT_EQ(maker->portMaskSelector.source(), choice);
+  EXPECT_EQ(choice->downstreamConnections().size(), 1U);
+  const McHandle<HxObject> end(maker), andThis(choice);
 }
 
 TEST_F(RoisToLabels, DisjointMasksHaveLabelsOfTheirOwn) {
@@ -202,6 +227,8 @@ TEST_F(RoisToLabels, AHundredMasksShareOneVoxel) {
   for (std::size_t i = 0; i < 100; ++i) ASSERT_EQ(labels[i], i + 1);
   EXPECT_EQ(labels[2 * 104 - 1], 255);
   EXPECT_EQ(std::ranges::count(labels, 0), 107);
+  const auto* const field = dynamic_cast<HxUniformLabelField3*>(module->resultObject(0));
+  EXPECT_THAT(materialsOf(*field), ElementsAre("Overlap=255")) << "whether masks have records or not";
 }
 
 /// Also run with next to no memory for tiles.
@@ -279,6 +306,45 @@ TEST_F(RoisToLabels, TheFieldLiesWhereTheSetDoes) {
   EXPECT_EQ(field->boundingBox(), plain->boundingBox());
   EXPECT_EQ(field->parameters.getBundle("Geometry", false), nullptr);
   EXPECT_EQ(field->geometry(), plain->geometry());
+}
+
+TEST_F(RoisToLabels, TheBoxIsThatOfTheSetWhateverTheGeometryTells) {
+  addRow("A", 0, 2);
+  show(rois);
+  const McHandle<HxUniformScalarField3> image(new HxUniformScalarField3(McDim3l(12, 1, 1), McPrimType::Uint8));
+  const McBox3f box(0, 22, 5, 5, 6, 6);
+  image->setBoundingBox(box);
+  ASSERT_TRUE(rois->portData.connect(image));
+  HxParamBundle& geometry = *image->parameters.getBundle("Geometry");
+  geometry.set("Origin", std::vector<double>{1, 2, 3});
+  HxUniformLabelField3* const field = make();
+  EXPECT_EQ(field->boundingBox(), box) << "the geometry is not whole";
+  EXPECT_EQ(field->parameters.getBundle("Geometry", false), nullptr);
+
+  geometry.set("VoxelSize", std::vector<double>{7, 8, 9});
+  geometry.set("Direction", std::vector<double>{1, 0, 0, 0, 1, 0, 0, 0, 1});
+  EXPECT_EQ(make(), field);
+  EXPECT_EQ(field->boundingBox(), box) << "the geometry is another one";
+  EXPECT_EQ(field->geometry(), image->geometry());
+}
+
+TEST_F(RoisToLabels, AnUnsoundGeometryIsLeftOut) {
+  addRow("A", 0, 2);
+  show(rois);
+  HxUniformLabelField3* const field = make();
+  const McHandle<HxUniformScalarField3> image(new HxUniformScalarField3(McDim3l(12, 1, 1), McPrimType::Uint8));
+  image->setGeometry({{1, 2, 3}, {0.5, 1, 2}, {1, 0, 0, 0, 1, 0, 0, 0, 1}});
+  ASSERT_TRUE(rois->portData.connect(image));
+  const double none = std::numeric_limits<double>::quiet_NaN();
+  for (const double size : {0.0, -1.0, none, std::numeric_limits<double>::infinity()}) {
+    image->parameters.getBundle("Geometry")->set("VoxelSize", std::vector<double>{0.5, size, 2});
+    field->setBoundingBox(McBox3f());
+    const std::uint32_t before = field->getTouchTime();
+    EXPECT_EQ(make(), field) << size;
+    EXPECT_EQ(field->boundingBox(), image->boundingBox()) << size;
+    EXPECT_EQ(field->parameters.getBundle("Geometry", false), nullptr) << size;
+    EXPECT_NE(field->getTouchTime(), before) << size;
+  }
 }
 
 TEST_F(RoisToLabels, OneHitWorksOnce) {
@@ -391,8 +457,11 @@ TEST_F(RoisToLabels, AMaskThatCannotBeReadIsNamed) {
   rois->fire();
   setVisible("B", true);
   boost::filesystem::resize_file(folder / "user.dat", 0);
+  const std::uint32_t before = field->getTouchTime();
   EXPECT_THAT(refusalOf([&] { make(); }), HasSubstr("user.dat"));
   EXPECT_EQ(module->resultObject(0), field);
+  EXPECT_THAT(materialsOf(*field), ElementsAre("A=1"));
+  EXPECT_EQ(field->getTouchTime(), before);
   EXPECT_THAT(labelsOf(*field), ElementsAre(1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0));
 }
 

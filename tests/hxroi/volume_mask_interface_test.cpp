@@ -67,6 +67,17 @@ protected:
   }
 };
 
+/// Has the factory declared while it lives.
+class FactoryScope {
+public:
+  FactoryScope() { HxInterfaceFactoryRegistry::instance().declare(kClass, kFactory); }
+  ~FactoryScope() { HxInterfaceFactoryRegistry::instance().withdraw(kClass, kFactory); }
+
+private:
+  static constexpr const char* kClass = "HxRoiSelector";
+  static constexpr const char* kFactory = "HxSetOfVolumeMaskFromHxRoiSelectorFactory";
+};
+
 /// The place of a virtual function in the table of its class.
 template <class Function>
 std::size_t slotOf(Function function) {
@@ -109,10 +120,8 @@ TEST_F(VolumeMaskInterface, IsAttachedOnce) {
 }
 
 TEST_F(VolumeMaskInterface, ComesWithEverySelector) {
-  HxInterfaceFactoryRegistry& registry = HxInterfaceFactoryRegistry::instance();
-  registry.declare("HxRoiSelector", "HxSetOfVolumeMaskFromHxRoiSelectorFactory");
+  const FactoryScope scope;
   const McHandle<HxObject> made = HxObject::create("HxRoiSelector");
-  registry.withdraw("HxRoiSelector", "HxSetOfVolumeMaskFromHxRoiSelectorFactory");
   EXPECT_NE(mcinterface_cast<Interface>(made), nullptr);
 }
 
@@ -142,6 +151,14 @@ TEST_F(VolumeMaskInterface, RefersToTheImageOfTheSet) {
   EXPECT_EQ(reference->owner(), image.get());
   EXPECT_EQ(reference->getDimensions(), McDim3l(13, 11, 7));
   EXPECT_EQ(reference->getGeometry(), image->geometry());
+}
+
+TEST_F(VolumeMaskInterface, ASourceWithoutVolumeIsNoReference) {
+  showSet();
+  const McHandle<HxUniformScalarField3> image(new HxUniformScalarField3(McDim3l(13, 11, 7), McPrimType::Uint8));
+  ASSERT_EQ(mcinterface_cast<HxISetOfVolumeData>(image), nullptr);
+  ASSERT_TRUE(rois->portData.connect(image));
+  EXPECT_EQ(renderer->getReferenceVolumeData(), nullptr);
 }
 
 TEST_F(VolumeMaskInterface, HiddenMasksAreNotDrawnButThere) {
@@ -240,6 +257,8 @@ TEST_F(VolumeMaskInterface, TellsHowAMaskLooks) {
   EXPECT_EQ(renderer->getVolumeMaskColormap(volume), colormap.get());
   EXPECT_EQ(renderer->getVolumeMaskColormapRange(volume), Interface::Range(-1.5, 7.25));
   EXPECT_FALSE(renderer->getVolumeMaskColormapAlphaEnabled(volume));
+  mask.setAlphaEnabled(true);
+  EXPECT_TRUE(renderer->getVolumeMaskColormapAlphaEnabled(volume));
 }
 
 TEST_F(VolumeMaskInterface, MembersLookAsTheirGroupDoes) {
@@ -256,6 +275,7 @@ TEST_F(VolumeMaskInterface, MembersLookAsTheirGroupDoes) {
   EXPECT_EQ(renderer->getVolumeMaskColormap(volume), colormap.get());
   EXPECT_EQ(renderer->getVolumeMaskColormapRange(volume), Interface::Range(3, 4));
   EXPECT_FALSE(renderer->getVolumeMaskColormapAlphaEnabled(volume)) << "its own";
+  EXPECT_TRUE(renderer->getVolumeMaskColormapAlphaEnabled(volumeOf("C"))) << "its own";
 }
 
 TEST_F(VolumeMaskInterface, HandsOnWhatIsNoNumber) {
