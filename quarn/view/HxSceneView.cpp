@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <exception>
 
 #include "quarn/base/McException.h"
 #include "quarn/base/mcinterface_cast.h"
@@ -73,6 +74,8 @@ struct HxSceneView::State {
   void addImage(SceneContents& contents, Shown& item);
   void addMasks(SceneContents& contents, const Shown& item);
   void putOnGrid(SceneContents& contents, const McDim3l& dimensions, const HxGeometry3& geometry);
+  std::vector<McHandle<HxObject>> objects() const;
+  void bringUpToDate();
   SceneContents contents();
   std::optional<Grid> grid();
 };
@@ -241,7 +244,27 @@ void HxSceneView::State::addMasks(SceneContents& contents, const Shown& item) {
   if (!(look.dimensions == McDim3l())) putOnGrid(contents, look.dimensions, look.geometry);
 }
 
+std::vector<McHandle<HxObject>> HxSceneView::State::objects() const {
+  std::vector<McHandle<HxObject>> objects;
+  for (const Shown& each : shown) objects.emplace_back(each.object);
+  return objects;
+}
+
+/// Events may show and hide objects meanwhile.
+void HxSceneView::State::bringUpToDate() {
+  for (const McHandle<HxObject>& object : objects()) {
+    try {
+      quarn::view::bringMasksUpToDate(*object);
+    } catch (const std::exception& failure) {
+      const std::string why = McException::excerpt(failure.what());
+      complaints.tell(QStringLiteral("\"%1\" is not drawn whole; its evaluation: %2")
+                          .arg(object->describe(), QString::fromStdString(why)));
+    }
+  }
+}
+
 SceneContents HxSceneView::State::contents() {
+  bringUpToDate();
   SceneContents contents;
   for (Shown& each : shown) {
     addImage(contents, each);
@@ -276,7 +299,10 @@ std::optional<Grid> HxSceneView::State::grid() {
 
 QImage HxSceneView::paint(int width, int height) {
   quarn::view::requirePictureSize(width, height);
-  return state_->painter.paint(state_->contents(), width, height, state_->complaints);
+  const SceneContents contents = state_->contents();
+  // Painting reads fields and masks while its progress runs events.
+  const auto held = state_->objects();
+  return state_->painter.paint(contents, width, height, state_->complaints);
 }
 
 void HxSceneView::snapshot(const QString& file, int width, int height) {

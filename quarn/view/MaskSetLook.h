@@ -11,19 +11,20 @@
 #include "quarn/view/ColorTransfer.h"
 #include "quarn/view/Complaints.h"
 #include "quarn/view/export.h"
+#include "quarn/voxora/nodes/SoVolumeMask.h"
+#include "quarn/voxora/tiles/Ref.h"
 #include "quarn/voxora/tiles/TileSnapshot.h"
 
 class HxUniformScalarField3;
-class SoVolumeMask;
 
 namespace quarn::view {
 
 /// One mask as it is to be drawn.
 struct MaskLook {
   McHandle<HxVolumeData> data;
-  const SoVolumeMask* node = nullptr;
-  const void* owner = nullptr;     ///< of the set that it belongs to, see MaskSetLook
-  hxvoxora::TileSnapshot content;  ///< level 0
+  hxvoxora::Ref<const SoVolumeMask> node;  ///< kept while progress runs events
+  const void* owner = nullptr;             ///< of the set that it belongs to, see MaskSetLook
+  hxvoxora::TileSnapshot content;          ///< level 0
   QString name;
   McColor color;
   std::optional<ColorTransfer> transfer;  ///< of the image's values, in place of the colour

@@ -1,5 +1,7 @@
 #include "quarn/view/maskOffers.h"
 
+#include <algorithm>
+
 #include "quarn/base/McException.h"
 #include "quarn/base/mcinterface_cast.h"
 #include "quarn/kernel/fields/HxISetOfVolumeMask.h"
@@ -17,6 +19,14 @@ HxConnection* dataOf(HxObject* object) {
 
 bool offersMasks(const HxObject* object) {
   return mcinterface_cast<HxISetOfVolumeMask>(object) != nullptr;
+}
+
+bool hasMarks(const HxObject& object) {
+  return object.isNew() || std::ranges::any_of(object.ports(), [](const HxPort* port) { return port->isNew(); });
+}
+
+void evaluateMarked(HxObject* object) {
+  if (object && !object->isBeingEvaluated() && hasMarks(*object)) object->fire(0);
 }
 
 /// Null for a class of which no object can be made.
@@ -56,6 +66,12 @@ HxObject* provideMaskOffer(HxObject* source) {
   dataOf(made)->connect(source);
   made->fire(1);
   return made;
+}
+
+void bringMasksUpToDate(HxObject& object) {
+  if (!offersMasks(&object)) return;
+  if (const HxConnection* data = dataOf(&object)) evaluateMarked(data->source());
+  evaluateMarked(&object);
 }
 
 }  // namespace quarn::view

@@ -77,7 +77,7 @@ private:
     const auto* node = dynamic_cast<const SoVolumeMask*>(data->getVolumeNode());
     if (!node) throw McException("its volume is no mask");
     MaskLook mask{data,
-                  node,
+                  hxvoxora::Ref<const SoVolumeMask>(node),
                   look_.owner,
                   node->snapshot(),
                   set_.getVolumeMaskName(data),

@@ -2,6 +2,7 @@
 #include "quarn/view/SceneCamera.h"
 #include "quarn/view/ScenePainter.h"
 #include "quarn/view/SurfaceCache.h"
+#include "tests/support/RecordingProgress.h"
 #include "tests/view/ViewTest.h"
 
 namespace {
@@ -127,6 +128,55 @@ TEST_F(ViewTest, SurvivesEveryQuestionThatThrows) {
     };
     EXPECT_EQ(QSize(128, 128), paint("four").size()) << failing;
   }
+}
+
+TEST_F(ViewTest, EvaluatesMasksBeforeTheyAreAsked) {
+  masks->add("a", RED, ball(20, 32, 32, 10));
+  view->show(masks);
+  masks->onQuestion = [this](const char*, const HxVolumeData*) {
+    if (masks->isNew()) throw std::out_of_range("bimap<>: invalid key");
+  };
+  masks->touch();
+  EXPECT_GT(countLike(paint("four"), RED), 100);
+  EXPECT_TRUE(messages.warnings.empty());
+}
+
+TEST_F(ViewTest, DrawsTheOthersWhenAnObjectHasNoAnswer) {
+  masks->add("a", RED, ball(20, 32, 32, 10));
+  const McHandle<TestMasks> other(new TestMasks({64, 64, 64}));
+  other->add("b", GREEN, ball(44, 32, 32, 10));
+  HxObjectPool::instance().add(other, QStringLiteral("other"));
+  view->show(masks);
+  view->show(other);
+  masks->onQuestion = [](const char* question, const HxVolumeData*) {
+    if (std::string(question) == "visible") throw std::out_of_range("bimap<>: invalid key");
+  };
+  const QImage picture = paint("four");
+  EXPECT_EQ(0, countLike(picture, RED));
+  EXPECT_GT(countLike(picture, GREEN), 100);
+  ASSERT_EQ(1u, messages.warnings.size());
+}
+
+TEST_F(ViewTest, WhatIsPaintedMayGoMeanwhile) {
+  /// Lets the user remove an object as soon as the work begins.
+  class Remover : public RecordingProgress {
+  public:
+    void start(const std::string& text) override {
+      RecordingProgress::start(text);
+      if (object) HxObjectPool::instance().remove(object);
+      object.reset();
+    }
+    McHandle<TestMasks> object;
+  };
+  Remover progress;
+  progress.object = new TestMasks({64, 64, 64});
+  progress.object->add("b", GREEN, ball(32, 32, 32, 20));
+  HxObjectPool::instance().add(progress.object, QStringLiteral("other"));
+  view->show(progress.object);
+  const ProgressScope scope(progress);
+  EXPECT_GT(countLike(paint("space"), GREEN), 100);
+  EXPECT_TRUE(view->shownNames().isEmpty());
+  EXPECT_EQ(0, countLike(paint("space"), GREEN));
 }
 
 TEST_F(ViewTest, LeavesOutAVolumeWithoutAMask) {
