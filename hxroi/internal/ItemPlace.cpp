@@ -2,12 +2,14 @@
 
 #include <exception>
 #include <limits>
+#include <string>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/logFailure.h"
 #include "hxroi/internal/QxRoiTreeItem.h"
+#include "quarn/base/McException.h"
 
 namespace hxroi {
 
@@ -27,6 +29,17 @@ Mask* maskOf(const QxRoiTreeItem& item) {
 
 unsigned long placeFor(int position) {
   return position < 0 ? std::numeric_limits<unsigned long>::max() : static_cast<unsigned long>(position);
+}
+
+/// Who has that name in the set or group of `parent`.
+const Roi* namedIn(const QxRoiTreeItem& parent, const std::string& name) {
+  if (const HxRois* rois = parent.getRois()) return rois->getRoi(name);
+  Group* group = groupOf(parent);
+  if (!group) return nullptr;
+  for (const Mask& mask : *group) {
+    if (mask.name() == name) return &mask;
+  }
+  return nullptr;
 }
 
 void putBack(const QxRoiTreeItem& source, int from, const QxRoiTreeItem& child) noexcept {
@@ -52,8 +65,16 @@ void enterPlace(const QxRoiTreeItem& parent, int position, const QxRoiTreeItem& 
   }
 }
 
+void checkIdentity(const QxRoiTreeItem& parent, const QxRoiTreeItem& child) {
+  const Roi* there = child.getRoi() ? namedIn(parent, child.getRoi()->name()) : nullptr;
+  if (!there || there == child.getRoi()) return;
+  throw McException("The roi named " + McException::excerpt(there->name()) + " inside " +
+                    McException::excerpt(parent.getName().toUtf8().toStdString()) + " is not the one of the tree.");
+}
+
 void leavePlace(const QxRoiTreeItem& parent, const QxRoiTreeItem& child) {
   const std::string name = child.getRoi()->name();
+  checkIdentity(parent, child);
   if (HxRois* rois = parent.getRois()) {
     rois->removeRoi(name);
   } else {

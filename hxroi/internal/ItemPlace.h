@@ -11,6 +11,10 @@ bool canStandIn(const QxRoiTreeItem& parent, const QxRoiTreeItem& child);
 /// The ROI of `child` enters the set or group of `parent`. McException when the set refuses it.
 void enterPlace(const QxRoiTreeItem& parent, int position, const QxRoiTreeItem& child);
 
+/// McException when the set or group of `parent` has another ROI of the name of `child`, so that an edit by name would
+/// hit that one.
+void checkIdentity(const QxRoiTreeItem& parent, const QxRoiTreeItem& child);
+
 /// The ROI of `child` leaves the set or group of `parent`. McException when the set refuses that.
 void leavePlace(const QxRoiTreeItem& parent, const QxRoiTreeItem& child);
 

@@ -76,6 +76,7 @@ QxRoiTreeItem* QxRoiTreeItem::removeChild(int position, bool updateRois) {
 
 void QxRoiTreeItem::replaceRoi(Roi* newRoi) {
   if (!roi_ || !newRoi || !parent_) return;
+  hxroi::checkIdentity(*parent_, *this);
   const McHandle<Roi> kept(newRoi);
   const std::string name = roi_->name();
   if (auto* group = dynamic_cast<Group*>(parent_->roi_.get())) {

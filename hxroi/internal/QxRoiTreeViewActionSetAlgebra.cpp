@@ -1,3 +1,4 @@
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -5,6 +6,7 @@
 
 #include "hxroi/HxRois.h"
 #include "hxroi/details/Mask.h"
+#include "hxroi/internal/ItemPlace.h"
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/QxRoiTreeModel.h"
 #include "hxroi/internal/QxRoiTreeViewActionSet.h"
@@ -20,11 +22,14 @@ QxRoiTreeModel* modelOf(const QModelIndex& index) {
   return model && model->getRoot() && model->getRoot()->getRois() ? model : nullptr;
 }
 
+/// McException when the set has given the name to another ROI.
 std::string nameAt(const QxRoiTreeModel& model, const QModelIndex& index) {
-  return model.getItem(index)->getName().toLatin1().toStdString();
+  const QxRoiTreeItem& item = *model.getItem(index);
+  if (item.parent()) hxroi::checkIdentity(*model.getRoot(), item);
+  return item.getName().toLatin1().toStdString();
 }
 
-/// The sources from the lowest row of the tree up; of those with one row number the last one.
+/// The sources from the largest row number on; of those with one row number the last one.
 std::vector<QModelIndex> fromLowestRow(const QList<QModelIndex>& sources) {
   std::map<int, QModelIndex, std::greater<>> byRow;
   for (const QModelIndex& source : sources) byRow[source.row()] = source;

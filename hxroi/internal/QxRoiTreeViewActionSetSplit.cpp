@@ -49,7 +49,7 @@ void QxRoiTreeViewActionSet::splitRoi(QxRoiTreeModel& tree, const QModelIndex& i
   // The display of the progress runs events: anything may have happened meanwhile.
   const bool isThere = treeLife && place.isValid() && tree.getItem(place)->getRoi() == mask;
   if (pieces.empty() || !isThere) return;
-  RowReplacement replacement(tree, place);
+  RowReplacement replacement(tree, place, RowReplacement::FullSet::Refuse);
   replacement.replace(place);
   replacement.run(pieces);
 }

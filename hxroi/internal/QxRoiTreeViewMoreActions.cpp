@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QKeySequence>
+#include <QPointer>
 #include <QTreeView>
 #include <algorithm>
 
@@ -98,22 +99,26 @@ void QxRoiTreeViewMoreActions::editSelectedColors() {
     const Items items = withColor(selectedItems());
     if (items.isEmpty()) return;
     const QColor former = items.front()->getColor();
+    const QPointer<QxRoiTreeViewMoreActions> self(this);
     const auto color = HxColorDialog::getColor(McColor(former.redF(), former.greenF(), former.blueF()), actions_.view(),
                                                tr("Color of ROIs"));
-    // The dialog runs events: the rows may be others by now.
-    if (color && actions_.model() == &model) hxroi::recolor(model, withColor(selectedItems()), *color);
+    // The dialog runs events: the rows may be others by now, or all may have gone.
+    if (self && color && actions_.model() == &model) hxroi::recolor(model, withColor(selectedItems()), *color);
   });
 }
 
 void QxRoiTreeViewMoreActions::showOnlySelectedRois() {
+  const QPointer<QxRoiTreeViewMoreActions> self(this);
   actions_.run([this](QxRoiTreeModel& model) {
-    if (model.roiModule() == QxRoiTreeModel::ROIS_MODULE) {
-      hxroi::showOnlyInSelectors(*model.getRoot()->getRois(), selectedItems());
-    } else {
+    const HxRois* rois = model.getRoot()->getRois();
+    if (model.roiModule() != QxRoiTreeModel::ROIS_MODULE) {
       hxroi::showOnly(model, selectedItems());
+    } else if (rois) {
+      hxroi::showOnlyInSelectors(*rois, selectedItems());
     }
   });
-  if (actions_.view()) actions_.view()->viewport()->update();
+  // What was evaluated may have been the end of the view, or of all.
+  if (self && actions_.view()) actions_.view()->viewport()->update();
 }
 
 void QxRoiTreeViewMoreActions::groupSelectedRois() {
@@ -121,7 +126,10 @@ void QxRoiTreeViewMoreActions::groupSelectedRois() {
   actions_.run([this](QxRoiTreeModel& model) {
     const Items items = selectedItems();
     if (items.isEmpty() || !areMasks(items)) return;
-    const QModelIndex group = model.indexFromTreeItem(hxroi::group(model, items));
+    const QPointer<QxRoiTreeViewMoreActions> self(this);
+    const QPointer<QxRoiTreeItem> item = hxroi::group(model, items);
+    if (!self || !item) return;
+    const QModelIndex group = model.indexFromTreeItem(item);
     if (!group.isValid() || !actions_.view()) return;
     actions_.view()->selectionModel()->setCurrentIndex(group,
                                                        QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
@@ -139,7 +147,7 @@ void QxRoiTreeViewMoreActions::addShortcuts() {
 
 void QxRoiTreeViewMoreActions::addShortcut(const QKeySequence& keys, Slot slot) {
   if (!actions_.view()) return;
-  auto* action = new QAction(this);
+  auto* action = new QAction(actions_.view());
   action->setShortcut(keys);
   action->setShortcutContext(Qt::WidgetShortcut);
   connect(action, &QAction::triggered, this, slot);
@@ -147,7 +155,9 @@ void QxRoiTreeViewMoreActions::addShortcut(const QKeySequence& keys, Slot slot) 
 }
 
 void QxRoiTreeViewMoreActions::renameByKey() {
-  if (canEdit()) actions_.renameSelectedRoi();
+  const QModelIndexList rows = actions_.selectedRows();
+  const bool isCurrent = rows.size() == 1 && rows.front() == actions_.currentIndex().siblingAtColumn(0);
+  if (canEdit() && isCurrent) actions_.renameSelectedRoi();
 }
 
 /// Members of collapsed groups, too.

@@ -1,6 +1,7 @@
 #include "hxroi/internal/RowReplacement.h"
 
 #include <exception>
+#include <utility>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/details/Mask.h"
@@ -9,8 +10,22 @@
 
 namespace hxroi {
 
-RowReplacement::RowReplacement(QxRoiTreeModel& model, const QModelIndex& target)
-    : model_(model), parent_(model.getItem(target.parent())), row_(target.row()) {}
+namespace {
+
+/// One step of an undoing; what fails must not keep the others from being undone.
+template <class Step>
+void attempt(Step step) noexcept {
+  try {
+    step();
+  } catch (const std::exception& failure) {
+    details::logFailure("A refused change of ROIs could not be undone", failure.what());
+  }
+}
+
+}  // namespace
+
+RowReplacement::RowReplacement(QxRoiTreeModel& model, const QModelIndex& target, FullSet fullSet)
+    : model_(model), parent_(model.getItem(target.parent())), row_(target.row()), fullSet_(fullSet) {}
 
 RowReplacement::Item RowReplacement::itemAt(const QModelIndex& index) const {
   return model_.getItem(index);
@@ -19,7 +34,7 @@ RowReplacement::Item RowReplacement::itemAt(const QModelIndex& index) const {
 bool RowReplacement::run(const Masks& masks) {
   if (!parent_) return false;
   try {
-    makeRoomFor(masks.size());
+    if (fullSet_ == FullSet::MakeRoom) makeRoomFor(masks.size());
     if (!insert(masks)) {
       undo();
       return false;
@@ -28,7 +43,7 @@ bool RowReplacement::run(const Masks& masks) {
     undo();
     throw;
   }
-  for (const Removed& removed : takenOut_) delete removed.item;
+  takenOut_.clear();
   for (const Item& item : std::as_const(outgoing_)) remove(item);
   return true;
 }
@@ -46,7 +61,11 @@ void RowReplacement::makeRoomFor(std::size_t count) {
 RowReplacement::Removed RowReplacement::takeOut(QxRoiTreeItem& item) {
   QxRoiTreeItem* parent = item.parent();
   const int row = item.childNumber();
-  return {model_.removeRoi(row, model_.indexFromTreeItem(parent), true), parent, row};
+  // A ROI that leaves its set loses its colormap.
+  const details::Roi* roi = item.getRoi();
+  const details::ColormapReference colormap(roi ? roi->colormap(false) : nullptr);
+  std::unique_ptr<QxRoiTreeItem> taken(model_.removeRoi(row, model_.indexFromTreeItem(parent), true));
+  return {std::move(taken), parent, row, colormap};
 }
 
 bool RowReplacement::insert(const Masks& masks) {
@@ -61,14 +80,21 @@ bool RowReplacement::insert(const Masks& masks) {
 }
 
 void RowReplacement::undo() noexcept {
-  try {
-    for (const Item& item : std::as_const(inserted_)) remove(item);
-    for (auto removed = takenOut_.rbegin(); removed != takenOut_.rend(); ++removed) {
-      model_.insertTreeItem(removed->row, removed->item, model_.indexFromTreeItem(removed->parent), true);
-    }
-  } catch (const std::exception& failure) {
-    details::logFailure("A refused change of ROIs could not be undone", failure.what());
+  for (const Item& item : std::as_const(inserted_)) attempt([&] { remove(item); });
+  for (auto removed = takenOut_.rbegin(); removed != takenOut_.rend(); ++removed) {
+    attempt([&] { putBack(*removed); });
+    // The tree has it, also when somebody who heard of that failed.
+    if (removed->item && removed->item->parent()) removed->item.release();
   }
+  takenOut_.clear();
+}
+
+void RowReplacement::putBack(Removed& removed) {
+  if (!removed.item || !removed.parent) return;
+  const McHandle<details::Roi> roi(removed.item->getRoi());
+  const QModelIndex parent = model_.indexFromTreeItem(removed.parent);
+  const bool isBack = model_.insertTreeItem(removed.row, removed.item.get(), parent, true);
+  if (isBack && roi) roi->setColormap(removed.colormap.get());
 }
 
 void RowReplacement::remove(QxRoiTreeItem* item) {

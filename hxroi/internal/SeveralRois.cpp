@@ -2,6 +2,7 @@
 
 #include <QPointer>
 #include <algorithm>
+#include <exception>
 #include <utility>
 #include <vector>
 
@@ -9,6 +10,8 @@
 #include "hxroi/HxRoisHelpers.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
+#include "hxroi/details/logFailure.h"
+#include "hxroi/internal/ItemPlace.h"
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/QxRoiTreeModel.h"
 #include "hxroi/internal/RowReplacement.h"
@@ -30,6 +33,11 @@ std::pair<int, int> placeOf(const QxRoiTreeItem* item) {
 
 QList<QPointer<QxRoiTreeItem>> guarded(const Items& items) {
   return {items.begin(), items.end()};
+}
+
+/// Before anything is changed.
+void checkIdentities(const Items& items) {
+  for (const QxRoiTreeItem* item : items) checkIdentity(*item->parent(), *item);
 }
 
 McHandle<Mask> combined(const QxRoiTreeModel& model, const QxRoiTreeItem& target, const Items& items,
@@ -68,6 +76,7 @@ Items topmostItems(const QxRoiTreeModel& model, const QModelIndexList& rows) {
 void combine(QxRoiTreeModel& model, const QModelIndex& current, const Items& items, Combination combination) {
   const bool areMasks = std::all_of(items.begin(), items.end(), [](const auto* item) { return item->isMask(); });
   if (items.size() < 2 || !areMasks) return;
+  checkIdentities(items);
   QxRoiTreeItem* target = items.contains(model.getItem(current)) ? model.getItem(current) : items.front();
   const McHandle<Mask> result = combined(model, *target, items, combination);
   RowReplacement replacement(model, model.indexFromTreeItem(target));
@@ -76,6 +85,7 @@ void combine(QxRoiTreeModel& model, const QModelIndex& current, const Items& ite
 }
 
 void removeItems(QxRoiTreeModel& model, const Items& items) {
+  checkIdentities(items);
   const auto rows = guarded(items);
   for (const auto& item : rows) {
     if (!item || !item->parent()) continue;
@@ -137,15 +147,71 @@ void showOnlyInSelectors(const HxRois& rois, const Items& items) {
 
 // --- Groups -------------------------------------------------------------------------------------------------------
 
+namespace {
+
+/// Moves rows below another node; all of them go back when one is refused.
+class Gathering {
+public:
+  Gathering(QxRoiTreeModel& model, QxRoiTreeItem& target) : model_(model), target_(&target) {}
+
+  void take(QxRoiTreeItem& item) {
+    const Step step{&item, item.parent(), item.childNumber()};
+    if (move(item, *item.parent(), *target_, target_->childCount())) steps_.push_back(step);
+  }
+
+  void undo() noexcept {
+    for (auto step = steps_.rbegin(); step != steps_.rend(); ++step) {
+      attempt([&] {
+        if (step->item && step->parent && target_) move(*step->item, *target_, *step->parent, step->row);
+      });
+    }
+    attempt([&] {
+      if (target_ && target_->childCount() == 0) delete model_.removeRoi(target_->childNumber(), {}, true);
+    });
+  }
+
+private:
+  struct Step {
+    QPointer<QxRoiTreeItem> item;
+    QPointer<QxRoiTreeItem> parent;
+    int row;
+  };
+
+  bool move(const QxRoiTreeItem& item, const QxRoiTreeItem& from, const QxRoiTreeItem& to, int row) {
+    return model_.moveRoi(item.childNumber(), row, model_.indexFromTreeItem(&from), model_.indexFromTreeItem(&to),
+                          true);
+  }
+
+  template <class Action>
+  static void attempt(Action action) noexcept {
+    try {
+      action();
+    } catch (const std::exception& failure) {
+      details::logFailure("A refused grouping of ROIs could not be undone", failure.what());
+    }
+  }
+
+  QxRoiTreeModel& model_;
+  const QPointer<QxRoiTreeItem> target_;
+  std::vector<Step> steps_;
+};
+
+}  // namespace
+
 QxRoiTreeItem* group(QxRoiTreeModel& model, const Items& items) {
   const auto members = guarded(items);
   const McHandle<Roi> group(new Group(model.getAvailableGroupName(), Roi::nextHtmlColor(), nullptr));
   HxRoisHelpers::setDefaultRoiColormapRange(model.getRoot()->getRois(), group);
   const QPointer<QxRoiTreeItem> groupItem = model.insertRoi(placeOf(items.front()).first, group, {}, true);
-  for (const auto& member : members) {
-    if (!groupItem || !member || !member->parent()) continue;
-    model.moveRoi(member->childNumber(), groupItem->childCount(), model.indexFromTreeItem(member->parent()),
-                  model.indexFromTreeItem(groupItem), true);
+  if (!groupItem) return nullptr;
+  Gathering gathering(model, *groupItem);
+  try {
+    for (const auto& member : members) {
+      if (groupItem && member && member->parent()) gathering.take(*member);
+    }
+  } catch (...) {
+    gathering.undo();
+    throw;
   }
   return groupItem;
 }

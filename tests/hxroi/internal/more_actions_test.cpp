@@ -280,6 +280,56 @@ TEST_F(MoreActions, GroupMembersBeforeTheirFormerGroup) {
   expectTree("a b Group0[c d] group[]");
 }
 
+TEST_F(MoreActions, TouchNoOtherRoiOfTheSameName) {
+  fillAndOpenMore();
+  rois->removeRoi("b");
+  addMask("b");
+  const std::string before = textOf(*rois);
+  select({"a", "b", "c"});
+  more->intersectSelectedRois();
+  more->deleteSelectedRows();
+  EXPECT_THAT(errors(), ElementsAre(StartsWith("The roi named b"), StartsWith("The roi named b")));
+  EXPECT_EQ(textOf(*rois), before);
+  EXPECT_EQ(textOf(*model), "a b group[c d]");
+}
+
+TEST_F(MoreActions, SurviveTheEndOfTheCommandsWhileAColourIsChosen) {
+  fillAndOpenMore();
+  const McColor former = rois->getRoi("a")->color();
+  HxColorDialog::setChooser([this](const McColor&) {
+    actions.reset();
+    return McColor(0, 1, 0);
+  });
+  select({"a"});
+  more->editSelectedColors();
+  EXPECT_EQ(rois->getRoi("a")->color(), former);
+}
+
+TEST_F(MoreActions, RenameByKeyOnlyTheOneThatIsSelected) {
+  fillAndOpenMore();
+  select({"a", "b"});
+  press(Qt::Key_F2);
+  EXPECT_FALSE(view->isPersistentEditorOpen(at("b")));
+  view->selectionModel()->clearSelection();
+  press(Qt::Key_F2);
+  EXPECT_FALSE(view->isPersistentEditorOpen(at("b")));
+}
+
+TEST_F(MoreActions, GroupNothingWhenOneIsRefused) {
+  fillAndOpenMore();
+  const McHandle<HxColormap> colormap(new HxColormap);
+  rois->getRoi("a")->setColormap(colormap);
+  rois->removeRoi("b");
+  addMask("b");
+  const std::string before = textOf(*rois);
+  select({"a", "b", "c"});
+  more->groupSelectedRois();
+  EXPECT_THAT(errors(), ElementsAre(StartsWith("The roi named b inside atlas")));
+  EXPECT_EQ(textOf(*rois), before);
+  EXPECT_EQ(textOf(*model), "a b group[c d]");
+  EXPECT_EQ(rois->getRoi("a")->colormap(false), colormap.get());
+}
+
 // --- Keys ---------------------------------------------------------------------------------------------------------
 
 TEST_F(MoreActions, HaveKeys) {
