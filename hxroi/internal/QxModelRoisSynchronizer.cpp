@@ -34,9 +34,16 @@ QxModelRoisSynchronizer::~QxModelRoisSynchronizer() {
   if (ownsModel_) delete model_;
 }
 
+/// One that it owns already stays its own.
 void QxModelRoisSynchronizer::setModel(QxRoiTreeModel* model) {
-  if (ownsModel_ && model_ != model) delete model_;
-  ownsModel_ = false;
+  if (model_ != model) {
+    if (ownsModel_ && busy_) {
+      model_->deleteLater();  // the run is at work on it
+    } else if (ownsModel_) {
+      delete model_;
+    }
+    ownsModel_ = false;
+  }
   model_ = model;
   synchronizeData();
 }

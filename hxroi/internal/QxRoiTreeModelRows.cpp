@@ -3,8 +3,11 @@
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/details/Group.h"
+#include "hxroi/details/Mask.h"
 #include "hxroi/details/Roi.h"
 #include "hxroi/details/logFailure.h"
 #include "hxroi/internal/ItemPlace.h"
@@ -16,6 +19,8 @@
 
 // The set changes first: it may refuse, and views cannot be told to forget rows that were announced.
 
+using hxroi::details::Group;
+using hxroi::details::Mask;
 using hxroi::details::Roi;
 
 namespace {
@@ -42,17 +47,19 @@ std::optional<QString> refusalOf(Edit edit) {
 /// Rows come or go as long as one of these lives.
 class QxRoiTreeModel::RowChange {
 public:
-  explicit RowChange(QxRoiTreeModel& model) : model_(model) { ++model_.rowChanges_; }
+  explicit RowChange(QxRoiTreeModel& model) : model_(&model) { ++model_->rowChanges_; }
   ~RowChange() {
-    if (--model_.rowChanges_ == 0 && std::exchange(model_.missedSynchronization_, false)) {
-      model_.makeUpForSynchronization();
-    }
+    if (!model_ || --model_->rowChanges_ > 0) return;
+    if (std::exchange(model_->missedSynchronization_, false)) model_->makeUpForSynchronization();
   }
   RowChange(const RowChange&) = delete;
   RowChange& operator=(const RowChange&) = delete;
 
+  /// The rows below a node that has got another ROI.
+  void renewMembers(QxRoiTreeItem& item) const;
+
 private:
-  QxRoiTreeModel& model_;
+  const QPointer<QxRoiTreeModel> model_;  ///< those who hear of rows may end it
 };
 
 bool QxRoiTreeModel::putsOffSynchronization() {
@@ -89,8 +96,9 @@ QxRoiTreeItem* QxRoiTreeModel::removeRow(int position, QxRoiTreeItem& parent) {
 
 void QxRoiTreeModel::reportInsertion(QxRoiTreeItem* item, const QModelIndex& parent, int position) {
   configureInsertedRoi(item);
+  const QPointer<QxRoiTreeModel> self(this);
   Q_EMIT modelRowsInserted(parent, position, position);
-  tellOfLayout();
+  if (self) tellOfLayout();
 }
 
 void QxRoiTreeModel::tellOfLayout() {
@@ -106,32 +114,46 @@ QxRoiTreeItem* QxRoiTreeModel::detachItem(QxRoiTreeItem* item) {
   return item->parent()->removeChild(item->childNumber(), false);
 }
 
+void QxRoiTreeModel::RowChange::renewMembers(QxRoiTreeItem& item) const {
+  const QPointer<QxRoiTreeItem> life(&item);
+  while (model_ && life && item.childCount() > 0) delete model_->removeRow(item.childCount() - 1, item);
+  auto* group = life ? dynamic_cast<Group*>(item.getRoi()) : nullptr;
+  if (!group) return;
+  std::vector<McHandle<Mask>> masks;
+  for (Mask& mask : *group) masks.emplace_back(&mask);
+  for (const auto& mask : masks) {
+    if (model_ && life) model_->insertRow(item.childCount(), model_->createItem(mask, &item), item);
+  }
+}
+
 // --- Rows and set -------------------------------------------------------------------------------------------------
 
 QxRoiTreeItem* QxRoiTreeModel::insertRoi(int position, Roi* roi, const QModelIndex& parent, bool updateRois) {
-  QxRoiTreeItem* parentItem = getItem(parent);
+  const QPointer<QxRoiTreeItem> parentItem = getItem(parent);
   if (!parentItem) return nullptr;
-  const QPersistentModelIndex place(parent);
+  const QPointer<QxRoiTreeModel> self(this);
   std::unique_ptr<QxRoiTreeItem> item(createItem(roi, parentItem));
   const bool stands = !updateRois || hxroi::canStandIn(*parentItem, *item);
   std::optional<QString> refusal;
+  // Those who hear of the row may take it out again.
+  const QPointer<QxRoiTreeItem> inserted(item.get());
   {
     const RowChange change(*this);
     if (stands && updateRois) refusal = refusalOf([&] { hxroi::enterPlace(*parentItem, position, *item); });
-    if (stands && !refusal) insertRow(position, item.get(), *parentItem);
+    if (!refusal) item.release();  // the tree owns it, or the caller when it cannot stand there
+    if (stands && !refusal) insertRow(position, inserted, *parentItem);
   }
-  if (!refusal) {
-    reportInsertion(item.get(), place, position);
-    return item.release();
-  }
+  if (refusal) HxMessage::error(*refusal);
   item.reset();
-  const QPointer<QxRoiTreeModel> self(this);
-  HxMessage::error(*refusal);
   if (!self) return nullptr;
-  beginResetModel();
-  endResetModel();
-  reportInsertion(nullptr, place, position);
-  return nullptr;
+  if (refusal) {
+    beginResetModel();
+    endResetModel();
+  } else if (!inserted) {
+    return nullptr;
+  }
+  reportInsertion(inserted, indexFromTreeItem(parentItem), position);
+  return self ? inserted.data() : nullptr;
 }
 
 bool QxRoiTreeModel::insertTreeItem(int position, QxRoiTreeItem* item, const QModelIndex& parent, bool updateRois) {
@@ -171,13 +193,11 @@ bool QxRoiTreeModel::moveRoi(int from, int to, const QModelIndex& sourceParent, 
   QxRoiTreeItem* item = source ? source->child(from) : nullptr;
   if (!item || !item->getRoi() || !destination) return false;
   if (updateRois && !(hxroi::canStandIn(*source, *item) && hxroi::canStandIn(*destination, *item))) return false;
-  const HxColormap* colormap = item->getRoi()->colormap(false);
   {
     const RowChange change(*this);
     if (updateRois) hxroi::changePlace(*source, from, *destination, to, *item);
     removeRow(from, *source);
     insertRow(to, item, *destination);
-    item->setColormap(colormap);
   }
   Q_EMIT modelRowMoved(from, to, indexFromTreeItem(source), indexFromTreeItem(destination));
   tellOfLayout();
@@ -185,8 +205,17 @@ bool QxRoiTreeModel::moveRoi(int from, int to, const QModelIndex& sourceParent, 
 }
 
 void QxRoiTreeModel::replaceRoi(const QModelIndex& index, Roi* newRoi) {
-  if (!index.isValid()) return;
-  getItem(index)->replaceRoi(newRoi);
-  Q_EMIT dataChanged(index.siblingAtColumn(QxRoiTreeItem::kNameColumn),
-                     index.siblingAtColumn(QxRoiTreeItem::kColormapColumn));
+  const QPointer<QxRoiTreeItem> item = index.isValid() ? getItem(index) : nullptr;
+  if (!item || !newRoi || item->getRoi() == newRoi) return;
+  const QPointer<QxRoiTreeModel> self(this);
+  {
+    const RowChange change(*this);
+    item->replaceRoi(newRoi);
+    if (item->getRoi() != newRoi) return;  // it cannot stand there
+    change.renewMembers(*item);
+  }
+  if (!self || !item) return;
+  const QModelIndex place = indexFromTreeItem(item);
+  Q_EMIT dataChanged(place.siblingAtColumn(QxRoiTreeItem::kNameColumn),
+                     place.siblingAtColumn(QxRoiTreeItem::kColormapColumn));
 }

@@ -37,14 +37,12 @@ void SynchronizerRun::nameDeparted() {
 void SynchronizerRun::findDeparted() {
   for (QxRoiTreeItem* item : model_.getRoot()->children()) {
     const bool hasLeft = !rois_.containsRoi(item->getRoi());
-    if (item->isGroup()) {
-      for (QxRoiTreeItem* child : item->children()) {
-        if (!rois_.containsRoi(child->getRoi())) {
-          child->clearRoi();
-          departed_.append(child);
-        } else if (hasLeft) {
-          detached_.append(child);
-        }
+    for (QxRoiTreeItem* child : item->children()) {
+      if (!rois_.containsRoi(child->getRoi())) {
+        child->clearRoi();
+        departed_.append(child);
+      } else if (hasLeft) {
+        detached_.append(child);
       }
     }
     if (!hasLeft) continue;

@@ -1,5 +1,6 @@
 #include <QItemSelectionModel>
 #include <QPersistentModelIndex>
+#include <QPointer>
 #include <QTreeView>
 #include <gmock/gmock.h>
 #include <memory>
@@ -256,6 +257,15 @@ TEST_F(Synchronizer, SurvivesASelectionInAGroupThatGoesAlone) {
   synchronize("a b d c");
   view.grab();
   for (const QModelIndex& row : view.selectionModel()->selectedRows()) EXPECT_EQ(row, at("d"));
+}
+
+TEST_F(Synchronizer, OwnsItsModelHoweverOftenItIsGiven) {
+  QxModelRoisSynchronizer owner(rois);
+  const QPointer<QxRoiTreeModel> owned = owner.getModel();
+  owner.setModel(owned);
+  EXPECT_EQ(owner.getModel(), owned);
+  owner.setModel(nullptr);
+  EXPECT_TRUE(owned.isNull());
 }
 
 // --- When it does nothing -----------------------------------------------------------------------------------------

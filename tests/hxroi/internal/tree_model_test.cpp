@@ -233,6 +233,28 @@ TEST_F(TreeModel, ResetsWhenARoiIsRefused) {
   expectTree("a b group[c d]");
 }
 
+TEST_F(TreeModel, TellsOfTheGroupThatRefused) {
+  fillAndShow();
+  const McHandle<HxRois> other(new HxRois);
+  other->setLabel("other");
+  other->addRoi(rois->getRoi("group"));
+  other->addRoi(makeMask("x"));
+  EXPECT_EQ(model->insertRoi(1, makeMask("x"), at("group"), true), nullptr);
+  EXPECT_THAT(console.errors, ElementsAre("A roi named x has already been inserted inside this HxRois (other)."));
+  EXPECT_THAT(log->take(), ElementsAre("modelReset", "modelRowsInserted group 1 1", "layoutChanged"));
+  expectTree("a b group[c d]");
+}
+
+TEST_F(TreeModel, SurvivesTheRemovalOfARowByThoseWhoHearOfIt) {
+  fillAndShow();
+  const QMetaObject::Connection meddling =
+      QObject::connect(model.get(), &QAbstractItemModel::rowsInserted,
+                       [this](const QModelIndex& parent, int first) { delete model->removeRoi(first, parent, true); });
+  EXPECT_EQ(model->insertRoi(1, makeMask("new"), {}, true), nullptr);
+  QObject::disconnect(meddling);
+  expectTree("a b group[c d]");
+}
+
 TEST_F(TreeModel, RefusesTheMaskBehindTheHundredth) {
   fillUp();
   showSet();
@@ -317,6 +339,25 @@ TEST_F(TreeModel, KeepsARowThatTheSetKeeps) {
   EXPECT_THAT(log->take(), IsEmpty());
 }
 
+TEST_F(TreeModel, TouchesNoOtherRoiOfTheSameName) {
+  fillAndShow();
+  rois->removeRoi("a");
+  group("group")->removeMask("c");
+  const McHandle<Mask> a = addMask("a");
+  const McHandle<Mask> c = makeMask("c");
+  group("group")->addMask(c);
+  const char* const refusal = "The roi named a inside atlas is not the one of the tree.";
+  EXPECT_EQ(refusalOf([&] { model->removeRoi(0, {}, true); }), refusal);
+  EXPECT_EQ(refusalOf([&] { model->moveRoi(0, 0, {}, at("group"), true); }), refusal);
+  EXPECT_EQ(refusalOf([&] { model->replaceRoi(at("a"), makeMask("new")); }), refusal);
+  EXPECT_EQ(refusalOf([&] { model->removeRoi(0, at("group"), true); }),
+            "The roi named c inside group is not the one of the tree.");
+  EXPECT_EQ(rois->getMask("a"), a.get());
+  EXPECT_EQ(rois->getMask("c"), c.get());
+  EXPECT_EQ(textOf(*model), "a b group[c d]");
+  EXPECT_THAT(log->take(), IsEmpty());
+}
+
 TEST_F(TreeModel, KeepsPersistentIndexesOfOtherRows) {
   fillAndShow();
   const QPersistentModelIndex b(at("b"));
@@ -392,4 +433,30 @@ TEST_F(TreeModel, ReplacesARoiInItsRow) {
   EXPECT_THAT(log->take(), ElementsAre("dataChanged new:0 new:2"));
   model->replaceRoi({}, makeMask("x"));
   expectTree("a new group[c d]");
+}
+
+TEST_F(TreeModel, ReplacesAMaskByAGroupWithItsMasks) {
+  fillAndShow();
+  model->replaceRoi(at("b"), makeGroup("new", {"e", "f"}));
+  expectTree("a new[e f] group[c d]");
+  EXPECT_EQ(item("f")->parent(), item("new"));
+}
+
+TEST_F(TreeModel, ReplacesAGroupWithItsMasks) {
+  fillAndShow();
+  const QPersistentModelIndex c(at("c"));
+  model->replaceRoi(at("group"), makeGroup("new", {"e"}));
+  expectTree("a b new[e]");
+  EXPECT_FALSE(c.isValid());
+  model->replaceRoi(at("new"), makeMask("mask"));
+  expectTree("a b mask");
+  EXPECT_EQ(model->rowCount(at("mask")), 0);
+}
+
+TEST_F(TreeModel, TellsNothingOfAReplacementThatCannotBe) {
+  fillAndShow();
+  model->replaceRoi(at("c"), makeGroup("inner"));
+  model->replaceRoi(at("c"), nullptr);
+  EXPECT_THAT(log->take(), IsEmpty());
+  expectTree("a b group[c d]");
 }
