@@ -129,8 +129,7 @@ void HxPortRoiTreeView::setModel(QxRoiTreeModel* model) {
 }
 
 void HxPortRoiTreeView::updateModel() {
-  if (!model_) return;
-  model_->setupModelData(rois_);
+  if (model_) model_->setupModelData(rois_);
   if (view_) showModel();
 }
 

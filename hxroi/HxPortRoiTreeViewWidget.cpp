@@ -27,15 +27,25 @@ constexpr unsigned int kSelection = 512;
 constexpr unsigned int kNameOrVisibility = 1024;
 constexpr int kUsualHeight = 160;
 
+/// A view that waits for its deletion tells nobody any more.
+void retire(QTreeView& view, const QObject& listener) {
+  view.disconnect(&listener);
+  if (view.selectionModel()) view.selectionModel()->disconnect(&listener);
+}
+
 }  // namespace
 
 void HxPortRoiTreeView::createWidget(QWidget* parent) {
+  if (view_) retire(*view_, *notifier_);
   HxPort::createWidget(parent);
-  delete actionSet_;
   view_ = new QxRoiTreeView(frame());
   view_->setObjectName("tree");
-  actionSet_ = new QxRoiTreeViewActionSet(view_);
-  moreActions_ = new QxRoiTreeViewMoreActions(actionSet_);
+  if (actionSet_) {
+    actionSet_->setView(view_);  // its dialog may be open
+  } else {
+    actionSet_ = new QxRoiTreeViewActionSet(view_);
+    moreActions_ = new QxRoiTreeViewMoreActions(actionSet_);
+  }
   view_->setItemDelegate(new QxRoiTreeItemDelegate(view_));
   setUpView();
   if (model_ && model_->getRoot()) {
@@ -76,7 +86,7 @@ void HxPortRoiTreeView::showModel() {
   header->setSectionResizeMode(QHeaderView::ResizeToContents);
   header->setStretchLastSection(false);
   if (header->count() > 0) header->setSectionResizeMode(0, QHeaderView::Stretch);
-  connectModel();
+  if (model_) connectModel();
 }
 
 /// Once each, however often the same model is shown.
@@ -165,13 +175,9 @@ void HxPortRoiTreeView::dataChanged(const QModelIndex& topLeft, const QModelInde
   }
 }
 
-/// Asked for by a key, the menu is that of the row where the keys go.
+/// Asked for by a key, the menu is that of the current row, wherever the mouse is: that row is what its commands use.
 void HxPortRoiTreeView::customContextMenuRequested(const QPoint& position) {
-  if (!view_) return;
-  const QWidget& viewport = *view_->viewport();
-  const bool isAtMouse = view_->indexAt(viewport.mapFromGlobal(QCursor::pos())).isValid();
-  if (isAtMouse) return treeContextMenu();
-  runMenu(viewport.mapToGlobal(position));
+  if (view_) runMenu(view_->viewport()->mapToGlobal(position));
 }
 
 void HxPortRoiTreeView::treeContextMenu() {
@@ -180,7 +186,8 @@ void HxPortRoiTreeView::treeContextMenu() {
 
 /// View, set and port may go while the menu is open, and the menu with them.
 void HxPortRoiTreeView::runMenu(const QPoint& globalPosition) {
-  if (roiModule_ != ROIS_MODULE || !selectionModel() || !selectionModel()->hasSelection() || !actionSet_) return;
+  if (roiModule_ != ROIS_MODULE || !model_ || !selectionModel() || !selectionModel()->hasSelection() || !actionSet_)
+    return;
   const QModelIndex place = view_->indexAt(view_->viewport()->mapFromGlobal(globalPosition));
   if (!place.isValid()) return;
   RoiTreeMenu(*view_).prepare(*actionSet_, model_->getItem(place)->getName());

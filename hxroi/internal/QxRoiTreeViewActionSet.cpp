@@ -47,6 +47,10 @@ QTreeView* QxRoiTreeViewActionSet::view() const {
   return view_;
 }
 
+void QxRoiTreeViewActionSet::setView(QTreeView* view) {
+  view_ = view;
+}
+
 QxRoiTreeModel* QxRoiTreeViewActionSet::model() const {
   auto* model = view_ ? qobject_cast<QxRoiTreeModel*>(view_->model()) : nullptr;
   return model && model->getRoot() ? model : nullptr;
@@ -70,7 +74,8 @@ void QxRoiTreeViewActionSet::run(const std::function<void(QxRoiTreeModel&)>& com
   isAtWork_ = true;
   hxroi::showFailures([&] { command(*tree); });
   // What was changed reaches those that show the set.
-  const bool isThere = held || (treeLife && rois == treeLife->getRoot()->getRois());
+  const QxRoiTreeItem* root = treeLife ? treeLife->getRoot() : nullptr;
+  const bool isThere = held || (root && rois == root->getRois());
   if (rois && isThere && rois->isNew()) hxroi::showFailures([&] { rois->fire(1); });
   if (self) isAtWork_ = false;
 }

@@ -8,6 +8,7 @@
 #include <QStringList>
 #include <functional>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "hxroi/export.h"
@@ -32,7 +33,8 @@ class Roi;
 /// chosen is decided by whoever shows them.
 ///
 /// Results enter the set before what they replace leaves it, and a refusal or an interruption leaves everything as it
-/// was. Failures of slots are shown. A command that is asked for while another one is at work does nothing.
+/// was. Failures of slots are shown. A command that is asked for while another one is at work does nothing, but
+/// parameters are written at any time, to the ROIs that the dialog was opened for and their sets.
 class HXROI_API QxRoiTreeViewActionSet : public QObject {
   Q_OBJECT
 
@@ -42,6 +44,8 @@ public:
   ~QxRoiTreeViewActionSet() override;
 
   QTreeView* view() const;
+  /// Goes on with another view, which is not owned; an open dialog stays as it is.
+  void setView(QTreeView* view);
   /// Null once somebody has destroyed it.
   QxParamDialog* paramDialog() const;
 
@@ -70,7 +74,8 @@ public:
 
   // --- Parameters of several ROIs at once
 
-  /// The parameters of the one selected ROI, or a copy with those of all, which the action set owns.
+  /// The parameters of the one selected ROI, or a copy with those of all, which the action set owns until the next
+  /// call.
   HxParamBundle* bundleFromSelection();
 
   /// Writes the parameters to the selected ROIs when there are several, and evaluates the set.
@@ -112,6 +117,7 @@ private:
 
   std::vector<RoiHandle> selectedRois() const;
   void writeParameters(const std::vector<RoiHandle>& rois, const HxParamBundle* bundle);
+  void evaluate(std::set<HxRois*> sets, HxRois* shown);
 
   QPointer<QTreeView> view_;
   QPointer<QxParamDialog> paramDialog_;
@@ -130,7 +136,8 @@ public:
   QAction* newGroupAction;
 
 private:
-  std::unique_ptr<HxParamBundle> copy_;  ///< what the dialog shows for several ROIs
-  std::vector<RoiHandle> edited_;        ///< those whose parameters the dialog shows
+  std::unique_ptr<HxParamBundle> copy_;   ///< what bundleFromSelection() gave
+  std::unique_ptr<HxParamBundle> shown_;  ///< the copy that the dialog shows
+  std::vector<RoiHandle> edited_;         ///< those whose parameters the dialog shows
   bool isAtWork_ = false;
 };

@@ -1,5 +1,6 @@
 #include <QDialogButtonBox>
 #include <QPushButton>
+#include <set>
 #include <utility>
 
 #include "hxroi/HxRois.h"
@@ -8,6 +9,8 @@
 #include "hxroi/internal/QxRoiTreeModel.h"
 #include "hxroi/internal/QxRoiTreeViewActionSet.h"
 #include "hxroi/internal/SeveralParameters.h"
+#include "hxroi/internal/commandFailures.h"
+#include "hxroi/internal/holdSet.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/params/HxParamBundle.h"
 #include "quarn/kernel/widgets/QxParamDialog.h"
@@ -17,6 +20,12 @@ using hxroi::details::Roi;
 namespace {
 
 constexpr unsigned int kProperty = 64;
+
+std::set<HxRois*> setsOf(const std::vector<McHandle<Roi>>& rois) {
+  std::set<HxRois*> sets;
+  for (const auto& roi : rois) sets.insert(roi->owners().begin(), roi->owners().end());
+  return sets;
+}
 
 }  // namespace
 
@@ -45,9 +54,10 @@ QxParamDialog* QxRoiTreeViewActionSet::paramDialog() const {
 void QxRoiTreeViewActionSet::editSelectedRoiParameters() {
   if (!model() || !paramDialog_) return;
   // What the dialog shows now lives until it shows something else.
-  const std::unique_ptr<HxParamBundle> formerCopy = std::move(copy_);
   const std::vector<RoiHandle> formerRois = std::exchange(edited_, selectedRois());
-  paramDialog_->setBundle(bundleFromSelection());
+  HxParamBundle* bundle = bundleFromSelection();
+  paramDialog_->setBundle(bundle);
+  shown_ = bundle == copy_.get() ? std::move(copy_) : nullptr;
   paramDialog_->show();
 }
 
@@ -55,7 +65,7 @@ void QxRoiTreeViewActionSet::editSelectedRoiParameters() {
 void QxRoiTreeViewActionSet::forgetParameters() {
   if (!paramDialog_ || paramDialog_->isVisible()) return;
   paramDialog_->setBundle(nullptr);
-  copy_.reset();
+  shown_.reset();
   edited_.clear();
 }
 
@@ -84,11 +94,12 @@ void QxRoiTreeViewActionSet::bundleToSelection(const HxParamBundle* bundle) {
   writeParameters(selectedRois(), bundle);
 }
 
-/// To the ROIs that the dialog was opened for, whatever is selected by now.
+/// To the ROIs that the dialog was opened for, whatever is selected by now. The dialog may outlive the view and be used
+/// while a command is at work: what the user has typed is written all the same.
 void QxRoiTreeViewActionSet::parametersChanged() {
   if (!paramDialog_) return;
   const bool showsThem = paramDialog_->bundle() && !edited_.empty();
-  run([&](QxRoiTreeModel& /*tree*/) { writeParameters(showsThem ? edited_ : selectedRois(), paramDialog_->bundle()); });
+  hxroi::showFailures([&] { writeParameters(showsThem ? edited_ : selectedRois(), paramDialog_->bundle()); });
 }
 
 void QxRoiTreeViewActionSet::writeParameters(const std::vector<RoiHandle>& rois, const HxParamBundle* bundle) {
@@ -96,10 +107,19 @@ void QxRoiTreeViewActionSet::writeParameters(const std::vector<RoiHandle>& rois,
     for (const RoiHandle& roi : rois) hxroi::writeSeveral(roi->parameters(), *bundle);
   }
   const QxRoiTreeModel* tree = model();
-  HxRois* set = tree ? tree->getRoot()->getRois() : nullptr;
-  if (!set) return;
-  set->touch(kProperty);
-  set->fire(1);
+  evaluate(setsOf(rois), tree ? tree->getRoot()->getRois() : nullptr);
+}
+
+void QxRoiTreeViewActionSet::evaluate(std::set<HxRois*> sets, HxRois* shown) {
+  if (sets.empty() && shown) sets.insert(shown);
+  std::vector<McHandle<HxRois>> held;
+  for (HxRois* set : sets) {
+    held.push_back(hxroi::holdSet(set));
+    set->touch(kProperty);
+  }
+  // The command that is at work has its own set evaluated at its end.
+  if (isAtWork_) sets.erase(shown);
+  for (HxRois* set : sets) set->fire(1);
 }
 
 void QxRoiTreeViewActionSet::insertParamIntoCopy(HxParamBundle& copy, const HxParamBase& parameter) {

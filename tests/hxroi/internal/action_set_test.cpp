@@ -542,6 +542,18 @@ TEST_F(ActionSetWhileSplitting, RefusesOtherCommands) {
   expectTree("a b-splitted-component0 b-splitted-component1 b-splitted-component2 group[c d]");
 }
 
+TEST_F(ActionSetWhileSplitting, WritesParameters) {
+  split([this] {
+    select({"a", "c"});
+    actions->editSelectedRoiParameters();
+    actions->paramDialog()->bundle()->set("size", 7);
+    actions->parametersChanged();
+  });
+  EXPECT_EQ(rois->getRoi("a")->intProperty("size", false), 7);
+  EXPECT_EQ(rois->getRoi("c")->intProperty("size", false), 7);
+  EXPECT_FALSE(rois->isNew());
+}
+
 TEST_F(ActionSetWhileSplitting, DropsThePiecesOfAMaskThatIsGone) {
   split([this] { delete model->removeRoi(1, {}, true); });
   expectTree("a group[c d]");

@@ -195,6 +195,51 @@ TEST_F(ParameterActions, GoToTheRoisThatTheDialogWasOpenedFor) {
   EXPECT_EQ(valuesOf(parameters("c")), "");
 }
 
+TEST_F(ParameterActions, AreThoseOfTheDialogWhoeverAsksForTheSelection) {
+  fillAndOpen();
+  select({"a", "b"});
+  actions->editSelectedRoiParameters();
+  HxParamBundle* shown = actions->paramDialog()->bundle();
+  shown->set("size", 5);
+  select({"c", "d"});
+  EXPECT_NE(actions->bundleFromSelection(), shown);
+  actions->bundleFromSelection();
+  EXPECT_EQ(actions->paramDialog()->bundle(), shown);
+  click(QDialogButtonBox::Apply);
+  EXPECT_EQ(valuesOf(parameters("a")), "size=5");
+  EXPECT_EQ(valuesOf(parameters("b")), "size=5");
+  EXPECT_EQ(valuesOf(parameters("c")), "");
+}
+
+TEST_F(ParameterActions, AreWrittenWhenTheViewHasGone) {
+  fillAndOpen();
+  select({"a", "b"});
+  actions->editSelectedRoiParameters();
+  actions->paramDialog()->bundle()->set("size", 5);
+  view.reset();
+  rois->setModified(0);
+  click(QDialogButtonBox::Ok);
+  EXPECT_EQ(valuesOf(parameters("a")), "size=5");
+  EXPECT_EQ(valuesOf(parameters("b")), "size=5");
+  EXPECT_TRUE(rois->isModified());
+}
+
+TEST_F(ParameterActions, AreWrittenToTheSetThatHasThem) {
+  fillAndOpen();
+  select({"a", "b"});
+  actions->editSelectedRoiParameters();
+  actions->paramDialog()->bundle()->set("size", 5);
+  const McHandle<HxRois> other(new HxRois);
+  model->setupModelData(other);
+  rois->setModified(0);
+  other->setModified(0);
+  click(QDialogButtonBox::Ok);
+  EXPECT_EQ(valuesOf(parameters("b")), "size=5");
+  EXPECT_TRUE(rois->isModified());
+  EXPECT_FALSE(other->isModified());
+  model->setupModelData(rois);
+}
+
 TEST_F(ParameterActions, OutliveTheirRoi) {
   fillAndOpen();
   parameters("a").set("size", 1);

@@ -50,8 +50,8 @@ protected:
     return texts;
   }
 
-  /// The required part of the menu.
-  std::vector<std::string> required() {
+  /// The first part of the menu.
+  std::vector<std::string> firstPart() {
     std::vector<std::string> texts = entries();
     if (texts.size() > 13) texts.resize(13);
     return texts;
@@ -61,55 +61,55 @@ protected:
 TEST_F(TreeMenu, OfOneMask) {
   select({"a"});
   pointAt("a");
-  EXPECT_THAT(required(), ElementsAre("New ROI", "Rename", "-Insert ROI", "Delete", "Edit Color", "Edit Parameters", "",
-                                      "-Merge", "-Sub", "Invert ROIs", "Split ROI", "", "New Group"));
+  EXPECT_THAT(firstPart(), ElementsAre("New ROI", "Rename", "-Insert ROI", "Delete", "Edit Color", "Edit Parameters",
+                                       "", "-Merge", "-Sub", "Invert ROIs", "Split ROI", "", "New Group"));
 }
 
 TEST_F(TreeMenu, OfOneGroup) {
   select({"G"});
   pointAt("G");
-  EXPECT_THAT(required(), ElementsAre("New ROI", "Rename", "Insert ROI", "Delete", "Edit Color", "Edit Parameters", "",
-                                      "-Merge", "-Sub", "-Invert ROIs", "-Split ROI", "", "New Group"));
+  EXPECT_THAT(firstPart(), ElementsAre("New ROI", "Rename", "Insert ROI", "Delete", "Edit Color", "Edit Parameters", "",
+                                       "-Merge", "-Sub", "-Invert ROIs", "-Split ROI", "", "New Group"));
 }
 
 TEST_F(TreeMenu, OfOneMaskInAGroup) {
   select({"m"});
   pointAt("m");
-  EXPECT_THAT(required(), ElementsAre("New ROI", "Rename", "-Insert ROI", "Delete", "Edit Color", "Edit Parameters", "",
-                                      "-Merge", "-Sub", "Invert ROIs", "Split ROI", "", "-New Group"));
+  EXPECT_THAT(firstPart(), ElementsAre("New ROI", "Rename", "-Insert ROI", "Delete", "Edit Color", "Edit Parameters",
+                                       "", "-Merge", "-Sub", "Invert ROIs", "Split ROI", "", "-New Group"));
 }
 
 TEST_F(TreeMenu, OfTwoMasksNamesTheOneUnderTheMouse) {
   select({"a", "m"});
   pointAt("m");
-  EXPECT_THAT(required(),
+  EXPECT_THAT(firstPart(),
               ElementsAre("-New ROI", "-Rename", "-Insert ROI", "-Delete", "-Edit Color", "Edit Parameters", "",
                           "Merge To ROI m", "Sub From ROI m", "-Invert ROIs", "-Split ROI", "", "-New Group"));
   pointAt("a");
-  EXPECT_EQ(required()[7], "Merge To ROI a");
+  EXPECT_EQ(firstPart()[7], "Merge To ROI a");
 }
 
 TEST_F(TreeMenu, OfThreeMasksOnlyMerges) {
   select({"a", "b", "c"});
   pointAt("b");
-  EXPECT_EQ(required()[7], "Merge To ROI b");
-  EXPECT_EQ(required()[8], "-Sub");
+  EXPECT_EQ(firstPart()[7], "Merge To ROI b");
+  EXPECT_EQ(firstPart()[8], "-Sub");
 }
 
 TEST_F(TreeMenu, OfMasksAndAGroupMergesNothing) {
   select({"a", "G"});
   pointAt("G");
-  EXPECT_EQ(required()[7], "-Merge To ROI G");
-  EXPECT_EQ(required()[8], "-Sub From ROI G");
+  EXPECT_EQ(firstPart()[7], "-Merge To ROI G");
+  EXPECT_EQ(firstPart()[8], "-Sub From ROI G");
 }
 
 TEST_F(TreeMenu, ForgetsItsFormerTexts) {
   select({"a", "b"});
   pointAt("a");
-  EXPECT_EQ(required()[7], "Merge To ROI a");
+  EXPECT_EQ(firstPart()[7], "Merge To ROI a");
   select({"a"});
-  EXPECT_EQ(required()[7], "-Merge");
-  EXPECT_EQ(required()[8], "-Sub");
+  EXPECT_EQ(firstPart()[7], "-Merge");
+  EXPECT_EQ(firstPart()[8], "-Sub");
 }
 
 TEST_F(TreeMenu, DoesNotOpenOverEmptySpaceNorWithoutASelection) {
@@ -149,6 +149,21 @@ TEST_F(TreeMenu, OpensByAKeyWhereverTheMouseIs) {
   QApplication::sendEvent(view().viewport(), &event);
   QApplication::processEvents();
   EXPECT_EQ(insert, "New ROI");
+}
+
+TEST_F(TreeMenu, NamesTheCurrentRowWhenAKeyOpensIt) {
+  select({"a", "b"});
+  pointAt("a");
+  const QPoint place = view().visualRect(view().currentIndex()).center();
+  std::string merge;
+  QTimer::singleShot(0, [&] {
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    if (menu) merge = menu->actions()[7]->text().toStdString(), menu->close();
+  });
+  QContextMenuEvent event(QContextMenuEvent::Keyboard, place, view().viewport()->mapToGlobal(place));
+  QApplication::sendEvent(&view(), &event);
+  QApplication::processEvents();
+  EXPECT_EQ(merge, "Merge To ROI b") << "the mask that receives the result";
 }
 
 TEST_F(TreeMenu, RunsWhatIsChosen) {

@@ -1,14 +1,18 @@
 #include <QApplication>
+#include <QDialogButtonBox>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
 
 #include "hxroi/HxRoisColorInformation.h"
 #include "hxroi/internal/QxRoiTreeItemDelegate.h"
 #include "hxroi/internal/QxRoiTreeViewActionSet.h"
 #include "hxroi/internal/roiToolTip.h"
 #include "quarn/kernel/fields/HxStandardColormaps.h"
+#include "quarn/kernel/widgets/QxParamDialog.h"
 #include "quarn/kernel/widgets/QxPropertyArea.h"
 #include "tests/hxroi/internal/TreePortTest.h"
 
@@ -167,6 +171,48 @@ TEST_F(TreeWidget, MayBeDestroyedAndMadeAgain) {
   EXPECT_EQ(owner->newEvaluations(), 1);
   port().createWidget(panel.get());
   EXPECT_TRUE(port().getSelectedRois().isEmpty()) << "another view";
+}
+
+TEST_F(TreeWidget, HearsNothingOfTheViewBefore) {
+  showWidget();
+  const QPointer<QxRoiTreeView> former = &view();
+  port().createWidget(panel.get());
+  ASSERT_FALSE(former.isNull());
+  settle();
+  former->selectionModel()->select(index("a"), QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+  EXPECT_EQ(owner->newEvaluations(), 0);
+  model().setData(index("a"), "x");
+  EXPECT_EQ(owner->newEvaluations(), 1);
+}
+
+TEST_F(TreeWidget, KeepsAnOpenDialogThroughANewView) {
+  showWidget();
+  select({"a", "b"});
+  port().actionSet()->editSelectedRoiParameters();
+  const QPointer<QxParamDialog> dialog = port().actionSet()->paramDialog();
+  dialog->bundle()->set("size", 5);
+  panel.reset();
+  showWidget();
+  ASSERT_FALSE(dialog.isNull());
+  EXPECT_TRUE(dialog->isVisible());
+  dialog->buttonBox()->button(QDialogButtonBox::Ok)->click();
+  EXPECT_EQ(rois->getRoi("a")->intProperty("size", false), 5);
+  EXPECT_EQ(rois->getRoi("b")->intProperty("size", false), 5);
+  EXPECT_EQ(port().actionSet()->view(), &view()) << "and the commands work on the new view";
+}
+
+TEST_F(TreeWidget, LetsGoOfAForeignModel) {
+  showWidget();
+  QxRoiTreeModel other(nullptr, QxRoiTreeModel::FULL_MODULE);
+  port().setModel(&other);
+  port().setRoiSelected(true, "a");
+  port().setModel(nullptr);
+  EXPECT_NE(view().model(), &other);
+  EXPECT_TRUE(port().getSelectedRois().isEmpty());
+  settle();
+  other.setData(other.indexFromName("a"), "x");
+  port().treeContextMenu();
+  EXPECT_EQ(owner->newEvaluations(), 0);
 }
 
 TEST_F(TreeWidget, FollowsAnotherModel) {
