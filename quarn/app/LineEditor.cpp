@@ -5,15 +5,13 @@
 // readline's headers need FILE to be known.
 #include <QDir>
 #include <QFile>
-#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <readline/history.h>
 #include <readline/readline.h>
 #include <vector>
 
-#include "quarn/kernel/script/HxCompletion.h"
-#include "quarn/kernel/script/HxInterpreter.h"
+#include "quarn/app/completions.h"
 
 namespace quarn::app {
 namespace {
@@ -41,54 +39,16 @@ void onLine(char* text) {
   rl_callback_handler_remove();
 }
 
-/// Commands that begin with `prefix`: Tcl's, the host's and those of objects.
-std::vector<QByteArray> commandsWith(const QByteArray& prefix) {
-  Tcl_Interp* const interp = HxInterpreter::instance().tclInterp();
-  QByteArray pattern;
-  for (const char c : prefix) pattern.append(std::strchr("*?[]\\", c) ? "\\" : "").append(c);
-  Tcl_Obj* words[] = {Tcl_NewStringObj("info", -1), Tcl_NewStringObj("commands", -1),
-                      Tcl_NewStringObj((pattern + '*').constData(), -1)};
-  for (Tcl_Obj* word : words) Tcl_IncrRefCount(word);
-  std::vector<QByteArray> names;
-  if (Tcl_EvalObjv(interp, 3, words, TCL_EVAL_GLOBAL) == TCL_OK) {
-    int count = 0;
-    Tcl_Obj** found = nullptr;
-    Tcl_ListObjGetElements(interp, Tcl_GetObjResult(interp), &count, &found);
-    for (int i = 0; i < count; ++i) names.emplace_back(Tcl_GetString(found[i]));
-  }
-  for (Tcl_Obj* word : words) Tcl_DecrRefCount(word);
-  Tcl_ResetResult(interp);
-  return names;
-}
-
 char* nextCandidate(const char*, int state) {
   static std::size_t next = 0;
   if (state == 0) next = 0;
   return next < candidates.size() ? strdup(candidates[next++].constData()) : nullptr;
 }
 
-/// The words of the command that is being typed, as far as they are finished.
-QStringList wordsBefore(int start) {
-  QByteArray before = QByteArray(rl_line_buffer).left(start);
-  const auto begin = std::max({before.lastIndexOf('['), before.lastIndexOf(';'), before.lastIndexOf('{')});
-  before.remove(0, begin + 1);
-  return QString::fromUtf8(before).simplified().remove('"').split(' ', Qt::SkipEmptyParts);
-}
-
-std::vector<QByteArray> candidatesAfter(const QStringList& words, const QByteArray& prefix) {
-  if (words.isEmpty()) return commandsWith(prefix);
-  std::vector<QByteArray> names;
-  for (const QString& word : HxCompletion::wordsAfter(words)) {
-    const QByteArray name = word.toUtf8();
-    if (name.startsWith(prefix)) names.push_back(name);
-  }
-  return names;
-}
-
 /// Where no word is known the names of files are taken.
 char** complete(const char* text, int start, int) {
-  const QStringList words = wordsBefore(start);
-  candidates = candidatesAfter(words, text);
+  const QStringList words = finishedWords(QByteArray(rl_line_buffer).left(start));
+  candidates = completions(words, text);
   if (!candidates.empty() || words.isEmpty()) rl_attempted_completion_over = 1;
   return rl_completion_matches(text, nextCandidate);
 }

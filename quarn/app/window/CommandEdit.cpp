@@ -1,9 +1,10 @@
 #include "quarn/app/window/CommandEdit.h"
 
 #include <QKeyEvent>
+#include <QRegularExpression>
 #include <algorithm>
 
-#include "quarn/kernel/script/HxCompletion.h"
+#include "quarn/app/completions.h"
 
 namespace quarn::app {
 namespace {
@@ -57,12 +58,13 @@ void CommandEdit::walkHistory(int step) {
 
 void CommandEdit::complete() {
   const QString before = text().left(cursorPosition());
-  const qsizetype begin = before.lastIndexOf(QLatin1Char(' ')) + 1;
+  const qsizetype begin = before.lastIndexOf(QRegularExpression(QStringLiteral("[\\s\\[{;]"))) + 1;
   const QString begun = before.mid(begin);
   QStringList fitting;
-  for (const QString& word : HxCompletion::wordsAfter(before.left(begin).split(QLatin1Char(' '), Qt::SkipEmptyParts)))
-    if (word.startsWith(begun)) fitting.append(word);
+  for (const QByteArray& word : completions(finishedWords(before.left(begin).toUtf8()), begun.toUtf8()))
+    fitting.append(QString::fromUtf8(word));
   if (fitting.isEmpty()) return;
+  fitting.sort();
   insert(commonPrefix(fitting).mid(begun.size()) + (fitting.size() == 1 ? QStringLiteral(" ") : QString()));
   if (fitting.size() > 1) Q_EMIT choices(fitting);
 }

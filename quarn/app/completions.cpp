@@ -1,0 +1,51 @@
+#include "quarn/app/completions.h"
+
+#include <algorithm>
+#include <cstring>
+#include <tcl.h>
+
+#include "quarn/kernel/script/HxCompletion.h"
+#include "quarn/kernel/script/HxInterpreter.h"
+
+namespace quarn::app {
+namespace {
+
+/// Commands that begin with `prefix`: Tcl's, the host's and those of objects.
+std::vector<QByteArray> commandsWith(const QByteArray& prefix) {
+  Tcl_Interp* const interp = HxInterpreter::instance().tclInterp();
+  QByteArray pattern;
+  for (const char c : prefix) pattern.append(std::strchr("*?[]\\", c) ? "\\" : "").append(c);
+  Tcl_Obj* words[] = {Tcl_NewStringObj("info", -1), Tcl_NewStringObj("commands", -1),
+                      Tcl_NewStringObj((pattern + '*').constData(), -1)};
+  for (Tcl_Obj* word : words) Tcl_IncrRefCount(word);
+  std::vector<QByteArray> names;
+  if (Tcl_EvalObjv(interp, 3, words, TCL_EVAL_GLOBAL) == TCL_OK) {
+    int count = 0;
+    Tcl_Obj** found = nullptr;
+    Tcl_ListObjGetElements(interp, Tcl_GetObjResult(interp), &count, &found);
+    for (int i = 0; i < count; ++i) names.emplace_back(Tcl_GetString(found[i]));
+  }
+  for (Tcl_Obj* word : words) Tcl_DecrRefCount(word);
+  Tcl_ResetResult(interp);
+  return names;
+}
+
+}  // namespace
+
+QStringList finishedWords(QByteArray before) {
+  const auto begin = std::max({before.lastIndexOf('['), before.lastIndexOf(';'), before.lastIndexOf('{')});
+  before.remove(0, begin + 1);
+  return QString::fromUtf8(before).simplified().remove('"').split(' ', Qt::SkipEmptyParts);
+}
+
+std::vector<QByteArray> completions(const QStringList& words, const QByteArray& begun) {
+  if (words.isEmpty()) return commandsWith(begun);
+  std::vector<QByteArray> names;
+  for (const QString& word : HxCompletion::wordsAfter(words)) {
+    const QByteArray name = word.toUtf8();
+    if (name.startsWith(begun)) names.push_back(name);
+  }
+  return names;
+}
+
+}  // namespace quarn::app
