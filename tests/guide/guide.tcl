@@ -66,7 +66,7 @@ proc stepsOf {lines} {
 proc linesOf {input args} {
   global folder
   set run {cd "$0"; "${@:2}" <"$1" 2>&1 || echo "ended with status $?"}
-  set text [exec bash -c $run $folder/work $input {*}$args]
+  set text [exec bash -c $run $folder/place $input {*}$args]
   set lines {}
   foreach line [split $text \n] {
     if {$line ne [lindex $lines end] || ![llength $lines]} { lappend lines $line }
@@ -138,9 +138,9 @@ proc outputsOf {steps lines} {
 }
 
 file delete -force $folder
-file mkdir $folder/work $folder/bin $folder/temporary
+file mkdir $folder/place $folder/bin $folder/temporary
 file link -symbolic $folder/bin/quarn [file normalize $quarn]
-file link -symbolic $folder/work/examples [file normalize [file dirname [info script]]/../../examples]
+file link -symbolic $folder/place/examples [file normalize [file dirname [info script]]/../../examples]
 set folder [file normalize $folder]
 set env(PATH) $folder/bin:$env(PATH)
 set env(TMPDIR) $folder/temporary
