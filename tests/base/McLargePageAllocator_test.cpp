@@ -31,7 +31,9 @@ TEST(McLargePageAllocator, LargeArraysBeginAtALargePage) {
 TEST(McLargePageAllocator, RefusesWhatCannotBe) {
   McLargePageAllocator<double> memory;
   EXPECT_THROW(memory.allocate(std::numeric_limits<std::size_t>::max() / 4), std::bad_alloc);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // their allocators end the program instead
   EXPECT_THROW(memory.allocate(std::size_t{1} << 58), std::bad_alloc);
+#endif
 }
 
 }  // namespace
