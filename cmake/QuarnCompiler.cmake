@@ -8,6 +8,7 @@ option(QUARN_WITH_VIEW "Build the view (needs VTK)" ON)
 option(QUARN_PRECOMPILE "Precompile what most tests include" OFF)
 option(QUARN_PRECOMPILE_LAYERS
   "Precompile what most sources include; that each includes what it needs is checked by the other builds" OFF)
+set(QUARN_TEST_FLAGS "" CACHE STRING "Further compiler flags of the test programs")
 set(QUARN_SANITIZE "" CACHE STRING "Sanitizers for all targets: address,undefined or thread")
 
 set(CMAKE_CXX_STANDARD 20)

@@ -4,7 +4,8 @@ include(GoogleTest)
 #
 # One test program from every *_test.cpp of the calling folder; each TEST is one entry of ctest, labelled with the layer.
 # Without MAIN the program uses GoogleTest's own main(). With QUARN_PRECOMPILE the headers that most of them include are
-# read once.
+# read once. QUARN_TEST_FLAGS are the compiler flags of tests alone: most of the time of a build goes into optimising and
+# watching what a test does once.
 function(quarn_test_layer layer)
   cmake_parse_arguments(arg "" "MAIN" "LINK;PRECOMPILE" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
@@ -14,6 +15,8 @@ function(quarn_test_layer layer)
   target_include_directories(test_${layer} PRIVATE "${PROJECT_SOURCE_DIR}")
   target_compile_definitions(test_${layer} PRIVATE
     QUARN_SOURCE_DIR="${PROJECT_SOURCE_DIR}" QUARN_BINARY_DIR="${PROJECT_BINARY_DIR}")
+  separate_arguments(flags UNIX_COMMAND "${QUARN_TEST_FLAGS}")
+  target_compile_options(test_${layer} PRIVATE ${flags})
   if(QUARN_PRECOMPILE)
     target_precompile_headers(test_${layer} PRIVATE <gmock/gmock.h> <gtest/gtest.h> <algorithm> <functional> <memory>
       <random> <string> <vector> ${arg_PRECOMPILE})
