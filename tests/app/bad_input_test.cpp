@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/app/Program.h"
+#include "tests/support/stride.h"
 
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -85,13 +86,14 @@ TEST_F(BadInput, HeaderOfAMaskCutAtAnyByte) {
   const QByteArray path = masks + "/" + headers.first().toUtf8();
   const QByteArray whole = content(path);
   // Every length in one process; the line end behind the last element is no part of the header.
-  const QByteArray loop =
-      "set whole [read [open " + path + "]]\n" +
-      "for {set n 0} {$n < [string length [string trimright $whole]]} {incr n} {\n" + "  set out [open " + path +
-      " w]; puts -nonewline $out [string range $whole 0 $n-1]; close $out\n" + "  if {![catch {load " +
-      in("set.ROIs.qm") + "} message]} { error \"$n bytes were loaded\" }\n" + "  if {![string match *" +
-      headers.first().toUtf8() + "* $message]} { error \"$n: $message\" }\n" +
-      "  if {[llength [objects]]} { error \"$n bytes left [objects]\" }\n}\nputs done\n";
+  const QByteArray loop = "set whole [read [open " + path + "]]\n" +
+                          "for {set n 0} {$n < [string length [string trimright $whole]]} {incr n " +
+                          QByteArray::number(qulonglong(testStride())) + "} {\n" + "  set out [open " + path +
+                          " w]; puts -nonewline $out [string range $whole 0 $n-1]; close $out\n" +
+                          "  if {![catch {load " + in("set.ROIs.qm") +
+                          "} message]} { error \"$n bytes were loaded\" }\n" + "  if {![string match *" +
+                          headers.first().toUtf8() + "* $message]} { error \"$n: $message\" }\n" +
+                          "  if {[llength [objects]]} { error \"$n bytes left [objects]\" }\n}\nputs done\n";
   const Outcome outcome = program.runScript(loop);
   EXPECT_EQ(0, outcome.status) << outcome.errors;
   EXPECT_THAT(outcome.output, HasSubstr("done"));
