@@ -18,6 +18,7 @@
 #include "tests/formats/badInput.h"
 #include "tests/formats/niftiBytes.h"
 #include "tests/formats/testFiles.h"
+#include "tests/support/stride.h"
 
 namespace {
 
@@ -158,7 +159,7 @@ TEST(NiftiRefusal, ReadsOrRefusesAnyHeader) {
   const TestFolder folder;
   const std::size_t floatOffsets[] = {76, 80, 84, 88, 108, 112, 116, 256, 260, 264, 268, 280, 284, 292, 300, 308, 320};
   ::testing::internal::CaptureStderr();
-  for (int round = 0; round < 2000; ++round) {
+  for (int round = 0; round < testRounds(2000); ++round) {
     NiftiBytes bytes = goodImage();
     bytes.setUnturnedQuaternion({0, 0, 0});
     bytes.setAffine({{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}});

@@ -4,6 +4,7 @@
 #include "hxroi/details/BBoxCompute.h"
 #include "quarn/base/hxstlhelpers.h"
 #include "tests/hxroi/MaskTest.h"
+#include "tests/support/stride.h"
 
 /// Parallel passes against a loop over single voxels.
 
@@ -123,7 +124,7 @@ protected:
 }  // namespace
 
 TEST_F(BoxProxyRandomTest, PassesOnRandomBoxesEqualSequentialOnes) {
-  for (int round = 0; round < 10000; ++round) {
+  for (int round = 0; round < testRounds(10000); ++round) {
     const Case c = randomCase();
     useGrid(c.dimensions);
     checkOne(c, round);

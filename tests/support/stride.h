@@ -10,3 +10,9 @@ inline std::uint64_t testStride() {
   const std::uint64_t stride = text ? std::strtoull(text, nullptr, 10) : 1;
   return stride > 0 ? stride : 1;
 }
+
+/// The same for random tests: how many of `rounds` are tried.
+inline int testRounds(int rounds) {
+  const auto stride = static_cast<int>(testStride());
+  return (rounds + stride - 1) / stride;
+}

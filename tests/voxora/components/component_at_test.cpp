@@ -8,6 +8,7 @@
 #include "quarn/voxora/components/componentAt.h"
 #include "quarn/voxora/components/findComponents.h"
 #include "quarn/voxora/files/MemoryFileSystem.h"
+#include "tests/support/stride.h"
 #include "tests/voxora/components/AskedOften.h"
 #include "tests/voxora/components/componentShapes.h"
 #include "tests/voxora/tiles/budgetScopes.h"
@@ -73,7 +74,7 @@ TEST(ComponentAt, AgreesWithPlainCodeOnDifficultShapes) {
 
 TEST(ComponentAt, AgreesWithPlainCodeOnRunsOfFullTiles) {
   RandomSource random;
-  for (int round = 0; round < 20 && !::testing::Test::HasFatalFailure(); ++round)
+  for (int round = 0; round < testRounds(20) && !::testing::Test::HasFatalFailure(); ++round)
     expectPlainComponents(shapeOfTiles(random), random);
 }
 

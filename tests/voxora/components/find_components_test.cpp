@@ -8,6 +8,7 @@
 #include "quarn/voxora/bits/InstructionSet.h"
 #include "quarn/voxora/components/findComponents.h"
 #include "quarn/voxora/files/MemoryFileSystem.h"
+#include "tests/support/stride.h"
 #include "tests/voxora/components/AskedOften.h"
 #include "tests/voxora/components/componentShapes.h"
 #include "tests/voxora/tiles/budgetScopes.h"
@@ -54,7 +55,7 @@ std::size_t countIn(const SoVolumeMask& mask, Neighbours neighbours) {
 
 TEST(FindComponents, AgreesWithPlainCodeOnRandomVolumes) {
   RandomSource random;
-  for (int round = 0; round < 60 && !::testing::Test::HasFatalFailure(); ++round)
+  for (int round = 0; round < testRounds(60) && !::testing::Test::HasFatalFailure(); ++round)
     expectPlainComponents(randomShape(random));
 }
 
@@ -74,7 +75,7 @@ TEST(FindComponents, AgreesWithPlainCodeInTilesOfAllSizes) {
 
 TEST(FindComponents, AgreesWithPlainCodeOnRunsOfFullTiles) {
   RandomSource random;
-  for (int round = 0; round < 60 && !::testing::Test::HasFatalFailure(); ++round)
+  for (int round = 0; round < testRounds(60) && !::testing::Test::HasFatalFailure(); ++round)
     expectPlainComponents(shapeOfTiles(random));
 }
 

@@ -4,6 +4,7 @@
 #include <tbb/global_control.h>
 
 #include "quarn/voxora/files/MemoryFileSystem.h"
+#include "tests/support/stride.h"
 #include "tests/voxora/nodes/maskSupport.h"
 #include "tests/voxora/tiles/budgetScopes.h"
 
@@ -94,7 +95,7 @@ TEST_P(SoVolumeMaskRandom, ParallelEditsEqualVoxelLoops) {
   const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, 4);
   const std::uint64_t spills = hxvoxora::cacheStatistics().spills;
   RandomSource random;
-  for (int round = 0; round < 10000; ++round) {
+  for (int round = 0; round < testRounds(10000); ++round) {
     const SbVec3i32 size = randomSize(random, round);
     Pair pair(random, size);
     const Pair other(random, size);
@@ -109,7 +110,7 @@ TEST_P(SoVolumeMaskRandom, ParallelEditsEqualVoxelLoops) {
 
 TEST_P(SoVolumeMaskRandom, QueriesEqualVoxelLoops) {
   RandomSource random;
-  for (int round = 0; round < 2000; ++round) {
+  for (int round = 0; round < testRounds(2000); ++round) {
     const Pair pair(random, randomSize(random, round));
     const SbBox3i32 box = randomBoxIn(random, pair.dense.dimensions());
     ASSERT_EQ(fetched(*pair.mask, box), pair.dense.packed(box));
@@ -135,7 +136,7 @@ std::vector<VoxelRun> runsByLoop(const DenseMask& dense, const SbBox3i32& box) {
 
 TEST_P(SoVolumeMaskRandom, RunsEqualVoxelLoops) {
   RandomSource random;
-  for (int round = 0; round < 2000; ++round) {
+  for (int round = 0; round < testRounds(2000); ++round) {
     const Pair pair(random, randomSize(random, round));
     const SbBox3i32 box = randomBoxIn(random, pair.dense.dimensions());
     const TileSnapshot content = pair.mask->snapshot();
