@@ -52,6 +52,7 @@ void ConsolePane::evaluate(const QString& command) {
   } else if (const QString result = interpreter.result(); !error && !result.isEmpty()) {
     append(result);
   }
+  Q_EMIT commandRun();
 }
 
 }  // namespace quarn::app

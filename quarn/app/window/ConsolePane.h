@@ -23,6 +23,8 @@ public:
 Q_SIGNALS:
   /// A command asked the program to end.
   void exitRequested(int status);
+  /// A command was run, well or not.
+  void commandRun();
 
 private:
   void evaluate(const QString& command);

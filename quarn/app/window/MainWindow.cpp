@@ -9,26 +9,22 @@
 #include <QMimeData>
 #include <QSplitter>
 
+#include "quarn/app/window/attempt.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/widgets/QxPropertyArea.h"
+#ifdef QUARN_WITH_VIEW
+#include "quarn/app/window/ViewMenu.h"
+#include "quarn/app/window/ViewPane.h"
+#include "quarn/view/HxSceneView.h"
+#endif
 
 namespace quarn::app {
 namespace {
 
 constexpr QSize FIRST_SIZE(1100, 760);
-
-/// Does what the user asked for; what goes wrong is shown.
-template <class Work>
-void attempt(Work work) {
-  try {
-    work();
-  } catch (const std::exception& failure) {
-    HxMessage::error(QString::fromUtf8(failure.what()));
-  }
-}
 
 }  // namespace
 
@@ -37,6 +33,7 @@ MainWindow::MainWindow() : objects_(new ObjectList(this)) {
   setAcceptDrops(true);
   makePanes();
   makeMenus();
+  addViewPane();
   resize(FIRST_SIZE);
 }
 
@@ -51,13 +48,13 @@ void MainWindow::makePanes() {
   properties_ = new QxPropertyArea;
   console_ = new ConsolePane;
 
-  auto* columns = new QSplitter(Qt::Horizontal);
-  columns->addWidget(list_);
-  columns->addWidget(properties_);
-  columns->setStretchFactor(1, 1);
-  columns->setSizes({240, 860});
+  columns_ = new QSplitter(Qt::Horizontal);
+  columns_->addWidget(list_);
+  columns_->addWidget(properties_);
+  columns_->setStretchFactor(1, 1);
+  columns_->setSizes({240, 860});
   auto* rows = new QSplitter(Qt::Vertical);
-  rows->addWidget(columns);
+  rows->addWidget(columns_);
   rows->addWidget(console_);
   rows->setStretchFactor(0, 1);
   rows->setSizes({560, 200});
@@ -75,6 +72,32 @@ void MainWindow::makePanes() {
     if (!chosen()) list_->setCurrentIndex(objects_->index(last));
   });
   connect(list_, &QWidget::customContextMenuRequested, this, &MainWindow::showObjectMenu);
+}
+
+/// There is one picture: of the view that came first.
+void MainWindow::addViewPane() {
+#ifdef QUARN_WITH_VIEW
+  auto* pane = new ViewPane;
+  pane->hide();
+  columns_->addWidget(pane);
+  columns_->setStretchFactor(2, 2);
+  viewMenu_ = new ViewMenu(
+      pane, [this] { return chosen(); }, this);
+  menuBar()->addMenu(viewMenu_);
+  const auto follow = [this, pane](const HxObject* leaving) {
+    HxSceneView* view = nullptr;
+    for (const McHandle<HxObject>& object : HxObjectPool::instance().objects())
+      if (!view && object.get() != leaving) view = dynamic_cast<HxSceneView*>(object.get());
+    pane->setView(view);
+    if (view && pane->isHidden()) columns_->setSizes({200, 340, 560});
+    pane->setVisible(view);
+  };
+  connect(objects_, &QAbstractItemModel::rowsInserted, pane, [follow] { follow(nullptr); });
+  connect(objects_, &ObjectList::leaving, pane, follow);
+  connect(console_, &ConsolePane::commandRun, pane, &ViewPane::refresh);
+  connect(list_, &QAbstractItemView::doubleClicked, viewMenu_, &ViewMenu::toggleChosen);
+  follow(nullptr);
+#endif
 }
 
 void MainWindow::makeMenus() {
@@ -143,6 +166,10 @@ void MainWindow::showObjectMenu(const QPoint& place) {
   if (dynamic_cast<HxData*>(chosen())) menu.addAction(tr("Save As ..."), this, &MainWindow::saveChosen);
   menu.addAction(tr("Rename"), this, [this] { list_->edit(list_->currentIndex()); });
   menu.addAction(tr("Remove"), this, &MainWindow::removeChosen);
+#ifdef QUARN_WITH_VIEW
+  menu.addSeparator();
+  menu.addAction(viewMenu_->toggleAction());
+#endif
   menu.exec(list_->viewport()->mapToGlobal(place));
 }
 

@@ -7,12 +7,16 @@
 #include "quarn/app/window/ConsolePane.h"
 #include "quarn/app/window/ObjectList.h"
 
+class QSplitter;
 class QxPropertyArea;
 
 namespace quarn::app {
 
-/// The window: objects on the left, below them the ports of the chosen one, the console at the bottom. Everything that
-/// it does can be done by commands, too. For the user-interface thread.
+class ViewMenu;
+
+/// The window: objects on the left, beside them the ports of the chosen one, on the right the picture of a view when
+/// there is one, the console at the bottom. Everything that it does can be done by commands, too. For the
+/// user-interface thread.
 class MainWindow : public QMainWindow {
   Q_OBJECT
 
@@ -35,6 +39,7 @@ protected:
 private:
   void makePanes();
   void makeMenus();
+  void addViewPane();
   void askForFiles();
   void saveChosen();
   void removeChosen();
@@ -46,6 +51,8 @@ private:
   QListView* list_;
   QxPropertyArea* properties_;
   ConsolePane* console_;
+  QSplitter* columns_;
+  ViewMenu* viewMenu_ = nullptr;  ///< null in a program without the view
 };
 
 }  // namespace quarn::app

@@ -123,6 +123,10 @@ void HxObjectPool::select(HxObject* object) {
   tell([&](HxObjectPoolListener& listener) { listener.objectSelected(object); });
 }
 
+void HxObjectPool::notifyEvaluated(HxObject* object) {
+  tell([&](HxObjectPoolListener& listener) { listener.objectEvaluated(object); });
+}
+
 void HxObjectPool::notifyPortSelectedChanged(HxPort* port) {
   selectedPort_ = port;
 }

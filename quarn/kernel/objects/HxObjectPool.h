@@ -48,6 +48,9 @@ public:
   void select(HxObject* object);
   HxObject* selected() const { return selected_; }
 
+  /// Tells the listeners that an object has been evaluated.
+  void notifyEvaluated(HxObject* object);
+
   /// Tells the user interface, when there is one, that another port is the selected one.
   void notifyPortSelectedChanged(HxPort* port);
   HxPort* selectedPort() const { return selectedPort_; }

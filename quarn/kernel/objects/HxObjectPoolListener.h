@@ -18,4 +18,6 @@ public:
   virtual void objectAboutToBeRemoved(HxObject*) {}
   virtual void objectRenamed(HxObject*, const QString& /*oldName*/) {}
   virtual void objectSelected(HxObject*) {}
+  /// `object` was evaluated; the run through the network may go on.
+  virtual void objectEvaluated(HxObject*) {}
 };

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "quarn/kernel/objects/HxObject.h"
+#include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/HxConnection.h"
 
 namespace quarn::detail {
@@ -81,6 +82,7 @@ void HxEvaluation::pass(Objects roots, bool downstream) {
   while (HxObject* next = takeNext()) {
     const auto held = hold(*next);
     evaluate(*next);
+    if (current_ && current_->isInPool()) HxObjectPool::instance().notifyEvaluated(current_);
     if (current_) propagate(*std::exchange(current_, nullptr), downstream);
   }
   clearMarks();
