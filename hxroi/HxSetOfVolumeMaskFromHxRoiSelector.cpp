@@ -3,6 +3,7 @@
 #include "hxroi/HxRoiSelector.h"
 #include "hxroi/HxRoiToHxVolumeDataRegistry.h"
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/Mask.h"
 #include "quarn/base/mcinterface_cast.h"
 #include "quarn/kernel/fields/HxISetOfVolumeData.h"
@@ -126,4 +127,9 @@ McColor HxSetOfVolumeMaskFromHxRoiSelector::doGetVolumeMaskColor(const HxVolumeD
 bool HxSetOfVolumeMaskFromHxRoiSelector::doGetVolumeMaskColormapAlphaEnabled(const HxVolumeData* volume) const {
   const Mask* const mask = maskOf(volume);
   return !mask || !mask->colormap(true) || mask->isAlphaEnabled();
+}
+
+std::optional<HxGeometry3> HxSetOfVolumeMaskFromHxRoiSelector::place() const {
+  const HxRois* const set = rois();
+  return set ? hxroi::placeOf(*set) : std::nullopt;
 }

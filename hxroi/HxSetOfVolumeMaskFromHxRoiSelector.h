@@ -2,6 +2,7 @@
 
 #include "hxroi/export.h"
 #include "quarn/kernel/fields/HxISetOfVolumeMask.h"
+#include "quarn/kernel/fields/HxPlaced.h"
 
 class HxRois;
 class HxRoiSelector;
@@ -15,7 +16,7 @@ class Mask;
 ///
 /// Without a set every answer is null or empty. A volume that belongs to no mask of the set, and a visible mask that
 /// has left the set since the selector was evaluated, give std::out_of_range with "bimap<>: invalid key".
-class HXROI_API HxSetOfVolumeMaskFromHxRoiSelector : public HxISetOfVolumeMask {
+class HXROI_API HxSetOfVolumeMaskFromHxRoiSelector : public HxISetOfVolumeMask, public HxPlaced {
 public:
   MC_CLASS_DECL(HxSetOfVolumeMaskFromHxRoiSelector)
 
@@ -43,6 +44,9 @@ public:
   McColor doGetVolumeMaskColor(const HxVolumeData* volume) const override;
   /// True for a mask without colormap.
   bool doGetVolumeMaskColormapAlphaEnabled(const HxVolumeData* volume) const override;
+
+  /// Of the set: that of its field or, without one, the place that it remembers.
+  std::optional<HxGeometry3> place() const override;
 
 private:
   HxRoiSelector* selector() const;

@@ -6,6 +6,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/base/mcinterface_cast.h"
 #include "quarn/kernel/fields/HxISetOfVolumeData.h"
+#include "quarn/kernel/fields/HxPlaced.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
 #include "quarn/view/MaskSetLook.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
@@ -67,10 +68,16 @@ private:
 
   void readReference() {
     HxISetOfVolumeData* reference = set_.getReferenceVolumeData();
-    if (!reference) return;
+    if (!reference) return readPlace();
     look_.dimensions = reference->getDimensions();
     look_.geometry = reference->getGeometry();
     look_.image = mcinterface_cast<HxUniformScalarField3>(reference);
+  }
+
+  void readPlace() {
+    const auto* placed = dynamic_cast<const HxPlaced*>(&set_);
+    const std::optional<HxGeometry3> place = placed ? placed->place() : std::nullopt;
+    if (place) look_.geometry = *place;
   }
 
   void readMask(const McHandle<HxVolumeData>& data) {

@@ -8,6 +8,7 @@
 #include "SelectorTest.h"
 #include "hxroi/HxRoiToHxVolumeDataRegistry.h"
 #include "hxroi/HxSetOfVolumeMaskFromHxRoiSelector.h"
+#include "hxroi/detail/SetPlace.h"
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/fields/HxISetOfVolumeData.h"
 #include "quarn/kernel/objects/HxInterfaceFactoryRegistry.h"
@@ -151,6 +152,18 @@ TEST_F(VolumeMaskInterface, RefersToTheImageOfTheSet) {
   EXPECT_EQ(reference->owner(), image.get());
   EXPECT_EQ(reference->getDimensions(), McDim3l(13, 11, 7));
   EXPECT_EQ(reference->getGeometry(), image->geometry());
+}
+
+TEST_F(VolumeMaskInterface, KnowsThePlaceThatTheSetRemembers) {
+  const auto* placed = dynamic_cast<const HxPlaced*>(renderer);
+  ASSERT_NE(placed, nullptr);
+  EXPECT_EQ(placed->place(), std::nullopt);
+  showSet();
+  EXPECT_EQ(placed->place(), std::nullopt);
+  const HxGeometry3 remembered{{-12.5, 1, 2}, {0.5, 2, 3}, {0, -1, 0, 1, 0, 0, 0, 0, 1}};
+  hxroi::storePlace(remembered, McDim3l(13, 11, 7), rois->parameters);
+  EXPECT_EQ(placed->place(), remembered);
+  EXPECT_EQ(renderer->getReferenceVolumeData(), nullptr);
 }
 
 TEST_F(VolumeMaskInterface, ASourceWithoutVolumeIsNoReference) {

@@ -7,7 +7,7 @@
 
 namespace {
 
-class Answers : public HxISetOfVolumeMask {
+class Answers : public HxISetOfVolumeMask, public HxPlaced {
 public:
   explicit Answers(TestMasks* owner) : HxISetOfVolumeMask(owner), masks_(owner) {}
 
@@ -15,6 +15,7 @@ public:
     ask("reference");
     return masks_->reference;
   }
+  std::optional<HxGeometry3> place() const override { return masks_->place; }
   VolumeList doGetVisibleVolumeMask() const override {
     ask("visible");
     return list(true);

@@ -7,6 +7,7 @@
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/fields/HxISetOfVolumeData.h"
 #include "quarn/kernel/fields/HxISetOfVolumeMask.h"
+#include "quarn/kernel/fields/HxPlaced.h"
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "quarn/voxora/tiles/Ref.h"
@@ -50,6 +51,8 @@ public:
   const SbVec3i32 dimensions;
   std::vector<Mask> masks;
   HxISetOfVolumeData* reference = nullptr;
+  /// Where the masks lie without a reference.
+  std::optional<HxGeometry3> place;
   std::optional<HxISetOfVolumeMask::DrawStyle> overlapStyle;
   std::optional<McColor> overlapColor;
   McHandle<HxColormap> overlapColormap;

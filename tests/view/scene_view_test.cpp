@@ -33,6 +33,21 @@ TEST_F(ViewTest, HasThePatientsLeftOnTheRightHandFromTheFront) {
   EXPECT_LT(middleOf(paint("space", 200), RED).first, 0.4);
 }
 
+TEST_F(ViewTest, DrawsMasksWithoutAVolumeWhereTheirSetSaysThatTheyLie) {
+  masks->add("a", RED, ball(54, 32, 32, 6));
+  masks->add("b", GREEN, ball(10, 32, 32, 6));
+  view->show(masks);
+  for (const char* layout : {"space", "z"}) {
+    masks->place.reset();
+    EXPECT_GT(middleOf(paint(layout, 200), RED).first, 0.6) << layout;
+    masks->place = HxGeometry3{{100, 0, 0}, {1, 1, 1}, {-1, 0, 0, 0, 1, 0, 0, 0, 1}};
+    view->fitCamera();
+    EXPECT_LT(middleOf(paint(layout, 200), RED).first, 0.4) << layout;
+    EXPECT_GT(middleOf(paint(layout, 200), GREEN).first, 0.6) << layout;
+    view->fitCamera();
+  }
+}
+
 TEST_F(ViewTest, LeavesNoTraceOfHiddenMasks) {
   masks->add("a", RED, ball(20, 32, 32, 14));
   view->show(masks);

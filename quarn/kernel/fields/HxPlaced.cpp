@@ -1,0 +1,3 @@
+#include "quarn/kernel/fields/HxPlaced.h"
+
+HxPlaced::~HxPlaced() = default;
