@@ -3,10 +3,12 @@
 #include <QCoreApplication>
 #include <algorithm>
 #include <exception>
+#include <optional>
 #include <utility>
 
 #include "hxroi/HxRoiToHxVolumeDataRegistry.h"
 #include "hxroi/HxRoisColorInformation.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/Roi.h"
 #include "hxroi/details/logFailure.h"
@@ -18,6 +20,7 @@
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/kernel/fields/geometryParameters.h"
 #include "quarn/kernel/objects/HxEditor.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/objects/hxconnection_cast.h"
@@ -129,8 +132,12 @@ void HxRois::getBoundingBox(float box[6]) {
     field->getBoundingBox(box);
     return;
   }
-  const McBox3f empty;
-  std::copy_n(empty.data(), 6, box);
+  McBox3f remembered;
+  if (const std::optional<HxGeometry3> place = masks().empty() ? std::nullopt : hxroi::placeOf(*this)) {
+    const McVec3i& grid = dimensions();
+    remembered = boxOfLattice(*place, {grid.x, grid.y, grid.z});
+  }
+  std::copy_n(remembered.data(), 6, box);
 }
 
 // --- The cycle ----------------------------------------------------------------------------------------------------

@@ -127,7 +127,8 @@ public:
   /// Voxels along x, y, z. Throws McException when the set holds no mask.
   const McVec3i& dimensions() const;
 
-  /// Box of the field at "data" in world units (xmin, xmax, ymin, ymax, zmin, zmax); the empty box without a field.
+  /// World box (xmin, xmax, ymin, ymax, zmin, zmax) of the field at "data" or, without one, of the masks at the place
+  /// that the set remembers; the empty box when it lies nowhere.
   void getBoundingBox(float box[6]) override;
 
   // --- Membership -----------------------------------------------------------------------------------------------

@@ -1,14 +1,11 @@
 #include <QCoreApplication>
-#include <optional>
 #include <sstream>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/commands/SetCommand.h"
-#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/Mask.h"
 #include "quarn/base/McBox3f.h"
 #include "quarn/kernel/app/HxMessage.h"
-#include "quarn/kernel/fields/geometryParameters.h"
 #include "quarn/kernel/script/HxCommands.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 #include "quarn/voxora/utilities/utilities.h"
@@ -21,13 +18,11 @@ using details::Roi;
 
 namespace {
 
-/// The box of the set or, without a field, that of the place that it remembers.
+/// The box of the set; one that lies nowhere is told.
 McBox3f boxOfSet(HxRois& rois) {
   McBox3f box;
   rois.getBoundingBox(box.data());
-  if (!box.isEmpty() || rois.masks().empty()) return box;
-  const McVec3i& grid = rois.dimensions();
-  if (const std::optional<HxGeometry3> place = placeOf(rois)) return boxOfLattice(*place, {grid.x, grid.y, grid.z});
+  if (!box.isEmpty()) return box;
   console().printf("%s lies nowhere in the world: no field is connected to its \"data\"; the numbers mean nothing",
                    qUtf8Printable(rois.getLabel()));
   return box;

@@ -5,6 +5,7 @@
 
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/LabelConversion.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/SplitProgress.h"
 #include "hxroi/details/toolkitBoxes.h"
@@ -38,7 +39,7 @@ std::optional<HxGeometry3> findSoundGeometry(const HxParamBundle& parameters) {
 RoiLabels::RoiLabels(HxRois& rois, const std::vector<const Mask*>& masks) : grid_(rois.dimensions()) {
   rois.getBoundingBox(box_.data());
   const auto* field = hxconnection_cast<HxRegScalarField3>(rois.portData);
-  if (field) geometry_ = findSoundGeometry(field->parameters);
+  geometry_ = field ? findSoundGeometry(field->parameters) : placeOf(rois);
 
   const HxParamBundle& records = *rois.parameters.getMaterials(1);
   for (const Mask* mask : masks) {

@@ -6,8 +6,11 @@
 #include "SelectorTest.h"
 #include "hxroi/HxRoisToHxUniformLabelField3.h"
 #include "hxroi/HxUniformLabelField3ToHxRois.h"
+#include "hxroi/detail/SetPlace.h"
 #include "quarn/base/McBox3f.h"
+#include "quarn/kernel/fields/geometryParameters.h"
 #include "quarn/kernel/params/HxParamBundle.h"
+#include "quarn/kernel/script/HxInterpreter.h"
 #include "tests/support/RecordingProgress.h"
 
 using ::testing::Each;
@@ -306,6 +309,21 @@ TEST_F(RoisToLabels, TheFieldLiesWhereTheSetDoes) {
   EXPECT_EQ(field->boundingBox(), plain->boundingBox());
   EXPECT_EQ(field->parameters.getBundle("Geometry", false), nullptr);
   EXPECT_EQ(field->geometry(), plain->geometry());
+}
+
+TEST_F(RoisToLabels, TheFieldLiesWhereTheSetRemembersToLie) {
+  const HxGeometry3 oblique{{-12.5, 1, 2}, {0.5, 2, 3}, {0, -1, 0, 1, 0, 0, 0, 0, 1}};
+  addRow("A", 0, 2);
+  hxroi::storePlace(oblique, McDim3l(12, 1, 1), rois->parameters);
+  show(rois);
+  HxUniformLabelField3* const field = make();
+  EXPECT_EQ(field->geometry(), oblique);
+  EXPECT_EQ(field->boundingBox(), boxOfLattice(oblique, McDim3l(12, 1, 1)));
+
+  hxroi::storePlace(oblique, McDim3l(12, 2, 1), rois->parameters);
+  EXPECT_EQ(make(), field);
+  EXPECT_EQ(field->boundingBox(), McBox3f()) << "another grid lay there";
+  EXPECT_EQ(field->parameters.getBundle("Geometry", false), nullptr);
 }
 
 TEST_F(RoisToLabels, TheBoxIsThatOfTheSetWhateverTheGeometryTells) {

@@ -102,6 +102,25 @@ TEST_F(SetPlace, GoesWithTheRecordOfAnUnsavedSet) {
   EXPECT_EQ(hxroi::placeOf(*hxroi::SetRecord::load(*hxroi::SetRecord::read(record), lost)), kOblique);
 }
 
+TEST_F(SetPlace, TheBoxOfTheSetIsThere) {
+  fillSet();
+  const auto boxOfSet = [this] {
+    McBox3f box(1, 2, 3, 4, 5, 6);
+    rois->getBoundingBox(box.data());
+    return box;
+  };
+  EXPECT_EQ(boxOfSet(), McBox3f());
+  hxroi::storePlace(kOblique, McDim3l(13, 11, 7), rois->parameters);
+  EXPECT_EQ(boxOfSet(), McBox3f(-12.5F, -6.5F, 0.1F, 20.1F, 1.0F / 3, 1.0F / 3 + 18));
+  HxGeometry3 moved = kOblique;
+  moved.origin = {1, 2, 3};
+  connect(moved);
+  EXPECT_EQ(boxOfSet(), field->boundingBox());
+  rois->portData.disconnect();
+  rois->removeAllRois();
+  EXPECT_EQ(boxOfSet(), McBox3f()) << "without masks there is no grid";
+}
+
 TEST_F(SetPlace, IsCopiedWithTheFieldOrWithoutIt) {
   fillSet();
   connect(kOblique);
