@@ -10,6 +10,7 @@
 #include "quarn/base/McHandle.h"
 #include "quarn/base/mcinterface_cast.h"
 #include "quarn/kernel/app/HxApplication.h"
+#include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/objects/hxconnection_cast.h"
 
@@ -45,13 +46,14 @@ HxRoisToHxUniformLabelField3::~HxRoisToHxUniformLabelField3() = default;
 
 void HxRoisToHxUniformLabelField3::compute() {
   auto* const selector = hxconnection_cast<HxRoiSelector>(portMaskSelector);
-  if (!portDoIt.wasHit(0) || !selector) return;
+  if (!portDoIt.wasHit(0)) return;
+  if (!selector) return miss(tr("%1: no ROI selector is connected to \"maskSelector\".").arg(getLabel()));
   // Progress lets the user act, who may remove any of them.
   const auto alive = hxroi::hold(this);
   const auto heldSelector = hxroi::hold(selector);
   selector->catchUp();
   HxRois* const rois = selector->getHxRois();
-  if (!rois) return;
+  if (!rois) return miss(tr("%1: %2 has no ROI set.").arg(getLabel(), selector->getLabel()));
   const auto heldRois = hxroi::hold(rois);
 
   const hxroi::RoiLabels labels(*rois, selector->getVisibleMasks());
@@ -61,6 +63,19 @@ void HxRoisToHxUniformLabelField3::compute() {
   labels.place(*field);
   field->notifyChanged();
   setResult(field, kAllFlags);
+}
+
+/// Nothing is made, but the user should not look for it.
+void HxRoisToHxUniformLabelField3::miss(const QString& what) {
+  hasMissed_ = true;
+  HxMessage::error(what);
+}
+
+int HxRoisToHxUniformLabelField3::parse(Tcl_Interp* interp, int argc, char** argv) {
+  const auto alive = hxroi::hold(this);
+  hasMissed_ = false;
+  const int code = HxCompModule::parse(interp, argc, argv);
+  return code == TCL_OK && hasMissed_ ? TCL_ERROR : code;
 }
 
 bool HxRoisToHxUniformLabelField3::canCreateData(HxData* data, QString& script) {

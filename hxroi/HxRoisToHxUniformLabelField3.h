@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <tcl.h>
 
 #include "hxroi/export.h"
 #include "quarn/base/McTypedClass.h"
@@ -21,17 +22,26 @@ public:
 
   void update() override {}
 
-  /// Works when "doIt" was hit and the selector has a set. The set is that of the selector, whatever is connected to
-  /// "data". Throws McException, with the former result as it was, for a set without masks, when a mask cannot be read,
-  /// without memory, and when the user interrupts; and once with the failure of a conversion that is done for it.
+  /// Works when "doIt" was hit and the selector has a set; an error message tells what is missing. The set is that of
+  /// the selector, whatever is connected to "data". Throws McException, with the former result as it was, for a set
+  /// without masks, when a mask cannot be read, without memory, and when the user interrupts; and once with the failure
+  /// of a conversion that is done for it.
   void compute() override;
 
   /// `script` makes the result again; true when the result is unchanged since it was made.
   bool canCreateData(HxData* data, QString& script) override;
+
+  /// A command that has the module work without its selector or set fails.
+  int parse(Tcl_Interp* interp, int argc, char** argv) override;
 
   HxConnection portMaskSelector;
   HxPortDoIt portDoIt;
 
 protected:
   ~HxRoisToHxUniformLabelField3() override;
+
+private:
+  void miss(const QString& what);
+
+  bool hasMissed_ = false;
 };

@@ -73,7 +73,9 @@ TEST_F(RoisToLabels, Ports) {
 }
 
 TEST_F(RoisToLabels, NothingHappensWithoutButtonSelectorOrSet) {
-  EXPECT_EQ(make(), nullptr) << "the selector has no set";
+  module->setLabel("back");
+  selector->setLabel("choice");
+  EXPECT_EQ(make(), nullptr);
   addRow("A", 0, 3);
   show(rois);
   module->fire(1);
@@ -81,6 +83,20 @@ TEST_F(RoisToLabels, NothingHappensWithoutButtonSelectorOrSet) {
   module->portMaskSelector.disconnect();
   ASSERT_TRUE(module->dataConnection.connect(rois));
   EXPECT_EQ(make(), nullptr) << "the set is that of the selector";
+  EXPECT_THAT(console.errors, ElementsAre(QString("back: choice has no ROI set."),
+                                          QString("back: no ROI selector is connected to \"maskSelector\".")));
+}
+
+TEST_F(RoisToLabels, AScriptThatMissesTheSelectorFails) {
+  HxObjectPool::instance().add(module, "back");
+  HxInterpreter& interpreter = HxInterpreter::instance();
+  module->portMaskSelector.disconnect();
+  EXPECT_FALSE(interpreter.evaluate("back compute")) << "the button was not hit";
+  const auto failure = interpreter.evaluate("back doIt hit; back compute");
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->message, "back: no ROI selector is connected to \"maskSelector\".");
+  EXPECT_EQ(module->resultObject(0), nullptr);
+  EXPECT_FALSE(interpreter.evaluate("back fire")) << "the button is free again";
 }
 
 TEST_F(RoisToLabels, TheSetIsThatOfTheSelector) {
