@@ -36,18 +36,14 @@ void saveNifti(HxUniformScalarField3& field, const QString& file) {
 void saveNrrd(HxUniformScalarField3& field, const QString& file) {
   if (!endsIn(file, ".nrrd")) detail::refuse(file, QStringLiteral("the name must end in \".nrrd\""));
   const bool isCompressed = isLabelField(field);
-  HxLoadOptions options;
-  if (isLabelField(field)) options.kind = QStringLiteral("label");
   const auto header = [&] { return detail::ImageHeader{.plain = detail::nrrdHeader(field, isCompressed, file)}; };
-  detail::saveField(field, file, header, isCompressed, options);
+  detail::saveField(field, file, header, isCompressed, HxLoadOptions());
 }
 
 void saveMetaImage(HxUniformScalarField3& field, const QString& file) {
   if (!endsIn(file, ".mha")) detail::refuse(file, QStringLiteral("the name must end in \".mha\""));
-  HxLoadOptions options;
-  if (isLabelField(field)) options.kind = QStringLiteral("label");
   const auto header = [&] { return detail::ImageHeader{.plain = detail::metaImageHeader(field)}; };
-  detail::saveField(field, file, header, false, options);
+  detail::saveField(field, file, header, false, HxLoadOptions());
 }
 
 }  // namespace quarn::formats

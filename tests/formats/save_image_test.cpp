@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <gmock/gmock.h>
+#include <itkMetaDataObject.h>
 #include <itkMetaImageIO.h>
 #include <itkNiftiImageIO.h>
 #include <itkNrrdImageIO.h>
@@ -116,12 +117,12 @@ TEST_F(SaveImage, BringsLabelsBack) {
   const auto labels = sampleLabels();
   for (const char* suffix : suffixes) {
     save(*labels, path(suffix));
-    const bool marksLabels = QLatin1String(suffix).startsWith(QLatin1String(".nii"));
-    const auto back = load(path(suffix), marksLabels ? "" : "label");
+    const auto back = load(path(suffix));
     EXPECT_NE(dynamic_cast<HxUniformLabelField3*>(back.get()), nullptr) << suffix;
     expectSameVoxels(*back, *labels);
     EXPECT_FALSE(labels->isModified());
-    EXPECT_EQ(labels->getLoadOptions().kind, QLatin1String(marksLabels ? "" : "label"));
+    EXPECT_EQ(labels->getLoadOptions().kind, QString());
+    EXPECT_EQ(dynamic_cast<HxUniformLabelField3*>(load(path(suffix), "scalar").get()), nullptr) << suffix;
   }
   EXPECT_THAT(messages.consoleEntries, IsEmpty());
 }
@@ -180,6 +181,29 @@ TEST_F(SaveImage, IsReadByTheToolkitAlike) {
   EXPECT_EQ(seenByItk<itk::NrrdImageIO>(path(".nrrd")), expected);
   EXPECT_EQ(seenByItk<itk::NiftiImageIO>(path(".nii")).substr(0, 7), expected.substr(0, 7));
   EXPECT_EQ(seenByItk<itk::NiftiImageIO>(path(".nii.gz")), seenByItk<itk::NiftiImageIO>(path(".nii")));
+}
+
+template <typename ImageIO>
+std::string intentSeenByItk(const QString& file) {
+  const auto io = ImageIO::New();
+  io->SetFileName(file.toStdString());
+  io->ReadImageInformation();
+  std::string intent;
+  itk::ExposeMetaData<std::string>(io->GetMetaDataDictionary(), "intent_code", intent);
+  return intent;
+}
+
+TEST_F(SaveImage, MarksLabelsAsTheToolkitDoes) {
+  const auto labels = sampleLabels();
+  const auto image = sampleField<std::uint8_t>(McPrimType::Uint8);
+  for (const char* suffix : suffixes) save(*labels, path(suffix));
+  EXPECT_EQ(intentSeenByItk<itk::NiftiImageIO>(path(".nii")), "1002");
+  EXPECT_EQ(intentSeenByItk<itk::NrrdImageIO>(path(".nrrd")), "1002");
+  EXPECT_EQ(intentSeenByItk<itk::MetaImageIO>(path(".mha")), "1002");
+  for (const char* suffix : suffixes) save(*image, path(suffix));
+  EXPECT_EQ(intentSeenByItk<itk::NiftiImageIO>(path(".nii")), "0");
+  EXPECT_EQ(intentSeenByItk<itk::NrrdImageIO>(path(".nrrd")), "");
+  EXPECT_EQ(intentSeenByItk<itk::MetaImageIO>(path(".mha")), "");
 }
 
 TEST_F(SaveImage, WritesTheSameGeometryTwiceIntoNifti) {

@@ -4,6 +4,7 @@
 #include <initializer_list>
 
 #include "quarn/formats/detail/MetaImageElements.h"
+#include "quarn/formats/detail/labelIntent.h"
 #include "quarn/formats/detail/voxelBytes.h"
 #include "quarn/kernel/fields/soundLattice.h"
 
@@ -118,6 +119,8 @@ MetaImageHeader MetaImageHeader::parse(std::string_view bytes, const QString& fi
   voxelBytes(header.image.dimensions, header.image.kind, file);
   header.image.geometry = parseGeometry(elements);
   requirePerpendicularLattice(header.image.geometry, file);
+  const std::string* const intent = elements.find(intentName.data());
+  header.image.isLabelImage = intent && *intent == labelIntent;
   if (!elements.isTrue("BinaryData", true))
     elements.refuseValue("BinaryData", QStringLiteral("numbers that are written out are not read"));
   header.isBigEndian = elements.isTrue(firstOf(elements, {"BinaryDataByteOrderMSB", "ElementByteOrderMSB"}), false);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "quarn/formats/detail/fault.h"
+#include "quarn/formats/detail/labelIntent.h"
 #include "quarn/formats/detail/voxelBytes.h"
 #include "quarn/kernel/fields/soundLattice.h"
 #include "quarn/kernel/io/NrrdData.h"
@@ -92,6 +93,8 @@ NrrdVolume::NrrdVolume(const QString& file, const Progress& progress) {
   description_.kind = kindOf(header.type);
   description_.geometry = nrrdPlace(header, axes, file).geometry;
   requirePerpendicularLattice(description_.geometry, file);
+  const std::string* const intent = header.find(intentName);
+  description_.isLabelImage = intent && *intent == labelIntent;
 
   const NrrdData data = NrrdData::find(header, file);
   voxels_.kind = kind();

@@ -15,10 +15,10 @@ namespace quarn::formats::detail {
 ///   precision carries beyond the limits of requireSoundGeometry().
 std::string niftiHeader(const HxUniformScalarField3& field, const QString& file);
 
-/// Text of MetaImage with the voxels in the same file, not compressed.
+/// Text of MetaImage with the voxels in the same file, not compressed; a label field is marked as one.
 std::string metaImageHeader(const HxUniformScalarField3& field);
 
-/// Text of NRRD. `isCompressed`: the voxels follow as gzip data.
+/// Text of NRRD; a label field is marked as one. `isCompressed`: the voxels follow as gzip data.
 std::string nrrdHeader(const HxUniformScalarField3& field, bool isCompressed, const QString& file);
 
 }  // namespace quarn::formats::detail

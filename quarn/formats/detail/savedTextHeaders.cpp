@@ -2,7 +2,9 @@
 #include <charconv>
 #include <system_error>
 
+#include "quarn/formats/detail/labelIntent.h"
 #include "quarn/formats/detail/savedHeaders.h"
+#include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/io/NrrdHeader.h"
 
 namespace quarn::formats::detail {
@@ -57,6 +59,10 @@ std::array<double, 9> transposed(const std::array<double, 9>& matrix) {
   return result;
 }
 
+bool holdsLabels(const HxUniformScalarField3& field) {
+  return dynamic_cast<const HxUniformLabelField3*>(&field) != nullptr;
+}
+
 constexpr bool isBigEndian = std::endian::native == std::endian::big;
 
 }  // namespace
@@ -72,6 +78,7 @@ std::string metaImageHeader(const HxUniformScalarField3& field) {
   text += "CenterOfRotation = 0 0 0\n";
   text += line("ElementSpacing", geometry.voxelSize);
   text += line("DimSize", std::array{dimensions.nx, dimensions.ny, dimensions.nz});
+  if (holdsLabels(field)) text += std::string(intentName) + " = " + std::string(labelIntent) + "\n";
   text += std::string("ElementType = ") + namesOf(field.primType()).metaImage + "\n";
   return text + "ElementDataFile = LOCAL\n";
 }
@@ -93,6 +100,7 @@ std::string nrrdHeader(const HxUniformScalarField3& field, bool isCompressed, co
   }
   header.endian = isBigEndian ? NrrdHeader::Endian::big : NrrdHeader::Endian::little;
   header.encoding = isCompressed ? NrrdHeader::Encoding::gzip : NrrdHeader::Encoding::raw;
+  if (holdsLabels(field)) header.keyValues.emplace_back(intentName, labelIntent);
   return header.toText(file);
 }
 
