@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <QHash>
 #include <QStringList>
+#include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "hxroi/HxRois.h"
@@ -34,13 +36,40 @@ QString nameOf(const Roi& roi) {
   return QString::fromLatin1(roi.name());
 }
 
-/// "visibility ID 0|1 ..." with the names of the ROIs of a set for their identifiers. Masks of groups keep theirs.
+/// What identifies a ROI in states; its name when a file gave it an identifier that is not one word.
+QString wordFor(const Roi& roi) {
+  const QString id = QString::fromLatin1(roi.id());
+  const bool isWord = !id.isEmpty() && std::ranges::none_of(id, [](QChar c) { return c.isSpace(); });
+  return isWord ? id : nameOf(roi);
+}
+
+template <class Visit>
+void visitRois(const HxRois& rois, Visit visit) {
+  for (const auto& roi : rois) {
+    visit(*roi);
+    if (const auto* group = dynamic_cast<const Group*>(roi.get())) {
+      for (const Mask& member : *group) visit(member);
+    }
+  }
+}
+
+/// "visibility ROI 0|1 ..." with other words for the ROIs.
+QString reworded(const QString& state, const QHash<QString, QString>& others) {
+  QStringList words = state.simplified().split(' ');
+  for (qsizetype i = 1; i < words.size(); i += 2) words[i] = others.value(words[i], words[i]);
+  return words.join(' ');
+}
+
 QString withNames(const QString& state, const HxRois& rois) {
   QHash<QString, QString> names;
-  for (const auto& roi : rois) names.insert(QString::fromLatin1(roi->id()), nameOf(*roi));
-  QStringList words = state.split(' ');
-  for (qsizetype i = 1; i < words.size(); i += 2) words[i] = names.value(words[i], words[i]);
-  return words.join(' ');
+  visitRois(rois, [&names](const Roi& roi) { names.insert(wordFor(roi), nameOf(roi)); });
+  return reworded(state, names);
+}
+
+QString withIdentifiers(const QString& state, const HxRois& rois) {
+  QHash<QString, QString> identifiers;
+  visitRois(rois, [&identifiers](const Roi& roi) { identifiers.insert(nameOf(roi), wordFor(roi)); });
+  return reworded(state, identifiers);
 }
 
 }  // namespace
@@ -52,7 +81,8 @@ HxRoiSelector::RoiVisibility::RoiVisibility(HxRoiSelector& selector)
 
 bool HxRoiSelector::RoiVisibility::setState(const QString& state) {
   const std::exception_ptr failure = selector_.tryToCatchUp();
-  const bool isTaken = HxPortRoiTreeView::setState(state);
+  HxRois* const rois = getHxRois();
+  const bool isTaken = HxPortRoiTreeView::setState(isMadeAnew(rois) ? withIdentifiers(state, *rois) : state);
   if (failure) std::rethrow_exception(failure);
   return isTaken;
 }
@@ -68,8 +98,12 @@ void HxRoiSelector::RoiVisibility::getState(QString& state) const {
   if (selector_.portData.source() && selector_.portData.isNew(kConnection)) return;
   HxPortRoiTreeView::getState(state);
   HxRois* const rois = getHxRois();
-  const bool isMadeAnew = rois && (rois != selector_.portData.source() || rois->origin() == Origin::Module);
-  if (isMadeAnew) state = withNames(state, *rois);
+  if (isMadeAnew(rois)) state = withNames(state, *rois);
+}
+
+bool HxRoiSelector::RoiVisibility::isMadeAnew(HxRois* rois) const {
+  if (!rois || rois->isFromSetFile()) return false;
+  return rois != selector_.portData.source() || rois->origin() != Origin::Class;
 }
 
 // --- The selector -------------------------------------------------------------------------------------------------

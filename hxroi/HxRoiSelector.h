@@ -28,19 +28,23 @@ public:
 
   using MaskList = std::vector<const hxroi::details::Mask*>;
 
-  /// The tree of a selector: a new connection is looked at before a state or a script command asks for its ROIs.
+  /// The tree of a selector: a new connection, and a set that has changed, is looked at before a state or a script
+  /// command asks for its ROIs.
   class HXROI_API RoiVisibility : public HxPortRoiTreeView {
   public:
     explicit RoiVisibility(HxRoiSelector& selector);
 
-    /// ROIs of a set that a module or a provider makes anew are kept by their names: their identifiers will be others.
-    /// Leaves `state` alone while a new connection was not looked at: nothing was chosen yet.
+    /// ROIs of a set that a module, a provider, or a file without identifiers makes anew are kept by their names: their
+    /// identifiers will be others. Leaves `state` alone while a new connection was not looked at: nothing was chosen
+    /// yet.
     void getState(QString& state) const override;
     /// The choice counts, too, when the first look at the set fails; the failure comes out after that, as of parse().
     bool setState(const QString& state) override;
     int parse(Tcl_Interp* interp, int argc, char** argv) override;
 
   private:
+    bool isMadeAnew(HxRois* rois) const;
+
     HxRoiSelector& selector_;
   };
 

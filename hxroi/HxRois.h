@@ -292,6 +292,10 @@ public:
   /// The files of all masks in the file of the set.
   void requireCompanionFiles() const override;
 
+  /// Whether the set was loaded from or saved to a set file, which keeps the identifiers of its ROIs. Packages make
+  /// sets from files of other kinds, too.
+  bool isFromSetFile() const;
+
   /// The set, when it is the one selected, is evaluated.
   void objectSelected(HxObject* object) override;
   /// ROIs do not own their colormaps: those that show `object` show none from now on.

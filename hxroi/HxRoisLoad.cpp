@@ -97,11 +97,14 @@ int HxRois::readQuarnMesh(QuarnMesh* mesh, const char* filename, QString& regist
   return complete ? 1 : 0;
 }
 
+bool HxRois::isFromSetFile() const {
+  const bool hasEnding = getLoadCmd().endsWith(QStringLiteral(".qm"), Qt::CaseInsensitive);
+  return !getLoadCmd().isEmpty() && (origin_ || hasEnding);
+}
+
 void HxRois::requireCompanionFiles() const {
   HxData::requireCompanionFiles();
-  // Files of other kinds, from which packages make sets, have no masks beside them.
-  const bool isSetFile = origin_ || getLoadCmd().endsWith(QStringLiteral(".qm"), Qt::CaseInsensitive);
-  if (getLoadCmd().isEmpty() || !isSetFile) return;
+  if (!isFromSetFile()) return;
   const path file(QFile::encodeName(getLoadCmd()).toStdString());
   const HxParamBundle content = QuarnMesh::read(getLoadCmd())->parameters;
   setfile::requireSound(content, file);

@@ -387,6 +387,31 @@ TEST_F(RoiSelector, StatesOfAProvidedSetKeepNamesWhateverTheIdentifiers) {
   EXPECT_EQ(state, "visibility Bone 0 Muscle 1");
 }
 
+TEST_F(RoiSelector, StatesOfASetFromAFileWithoutIdentifiersKeepNames) {
+  const auto fromFile = [this] {
+    const McHandle<HxRois> set(new HxRois);
+    set->addRoi(makeMask("A"));
+    set->addRoi(makeGroup("G", {"B", "C"}));
+    set->setLoadCmd("/folder/masks.seg.nrrd");
+    return set;
+  };
+  const McHandle<HxRois> first = fromFile(), again = fromFile();
+  show(first);
+  setVisible("B", false);
+  QString state;
+  selector->portRoiVisibility.getState(state);
+  EXPECT_EQ(state, "visibility A 1 G 1 B 0 C 1");
+  ASSERT_TRUE(selector->portData.connect(again));
+  selector->portRoiVisibility.setState(state);
+  selector->fire();
+  EXPECT_THAT(visibleNames(), ElementsAre("A", "C"));
+
+  again->setLoadCmd("/folder/masks.ROIs.qm");
+  selector->portRoiVisibility.setState(state);
+  selector->fire();
+  EXPECT_THAT(visibleNames(), ElementsAre("A")) << "in a set file masks of groups are known by their identifiers";
+}
+
 TEST_F(RoiSelector, HasNoStateBeforeItsFirstLookAtTheSet) {
   addMask("A");
   rois->fire();

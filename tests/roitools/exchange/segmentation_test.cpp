@@ -1,6 +1,7 @@
 #include <QDir>
 #include <random>
 
+#include "hxroi/HxRoiSelector.h"
 #include "quarn/kernel/io/NrrdHeader.h"
 #include "quarn/kernel/io/QuarnMesh.h"
 #include "quarn/kernel/network/HxNetwork.h"
@@ -206,6 +207,33 @@ TEST_F(Segmentation, ComesBackWithItsNetwork) {
   EXPECT_EQ(rois->portData.source(), HxObjectPool::instance().find("brain-grid"));
   EXPECT_EQ(HxObjectPool::instance().objects().size(), 2U);
   EXPECT_EQ(rois->getNumberOfMasks(), 4U);
+}
+
+TEST_F(Segmentation, TheChoiceOfASelectorComesBackWithItsNetwork) {
+  HxRoiSelector::initClass();
+  HxFileTypes::instance().save(makeSet(grid_), QString(), path("brain.seg.nrrd"));
+  HxFileTypes::instance().load(path("brain.seg.nrrd"));
+  HxObjectPool& pool = HxObjectPool::instance();
+  const auto visibleNames = [&pool] {
+    std::vector<std::string> names;
+    const auto* const choice = dynamic_cast<HxRoiSelector*>(pool.find("choice"));
+    if (!choice) return names;
+    for (const Mask* mask : choice->getVisibleMasks()) names.push_back(mask->name());
+    return names;
+  };
+  {
+    const McHandle<HxRoiSelector> choice(new HxRoiSelector);
+    pool.add(choice, "choice");
+    ASSERT_TRUE(choice->portData.connect(pool.find("brain")));
+    choice->fire();
+    for (const char* name : {"second-1", "nothing"}) choice->portRoiVisibility.setRoiVisible(false, name);
+    choice->fire();
+  }
+  ASSERT_THAT(visibleNames(), ElementsAre("first", "Second-1"));
+  EXPECT_TRUE(HxNetwork::save(path("all.quarn")).isEmpty());
+  pool.clear();
+  HxNetwork::load(path("all.quarn"));
+  EXPECT_THAT(visibleNames(), ElementsAre("first", "Second-1"));
 }
 
 TEST_F(Segmentation, NeedsAGrid) {
