@@ -142,7 +142,13 @@ void HxRoiSelector::update() {
     visibleMasks_.clear();
     if (HxRois* rois = portRoiVisibility.getHxRois()) gatherMasks(rois);
   }
-  if (const unsigned int flags = portData.getNewFlags() | portRoiVisibility.getNewFlags()) touch(flags);
+  const unsigned int flags = portData.getNewFlags() | portRoiVisibility.getNewFlags();
+  if (flags) touch(flags);
+  if (isCatchingUp_) {
+    owed_ |= flags;
+  } else {
+    mark(std::exchange(owed_, 0));
+  }
   if (!failure) return;
   passOnFailed();
   std::rethrow_exception(failure);
@@ -187,17 +193,24 @@ void HxRoiSelector::catchUp() {
   if (const std::exception_ptr failure = tryToCatchUp()) std::rethrow_exception(failure);
 }
 
-/// What it failed with; null when all went well.
+/// What it failed with first; null when all went well.
 std::exception_ptr HxRoiSelector::tryToCatchUp() {
-  if (isBeingEvaluated() || (!portData.isNew() && !portRoiVisibility.isNew())) return nullptr;
+  if (isBeingEvaluated()) return nullptr;
   const auto alive = hxroi::hold(this);
-  isCatchingUp_ = true;
   std::exception_ptr failure;
-  try {
-    fire(0);
-  } catch (...) {
-    failure = std::current_exception();
-  }
+  const auto evaluate = [&failure](HxObject& object) {
+    try {
+      object.fire(0);
+    } catch (...) {
+      if (!failure) failure = std::current_exception();
+    }
+  };
+  // Commands may change a set and leave its evaluation to the next one.
+  auto* const rois = hxconnection_cast<HxRois>(portData);
+  if (rois && rois->isNew() && !rois->isBeingEvaluated()) evaluate(*rois);
+  if (!portData.isNew() && !portRoiVisibility.isNew()) return failure;
+  isCatchingUp_ = true;
+  evaluate(*this);
   isCatchingUp_ = false;
   return failure;
 }

@@ -61,7 +61,8 @@ public:
   void update() override;
   /// Appends the visible masks of `rois` to the list: groups give their visible members.
   void gatherMasks(HxRois* rois);
-  /// Evaluates the selector, and nothing that is connected to it, when something has changed since it was evaluated.
+  /// Evaluates the set and the selector, and nothing else that is connected to them, when something has changed since
+  /// they were evaluated. What the evaluations throw comes out when both are done, that of the set first.
   void catchUp();
 
   /// Only a change of the voxels that are visible advances the touch time.
@@ -82,4 +83,5 @@ private:
 
   MaskList visibleMasks_;
   bool isCatchingUp_ = false;
+  unsigned int owed_ = 0;  ///< marks that what is connected has seen but was not evaluated for
 };

@@ -258,6 +258,23 @@ TEST_F(RoiSelector, CatchesUpAlone) {
   EXPECT_THAT(watching.marks, ElementsAre(1024U));
 }
 
+TEST_F(RoiSelector, CatchesUpWithASetThatChangedMeanwhile) {
+  showSet();
+  Watcher& watching = watch();
+  rois->removeRoi("A");
+  rois->addRoi(rois->mergeMasks("B", {"D"}));
+  selector->catchUp();
+  EXPECT_THAT(visibleNames(), ElementsAre("B", "C", "D"));
+  EXPECT_EQ(renderer->getVisibleVolumeMask().size(), 3U);
+  EXPECT_FALSE(rois->isNew());
+  EXPECT_THAT(watching.marks, IsEmpty());
+  selector->catchUp();
+  EXPECT_THAT(watching.marks, IsEmpty());
+  rois->fire();
+  ASSERT_EQ(watching.marks.size(), 1U) << "what is connected hears of it when the set is evaluated for all";
+  EXPECT_NE(watching.marks[0] & 1024U, 0U);
+}
+
 // --- Through a provider -------------------------------------------------------------------------------------------
 
 TEST_F(RoiSelector, ShowsTheSetOfALabelField) {
@@ -435,6 +452,20 @@ TEST_F(RoiSelector, HasNoStateBeforeItsFirstLookAtTheSet) {
   selector->fire();
   selector->portRoiVisibility.getState(state);
   EXPECT_EQ(state, wanted(*other));
+}
+
+TEST_F(RoiSelector, ScriptsChooseMasksThatHaveJustCome) {
+  addMask("A");
+  addMask("B");
+  HxObjectPool::instance().add(rois, "atlas");
+  HxObjectPool::instance().add(selector, "sel");
+  EXPECT_EQ(evaluate("sel data connect atlas; sel fire; atlas mergeMasks A B"), "");
+  EXPECT_EQ(evaluate("sel roiVisibility isRoiVisible A-merged"), "0") << "a new mask is not visible";
+  EXPECT_EQ(evaluate("atlas removeRois A-merged; atlas mergeMasks A B; sel roiVisibility setRoiVisible A-merged 1"),
+            "");
+  EXPECT_EQ(evaluate("sel roiVisibility isRoiVisible A-merged"), "1");
+  EXPECT_EQ(evaluate("sel fire"), "");
+  EXPECT_THAT(visibleNames(), ElementsAre("A", "B", "A-merged"));
 }
 
 TEST_F(RoiSelector, WorksFromScripts) {
