@@ -1,6 +1,8 @@
 #include "hxroi/HxRoisToHxUniformLabelField3.h"
 
 #include <QCoreApplication>
+#include <QScopeGuard>
+#include <utility>
 
 #include "hxroi/HxRoiSelector.h"
 #include "hxroi/HxRois.h"
@@ -9,6 +11,7 @@
 #include "hxroi/detail/makingScript.h"
 #include "quarn/base/McHandle.h"
 #include "quarn/base/mcinterface_cast.h"
+#include "quarn/kernel/HxException.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
@@ -67,15 +70,21 @@ void HxRoisToHxUniformLabelField3::compute() {
 
 /// Nothing is made, but the user should not look for it.
 void HxRoisToHxUniformLabelField3::miss(const QString& what) {
-  hasMissed_ = true;
-  HxMessage::error(what);
+  if (isParsing_) {
+    missed_ = what;
+  } else {
+    HxMessage::error(what);
+  }
 }
 
 int HxRoisToHxUniformLabelField3::parse(Tcl_Interp* interp, int argc, char** argv) {
   const auto alive = hxroi::hold(this);
-  hasMissed_ = false;
+  missed_.clear();
+  const bool wasParsing = std::exchange(isParsing_, true);
+  const auto end = qScopeGuard([&] { isParsing_ = wasParsing; });
   const int code = HxCompModule::parse(interp, argc, argv);
-  return code == TCL_OK && hasMissed_ ? TCL_ERROR : code;
+  if (!missed_.isEmpty()) throw hxException(std::exchange(missed_, QString()));
+  return code;
 }
 
 bool HxRoisToHxUniformLabelField3::canCreateData(HxData* data, QString& script) {

@@ -22,7 +22,7 @@ public:
 
   void update() override {}
 
-  /// Works when "doIt" was hit and the selector has a set; an error message tells what is missing. The set is that of
+  /// Works when "doIt" was hit and the selector has a set; else a message tells what is missing. The set is that of
   /// the selector, whatever is connected to "data". Throws McException, with the former result as it was, for a set
   /// without masks, when a mask cannot be read, without memory, and when the user interrupts; and once with the failure
   /// of a conversion that is done for it.
@@ -31,7 +31,7 @@ public:
   /// `script` makes the result again; true when the result is unchanged since it was made.
   bool canCreateData(HxData* data, QString& script) override;
 
-  /// A command that has the module work without its selector or set fails.
+  /// Throws McException, too, for a command that has the module work without its selector or set.
   int parse(Tcl_Interp* interp, int argc, char** argv) override;
 
   HxConnection portMaskSelector;
@@ -43,5 +43,6 @@ protected:
 private:
   void miss(const QString& what);
 
-  bool hasMissed_ = false;
+  bool isParsing_ = false;
+  QString missed_;  ///< what a command that is being run found missing
 };

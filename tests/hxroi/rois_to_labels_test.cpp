@@ -16,6 +16,7 @@
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 
 namespace {
 
@@ -95,6 +96,7 @@ TEST_F(RoisToLabels, AScriptThatMissesTheSelectorFails) {
   const auto failure = interpreter.evaluate("back doIt hit; back compute");
   ASSERT_TRUE(failure);
   EXPECT_EQ(failure->message, "back: no ROI selector is connected to \"maskSelector\".");
+  EXPECT_THAT(console.errors, IsEmpty()) << "it is told once";
   EXPECT_EQ(module->resultObject(0), nullptr);
   EXPECT_FALSE(interpreter.evaluate("back fire")) << "the button is free again";
 }
