@@ -12,6 +12,7 @@
 #include "quarn/kernel/app/HxInterrupt.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/io/HxRecovery.h"
+#include "quarn/kernel/objects/unsavedData.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 
 namespace quarn::app {
@@ -72,8 +73,9 @@ int Prompt::runOnTerminal() {
   while (!exitStatus_ && HxInterrupt::endSignal() == 0) {
     const LineEditor::Answer answer = editor.readLine(isInsideCommand() ? "> " : "quarn> ", waitForInput);
     forgetWishes();
-    if (answer.ended) break;
-    if (answer.cancelled) {
+    if (answer.ended) {
+      if (mayLeave()) break;
+    } else if (answer.cancelled) {
       command_.clear();
     } else {
       take(answer.line);
@@ -91,14 +93,26 @@ void Prompt::take(const QByteArray& line) {
   const QString command = QString::fromUtf8(std::exchange(command_, {}));
   const std::optional<HxScriptError> error = interpreter.evaluate(command);
   if (error && error->exitStatus) {
-    exitStatus_ = error->exitStatus;
-  } else if (error) {
+    if (mayLeave()) exitStatus_ = error->exitStatus;
+    return;
+  }
+  isWarned_ = false;
+  if (error) {
     failed_ = true;
     reportError(*error, terminal_);
     if (error->interrupted && !isTerminal_) exitStatus_ = Session::INTERRUPTED;
   } else if (const QString result = interpreter.result(); !result.isEmpty()) {
     HxMessage::printf("%s", result.toUtf8().constData());
   }
+}
+
+bool Prompt::mayLeave() {
+  const QStringList unsaved = isTerminal_ ? unsavedData() : QStringList();
+  if (unsaved.isEmpty() || isWarned_) return true;
+  isWarned_ = true;
+  printError(
+      QStringLiteral("not saved: %1; save what is wanted, or leave once more").arg(unsaved.join(QStringLiteral(", "))));
+  return false;
 }
 
 void Prompt::finish() {

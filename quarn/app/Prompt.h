@@ -16,7 +16,7 @@ public:
 
   /// Returns the status given to `exit`, else at the end of the input 0, or 1 when it is no terminal and a command of
   /// it failed: all commands of a file run, whichever fail. Ctrl-C ends the running command on a terminal, and
-  /// everything, with 130, on a pipe.
+  /// everything, with 130, on a pipe. On a terminal the first wish to leave is answered with what is not saved.
   int run();
 
 private:
@@ -27,12 +27,15 @@ private:
   void takeLinesOf(QByteArray& input);
   /// At the end of the input: an unfinished command is an error.
   void finish();
+  /// False, with a message, when unsaved work would go; true when the user wants to leave all the same, right after.
+  bool mayLeave();
   bool isInsideCommand() const { return !command_.isEmpty(); }
 
   const HxTerminalSink& terminal_;
   const bool isTerminal_;
   QByteArray command_;  ///< the lines of a command that is not whole yet
   bool failed_ = false;
+  bool isWarned_ = false;  ///< the last thing said was that something is not saved
   std::optional<int> exitStatus_;
 };
 

@@ -14,6 +14,7 @@
 #include "quarn/kernel/io/HxFileTypes.h"
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/objects/unsavedData.h"
 #include "quarn/kernel/widgets/QxPropertyArea.h"
 #ifdef QUARN_WITH_VIEW
 #include "quarn/app/window/ViewMenu.h"
@@ -153,7 +154,7 @@ void MainWindow::saveChosen() {
 void MainWindow::removeChosen() {
   HxObject* object = chosen();
   if (!object) return;
-  if (unsaved().contains(object->getLabel())) {
+  if (unsavedData().contains(object->getName())) {
     const QString question = tr("%1 is not saved. Remove it?").arg(object->getLabel());
     if (QMessageBox::question(this, QStringLiteral("quarn"), question) != QMessageBox::Yes) return;
   }
@@ -173,16 +174,8 @@ void MainWindow::showObjectMenu(const QPoint& place) {
   menu.exec(list_->viewport()->mapToGlobal(place));
 }
 
-QStringList MainWindow::unsaved() {
-  QStringList names;
-  for (const McHandle<HxObject>& object : HxObjectPool::instance().objects())
-    if (auto* changed = dynamic_cast<HxData*>(object.get()); changed && changed->isModified())
-      names.append(changed->getLabel());
-  return names;
-}
-
 void MainWindow::closeEvent(QCloseEvent* event) {
-  const QStringList names = unsaved();
+  const QStringList names = unsavedData();
   const QString question =
       tr("These objects are not saved: %1.\nQuit and lose the changes?").arg(names.join(QStringLiteral(", ")));
   const bool goes =

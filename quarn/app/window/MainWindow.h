@@ -44,8 +44,6 @@ private:
   void saveChosen();
   void removeChosen();
   void showObjectMenu(const QPoint& place);
-  /// The names of data objects that were changed and not saved.
-  static QStringList unsaved();
 
   ObjectList* objects_;
   QListView* list_;

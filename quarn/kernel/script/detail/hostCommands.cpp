@@ -12,6 +12,7 @@
 #include "quarn/kernel/network/HxNetwork.h"
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/objects/unsavedData.h"
 #include "quarn/kernel/ports/HxConnection.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 #include "quarn/kernel/script/detail/TclText.h"
@@ -120,11 +121,7 @@ void classes(HxCommandCall& call) {
 /// Nothing is removed while something unsaved would go, unless `-force` is given.
 void clear(HxCommandCall& call) {
   const bool force = isForced(call, 0);
-  QStringList unsaved;
-  for (const McHandle<HxObject>& object : HxObjectPool::instance().objects()) {
-    auto* const data = dynamic_cast<HxData*>(object.get());
-    if (data && data->isModified()) unsaved += data->getName();
-  }
+  const QStringList unsaved = unsavedData();
   if (!unsaved.isEmpty() && !force)
     throw McException("not saved: " + toTcl(unsaved.join(", ")) + "; save or remove what is wanted, or give -force");
   HxObjectPool::instance().clear();
