@@ -113,16 +113,41 @@ TEST(Terminal, CtrlCEndsACommandThatWaitsForEvents) {
   }
 }
 
-TEST(Terminal, SecondCtrlCEndsAScriptThatCatchesEverything) {
+TEST(Terminal, CtrlCEndsAScriptThatCatchesEverything) {
   const Program program;
   const QString script = program.write("stubborn.tcl", "while 1 {catch {puts begun; while 1 {}}; puts caught}\n");
   Terminal terminal(program, {"--script", script.toStdString()});
   ASSERT_TRUE(terminal.shows("begun"));
   terminal.type("\x03");
-  ASSERT_TRUE(terminal.shows("caught")) << terminal.screen();
-  ASSERT_TRUE(terminal.shows("begun")) << terminal.screen();
-  terminal.type("\x03");
   EXPECT_EQ(130, terminal.status()) << terminal.screen();
+}
+
+TEST(Terminal, UnsavedWorkIsNamedBeforeThePromptIsLeft) {
+  const Program program;
+  const QString image = QStringLiteral("/usr/share/mricron/templates/brodmann.nii.gz");
+  const QString made = program.write("made.tcl", "load " + image.toUtf8() +
+                                                     " -as areas -kind label\n"
+                                                     "create HxUniformLabelField3ToHxRois convert\n"
+                                                     "convert data connect areas\nconvert doIt hit\nconvert fire\n");
+  for (const std::string leave : {"exit 3\r", "\x04"}) {
+    Terminal terminal(program, {"--interactive"});
+    ASSERT_TRUE(terminal.shows("quarn> "));
+    terminal.type("source " + made.toStdString() + "\r");
+    ASSERT_TRUE(terminal.shows("quarn> ")) << terminal.screen();
+    for (const char* other : {"puts stayed", "puts still"}) {
+      terminal.type(leave);
+      ASSERT_TRUE(terminal.shows("not saved: areas-rois; save what is wanted, or leave once more"))
+          << terminal.screen();
+      ASSERT_TRUE(terminal.shows("quarn> ")) << terminal.screen();
+      terminal.type(std::string(other) + "\r");
+      ASSERT_TRUE(terminal.shows("quarn> ")) << terminal.screen();
+    }
+    terminal.type(leave);
+    ASSERT_TRUE(terminal.shows("not saved: areas-rois")) << terminal.screen();
+    ASSERT_TRUE(terminal.shows("quarn> ")) << terminal.screen();
+    terminal.type(leave);
+    EXPECT_EQ(leave == "\x04" ? 0 : 3, terminal.status()) << terminal.screen();
+  }
 }
 
 TEST(Terminal, ConsoleErrorIsShownOnce) {

@@ -6,12 +6,12 @@
 
 /// The user's wish to stop (Ctrl-C).
 ///
-/// The first wish sets a flag, which progress displays show to long operations, and makes the running script fail with
-/// the error "interrupted" at its next command; a script may catch that and go on. The second one during the same
-/// script ends it in a way that it cannot catch. The third ends the process as the signal would have.
+/// The first wish sets a flag, which progress displays show to long operations, and ends the running script with the
+/// error "interrupted" at its next command, in a way that it cannot catch. The second one during the same script does
+/// so again. The third ends the process as the signal would have.
 ///
-/// A signal that asks the process to end (SIGTERM, SIGHUP) counts as two wishes: the script ends at its next command, and the
-/// program tidies up and ends.
+/// A signal that asks the process to end (SIGTERM, SIGHUP) counts as two wishes: the script ends at its next command,
+/// and the program tidies up and ends.
 class QUARN_KERNEL_API HxInterrupt {
 public:
   /// Takes over SIGINT, SIGTERM and SIGHUP for the rest of the process; the latter two stay ignored when

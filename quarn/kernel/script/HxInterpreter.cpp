@@ -64,20 +64,28 @@ int callGuarded(const HxObjectCommand& function, Tcl_Interp* interp, int objc, T
   return TCL_ERROR;
 }
 
+/// Ends the scripts of `interp` in a way that they cannot catch.
+void unwind(Tcl_Interp* interp) {
+  Tcl_CancelEval(interp, nullptr, nullptr, TCL_CANCEL_UNWIND);
+}
+
+/// Either may be null, or both the same.
+void unwindAll(Tcl_Interp* outermost, Tcl_Interp* inner) {
+  if (outermost) unwind(outermost);
+  if (inner && inner != outermost) unwind(inner);
+}
+
 /// Tcl's own work that a wish to stop has to wait for. Tcl asks in the user-interface thread only.
 constinit int uninterruptedWork = 0;
 
-/// Runs after a wish to stop: between two commands of a script, or without `interp` where a command waits for events,
-/// which then fails.
-int interruptScript(ClientData waiting, Tcl_Interp* interp, int code) {
+/// Runs after a wish to stop: between two commands of a script in `interp`, or without one where a command waits for
+/// events, which then fails. `outermost` is the interpreter of the process while a script runs in it, else null.
+int interruptScript(Tcl_Interp* outermost, Tcl_Interp* interp, int code) {
   if (uninterruptedWork > 0 || !HxInterrupt::isRequested()) return code;
   HxInterrupt::answer();
-  if (!interp) {
-    Tcl_CancelEval(static_cast<Tcl_Interp*>(waiting), nullptr, nullptr, 0);
-    return code;
-  }
-  // What runs in a safe interpreter has nothing to tidy up, and may be anybody's: it must not go on.
-  if (Tcl_IsSafe(interp)) Tcl_CancelEval(interp, nullptr, nullptr, TCL_CANCEL_UNWIND);
+  // Nothing that a script catches may keep it going: who asks for the end wants all of it to end.
+  unwindAll(outermost, interp);
+  if (!interp) return code;
   setErrorText(interp, "interrupted");
   Tcl_SetErrorCode(interp, "QUARN", "INTERRUPT", nullptr);
   return TCL_ERROR;
@@ -161,11 +169,17 @@ HxInterpreter::Uninterrupted::~Uninterrupted() {
 }
 
 HxInterpreter::HxInterpreter()
-    : interp_(createInterpreter()), interruption_(Tcl_AsyncCreate(interruptScript, interp_)) {
+    : interp_(createInterpreter()),
+      interruption_(Tcl_AsyncCreate(
+          [](ClientData self, Tcl_Interp* interp, int code) {
+            const auto& interpreter = *static_cast<HxInterpreter*>(self);
+            return interruptScript(interpreter.depth_ > 0 ? interpreter.interp_ : nullptr, interp, code);
+          },
+          this)) {
   HxCommandTable::instance().attach(interp_);
   HxInterrupt::setListener([handler = interruption_, interp = interp_](int wishes) {
     Tcl_AsyncMark(handler);
-    if (wishes > 1) Tcl_CancelEval(interp, nullptr, nullptr, TCL_CANCEL_UNWIND);
+    if (wishes > 1) unwind(interp);
   });
 }
 
@@ -221,6 +235,9 @@ int HxInterpreter::call(const HxObjectCommand& command, Tcl_Interp* interp, int 
   Tcl_ResetResult(interp);
   const int code = callGuarded(command, interp, objc, objv);
   HxMessage::flushStream();
+  // The wish was heard by the command itself.
+  if (code == TCL_ERROR && HxInterrupt::wasRequested())
+    unwindAll(instance().depth_ > 0 ? instance().interp_ : nullptr, interp);
   if (depth.isOutermost()) HxRecovery::instance().checkpointIfDue();
   if (code != TCL_ERROR || hasResult(interp)) return code;
   const std::optional<std::string> said = HxMessage::newestSince(before);
@@ -253,12 +270,13 @@ std::optional<HxScriptError> HxInterpreter::run(const QString& fileName, Tcl_Obj
   HxMessage::flushStream();
   const bool outermost = depth_ == 0;
   const bool pendingWish = outermost && HxInterrupt::isRequested();
+  const bool heardWish = outermost && code == TCL_ERROR && HxInterrupt::wasRequested();
   if (outermost) HxInterrupt::clear();
   const std::optional<int> exitStatus = outermost ? std::exchange(exitRequest_, std::nullopt) : exitRequest_;
   if (!exitStatus && !pendingWish && (code == TCL_OK || code == TCL_RETURN)) return std::nullopt;
   HxScriptError error = describeError(code, fileName);
   error.exitStatus = exitStatus;
-  if (pendingWish) error.interrupted = true;
+  if (pendingWish || heardWish) error.interrupted = true;
   if (error.interrupted) {
     error.message = QStringLiteral("interrupted");
     error.command.clear();
@@ -297,5 +315,5 @@ void HxInterpreter::setArguments(const QString& program, const QStringList& argu
 
 void HxInterpreter::requestExit(int status) {
   exitRequest_ = status;
-  Tcl_CancelEval(interp_, nullptr, nullptr, TCL_CANCEL_UNWIND);
+  unwind(interp_);
 }
