@@ -1,8 +1,7 @@
 #include "quarn/app/window/display.h"
 
-#include <QApplication>
-
 #include "quarn/base/McException.h"
+#include "quarn/kernel/widgets/QxApplication.h"
 
 namespace quarn::app {
 namespace {
@@ -35,7 +34,7 @@ CommandLine withWindow(CommandLine line) {
 std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv) {
   QStringList words;
   for (int i = 1; i < argc; ++i) words.append(QString::fromLocal8Bit(argv[i]));
-  if (leadsToWindow(words)) return std::make_unique<QApplication>(argc, argv);
+  if (leadsToWindow(words)) return std::make_unique<QxApplication>(argc, argv);
   return std::make_unique<QCoreApplication>(argc, argv);
 }
 
