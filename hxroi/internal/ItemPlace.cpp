@@ -1,5 +1,6 @@
 #include "hxroi/internal/ItemPlace.h"
 
+#include <algorithm>
 #include <exception>
 #include <limits>
 #include <string>
@@ -42,6 +43,15 @@ const Roi* namedIn(const QxRoiTreeItem& parent, const std::string& name) {
   return nullptr;
 }
 
+/// Right below `parent`, in the set too.
+bool standsIn(const QxRoiTreeItem& parent, const QxRoiTreeItem& child) {
+  if (const HxRois* rois = parent.getRois()) {
+    return std::any_of(rois->begin(), rois->end(), [&](const auto& roi) { return roi == child.getRoi(); });
+  }
+  Group* group = groupOf(parent);
+  return group && std::any_of(group->begin(), group->end(), [&](const Mask& mask) { return &mask == child.getRoi(); });
+}
+
 void putBack(const QxRoiTreeItem& source, int from, const QxRoiTreeItem& child) noexcept {
   try {
     enterPlace(source, from, child);
@@ -70,6 +80,14 @@ void checkIdentity(const QxRoiTreeItem& parent, const QxRoiTreeItem& child) {
   if (!there || there == child.getRoi()) return;
   throw McException("The roi named " + McException::excerpt(there->name()) + " inside " +
                     McException::excerpt(parent.getName().toUtf8().toStdString()) + " is not the one of the tree.");
+}
+
+void checkPlace(const QxRoiTreeItem& parent, const QxRoiTreeItem& child) {
+  checkIdentity(parent, child);
+  if (standsIn(parent, child)) return;
+  throw McException("The roi named " + McException::excerpt(child.getName().toUtf8().toStdString()) +
+                    " does not stand in " + McException::excerpt(parent.getName().toUtf8().toStdString()) +
+                    " any more.");
 }
 
 void leavePlace(const QxRoiTreeItem& parent, const QxRoiTreeItem& child) {

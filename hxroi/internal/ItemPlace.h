@@ -15,6 +15,10 @@ void enterPlace(const QxRoiTreeItem& parent, int position, const QxRoiTreeItem& 
 /// hit that one.
 void checkIdentity(const QxRoiTreeItem& parent, const QxRoiTreeItem& child);
 
+/// The same, and when its ROI does not stand right below `parent` in the set, as after a change that the tree has not
+/// heard of.
+void checkPlace(const QxRoiTreeItem& parent, const QxRoiTreeItem& child);
+
 /// The ROI of `child` leaves the set or group of `parent`. McException when the set refuses that.
 void leavePlace(const QxRoiTreeItem& parent, const QxRoiTreeItem& child);
 

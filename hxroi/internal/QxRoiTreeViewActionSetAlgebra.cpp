@@ -22,10 +22,10 @@ QxRoiTreeModel* modelOf(const QModelIndex& index) {
   return model && model->getRoot() && model->getRoot()->getRois() ? model : nullptr;
 }
 
-/// McException when the set has given the name to another ROI.
+/// McException when the set has given the name to another ROI, or this one another place.
 std::string nameAt(const QxRoiTreeModel& model, const QModelIndex& index) {
   const QxRoiTreeItem& item = *model.getItem(index);
-  if (item.parent()) hxroi::checkIdentity(*model.getRoot(), item);
+  if (item.parent()) hxroi::checkPlace(*item.parent(), item);
   return item.getName().toLatin1().toStdString();
 }
 

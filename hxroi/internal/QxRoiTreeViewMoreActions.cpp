@@ -55,6 +55,13 @@ bool QxRoiTreeViewMoreActions::canEdit() const {
   return model && model->roiModule() != QxRoiTreeModel::SELECTOR_MODULE;
 }
 
+bool QxRoiTreeViewMoreActions::canShowOnly() const {
+  const QxRoiTreeModel* model = actions_.model();
+  if (!model || model->roiModule() != QxRoiTreeModel::ROIS_MODULE) return model != nullptr;
+  const HxRois* rois = model->getRoot()->getRois();
+  return rois && hxroi::hasSelectors(*rois);
+}
+
 Items QxRoiTreeViewMoreActions::selectedItems() const {
   const QxRoiTreeModel* model = actions_.model();
   return model ? hxroi::topmostItems(*model, actions_.selectedRows()) : Items();
@@ -68,7 +75,7 @@ void QxRoiTreeViewMoreActions::enableForSelection() {
   exclusiveOrAction->setEnabled(combines);
   deleteRowsAction->setEnabled(edits);
   editColorsAction->setEnabled(edits && !withColor(items).isEmpty());
-  showOnlyAction->setEnabled(!items.isEmpty());
+  showOnlyAction->setEnabled(!items.isEmpty() && canShowOnly());
   groupAction->setEnabled(edits && areMasks(items));
 }
 
@@ -142,7 +149,7 @@ void QxRoiTreeViewMoreActions::addShortcuts() {
   addShortcut(QKeySequence(Qt::Key_F2), &QxRoiTreeViewMoreActions::renameByKey);
   addShortcut(QKeySequence(Qt::Key_Delete), &QxRoiTreeViewMoreActions::deleteSelectedRows);
   addShortcut(QKeySequence(Qt::CTRL | Qt::Key_A), &QxRoiTreeViewMoreActions::selectAllRows);
-  addShortcut(QKeySequence(Qt::CTRL | Qt::Key_G), &QxRoiTreeViewMoreActions::groupSelectedRois);
+  addShortcut(QKeySequence(Qt::CTRL | Qt::Key_G), &QxRoiTreeViewMoreActions::groupByKey);
 }
 
 void QxRoiTreeViewMoreActions::addShortcut(const QKeySequence& keys, Slot slot) {
@@ -158,6 +165,15 @@ void QxRoiTreeViewMoreActions::renameByKey() {
   const QModelIndexList rows = actions_.selectedRows();
   const bool isCurrent = rows.size() == 1 && rows.front() == actions_.currentIndex().siblingAtColumn(0);
   if (canEdit() && isCurrent) actions_.renameSelectedRoi();
+}
+
+/// Where nothing is selected that could go into it, the new group is empty.
+void QxRoiTreeViewMoreActions::groupByKey() {
+  if (!canEdit()) return;
+  const Items items = selectedItems();
+  const bool isOneGroup = items.size() == 1 && items.front()->isGroup();
+  if (items.isEmpty() || isOneGroup) return actions_.newGroup();
+  groupSelectedRois();
 }
 
 /// Members of collapsed groups, too.

@@ -24,8 +24,9 @@ public:
   /// Enables those that can work on the selected rows.
   void enableForSelection();
 
-  /// F2 renames, Delete deletes what is selected, Ctrl+A selects all rows, Ctrl+G groups; in the view, while it has the
-  /// focus. The keys need no menu, and do nothing where the menu would offer nothing.
+  /// F2 renames, Delete deletes what is selected, Ctrl+A selects all rows, Ctrl+G groups the selected masks, or makes
+  /// an empty group; in the view, while it has the focus. The keys need no menu, and do nothing where the menu would
+  /// offer nothing.
   void addShortcuts();
 
   QAction* intersectAction;
@@ -54,11 +55,14 @@ private:
   QAction* addAction(const QString& text, Slot slot);
   void addShortcut(const QKeySequence& keys, Slot slot);
   void renameByKey();
+  void groupByKey();
   void selectAllRows();
 
   /// The nodes of the selected rows from the first row of the tree on, without masks whose group is selected too.
   QList<QxRoiTreeItem*> selectedItems() const;
   bool canEdit() const;
+  /// Without check boxes there must be a selector to show it.
+  bool canShowOnly() const;
 
   QxRoiTreeViewActionSet& actions_;
 };

@@ -27,13 +27,6 @@ QStringList wordsOf(const QString& text) {
   return words;
 }
 
-/// How the text names a node: by its identifier, unless a file gave it one that is not one word.
-QString wordFor(const QxRoiTreeItem& item) {
-  const QString id = item.getId();
-  const bool isWord = !id.isEmpty() && std::none_of(id.begin(), id.end(), [](QChar c) { return c.isSpace(); });
-  return isWord ? id : item.getName();
-}
-
 /// Every node below the root, groups before their masks.
 template <class Visit>
 void visitNodes(const QxRoiTreeModel& model, Visit visit) {
@@ -46,6 +39,12 @@ void visitNodes(const QxRoiTreeModel& model, Visit visit) {
 }
 
 }  // namespace
+
+QString RoiVisibilityState::wordFor(const QxRoiTreeItem& item) {
+  const QString id = item.getId();
+  const bool isWord = !id.isEmpty() && std::none_of(id.begin(), id.end(), [](QChar c) { return c.isSpace(); });
+  return isWord ? id : item.getName();
+}
 
 QString RoiVisibilityState::of(const QxRoiTreeModel& model) {
   QString text = kFirstWord;

@@ -8,6 +8,7 @@
 #include <vector>
 
 class QxRoiTreeItem;
+class QxRoiTreeItem;
 class QxRoiTreeModel;
 
 namespace hxroi {
@@ -17,6 +18,9 @@ namespace hxroi {
 class RoiVisibilityState {
 public:
   static QString of(const QxRoiTreeModel& model);
+
+  /// How the text names a node: by its identifier, unless a file gave it one that is not one word.
+  static QString wordFor(const QxRoiTreeItem& item);
 
   /// Nothing for a text that is no such state.
   static std::optional<RoiVisibilityState> from(const QString& text);

@@ -14,6 +14,7 @@
 #include "hxroi/internal/ItemPlace.h"
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/QxRoiTreeModel.h"
+#include "hxroi/internal/RoiVisibilityState.h"
 #include "hxroi/internal/RowReplacement.h"
 
 namespace hxroi {
@@ -36,8 +37,8 @@ QList<QPointer<QxRoiTreeItem>> guarded(const Items& items) {
 }
 
 /// Before anything is changed.
-void checkIdentities(const Items& items) {
-  for (const QxRoiTreeItem* item : items) checkIdentity(*item->parent(), *item);
+void checkPlaces(const Items& items) {
+  for (const QxRoiTreeItem* item : items) checkPlace(*item->parent(), *item);
 }
 
 McHandle<Mask> combined(const QxRoiTreeModel& model, const QxRoiTreeItem& target, const Items& items,
@@ -76,7 +77,7 @@ Items topmostItems(const QxRoiTreeModel& model, const QModelIndexList& rows) {
 void combine(QxRoiTreeModel& model, const QModelIndex& current, const Items& items, Combination combination) {
   const bool areMasks = std::all_of(items.begin(), items.end(), [](const auto* item) { return item->isMask(); });
   if (items.size() < 2 || !areMasks) return;
-  checkIdentities(items);
+  checkPlaces(items);
   QxRoiTreeItem* target = items.contains(model.getItem(current)) ? model.getItem(current) : items.front();
   const McHandle<Mask> result = combined(model, *target, items, combination);
   RowReplacement replacement(model, model.indexFromTreeItem(target));
@@ -85,7 +86,7 @@ void combine(QxRoiTreeModel& model, const QModelIndex& current, const Items& ite
 }
 
 void removeItems(QxRoiTreeModel& model, const Items& items) {
-  checkIdentities(items);
+  checkPlaces(items);
   const auto rows = guarded(items);
   for (const auto& item : rows) {
     if (!item || !item->parent()) continue;
@@ -131,16 +132,33 @@ void showOnly(QxRoiTreeModel& model, const Items& items) {
   model.setData(model.indexFromTreeItem(items.front()), static_cast<int>(Qt::Checked), Qt::CheckStateRole);
 }
 
+namespace {
+
+HxPort* treeOf(const HxObject* object) {
+  return object ? object->findPort(QStringLiteral("roiVisibility")) : nullptr;
+}
+
+std::vector<McHandle<HxObject>> selectorsOf(const HxRois& rois) {
+  std::vector<McHandle<HxObject>> selectors;
+  for (const HxConnection* connection : rois.downstreamConnections()) {
+    if (treeOf(connection->owner())) selectors.emplace_back(connection->owner());
+  }
+  return selectors;
+}
+
+}  // namespace
+
+bool hasSelectors(const HxRois& rois) {
+  return !selectorsOf(rois).empty();
+}
+
 void showOnlyInSelectors(const HxRois& rois, const Items& items) {
   if (items.isEmpty()) return;
   // Those that are not named become invisible.
   QString state = QStringLiteral("visibility");
-  for (const QxRoiTreeItem* item : visibleWith(items)) state += QStringLiteral(" %1 1").arg(item->getId());
-  const std::vector<HxConnection*> connections = rois.downstreamConnections();
-  std::vector<McHandle<HxObject>> selectors;
-  for (const HxConnection* connection : connections) selectors.emplace_back(connection->owner());
-  for (const McHandle<HxObject>& selector : selectors) {
-    HxPort* tree = selector ? selector->findPort(QStringLiteral("roiVisibility")) : nullptr;
+  for (const QxRoiTreeItem* item : visibleWith(items)) state += " " + RoiVisibilityState::wordFor(*item) + " 1";
+  for (const McHandle<HxObject>& selector : selectorsOf(rois)) {
+    HxPort* tree = treeOf(selector);
     if (tree && tree->setState(state)) tree->send();
   }
 }

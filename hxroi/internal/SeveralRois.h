@@ -33,6 +33,9 @@ void showOnly(QxRoiTreeModel& model, const QList<QxRoiTreeItem*>& items);
 /// The same in the trees of all selectors that are connected to the set, which are evaluated.
 void showOnlyInSelectors(const HxRois& rois, const QList<QxRoiTreeItem*>& items);
 
+/// Whether any is connected.
+bool hasSelectors(const HxRois& rois);
+
 /// Moves the masks into a new group, which stands where the first of them stood, or its group. Null when the group is
 /// refused, which the user was told; then nothing has changed.
 QxRoiTreeItem* group(QxRoiTreeModel& model, const QList<QxRoiTreeItem*>& items);

@@ -337,6 +337,18 @@ TEST_F(ActionSet, MergesNoOtherRoiOfTheSameName) {
   EXPECT_EQ(rois->getMask("a"), later.get());
 }
 
+TEST_F(ActionSet, MergesNoRoiThatStandsElsewhereByNow) {
+  fillAndOpen();
+  rois->addRoi(group("group")->removeMask("c"));
+  const std::string before = textOf(*rois);
+  const char* const refusal = "The roi named c does not stand in group any more.";
+  EXPECT_EQ(refusalOf([&] { actions->mergeRois("b", {"a", "c", "b"}); }), refusal);
+  EXPECT_EQ(refusalOf([&] { actions->mergeRois("c", {"a", "c"}); }), refusal);
+  EXPECT_EQ(refusalOf([&] { actions->subtractRois("b", "c"); }), refusal);
+  EXPECT_EQ(textOf(*rois), before);
+  EXPECT_EQ(textOf(*model), "a b group[c d]");
+}
+
 // --- Subtract -----------------------------------------------------------------------------------------------------
 
 TEST_F(ActionSet, SubtractsFromTheTarget) {

@@ -243,6 +243,8 @@ public:
 
 TEST_F(MoreActions, ShowOnlyWhatIsSelectedInAllSelectors) {
   fillAndOpenMore(QxRoiTreeModel::ROIS_MODULE);
+  EXPECT_EQ(enabledFor({"b"}), "dcg") << "nobody would show it";
+  rois->getRoi("c")->setId("no one word");
   const McHandle<Chooser> first(new Chooser);
   const McHandle<Chooser> second(new Chooser);
   for (const auto& chooser : {first, second}) {
@@ -250,6 +252,7 @@ TEST_F(MoreActions, ShowOnlyWhatIsSelectedInAllSelectors) {
     chooser->portRois.setHxRois(rois);
     chooser->evaluations = 0;
   }
+  EXPECT_EQ(enabledFor({"b"}), "dcsg");
   select({"c", "b"});
   more->showOnlySelectedRois();
   for (const auto& chooser : {first, second}) {
@@ -289,6 +292,20 @@ TEST_F(MoreActions, TouchNoOtherRoiOfTheSameName) {
   more->intersectSelectedRois();
   more->deleteSelectedRows();
   EXPECT_THAT(errors(), ElementsAre(StartsWith("The roi named b"), StartsWith("The roi named b")));
+  EXPECT_EQ(textOf(*rois), before);
+  EXPECT_EQ(textOf(*model), "a b group[c d]");
+}
+
+TEST_F(MoreActions, ChangeNothingWhenARoiStandsElsewhereByNow) {
+  fillAndOpenMore();
+  rois->addRoi(group("group")->removeMask("c"));
+  const std::string before = textOf(*rois);
+  select({"a", "b", "c"});
+  more->intersectSelectedRois();
+  more->exclusiveOrSelectedRois();
+  more->deleteSelectedRows();
+  const std::string refusal = "The roi named c does not stand in group any more.";
+  EXPECT_THAT(errors(), ElementsAre(refusal, refusal, refusal));
   EXPECT_EQ(textOf(*rois), before);
   EXPECT_EQ(textOf(*model), "a b group[c d]");
 }
@@ -342,6 +359,12 @@ TEST_F(MoreActions, HaveKeys) {
   select({"a", "c"});
   press(Qt::Key_G, Qt::ControlModifier);
   expectTree("Group0[a c] b group[]");
+  select({"group"});
+  press(Qt::Key_G, Qt::ControlModifier);
+  expectTree("Group0[a c] b group[] Group1[]");
+  select({"group", "b"});
+  press(Qt::Key_G, Qt::ControlModifier);
+  expectTree("Group0[a c] b group[] Group1[]");
   select({"b"});
   press(Qt::Key_F2);
   EXPECT_TRUE(view->isPersistentEditorOpen(at("b")));
