@@ -15,6 +15,12 @@ namespace {
 
 constexpr unsigned int kNameOrVisibility = 1024;
 
+constexpr HxCommandText kSetRoiVisible{
+    "setRoiVisible", "NAME_OR_ID NUMBER", 2, 2,
+    "Hides the ROI of that name or identifier for 0, shows it for any other number."};
+constexpr HxCommandText kIsRoiVisible{"isRoiVisible", "NAME_OR_ID", 1, 1,
+                                      "Returns 1 for a visible ROI, else 0. A mask in a hidden group is hidden."};
+
 }  // namespace
 
 void HxPortRoiTreeView::getState(QString& state) const {
@@ -32,8 +38,9 @@ bool HxPortRoiTreeView::setState(const QString& state) {
 int HxPortRoiTreeView::parse(Tcl_Interp* interp, int argc, char** argv) {
   if (roiModule_ == SELECTOR_MODULE) {
     const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
-    if (cmdCheck(word, "setRoiVisible", "<name_or_id> <new_visibility>")) return parseSetRoiVisible(argc, argv);
-    if (cmdCheck(word, "isRoiVisible", "<name_or_id>")) return parseIsRoiVisible(interp, argc, argv);
+    if (model_) getCmdInfo().offer("NAME_OR_ID", model_->roiNames());
+    if (cmdCheck(word, kSetRoiVisible, "HxPortRoiTreeView")) return parseSetRoiVisible(argc, argv);
+    if (cmdCheck(word, kIsRoiVisible, "HxPortRoiTreeView")) return parseIsRoiVisible(interp, argc, argv);
   }
   return HxPort::parse(interp, argc, argv);
 }

@@ -131,6 +131,9 @@ public:
 
   void setAllRoisVisible(bool visible);
 
+  /// Of all rows, groups before their masks.
+  QStringList roiNames() const;
+
   /// Write the tree, or a set, to standard error.
   void printModel() const;
   static void printHxRois(HxRois* rois);

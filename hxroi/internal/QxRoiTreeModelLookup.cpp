@@ -41,7 +41,8 @@ QModelIndex QxRoiTreeModel::indexFromName(const QString& name) const {
 // --- Free names ---------------------------------------------------------------------------------------------------
 
 std::string QxRoiTreeModel::getUniqueName(const std::string& name) const {
-  return rois_ ? rois_->getUniqueName(name) : name;
+  const HxRois* rois = getRoot() ? getRoot()->getRois() : nullptr;
+  return rois ? rois->getUniqueName(name) : name;
 }
 
 std::string QxRoiTreeModel::getAvailableMaskName() const {
@@ -50,6 +51,15 @@ std::string QxRoiTreeModel::getAvailableMaskName() const {
 
 std::string QxRoiTreeModel::getAvailableGroupName() const {
   return getUniqueName("Group0");
+}
+
+QStringList QxRoiTreeModel::roiNames() const {
+  QStringList names;
+  findItem(getRoot(), [&names](const QxRoiTreeItem& item) {
+    names.append(item.getName());
+    return false;
+  });
+  return names;
 }
 
 // --- Visibility ---------------------------------------------------------------------------------------------------

@@ -1,3 +1,4 @@
+#include "quarn/kernel/script/HxCompletion.h"
 #include "tests/hxroi/internal/TreePortTest.h"
 
 using ::testing::ElementsAre;
@@ -69,9 +70,14 @@ TEST_F(TreePortCommands, WithTooFewWordsTellTheirSyntax) {
 
 TEST_F(TreePortCommands, AreListedByHelp) {
   EXPECT_EQ(evaluate("chooser roiVisibility help"), "");
-  EXPECT_THAT(console.consoleText(), HasSubstr("setRoiVisible <name_or_id> <new_visibility>"));
-  EXPECT_THAT(console.consoleText(), HasSubstr("isRoiVisible <name_or_id>"));
+  EXPECT_THAT(console.consoleText(), HasSubstr("setRoiVisible NAME_OR_ID NUMBER"));
+  EXPECT_THAT(console.consoleText(), HasSubstr("isRoiVisible NAME_OR_ID"));
   EXPECT_THAT(console.consoleText(), HasSubstr("getState"));
+}
+
+TEST_F(TreePortCommands, AreCompletedWithNames) {
+  EXPECT_THAT(HxCompletion::wordsAfter({"chooser", "roiVisibility", "setRoiVisible"}), ElementsAre("G", "a", "m"));
+  EXPECT_THAT(HxCompletion::wordsAfter({"chooser", "roiVisibility", "isRoiVisible"}), ElementsAre("G", "a", "m"));
 }
 
 TEST_F(TreePortCommands, OfEveryPortWorkToo) {

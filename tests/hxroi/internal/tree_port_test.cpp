@@ -177,6 +177,9 @@ TEST_F(TreePort, ShowsTheTreeOfAnotherPortThroughAProxy) {
   port().setRoiVisible(false, "G");
   EXPECT_FALSE(proxy.isRoiVisible("m", true));
 
+  EXPECT_EQ(proxy.getUniqueName("a"), model().getUniqueName("a")) << "names that are free in the set";
+  EXPECT_NE(proxy.getUniqueName("a"), "a");
+
   std::vector<QModelIndex> changed;
   QObject::connect(&proxy, &QAbstractItemModel::dataChanged,
                    [&](const QModelIndex& first) { changed.push_back(first); });
