@@ -6,9 +6,7 @@
 #include "hxroi/details/Roi.h"
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/SetWatch.h"
-#include "quarn/base/McException.h"
-#include "quarn/kernel/HxException.h"
-#include "quarn/kernel/app/HxMessage.h"
+#include "hxroi/internal/commandFailures.h"
 
 using hxroi::SetWatch;
 using hxroi::details::Group;
@@ -132,14 +130,10 @@ QVariant QxRoiTreeModel::data(const QModelIndex& index, int role) const {
 bool QxRoiTreeModel::setData(const QModelIndex& index, const QVariant& value, int role) {
   QxRoiTreeItem* item = getItem(index);
   if (!item) return false;
-  try {
-    if (!item->setData(index.column(), value, role)) return false;
-  } catch (const McException& refusal) {
-    HxMessage::error(hxText(refusal));
-    return false;
-  }
-  Q_EMIT dataChanged(index, index);
-  return true;
+  bool isTaken = false;
+  hxroi::showFailures([&] { isTaken = item->setData(index.column(), value, role); });
+  if (isTaken) Q_EMIT dataChanged(index, index);
+  return isTaken;
 }
 
 QVariant QxRoiTreeModel::headerData(int section, Qt::Orientation orientation, int role) const {

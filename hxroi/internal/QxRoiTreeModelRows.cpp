@@ -140,7 +140,7 @@ QxRoiTreeItem* QxRoiTreeModel::insertRoi(int position, Roi* roi, const QModelInd
   {
     const RowChange change(*this);
     if (stands && updateRois) refusal = refusalOf([&] { hxroi::enterPlace(*parentItem, position, *item); });
-    if (!refusal) item.release();  // the tree owns it, or the caller when it cannot stand there
+    if (!refusal) item.release();  // tree or caller owns it
     if (stands && !refusal) insertRow(position, inserted, *parentItem);
   }
   if (refusal) HxMessage::error(*refusal);

@@ -4,12 +4,11 @@
 #include <QIODevice>
 #include <QItemSelectionModel>
 #include <QMimeData>
+#include <algorithm>
 
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/QxRoiTreeModel.h"
-#include "quarn/base/McException.h"
-#include "quarn/kernel/HxException.h"
-#include "quarn/kernel/app/HxMessage.h"
+#include "hxroi/internal/commandFailures.h"
 
 namespace hxroi {
 
@@ -76,15 +75,12 @@ bool QxRoiTreeModel::dropMimeData(const QMimeData* data, Qt::DropAction /*action
   if (!data || !data->hasFormat(hxroi::kDraggedNamesType) || !target || target->isMask()) return false;
   const bool isBetweenRows = row >= 0 && row <= target->childCount();
   hxroi::RoiDrop drop(*this, *target, isBetweenRows ? row : target->childCount());
-  try {
+  bool isDone = false;
+  hxroi::showFailures([&] {
     const QStringList names = hxroi::namesOf(*data);
-    for (const QString& name : names) {
-      if (!drop.add(name)) return false;
-    }
-  } catch (const McException& refusal) {
-    HxMessage::error(hxText(refusal));
-    return false;
-  }
+    isDone = std::all_of(names.begin(), names.end(), [&](const QString& name) { return drop.add(name); });
+  });
+  if (!isDone) return false;
   const QModelIndexList moved = drop.selection().indexes();
   const auto command = QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows;
   Q_EMIT updateCurrentIndex(moved.isEmpty() ? QModelIndex() : moved.last(), command);

@@ -143,6 +143,17 @@ TEST_F(TreeModel, TellsOfChangedData) {
   EXPECT_FALSE(model->data({}).isValid());
 }
 
+TEST_F(TreeModel, AgreesToDataForNoRow) {
+  fillAndShow();
+  watch.reset();  // Qt's tester calls news of no cell a fault
+  EXPECT_TRUE(model->setData({}, "x", Qt::EditRole));
+  EXPECT_TRUE(model->setData({}, QColor(Qt::red), Qt::EditRole));
+  EXPECT_THAT(log->take(), ElementsAre("dataChanged -:-1", "dataChanged -:-1"));
+  EXPECT_EQ(rois->getLabel(), "atlas") << "the set that the root shows";
+  expectTree("a b group[c d]");
+  EXPECT_FALSE(QxRoiTreeModel(nullptr, QxRoiTreeModel::FULL_MODULE).setData({}, "x", Qt::EditRole)) << "without root";
+}
+
 TEST_F(TreeModel, OffersFreeNames) {
   fillAndShow();
   EXPECT_EQ(model->getUniqueName("a"), "a0");
