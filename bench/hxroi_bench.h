@@ -12,4 +12,7 @@ void addAtlasBenchmarks();
 /// Files of large sets: opening and checking them.
 void addSetBenchmarks();
 
+/// The tree of a large set in a window.
+void addTreeBenchmarks();
+
 }  // namespace bench
