@@ -59,3 +59,7 @@ view camera azimuth -48
 view camera elevation 26
 view camera zoom 0.92
 view snapshot $out/atlas.png 1080 720
+
+set visible 0
+foreach mask [$rois allMasks] { incr visible [regions roiVisibility isRoiVisible $mask] }
+puts "$visible of [llength [$rois allMasks]] regions over the brain: [file join $out atlas.png]"
