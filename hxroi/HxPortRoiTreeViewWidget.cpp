@@ -57,6 +57,7 @@ void HxPortRoiTreeView::createWidget(QWidget* parent) {
   }
   if (auto* label = findWidget<QLabel>("label")) layout()->setAlignment(label, Qt::AlignTop);
   layout()->addWidget(view_, 1);
+  frame()->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
 }
 
 void HxPortRoiTreeView::setUpView() {

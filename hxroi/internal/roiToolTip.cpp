@@ -3,17 +3,17 @@
 #include <QCoreApplication>
 #include <QLocale>
 #include <QStringList>
+#include <cmath>
 #include <cstdint>
 #include <exception>
 #include <optional>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/toolkitBoxes.h"
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/QxRoiTreeModel.h"
-#include "quarn/kernel/fields/HxUniformScalarField3.h"
-#include "quarn/kernel/objects/hxconnection_cast.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 
 using hxroi::details::Mask;
@@ -52,8 +52,13 @@ std::optional<double> voxelVolume(const QxRoiTreeItem& item) {
   const QxRoiTreeModel* model = item.getModel();
   const QxRoiTreeItem* root = model ? model->getRoot() : nullptr;
   const HxRois* rois = root ? root->getRois() : nullptr;
-  const auto* field = rois ? hxconnection_cast<HxUniformScalarField3>(rois->portData) : nullptr;
-  return field ? std::optional(field->voxelVolume()) : std::nullopt;
+  const std::optional<HxGeometry3> place = rois ? hxroi::placeOf(*rois) : std::nullopt;
+  if (!place) return std::nullopt;
+  // Directions are unit vectors, though not always at right angles.
+  const auto& d = place->direction;
+  const double skew =
+      d[0] * (d[4] * d[8] - d[5] * d[7]) - d[1] * (d[3] * d[8] - d[5] * d[6]) + d[2] * (d[3] * d[7] - d[4] * d[6]);
+  return place->voxelSize[0] * place->voxelSize[1] * place->voxelSize[2] * std::abs(skew);
 }
 
 QString textOfMask(const Mask& mask, std::optional<double> volumeOfVoxel) {

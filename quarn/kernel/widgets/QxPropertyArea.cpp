@@ -84,7 +84,7 @@ void QxPropertyArea::place(QWidget* port, int row) {
   if (found == row) return;
   if (found < 0) connect(port, &QObject::destroyed, this, &QxPropertyArea::lookLater);
   column_->removeWidget(port);
-  const bool grows = port->layout() && (port->layout()->expandingDirections() & Qt::Vertical);
+  const bool grows = port->sizePolicy().expandingDirections() & Qt::Vertical;
   column_->insertWidget(row, port, grows ? 1 : 0);
 }
 

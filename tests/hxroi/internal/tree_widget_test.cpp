@@ -8,6 +8,7 @@
 #include <QPushButton>
 
 #include "hxroi/HxRoisColorInformation.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/internal/QxRoiTreeItemDelegate.h"
 #include "hxroi/internal/QxRoiTreeViewActionSet.h"
 #include "hxroi/internal/roiToolTip.h"
@@ -76,6 +77,15 @@ TEST_F(TreeWidget, MayBeMadeBeforeThereIsASet) {
   ASSERT_NE(empty->port.view(), nullptr);
   empty->port.setHxRois(rois);
   EXPECT_EQ(empty->port.view()->model()->rowCount(), 3);
+}
+
+TEST_F(TreeWidget, TakesThePlaceThatOtherPortsLeave) {
+  QxPropertyArea area;
+  area.resize(460, 800);
+  area.setObject(rois);
+  area.show();
+  QApplication::processEvents();
+  EXPECT_GT(rois->portRoiVisibility.view()->height(), 400);
 }
 
 TEST_F(TreeWidget, TellsOfASelectionOnce) {
@@ -318,6 +328,10 @@ TEST_F(TreeWidget, TellsWhatCanBeToldAtOnce) {
   EXPECT_EQ(hxroi::roiToolTip(*model().treeItemFromName("a")),
             QString("a\nmask of 13 x 11 x 7 voxels\n40 voxels set, 320 mm") + QChar(0xB3));
   rois->portData.disconnect();
+  hxroi::storePlace(HxGeometry3{{}, {1, 2, 3}, {1, 0, 0, 0, 0, 1, 0, 1, 0}}, McDim3l(13, 11, 7), rois->parameters);
+  EXPECT_EQ(hxroi::roiToolTip(*model().treeItemFromName("a")),
+            QString("a\nmask of 13 x 11 x 7 voxels\n40 voxels set, 240 mm") + QChar(0xB3))
+      << "what a set remembers";
   EXPECT_EQ(hxroi::roiToolTip(*model().treeItemFromName("G")), "G\ngroup of 2 masks\nm, n");
   EXPECT_EQ(hxroi::roiToolTip(*model().getRoot()), "");
 }
