@@ -141,6 +141,7 @@ TEST_F(PortWidgets, StandInOnePanel) {
     EXPECT_TRUE(panel->rect().contains(port->frame()->geometry())) << port->getName().toStdString();
   }
   EXPECT_EQ(part<QComboBox>(owner->dataConnection, "source")->currentText(), "ch2.nii.gz (brain)");
+  EXPECT_EQ(part<QLabel>(text, "label")->textFormat(), Qt::PlainText) << "labels may come from files";
   // To be looked at.
   if (const QString file = qEnvironmentVariable("QUARN_TEST_PICTURE"); !file.isEmpty()) panel->grab().save(file);
 }

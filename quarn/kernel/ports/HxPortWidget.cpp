@@ -24,6 +24,7 @@ void HxPort::createWidget(QWidget* parent) {
   row->setContentsMargins(0, 0, 0, 0);
   auto* label = new QLabel(frame_);
   label->setObjectName("label");
+  label->setTextFormat(Qt::PlainText);
   label->setMinimumWidth(kLabelWidth);
   row->addWidget(label);
   showLabel();
