@@ -56,7 +56,8 @@ void QxParamDialog::apply() {
 
 void QxParamDialog::accept() {
   write();
-  QDialog::accept();
+  // What was typed last would be lost without a word.
+  if (!view_->hasRefusedJustNow()) QDialog::accept();
 }
 
 void QxParamDialog::reject() {

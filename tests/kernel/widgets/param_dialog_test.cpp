@@ -145,6 +145,24 @@ TEST_F(ParamDialog, TakesWhatIsStillBeingTyped) {
   EXPECT_EQ(bundle.find("species")->print(), "rat");
 }
 
+TEST_F(ParamDialog, StaysWhenOkEndsAnEditThatIsRefused) {
+  edit("species", kValue, "rat");
+  Q_EMIT tree().itemDoubleClicked(row("count"), kValue);
+  auto* line = tree().viewport()->findChild<QLineEdit*>();
+  ASSERT_NE(line, nullptr);
+  line->selectAll();
+  line->insert("three");
+  button(QDialogButtonBox::Ok).click();
+  EXPECT_TRUE(dialog.isVisible());
+  EXPECT_EQ(refusal(), "\"three\" is no value of the type integer.");
+  EXPECT_EQ(bundle.find("species")->print(), "rat");
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  edit("count", kValue, "4");
+  button(QDialogButtonBox::Ok).click();
+  EXPECT_FALSE(dialog.isVisible());
+  EXPECT_EQ(bundle.find("count")->print(), "4");
+}
+
 TEST_F(ParamDialog, ForgetsOnCancel) {
   edit("species", kValue, "rat");
   button(QDialogButtonBox::Cancel).click();

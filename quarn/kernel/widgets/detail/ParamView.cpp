@@ -17,6 +17,8 @@ namespace {
 constexpr int kName = ParamDelegate::kNameColumn;
 constexpr int kType = ParamDelegate::kTypeColumn;
 constexpr int kValue = ParamDelegate::kValueColumn;
+/// Milliseconds; a click on a button ends the edit before it tells of itself.
+constexpr int kTimeToRead = 600;
 
 QString translated(const char* text) {
   return QCoreApplication::translate("QxParamDialog", text);
@@ -110,6 +112,10 @@ void ParamView::show(const HxParamBundle* bundle) {
 void ParamView::write(HxParamBundle& bundle) {
   endEdit();
   if (draft_) draft_->writeTo(bundle);
+}
+
+bool ParamView::hasRefusedJustNow() const {
+  return refused_.isValid() && refused_.elapsed() < kTimeToRead;
 }
 
 void ParamView::addItems(HxParamBundle& bundle, QTreeWidgetItem* parent) {
@@ -211,6 +217,11 @@ void ParamView::endEdit() {
 void ParamView::showRefusal(const QString& reason) {
   refusal_->setText(reason);
   refusal_->setVisible(!reason.isEmpty());
+  if (reason.isEmpty()) {
+    refused_.invalidate();
+  } else {
+    refused_.start();
+  }
 }
 
 void ParamView::showButtons() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QWidget>
 #include <memory>
 
@@ -24,6 +25,8 @@ public:
   void show(const HxParamBundle* bundle);
   /// Ends an edit under way and writes what was edited.
   void write(HxParamBundle& bundle);
+  /// Whether an edit was refused so short a time ago that the user cannot have read why.
+  bool hasRefusedJustNow() const;
 
 private:
   void addItems(HxParamBundle& bundle, QTreeWidgetItem* parent);
@@ -43,7 +46,8 @@ private:
   QPushButton* newParameter_;
   QPushButton* newBundle_;
   QPushButton* remove_;
-  bool showing_ = false;  ///< the tree changes because of us
+  QElapsedTimer refused_;  ///< since the refusal that is shown
+  bool showing_ = false;   ///< the tree changes because of us
 };
 
 }  // namespace quarn::detail
