@@ -13,6 +13,7 @@
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 #include "tests/hxroi/RoisTest.h"
+#include "tests/hxroi/internal/ModelWatch.h"
 
 /// An object with a tree port of any kind that notes what it is evaluated for.
 class TreeOwner : public HxObject {
@@ -41,8 +42,10 @@ protected:
   explicit TreePortTest(Module module = HxPortRoiTreeView::SELECTOR_MODULE) : owner(new TreeOwner(module)) {
     HxObjectPool::instance().add(rois, "rois");
     HxObjectPool::instance().add(owner, "chooser");
+    watch = std::make_unique<ModelWatch>(port().getModel());
   }
   ~TreePortTest() override {
+    watch.reset();
     panel.reset();
     HxObjectPool::instance().clear();
     owner.reset();
@@ -113,4 +116,5 @@ protected:
 
   McHandle<TreeOwner> owner;
   std::unique_ptr<QWidget> panel;
+  std::unique_ptr<ModelWatch> watch;  ///< of the model that the port makes
 };
