@@ -12,6 +12,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/kernel/HxException.h"
 #include "quarn/kernel/app/HxMessage.h"
+#include "quarn/kernel/script/detail/commandListing.h"
 
 /// Commands about what belongs where and how it is called.
 namespace hxroi::commands {
@@ -35,6 +36,13 @@ int attempt(Change change) {
     return refused(refusal);
   }
   return TCL_OK;
+}
+
+/// The set routes a word to its ROIs before it looks at its commands.
+void tellOfHiddenCommand(const SetCommand& call, const std::string& name) {
+  const QString word = QString::fromStdString(utf8(name));
+  if (!quarn::detail::commandListing(call.rois, {call.rois.getLabel()}).find(word)) return;
+  console().printf("%s: the ROI now hides the command of this name", qUtf8Printable(word));
 }
 
 /// Moves all masks or none, and makes the ports anew.
@@ -98,7 +106,11 @@ int createGroup(const SetCommand& call) {
   const McHandle<Group> group(new Group(call.name(2), McColor::nextHtmlColor(), nullptr));
   if (attempt([&] { call.rois.addRoi(group); }) != TCL_OK) return TCL_ERROR;
   const int code = moveAll(call, 3, group);
-  if (code != TCL_OK) call.rois.removeRoi(group->name());
+  if (code != TCL_OK) {
+    call.rois.removeRoi(group->name());
+  } else {
+    tellOfHiddenCommand(call, group->name());
+  }
   return code;
 }
 
@@ -121,6 +133,7 @@ int renameRoi(const SetCommand& call) {
   }
   const int code = attempt([&] { roi->setName(call.name(3)); });
   call.rois.rebuildPortList();
+  if (code == TCL_OK) tellOfHiddenCommand(call, call.name(3));
   return code;
 }
 
