@@ -30,6 +30,15 @@ std::vector<QByteArray> commandsWith(const QByteArray& prefix) {
   return names;
 }
 
+/// The first word, as `$name`, stands for what a variable of that name holds.
+QStringList withValueOfVariable(QStringList words) {
+  if (!words.front().startsWith('$')) return words;
+  const QByteArray name = words.front().mid(1).toUtf8();
+  const char* const value = Tcl_GetVar(HxInterpreter::instance().tclInterp(), name.constData(), TCL_GLOBAL_ONLY);
+  if (value) words.front() = QString::fromUtf8(value);
+  return words;
+}
+
 }  // namespace
 
 QStringList finishedWords(QByteArray before) {
@@ -41,7 +50,7 @@ QStringList finishedWords(QByteArray before) {
 std::vector<QByteArray> completions(const QStringList& words, const QByteArray& begun) {
   if (words.isEmpty()) return commandsWith(begun);
   std::vector<QByteArray> names;
-  for (const QString& word : HxCompletion::wordsAfter(words)) {
+  for (const QString& word : HxCompletion::wordsAfter(withValueOfVariable(words))) {
     const QByteArray name = word.toUtf8();
     if (name.startsWith(begun)) names.push_back(name);
   }
