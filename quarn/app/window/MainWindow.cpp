@@ -121,12 +121,17 @@ void MainWindow::choose(HxObject* object) {
 }
 
 void MainWindow::loadFiles(const QStringList& files) {
+  QStringList loaded;
   for (const QString& file : files)
     attempt([&] {
       const QStringList names = HxFileTypes::instance().load(file);
       HxMessage::printf("%s: %s", file.toUtf8().constData(), names.join(QStringLiteral(", ")).toUtf8().constData());
       if (!names.isEmpty()) choose(HxObjectPool::instance().find(names.back()));
+      loaded += names;
     });
+#ifdef QUARN_WITH_VIEW
+  viewMenu_->showFirst(loaded);
+#endif
 }
 
 void MainWindow::askForFiles() {

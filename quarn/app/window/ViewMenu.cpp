@@ -54,6 +54,15 @@ void ViewMenu::withView(const std::function<void(HxSceneView&)>& work) {
   pane_->refresh();
 }
 
+void ViewMenu::showFirst(const QStringList& names) {
+  if (pane_->view()) return;
+  for (const QString& name : names) {
+    const McHandle<HxObject> object(HxObjectPool::instance().find(name));
+    if (!object || !HxSceneView::canShow(object.get())) continue;
+    return withView([&](HxSceneView& view) { view.show(object.get()); });
+  }
+}
+
 void ViewMenu::toggleChosen() {
   const McHandle<HxObject> object(chosen_());
   if (!object) return;

@@ -19,6 +19,8 @@ public:
   /// `pane` is not owned and lives as long as this; `chosen` gives the object that is meant, or null.
   ViewMenu(ViewPane* pane, std::function<HxObject*()> chosen, QWidget* parent = nullptr);
 
+  /// Shows the first of these objects that can be shown, unless there is a view already, which somebody has arranged.
+  void showFirst(const QStringList& names);
   /// Shows the chosen object, or hides it when it is shown. Makes a view when there is none.
   void toggleChosen();
   /// The entry for that, with the text for the object chosen now.

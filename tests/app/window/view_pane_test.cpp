@@ -156,6 +156,20 @@ TEST_F(ViewPaneTest, TheMenuShowsAndHidesWhatIsChosen) {
   EXPECT_EQ(QStringLiteral("&Show Object"), menu()->toggleAction()->text());
 }
 
+TEST_F(ViewPaneTest, TheFirstObjectThatComesIsShown) {
+  const McHandle<HxObject> table = HxObject::create(QStringLiteral("HxTable"));
+  HxObjectPool::instance().add(table.get(), QStringLiteral("numbers"));
+  menu()->showFirst({QStringLiteral("numbers"), QStringLiteral("nothing")});
+  EXPECT_EQ(nullptr, pane()->view());
+  addImage();
+  addImage();
+  menu()->showFirst({QStringLiteral("numbers"), QStringLiteral("image"), QStringLiteral("image2")});
+  ASSERT_NE(nullptr, pane()->view());
+  EXPECT_EQ(QStringList{QStringLiteral("image")}, pane()->view()->shownNames());
+  menu()->showFirst({QStringLiteral("image2")});
+  EXPECT_EQ(QStringList{QStringLiteral("image")}, pane()->view()->shownNames());
+}
+
 TEST_F(ViewPaneTest, TheMenuTellsWhatCannotBeShown) {
   const McHandle<HxObject> table = HxObject::create(QStringLiteral("HxTable"));
   HxObjectPool::instance().add(table.get(), QStringLiteral("numbers"));
