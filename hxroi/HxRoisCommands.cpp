@@ -1,3 +1,5 @@
+#include <QCoreApplication>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <tcl.h>
@@ -5,9 +7,12 @@
 #include "hxroi/HxRois.h"
 #include "hxroi/commands/SetCommand.h"
 #include "hxroi/commands/setCommands.h"
+#include "hxroi/detail/placedGrids.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/Roi.h"
+#include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/kernel/objects/hxconnection_cast.h"
 #include "quarn/kernel/script/HxCommands.h"
 
 using hxroi::commands::SetCommand;
@@ -50,6 +55,14 @@ int route(Roi* roi, Tcl_Interp* interp, int argc, char** argv) {
   return roi->parse(interp, 2, words);
 }
 
+/// Another field at "data" may take the masks to another place.
+void tellOfMove(const HxRois& rois, std::optional<hxroi::PlacedGrid> former) {
+  if (!former) return;
+  former->label = QCoreApplication::translate("HxRois", "%1 so far").arg(former->label);
+  hxroi::warnOfPlaces(former, hxroi::placedGrid(hxconnection_cast<HxUniformScalarField3>(rois.portData)),
+                      QCoreApplication::translate("HxRois", "the masks move with their voxels."));
+}
+
 }  // namespace
 
 int HxRois::parse(Tcl_Interp* interp, int argc, char** argv) {
@@ -66,5 +79,9 @@ int HxRois::parse(Tcl_Interp* interp, int argc, char** argv) {
     if (isIt) return row.run(call);
   }
   if (word == kResourceParameters) return hxroi::commands::getLDAResourceParameters(call);
-  return HxData::parse(interp, argc, argv);
+  if (word != portData.getName()) return HxData::parse(interp, argc, argv);
+  const auto former = hxroi::placedGrid(*this);
+  const int code = HxData::parse(interp, argc, argv);
+  tellOfMove(*this, former);
+  return code;
 }

@@ -42,7 +42,7 @@ void HxRoiOverlap::compute() {
   const McHandle<HxRois> rois(hxconnection_cast<HxRois>(dataConnection));
   if (!rois) throw hxException(tr("%1: no ROI set is connected to \"data\".").arg(getLabel()));
   const McHandle<HxRois> other(hxconnection_cast<HxRois>(portOther));
-  if (other) roitools::tellPlaces(roitools::placedGrid(*rois), roitools::placedGrid(*other));
+  const bool liesElsewhere = other && roitools::tellPlaces(roitools::placedGrid(*rois), roitools::placedGrid(*other));
   const McHandle<HxTable> table = resultTable(*this);
   {
     roitools::ShownProgress progress(tr("Counting shared voxels"));
@@ -50,6 +50,7 @@ void HxRoiOverlap::compute() {
     if (!roitools::fillOverlapTable(*table, *rois, other.get(), goOn))
       throw hxException(tr("The count was interrupted."));
   }
+  if (liesElsewhere) roitools::markPlaces(*table);
   HxMessage::printf("%s", table->toText().c_str());
   setResult(table.get());
 }

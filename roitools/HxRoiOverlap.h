@@ -21,6 +21,8 @@
 ///     jaccard                   shared / number of voxels in any of the two
 ///     part_of_a, part_of_b      shared / a_voxels, shared / b_voxels
 ///     a_id, b_id                identifiers; not on the console
+///
+/// When the sets lie in different places of the world, a warning tells, and a column "places" holds "differ".
 class ROITOOLS_API HxRoiOverlap : public HxCompModule {
 public:
   MC_CLASS_DECL(HxRoiOverlap)

@@ -36,12 +36,11 @@ void ensureImageFits(const HxRois& rois, const HxUniformScalarField3* image) {
   if (image && !rois.masks().empty()) rois.masks().front()->ensureCompatibleWith(*image);
 }
 
-/// The image, or what tells where the set lies; null when nothing does.
+/// What tells where the set lies, else the image; null when nothing does.
 McHandle<HxRegScalarField3> placeToMeasure(const HxRois& rois, HxUniformScalarField3* image) {
-  if (image) return image;
   if (auto* field = hxconnection_cast<HxUniformScalarField3>(rois.portData)) return field;
-  const std::optional<HxGeometry3> place = hxroi::placeOf(rois);
-  return place ? McHandle<HxRegScalarField3>(roitools::makePlace(*place).get()) : nullptr;
+  if (const std::optional<HxGeometry3> place = hxroi::placeOf(rois)) return roitools::makePlace(*place).get();
+  return image;
 }
 
 }  // namespace
@@ -60,7 +59,7 @@ void HxRoiStatistics::compute() {
 
   auto* image = hxconnection_cast<HxUniformScalarField3>(portImage);
   ensureImageFits(*rois, image);
-  roitools::tellPlaces(roitools::placedGrid(*rois), roitools::placedGrid(image));
+  const bool liesElsewhere = roitools::tellPlaces(roitools::placedGrid(*rois), roitools::placedGrid(image));
   const McHandle<HxRegScalarField3> place = placeToMeasure(*rois, image);
   if (!place) {
     const QString text = tr("No field is connected to %1 or to \"image\": volumes and world positions are left empty.");
@@ -71,6 +70,7 @@ void HxRoiStatistics::compute() {
     const roitools::ShownProgress progress(tr("Measuring ROIs"));
     roitools::fillRoiTable(*table, *rois, image, place.get(), progress.display());
   }
+  if (liesElsewhere) roitools::markPlaces(*table);
   HxMessage::printf("%s", table->toText().c_str());
   setResult(table.get());
 }

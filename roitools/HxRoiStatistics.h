@@ -20,8 +20,9 @@
 ///     mean, sd, min, max  of the image: sample standard deviation, values that are not a number left out
 ///     id, color           identifier, and the colour shown (three reals); not on the console
 ///
-/// Volumes and world positions come from the image, else from the field connected to the set; without either, these
-/// cells stay empty, and the console says so.
+/// Volumes and world positions come from the place of the set, that of the field connected to it or the one that it
+/// remembers, else from the image; without any, these cells stay empty, and the console says so. When the image lies in
+/// another place than the set, a warning tells, and a column "places" holds "differ".
 class ROITOOLS_API HxRoiStatistics : public HxCompModule {
 public:
   MC_CLASS_DECL(HxRoiStatistics)

@@ -1,7 +1,13 @@
+#include <QCoreApplication>
 #include <QString>
+#include <cstddef>
+#include <optional>
+#include <utility>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/commands/SetCommand.h"
+#include "hxroi/detail/SetPlace.h"
+#include "hxroi/detail/placedGrids.h"
 #include "hxroi/details/Roi.h"
 #include "quarn/base/McException.h"
 #include "quarn/base/mcinterface_cast.h"
@@ -24,6 +30,31 @@ HxData* findData(const char* name) {
   if (!data) refused("No such object");
   return data;
 }
+
+/// Where masks come from and go to while they are copied, as long as that is known. A set that has no place of its own
+/// takes that of the first masks that come into it; others keep theirs, and the user is told when it is another one.
+class CopiedPlace {
+public:
+  CopiedPlace(HxRois& rois, std::optional<PlacedGrid> source)
+      : rois_(rois),
+        source_(std::move(source)),
+        wasEmpty_(rois.masks().empty()),
+        masksBefore_(rois.getNumberOfMasks()) {}
+
+  void tell() {
+    if (!source_ || rois_.getNumberOfMasks() == masksBefore_) return;
+    if (wasEmpty_ && !placedGrid(rois_)) return storePlace(source_->geometry, source_->dimensions, rois_.parameters);
+    warnOfPlaces(placedGrid(rois_), source_, tr("the voxels were copied by their indices."));
+  }
+
+private:
+  static QString tr(const char* text) { return QCoreApplication::translate("HxRois", text); }
+
+  HxRois& rois_;
+  std::optional<PlacedGrid> source_;
+  bool wasEmpty_;
+  std::size_t masksBefore_;
+};
 
 /// Masks whose names are taken stay behind.
 void copyAll(HxRois& rois, HxRois& source) {
@@ -57,8 +88,10 @@ int copyAndInsertMasksFrom(const SetCommand& call) {
   if (!data) return TCL_ERROR;
   auto* const source = mcinterface_cast<HxRois>(data);
   if (!source) return refused("Is not a HxRois");
+  CopiedPlace place(call.rois, placedGrid(*source));
   try {
     copyFrom(call, *source);
+    place.tell();
   } catch (const McException& refusal) {
     return refused(refusal);
   }
@@ -75,8 +108,10 @@ int createAndInsertRoiFrom(const SetCommand& call) {
   if (!data) return TCL_ERROR;
   auto* const field = mcinterface_cast<HxUniformLabelField3>(data);
   if (!field) return refused("Is not a HxUniformLabelField3");
+  CopiedPlace place(call.rois, placedGrid(field));
   try {
     call.rois.createAndInsertRoiFromBinaryLabelField(field);
+    place.tell();
   } catch (const McException& refusal) {
     return refused(refusal);
   }

@@ -1,11 +1,10 @@
 #include "roitools/exchange/placeOfSet.h"
 
 #include <QFileInfo>
-#include <algorithm>
-#include <cmath>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/detail/SetPlace.h"
+#include "hxroi/detail/placedGrids.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
@@ -16,9 +15,6 @@ namespace roitools {
 
 namespace {
 
-/// Files round their numbers; what differs by less than this part of a voxel anywhere is one place.
-constexpr double tolerance = 1e-3;
-
 McDim3l dimensionsOf(const McVec3i& grid) {
   return {grid.x, grid.y, grid.z};
 }
@@ -27,26 +23,13 @@ HxUniformScalarField3* findField(const ReadSet& read) {
   for (const McHandle<HxObject>& object : HxObjectPool::instance().objects()) {
     auto* const field = dynamic_cast<HxUniformScalarField3*>(object.get());
     if (field && field->latticeDimensions() == dimensionsOf(read.grid) &&
-        isSamePlace(field->latticeDimensions(), field->geometry(), read.geometry))
+        hxroi::isSamePlace(field->latticeDimensions(), field->geometry(), read.geometry))
       return field;
   }
   return nullptr;
 }
 
 }  // namespace
-
-bool isSamePlace(const McDim3l& grid, const HxGeometry3& geometry, const HxGeometry3& other) {
-  const McHandle<HxUniformScalarField3> first = makePlace(geometry);
-  const McHandle<HxUniformScalarField3> second = makePlace(other);
-  const double voxel = std::min({geometry.voxelSize[0], geometry.voxelSize[1], geometry.voxelSize[2]});
-  for (int corner = 0; corner < 8; ++corner) {
-    const auto at = [&](int axis) { return (corner >> axis & 1) != 0 ? static_cast<double>(grid[axis] - 1) : 0.0; };
-    const auto a = first->voxelToWorld(at(0), at(1), at(2));
-    const auto b = second->voxelToWorld(at(0), at(1), at(2));
-    if (!(std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]) <= tolerance * voxel)) return false;
-  }
-  return true;
-}
 
 McHandle<HxUniformScalarField3> makePlace(const HxGeometry3& geometry) {
   McHandle<HxUniformScalarField3> place(new HxUniformScalarField3(McDim3l(1, 1, 1), McPrimType::Uint8));

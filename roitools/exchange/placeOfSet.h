@@ -25,10 +25,6 @@ ROITOOLS_API void connectToPlace(const ReadSet& read, const QString& name, const
 /// A field of one voxel with a geometry, to work out world positions with.
 ROITOOLS_API McHandle<HxUniformScalarField3> makePlace(const HxGeometry3& geometry);
 
-/// Whether the corners of a grid lie where they do by another geometry. Files round their numbers: a thousandth of a
-/// voxel does not count.
-ROITOOLS_API bool isSamePlace(const McDim3l& grid, const HxGeometry3& geometry, const HxGeometry3& other);
-
 /// The field that connectToPlace() makes, not registered. Throws McException naming `file` when there is no memory for
 /// it.
 ROITOOLS_API McHandle<HxUniformScalarField3> makeGridField(const McVec3i& grid, const HxGeometry3& geometry,

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "hxroi/HxRois.h"
+#include "hxroi/detail/placedGrids.h"
 #include "hxroi/details/Mask.h"
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxFileHelpers.h"
@@ -129,7 +130,7 @@ public:
       return;
     }
     const McDim3l size(read_.grid.x, read_.grid.y, read_.grid.z);
-    if (image.latticeDimensions() != size || !isSamePlace(size, image.geometry(), first_->geometry()))
+    if (image.latticeDimensions() != size || !hxroi::isSamePlace(size, image.geometry(), first_->geometry()))
       refuse(file, "has another grid, or lies elsewhere, than " + McException::excerpt(firstFile_.toStdString()));
   }
 

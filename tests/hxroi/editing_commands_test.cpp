@@ -1,4 +1,5 @@
 #include "RoisCommandsTest.h"
+#include "hxroi/detail/SetPlace.h"
 #include "hxroi/details/Roi.h"
 #include "quarn/kernel/fields/HxColormap.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
@@ -150,6 +151,76 @@ TEST_F(EditingCommands, AnUnknownRoiOfAnotherSetIsToldAndIsNoFailure) {
   EXPECT_EQ(run({"copyAndInsertMasksFrom", "Other", "NoSuchRoi"}), TCL_OK);
   EXPECT_THAT(console.consoleEntries, ElementsAre("Roi NoSuchRoi does not exist"));
   EXPECT_EQ(rois->getNumberOfRois(), 0U);
+}
+
+/// A field on the grid of the masks, the first voxel at (x, 0, 0).
+McHandle<HxUniformLabelField3> fieldAt(double x) {
+  McHandle<HxUniformLabelField3> field(new HxUniformLabelField3(McDim3l(13, 11, 7)));
+  HxGeometry3 geometry;
+  geometry.origin = {x, 0, 0};
+  field->setGeometry(geometry);
+  return field;
+}
+
+TEST_F(EditingCommands, CopyingBetweenDifferentPlacesIsTold) {
+  HxRois* const other = addOther();
+  const auto here = fieldAt(0), near = fieldAt(1e-4), there = fieldAt(2.5);
+  HxObjectPool::instance().add(there, "there");
+  other->addRoi(makeMask("A"));
+  other->addRoi(makeMask("B"));
+  addMask("C");
+  ASSERT_TRUE(rois->portData.connect(here));
+  ASSERT_TRUE(other->portData.connect(near));
+  EXPECT_EQ(run({"copyAndInsertMasksFrom", "Other", "A"}), TCL_OK);
+  EXPECT_THAT(console.warnings, IsEmpty());
+  ASSERT_TRUE(other->portData.connect(there));
+  EXPECT_EQ(run({"copyAndInsertMasksFrom", "Other", "A"}), TCL_OK);
+  EXPECT_THAT(console.warnings, IsEmpty()) << "nothing was copied";
+  EXPECT_EQ(run({"copyAndInsertMasksFrom", "Other", "B"}), TCL_OK);
+  const char* const text =
+      "atlas and %1 have one grid but lie in different places, the first at (0, 0, 0), voxels of 1 x 1 x 1 mm, the "
+      "other at (2.5, 0, 0), voxels of 1 x 1 x 1 mm: the voxels were copied by their indices.";
+  EXPECT_THAT(console.warnings, ElementsAre(QString(text).arg("Other")));
+  EXPECT_EQ(run({"createAndInsertRoiFrom", "there"}), TCL_OK);
+  EXPECT_THAT(console.warnings, ElementsAre(QString(text).arg("there")));
+  EXPECT_EQ(hxroi::placeOf(*rois), here->geometry());
+}
+
+TEST_F(EditingCommands, ASetWithoutAPlaceTakesThatOfTheFirstSource) {
+  HxRois* const other = addOther();
+  const auto there = fieldAt(2.5);
+  other->addRoi(makeMask("A"));
+  ASSERT_TRUE(other->portData.connect(there));
+  EXPECT_EQ(run({"copyAndInsertMasksFrom", "Other"}), TCL_OK);
+  EXPECT_EQ(hxroi::placeOf(*rois), there->geometry());
+  EXPECT_EQ(rois->portData.source(), nullptr);
+  EXPECT_THAT(console.warnings, IsEmpty());
+}
+
+TEST_F(EditingCommands, ASetOfMasksWithoutAPlaceGetsNone) {
+  HxRois* const other = addOther();
+  const auto there = fieldAt(2.5);
+  addMask("C");
+  other->addRoi(makeMask("A"));
+  ASSERT_TRUE(other->portData.connect(there));
+  EXPECT_EQ(run({"copyAndInsertMasksFrom", "Other"}), TCL_OK);
+  EXPECT_FALSE(hxroi::placeOf(*rois));
+}
+
+TEST_F(EditingCommands, AFieldInAnotherPlaceMovesTheMasksAndThatIsTold) {
+  const auto here = fieldAt(0), there = fieldAt(2.5);
+  HxObjectPool::instance().add(here, "here");
+  HxObjectPool::instance().add(there, "there");
+  EXPECT_EQ(run({"data", "connect", "here"}), TCL_OK);
+  EXPECT_EQ(run({"data", "connect", "there"}), TCL_OK);
+  EXPECT_EQ(run({"data", "connect", "here"}), TCL_OK);
+  EXPECT_THAT(console.warnings, IsEmpty()) << "without masks nothing moves";
+  addMask("A");
+  EXPECT_EQ(run({"data", "connect", "there"}), TCL_OK);
+  EXPECT_THAT(console.warnings,
+              ElementsAre("atlas so far and there have one grid but lie in different places, the first at (0, 0, 0), "
+                          "voxels of 1 x 1 x 1 mm, the other at (2.5, 0, 0), voxels of 1 x 1 x 1 mm: the masks move "
+                          "with their voxels."));
 }
 
 TEST_F(EditingCommands, CopyingNeedsASet) {

@@ -171,6 +171,21 @@ TEST_F(RoiStatistics, LeavePlaceAndValuesOfEmptyRoisEmpty) {
   }
 }
 
+TEST_F(RoiStatistics, MeasureInThePlaceOfTheSetAndTellThatTheImageHasAnother) {
+  const auto image = newImage();
+  const McHandle<HxUniformScalarField3> place(new HxUniformScalarField3(McDim3l(kGrid), McPrimType::Uint8));
+  rois_->addRoi(newMask("Bone", McVec3i(2, 3, 4), McVec3i(4, 5, 2)));
+  ASSERT_TRUE(module_->portImage.connect(image.get()));
+  ASSERT_TRUE(rois_->portData.connect(place.get()));
+  HxRecordingSink console;
+  const HxTable* const table = run();
+  EXPECT_EQ(cell(*table, 0, "volume_mm3"), HxTable::Cell(40.0));
+  EXPECT_EQ(cell(*table, 0, "centroid_x"), HxTable::Cell(3.5));
+  EXPECT_EQ(cell(*table, 0, "places"), HxTable::Cell(std::string("differ")));
+  ASSERT_EQ(console.warnings.size(), 1U);
+  EXPECT_TRUE(console.warnings.front().contains("the other at (10, 20, 30), voxels of 0.5 x 1 x 2 mm"));
+}
+
 TEST_F(RoiStatistics, RefuseAnImageOfAnotherGridAndKeepTheFormerResult) {
   rois_->addRoi(newMask("Bone", McVec3i(2, 3, 4), McVec3i(3, 2, 1)));
   const HxTable* before = run();

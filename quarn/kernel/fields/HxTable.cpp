@@ -109,17 +109,24 @@ int HxTable::addRow(Row row) {
     throw McException("A row of " + std::to_string(row.size()) + " cells does not fit a table of " +
                       std::to_string(columns_.size()) + " columns.");
   }
-  for (std::size_t i = 0; i < row.size(); ++i) {
-    if (fits(row[i], columns_[i].kind)) continue;
-    throw McException("\"" + McException::excerpt(plainText(row[i])) + "\" does not fit column \"" + columns_[i].name +
-                      "\" of the table.");
-  }
+  for (std::size_t i = 0; i < row.size(); ++i) requireFitting(row[i], columns_[i]);
   rows_.push_back(std::move(row));
   return rowCount() - 1;
 }
 
 const HxTable::Cell& HxTable::cell(int row, int column) const {
   return rows_.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column));
+}
+
+void HxTable::setCell(int row, int column, Cell cell) {
+  requireFitting(cell, columns_.at(static_cast<std::size_t>(column)));
+  rows_.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column)) = std::move(cell);
+}
+
+void HxTable::requireFitting(const Cell& cell, const Column& column) {
+  if (fits(cell, column.kind)) return;
+  throw McException("\"" + McException::excerpt(plainText(cell)) + "\" does not fit column \"" + column.name +
+                    "\" of the table.");
 }
 
 void HxTable::clear() {

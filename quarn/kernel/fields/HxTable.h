@@ -36,6 +36,8 @@ public:
   int addRow(Row row);
   int rowCount() const { return static_cast<int>(rows_.size()); }
   const Cell& cell(int row, int column) const;
+  /// Throws McException when the kind of `cell` does not fit the column, as addRow() does.
+  void setCell(int row, int column, Cell cell);
 
   /// Removes rows and columns.
   void clear();
@@ -62,6 +64,7 @@ private:
     bool hidden;
   };
 
+  static void requireFitting(const Cell& cell, const Column& column);
   std::string display(const Cell& cell, const Column& column) const;
   int parseGetRow(Tcl_Interp* interp, char** argv);
   int parseGetCell(Tcl_Interp* interp, char** argv);
