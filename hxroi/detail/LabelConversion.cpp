@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QStringList>
 #include <exception>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -22,6 +23,8 @@ namespace hxroi {
 using details::Mask;
 
 namespace {
+
+constexpr int kMostNames = 10;
 
 QString tr(const char* text) {
   return QCoreApplication::translate("HxUniformLabelField3ToHxRois", text);
@@ -127,12 +130,19 @@ void LabelConversion::fill(int label, LabelMask& mask) {
   mask.mask->flush(2);
 }
 
+/// With their names while these can be read, else as ranges.
 QString LabelConversion::namesFrom(Masks::const_iterator next) const {
-  QStringList names;
+  QStringList names, ranges;
   for (; next != masks_.end(); ++next) {
     names << QString::number(next->first) + " " + QString::fromLatin1(next->second.mask->name());
+    const bool isNewRange = ranges.isEmpty() || std::prev(next)->first + 1 != next->first;
+    if (isNewRange) {
+      ranges << QString::number(next->first);
+    } else {
+      ranges.back() = ranges.back().section(QLatin1Char('-'), 0, 0) + "-" + QString::number(next->first);
+    }
   }
-  return names.join(", ");
+  return names.size() > kMostNames ? ranges.join(", ") : names.join(", ");
 }
 
 }  // namespace hxroi

@@ -296,6 +296,15 @@ TEST_F(LabelConversion, TooManyLabelsKeepTheFirstHundred) {
   EXPECT_EQ(std::count(progress.calls.begin(), progress.calls.end(), "end"), 101);
 }
 
+TEST_F(LabelConversion, ManyLabelsThatAreLeftOutAreNamedAsRanges) {
+  Labels labels(255);
+  for (std::size_t i = 0; i < labels.size(); ++i) labels[i] = static_cast<std::uint8_t>(i == 200 ? 0 : i);
+  const auto field = makeLabels({255, 1, 1}, labels);
+  ASSERT_TRUE(module->dataConnection.connect(field));
+  module->portDoIt.hit(0);
+  EXPECT_THAT(refusalOf([&] { module->fire(1); }), ::testing::EndsWith("\nLabels left out: 101-199, 201-254"));
+}
+
 TEST_F(LabelConversion, AnInterruptionLeavesNoResult) {
   RecordingProgress progress;
   progress.interruptAfter = 2;  // the labels are read and one mask is made
