@@ -23,6 +23,11 @@ namespace {
 
 using FieldReader = McHandle<HxUniformScalarField3> (*)(const QString& file, const HxLoadOptions& options);
 
+McHandle<HxUniformScalarField3> readFolder(const QString& folder, const HxLoadOptions& options) {
+  if (const auto stack = readTiffFolder(folder, options)) return *stack;
+  return readDicomFolder(folder, options);
+}
+
 /// A reader that registers the field under the name of the file or folder.
 HxFileReader loaderWith(FieldReader read) {
   return [read](const QString& file, const HxLoadOptions& options) {
@@ -78,7 +83,7 @@ void registerFormats() {
     registerReader("MetaImage", {".mha", ".mhd"}, readMetaImage);
     registerReader("TIFF", {".tif", ".tiff"}, readTiff);
     registerReader("DICOM slice", {".dcm"}, readDicomFile);
-    HxFileTypes::instance().registerFolderReader(QStringLiteral("DICOM series"), loaderWith(readDicomFolder));
+    HxFileTypes::instance().registerFolderReader(QStringLiteral("DICOM series"), loaderWith(readFolder));
     for (const char* suffix : {".mnc", ".mnc.gz", ".mnc2"})
       HxFileTypes::instance().registerUnreadFiles(QLatin1String(suffix), whyMincIsNotRead);
     registerLabelTables();

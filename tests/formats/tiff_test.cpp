@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "quarn/formats/readTiff.h"
+#include "quarn/kernel/app/HxRecordingSink.h"
 #include "tests/formats/badInput.h"
 #include "tests/formats/sampleFields.h"
 #include "tests/formats/tiffBytes.h"
@@ -11,6 +12,7 @@
 namespace {
 
 using quarn::formats::readTiff;
+using quarn::formats::readTiffFolder;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
@@ -36,6 +38,47 @@ TEST_F(Tiff, MakesSlicesOfPages) {
   EXPECT_EQ(field->value(0, 0, 1), 20);
   EXPECT_EQ(field->value(2, 3, 2), 51);
   EXPECT_EQ(field->geometry(), HxGeometry3());
+}
+
+TEST_F(Tiff, TellsThatTheDistanceOfSlicesIsNotKnown) {
+  const HxRecordingSink messages;
+  read(TiffBytes({TiffBytes::page(0)}));
+  EXPECT_THAT(messages.consoleEntries, ::testing::IsEmpty());
+  read(threePages());
+  ASSERT_EQ(messages.consoleEntries.size(), 1U);
+  EXPECT_THAT(messages.consoleEntries.front(),
+              HasSubstr("stack.tif: does not tell how far its slices are from each other, which is taken for 1 mm"));
+}
+
+TEST_F(Tiff, MakesAStackOfAFolderInTheOrderOfNumbers) {
+  const HxRecordingSink messages;
+  folder.write(QStringLiteral("s10.tif"), TiffBytes({TiffBytes::page(60)}).file());
+  folder.write(QStringLiteral("s9.TIFF"), TiffBytes({TiffBytes::page(20), TiffBytes::page(40)}).file());
+  folder.write(QStringLiteral("s08.tif"), TiffBytes({TiffBytes::page(0)}).file());
+  folder.write(QStringLiteral("notes.txt"), "no image");
+  const auto stack = readTiffFolder(folder.path({}), {});
+  ASSERT_TRUE(stack);
+  ASSERT_EQ((*stack)->latticeDimensions(), McDim3l(3, 4, 4));
+  for (int z = 0; z < 4; ++z) EXPECT_EQ((*stack)->value(2, 1, z), 20 * z + 5) << z;
+  EXPECT_THAT(messages.consoleText(), HasSubstr("how far its slices are from each other"));
+}
+
+TEST_F(Tiff, RefusesFoldersOfPagesThatDiffer) {
+  folder.write(QStringLiteral("a.tif"), TiffBytes({TiffBytes::page(0)}).file());
+  TiffBytes wide({TiffBytes::page(0)});
+  wide.pages[0].tags[TiffBytes::Width] = 4;
+  wide.pages[0].tags[TiffBytes::Height] = 3;
+  wide.pages[0].tags[TiffBytes::RowsPerStrip] = 3;
+  folder.write(QStringLiteral("b.tif"), wide.file());
+  EXPECT_THAT(refusal([&] { static_cast<void>(readTiffFolder(folder.path({}), {})); }),
+              HasSubstr("b.tif has another size (4 x 3) than a.tif"));
+}
+
+TEST_F(Tiff, LeavesFoldersWithoutStacksToOthers) {
+  EXPECT_FALSE(readTiffFolder(folder.path({}), {}));
+  folder.write(QStringLiteral("a.tif"), TiffBytes({TiffBytes::page(0)}).file());
+  folder.write(QStringLiteral("IM0001"), std::string(128, '\0') + "DICM" + std::string(8, '\1'));
+  EXPECT_FALSE(readTiffFolder(folder.path({}), {}));
 }
 
 TEST_F(Tiff, TurnsPagesByTheirOrientation) {

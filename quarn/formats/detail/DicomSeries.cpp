@@ -1,6 +1,5 @@
 #include "quarn/formats/detail/DicomSeries.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QStringList>
 #include <algorithm>
@@ -12,31 +11,18 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/formats/detail/fault.h"
+#include "quarn/formats/detail/folderFiles.h"
 #include "quarn/formats/detail/stackOrder.h"
 #include "quarn/formats/detail/voxelBytes.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/fields/soundLattice.h"
-#include "quarn/voxora/files/FileSystem.h"
 
 namespace quarn::formats::detail {
 
 namespace {
 
-using hxvoxora::FileKind;
-using hxvoxora::FileSystem;
-
 QString nameOf(const DicomSlice& slice) {
   return QFileInfo(slice.file).fileName();
-}
-
-std::vector<QString> filesOf(const QString& folder) {
-  FileSystem& files = FileSystem::current();
-  std::vector<QString> result;
-  for (const std::string& name : files.list(QFile::encodeName(folder).toStdString())) {
-    const QString path = folder + QLatin1Char('/') + QFile::decodeName(name.c_str());
-    if (name.front() != '.' && QFileInfo(path).isFile()) result.push_back(path);
-  }
-  return result;
 }
 
 /// The names of files that cannot be read, and why.
