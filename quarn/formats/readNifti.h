@@ -21,8 +21,8 @@ namespace quarn::formats {
 /// 0. Up to 255 they are kept; above it, labels are renumbered in increasing order when there are at most 255 of them
 /// (one console line says so), and refused otherwise. With label names, or after a renumbering, the field has one
 /// material for every label value up to the largest, so that the material of label v is the one with index v: the first
-/// is "Exterior", labels without a name are called "Label-<value>", a name that is taken already gets "-<value>"
-/// appended, and the integer "Id" is the value in the file.
+/// is "Exterior", labels without a name are called "Undescribed-label-<value>", a name that is taken already gets
+/// "-<value>" appended, and the integer "Id" is the value in the file.
 ///
 /// Geometry: millimetres, x to the left, y to the back, z up. The bounding box goes through the centres of the first
 /// and last voxels, along the axes of the lattice: from "Origin" to "Origin" + (n - 1) * "VoxelSize". The bundle

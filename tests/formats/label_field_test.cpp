@@ -137,8 +137,9 @@ TEST(LabelField, RenumbersLargeValuesAndKeepsThemAsIds) {
   const auto field =
       readLabels(labelImage<std::int32_t>(NiftiBytes::Int32, {1000, 0, 256, 2147483647, 3, 256}), asLabels());
   EXPECT_THAT(firstLabels(*field, 7), ElementsAre(3, 0, 2, 4, 1, 2, 0));
-  EXPECT_THAT(materialsOf(*field), ElementsAre(Pair("Exterior", 0), Pair("Label-3", 3), Pair("Label-256", 256),
-                                               Pair("Label-1000", 1000), Pair("Label-2147483647", 2147483647)));
+  EXPECT_THAT(materialsOf(*field),
+              ElementsAre(Pair("Exterior", 0), Pair("Undescribed-label-3", 3), Pair("Undescribed-label-256", 256),
+                          Pair("Undescribed-label-1000", 1000), Pair("Undescribed-label-2147483647", 2147483647)));
   ASSERT_EQ(messages.consoleEntries.size(), 1U);
   EXPECT_EQ(
       messages.consoleEntries.front(),
@@ -184,7 +185,23 @@ TEST(LabelField, SetsLabelsOutsideTheChosenValuesToZero) {
   const auto renumbered = readLabels(labelImage<std::int16_t>(NiftiBytes::Int16, {1, 2, 3, 94, 95, 1000, 1}), options);
   EXPECT_THAT(firstLabels(*renumbered, 8), ElementsAre(0, 0, 0, 1, 2, 3, 0, 0));
   EXPECT_THAT(materialsOf(*renumbered),
-              ElementsAre(Pair("Exterior", 0), Pair("Label-94", 94), Pair("Label-95", 95), Pair("Label-1000", 1000)));
+              ElementsAre(Pair("Exterior", 0), Pair("Undescribed-label-94", 94), Pair("Undescribed-label-95", 95),
+                          Pair("Undescribed-label-1000", 1000)));
+}
+
+TEST(LabelField, ChosenValuesMakeLabelsAndThoseThatAreAbsentAreTold) {
+  const TestFolder folder;
+  const HxRecordingSink messages;
+  const QString file = folder.write(QStringLiteral("some.nii"),
+                                    labelImage(NiftiBytes::UInt8, std::vector<std::uint8_t>{1, 2, 9}).file());
+  HxLoadOptions options;
+  options.values = HxLoadOptions::parseRanges(QStringLiteral("2-3,5,7-8"));
+  const auto field = readNifti(file, options);
+  EXPECT_NE(dynamic_cast<HxUniformLabelField3*>(field.get()), nullptr);
+  ASSERT_EQ(messages.warnings.size(), 1U);
+  EXPECT_EQ(messages.warnings.front(), "some.nii: no voxel has one of the values 5, 7-8");
+  options.kind = QStringLiteral("scalar");
+  EXPECT_THAT(refusal([&] { readNifti(file, options); }), HasSubstr("no label values can be chosen"));
 }
 
 /// Materials of an 8-bit image with these labels and names.
@@ -198,10 +215,11 @@ std::vector<std::pair<std::string, std::int64_t>> materialsFor(const std::vector
 }
 
 TEST(LabelMaterials, GoUpToTheLargestValueOfImageAndNames) {
-  EXPECT_THAT(materialsFor({4}, "2 Two\n"), ElementsAre(Pair("Exterior", 0), Pair("Label-1", 1), Pair("Two", 2),
-                                                        Pair("Label-3", 3), Pair("Label-4", 4)));
-  EXPECT_THAT(materialsFor({1}, "3 Three\n"),
-              ElementsAre(Pair("Exterior", 0), Pair("Label-1", 1), Pair("Label-2", 2), Pair("Three", 3)));
+  EXPECT_THAT(materialsFor({4}, "2 Two\n"),
+              ElementsAre(Pair("Exterior", 0), Pair("Undescribed-label-1", 1), Pair("Two", 2),
+                          Pair("Undescribed-label-3", 3), Pair("Undescribed-label-4", 4)));
+  EXPECT_THAT(materialsFor({1}, "3 Three\n"), ElementsAre(Pair("Exterior", 0), Pair("Undescribed-label-1", 1),
+                                                          Pair("Undescribed-label-2", 2), Pair("Three", 3)));
   EXPECT_THAT(materialsFor({1}, "1 One\n300 Beyond\n"), ElementsAre(Pair("Exterior", 0), Pair("One", 1)));
   EXPECT_THAT(materialsFor({}, "0 Air\n"), ElementsAre(Pair("Exterior", 0)));
 }
@@ -222,7 +240,7 @@ TEST(LabelMaterials, HaveNamesThatBundlesAccept) {
 TEST(LabelMaterials, HaveNamesThatDiffer) {
   EXPECT_THAT(materialsFor({6}, "1 A\n2 A\n3 A-4\n4 A\n5 Exterior\n"),
               ElementsAre(Pair("Exterior", 0), Pair("A", 1), Pair("A-2", 2), Pair("A-4", 3), Pair("A-4-4", 4),
-                          Pair("Exterior-5", 5), Pair("Label-6", 6)));
+                          Pair("Exterior-5", 5), Pair("Undescribed-label-6", 6)));
 }
 
 TEST(LabelMaterials, AreThoseOfTheLabelsThatOccurAfterRenumbering) {
@@ -233,7 +251,7 @@ TEST(LabelMaterials, AreThoseOfTheLabelsThatOccurAfterRenumbering) {
   const auto field = readLabels(labelImage<std::int16_t>(NiftiBytes::Int16, {700, 5, 6}), options);
   EXPECT_THAT(firstLabels(*field, 4), ElementsAre(3, 1, 2, 0));
   EXPECT_THAT(materialsOf(*field),
-              ElementsAre(Pair("Exterior", 0), Pair("Five", 5), Pair("Label-6", 6), Pair("Big", 700)));
+              ElementsAre(Pair("Exterior", 0), Pair("Five", 5), Pair("Undescribed-label-6", 6), Pair("Big", 700)));
 }
 
 TEST(LabelMaterials, LeaveNothingBehindWhenNamesAreRefused) {

@@ -252,7 +252,7 @@ TEST_F(SavedLabelTables, ColoursAloneMakeALabelField) {
   const auto field = readNifti(atlasFile(QStringLiteral("brodmann.nii.gz")), options);
   const Labels labels = labelsOf(dynamic_cast<HxUniformLabelField3&>(*field));
   ASSERT_EQ(labels.size(), 5U);
-  EXPECT_EQ(labels[4], (TableLabel{4, "Label-4", LabelColor{61, 61, 203}}));
+  EXPECT_EQ(labels[4], (TableLabel{4, "Undescribed-label-4", LabelColor{61, 61, 203}}));
   options.kind = QStringLiteral("scalar");
   options.values.clear();
   EXPECT_THAT(refusal([&] { readNifti(atlasFile(QStringLiteral("brodmann.nii.gz")), options); }),

@@ -246,8 +246,6 @@ TEST(NiftiRefusal, RefusesOptionsThatContradictEachOther) {
   options.labels.clear();
   options.values = {{1, 2}};
   EXPECT_THAT(refusal([&] { readNifti(file, options); }), HasSubstr("no label values can be chosen"));
-  options.kind.clear();
-  EXPECT_THAT(refusal([&] { readNifti(file, options); }), HasSubstr("no label values can be chosen"));
 }
 
 TEST(NiftiRefusal, PrintsNothingPastTheMessages) {

@@ -1,8 +1,10 @@
 #include "quarn/formats/detail/labelField.h"
 
 #include <QFileInfo>
+#include <QStringList>
 #include <algorithm>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 #include "quarn/formats/detail/LabelNumbering.h"
@@ -36,6 +38,25 @@ void reportRenumbering(const LabelNumbering& numbering, const QString& file) {
       qUtf8Printable(QFileInfo(file).fileName()), numbering.values().back(), numbering.values().size());
 }
 
+QString rangeText(const std::pair<int, int>& range) {
+  const QString first = QString::number(range.first);
+  return range.first == range.second ? first : first + QLatin1Char('-') + QString::number(range.second);
+}
+
+/// What was asked for by its values, but is not there.
+void reportAbsent(const LabelNumbering& numbering, const HxLoadOptions& options, const QString& file) {
+  QStringList absent;
+  for (const auto& range : options.values) {
+    const auto isInside = [&range](std::uint32_t value) {
+      return range.first <= static_cast<int>(value) && static_cast<int>(value) <= range.second;
+    };
+    if (std::ranges::none_of(numbering.values(), isInside)) absent += rangeText(range);
+  }
+  if (absent.isEmpty()) return;
+  HxMessage::warning(QStringLiteral("%1: no voxel has one of the values %2")
+                         .arg(QFileInfo(file).fileName(), absent.join(QStringLiteral(", "))));
+}
+
 }  // namespace
 
 McHandle<HxUniformLabelField3> readLabelField(ImageVolume& volume, const LabelNames* names,
@@ -50,6 +71,7 @@ McHandle<HxUniformLabelField3> readLabelField(ImageVolume& volume, const LabelNa
     addMaterials(*field->materials(true), valuesWithMaterial(numbering, names, options), names);
   }
   if (numbering.isRenumbered()) reportRenumbering(numbering, file);
+  reportAbsent(numbering, options, file);
   return field;
 }
 

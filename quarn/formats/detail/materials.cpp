@@ -77,7 +77,7 @@ void addMaterials(HxParamBundle& materials, const std::vector<std::uint32_t>& va
   adding.add("Exterior", 0, colorOf(0));
   for (const std::uint32_t value : values) {
     const std::string* const name = names ? names->find(value) : nullptr;
-    adding.add(name ? *name : "Label-" + std::to_string(value), value, colorOf(value));
+    adding.add(name ? *name : "Undescribed-label-" + std::to_string(value), value, colorOf(value));
   }
   adding.tell();
 }

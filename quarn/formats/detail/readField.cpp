@@ -15,7 +15,9 @@ namespace {
 
 bool wantsLabels(const QString& file, const HxLoadOptions& options, bool isLabelImage) {
   const bool isLabelFile = options.kind.isEmpty() && isLabelImage;
-  const bool isLabelField = options.kind == QLatin1String("label") || LabelNames::areGiven(options) || isLabelFile;
+  const bool choosesLabels = options.kind.isEmpty() && !options.values.empty();
+  const bool isLabelField =
+      options.kind == QLatin1String("label") || LabelNames::areGiven(options) || isLabelFile || choosesLabels;
   if (!isLabelField && !options.values.empty()) {
     refuse(file, QStringLiteral("is read as a scalar field, from which no label values can be chosen"));
   }
