@@ -50,6 +50,8 @@ int refused(const char* text);
 int refused(const McException& refusal);
 
 int getDimensions(const SetCommand& call);
+int getMaskVoxelCount(const SetCommand& call);
+int getMaskVoxelBox(const SetCommand& call);
 int getMaskBoundingBox(const SetCommand& call);
 int allMasks(const SetCommand& call);
 int firstLevelRois(const SetCommand& call);

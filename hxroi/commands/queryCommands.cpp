@@ -1,5 +1,6 @@
 #include <QCoreApplication>
 #include <sstream>
+#include <string>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/commands/SetCommand.h"
@@ -28,6 +29,17 @@ McBox3f boxOfSet(HxRois& rois) {
   return box;
 }
 
+/// The mask that the one word names; null after a word about it.
+const Mask* askedMask(const SetCommand& call) {
+  if (call.argc != 3) {
+    console().printf("syntax: %s <mask>", call.argv[1]);
+    return nullptr;
+  }
+  const Mask* const mask = call.rois.getMask(call.name(2));
+  if (!mask) console().printf("no such mask %s", call.shown(2).c_str());
+  return mask;
+}
+
 }  // namespace
 
 int getDimensions(const SetCommand& call) {
@@ -47,6 +59,23 @@ int getMaskBoundingBox(const SetCommand& call) {
   }
   const McBox3f box = mask->getBoundingBox(boxOfSet(call.rois));
   for (int i = 0; i < 6; ++i) Tcl_VaAppendElement(call.interp, "%f", static_cast<double>(box[i]));
+  return TCL_OK;
+}
+
+int getMaskVoxelCount(const SetCommand& call) {
+  const Mask* const mask = askedMask(call);
+  if (!mask) return TCL_ERROR;
+  const McVec3i& n = mask->dimensions();
+  const SbBox3i32 whole(SbVec3i32(0, 0, 0), SbVec3i32(n.x - 1, n.y - 1, n.z - 1));
+  Tcl_VaAppendElement(call.interp, "%s", std::to_string(mask->volumeMask()->countSetVoxels(whole)).c_str());
+  return TCL_OK;
+}
+
+int getMaskVoxelBox(const SetCommand& call) {
+  const Mask* const mask = askedMask(call);
+  if (!mask) return TCL_ERROR;
+  const McBox3i box = mask->getBoundingBox();
+  for (int bound = 0; bound < 6 && !box.isEmpty(); ++bound) Tcl_VaAppendElement(call.interp, "%i", box[bound]);
   return TCL_OK;
 }
 

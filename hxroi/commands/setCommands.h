@@ -60,6 +60,11 @@ inline constexpr SetCommandRow kSetCommands[] = {
       "Moves masks into a group, all or none; an empty name, {}, stands for the first level."},
      &moveToGroup},
     {{"renameRoi", "ROI NAME", 2, 2, "Gives a mask or a group another name: letters, digits, _ and -."}, &renameRoi},
+    {{"getMaskVoxelCount", "MASK", 1, 1, "Returns the number of voxels that a mask has."}, &getMaskVoxelCount},
+    {{"getMaskVoxelBox", "MASK", 1, 1,
+      "Returns xmin xmax ymin ymax zmin zmax of the voxels that a mask has, as indices from 0, both ends included; an "
+      "empty list for a mask without voxels."},
+     &getMaskVoxelBox},
 };
 
 /// Words that completion may put for MASK, ROI, GROUP, SET and FIELD.

@@ -65,6 +65,23 @@ TEST_F(RoisCommands, BoundingBoxRefusals) {
   EXPECT_EQ(run({"getMaskBoundingBox", "A", "B"}), TCL_ERROR);
 }
 
+TEST_F(RoisCommands, VoxelsOfAMask) {
+  fill(*addMask("Bone"), {2, 3, 4}, {5, 4, 1});
+  addMask("Empty");
+  EXPECT_EQ(run({"getMaskVoxelCount", "Bone"}), TCL_OK);
+  EXPECT_THAT(result, ElementsAre("20"));
+  EXPECT_EQ(run({"getMaskVoxelBox", "Bone"}), TCL_OK);
+  EXPECT_THAT(result, ElementsAre("2", "6", "3", "6", "4", "4"));
+  EXPECT_EQ(run({"getMaskVoxelCount", "Empty"}), TCL_OK);
+  EXPECT_THAT(result, ElementsAre("0"));
+  EXPECT_EQ(run({"getMaskVoxelBox", "Empty"}), TCL_OK);
+  EXPECT_THAT(result, IsEmpty());
+  EXPECT_EQ(run({"getMaskVoxelCount", "Nobody"}), TCL_ERROR);
+  EXPECT_THAT(console.consoleEntries, ElementsAre("no such mask Nobody"));
+  EXPECT_EQ(run({"getMaskVoxelBox"}), TCL_ERROR);
+  EXPECT_THAT(console.consoleEntries, ElementsAre("syntax: getMaskVoxelBox <mask>"));
+}
+
 TEST_F(RoisCommands, NamesOfMasksAndTopLevelRois) {
   EXPECT_EQ(run({"allMasks"}), TCL_OK);
   EXPECT_THAT(result, IsEmpty());
