@@ -7,6 +7,7 @@
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/params/HxParameter.h"
 #include "quarn/kernel/script/HxCommands.h"
+#include "quarn/kernel/script/HxWordCommands.h"
 #include "quarn/view/HxSceneView.h"
 #include "quarn/view/SceneCamera.h"
 #include "quarn/view/SceneLayout.h"
@@ -19,10 +20,7 @@ namespace {
 
 /// One command of a view.
 struct Row {
-  const char* name;
-  const char* words;
-  int least, most;  ///< words after the name
-  const char* help;
+  HxCommandText text;
   QString (*run)(HxSceneView& view, const QStringList& words);
 };
 
@@ -188,33 +186,30 @@ QString snapshot(HxSceneView& view, const QStringList& words) {
 }
 
 const Row ROWS[] = {
-    {"show", "OBJECT ...", 1, -1, "Shows images, and objects that hold masks.", show},
-    {"hide", "OBJECT ...", 1, -1, "Hides what is shown.", hide},
-    {"shown", "", 0, 0, "Returns the names of what is shown.",
+    {{"show", "OBJECT ...", 1, -1, "Shows images, and objects that hold masks."}, show},
+    {{"hide", "OBJECT ...", 1, -1, "Hides what is shown."}, hide},
+    {{"shown", "", 0, 0, "Returns the names of what is shown."},
      [](HxSceneView& view, const QStringList&) { return view.shownNames().join(QLatin1Char(' ')); }},
-    {"camera",
-     "front|back|left|right|top|bottom|fit|azimuth DEGREES|elevation DEGREES|zoom FACTOR|getState|setState STATE", 1, 8,
-     "Looks from a side of the patient, moves the camera to its right or up, brings it nearer, or centres the next "
-     "picture anew.",
+    {{"camera",
+      "front|back|left|right|top|bottom|fit|azimuth DEGREES|elevation DEGREES|zoom FACTOR|getState|setState STATE", 1,
+      8,
+      "Looks from a side of the patient, moves the camera to its right or up, brings it nearer, or centres the next "
+      "picture anew."},
      camera},
-    {"slice", "x|y|z ?INDEX?", 1, 2, "Chooses the slice across an axis, from 0; without INDEX returns it.", slice},
-    {"layout", "?column|four|space|x|y|z?", 0, 1, "Chooses the panes; without a word returns the layout.", layout},
-    {"background", "?R G B?", 0, 3, "Chooses the colour behind everything, numbers from 0 to 1, or returns it.",
+    {{"slice", "x|y|z ?INDEX?", 1, 2, "Chooses the slice across an axis, from 0; without INDEX returns it."}, slice},
+    {{"layout", "?column|four|space|x|y|z?", 0, 1, "Chooses the panes; without a word returns the layout."}, layout},
+    {{"background", "?R G B?", 0, 3, "Chooses the colour behind everything, numbers from 0 to 1, or returns it."},
      background},
-    {"colormap", "IMAGE COLORMAP ?MIN MAX?", 2, 4,
-     "Shows an image through a colormap, from MIN to MAX or over the values that most voxels lie between.", colormap},
-    {"volume", "IMAGE auto|off|slices|rendered", 2, 2,
-     "Shows an image in space: not, as slices, or as a cloud; auto is a cloud unless there are masks, too.", volume},
-    {"marks", "?0|1?", 0, 1, "Whether letters tell the sides of a patient and lines the other slices.", marks},
-    {"snapshot", "FILE.png WIDTH HEIGHT", 3, 3, "Draws a picture of 1 to 8192 pixels along each side into a file.",
+    {{"colormap", "IMAGE COLORMAP ?MIN MAX?", 2, 4,
+      "Shows an image through a colormap, from MIN to MAX or over the values that most voxels lie between."},
+     colormap},
+    {{"volume", "IMAGE auto|off|slices|rendered", 2, 2,
+      "Shows an image in space: not, as slices, or as a cloud; auto is a cloud unless there are masks, too."},
+     volume},
+    {{"marks", "?0|1?", 0, 1, "Whether letters tell the sides of a patient and lines the other slices."}, marks},
+    {{"snapshot", "FILE.png WIDTH HEIGHT", 3, 3, "Draws a picture of 1 to 8192 pixels along each side into a file."},
      snapshot},
 };
-
-QStringList wordsFrom(int argc, char** argv) {
-  QStringList words;
-  for (int i = 2; i < argc; ++i) words.append(QString::fromUtf8(argv[i]));
-  return words;
-}
 
 }  // namespace
 
@@ -222,13 +217,12 @@ int HxSceneView::parse(Tcl_Interp* interp, int argc, char** argv) {
   const QString word = argc > 1 ? QString::fromUtf8(argv[1]) : QString();
   const Row* called = nullptr;
   for (const Row& row : ROWS)
-    if (cmdCheck(word, QString::fromLatin1(row.name), QString::fromLatin1(row.words)) != 0) called = &row;
+    if (cmdCheck(word, row.text, "HxSceneView")) called = &row;
   if (!called) return HxObject::parse(interp, argc, argv);
-  const int words = argc - 2;
-  const bool isWellFormed = words >= called->least && (called->most < 0 || words <= called->most);
-  const int form = cmdHelp(interp, argv[1], isWellFormed, argc, argv);
+  const HxWords words{interp, argc, argv};
+  const int form = words.checkForm(called->text);
   if (form != HX_CMD_GO_ON) return form;
-  const QString result = called->run(*this, wordsFrom(argc, argv));
+  const QString result = called->run(*this, words.texts());
   if (!result.isEmpty()) Tcl_SetObjResult(interp, Tcl_NewStringObj(result.toUtf8().constData(), -1));
   return TCL_OK;
 }
