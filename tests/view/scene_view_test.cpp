@@ -48,6 +48,19 @@ TEST_F(ViewTest, DrawsMasksWithoutAVolumeWhereTheirSetSaysThatTheyLie) {
   }
 }
 
+TEST_F(ViewTest, ShowsTheFrontOfSurfacesInMirroredLatticesToo) {
+  masks->add("ball", RED, ball(32, 32, 32, 20));
+  view->show(masks);
+  for (const double x : {1.0, -1.0}) {
+    masks->place = HxGeometry3{{0, 0, 0}, {1, 1, 1}, {x, 0, 0, 0, 1, 0, 0, 0, 1}};
+    view->fitCamera();
+    const QImage picture = paint("space", 200);
+    // The front of a ball is brightest about its middle, its inside along the edge.
+    EXPECT_GT(qRed(picture.pixel(100, 100)), 180) << x;
+    EXPECT_GT(qRed(picture.pixel(100, 100)), qRed(picture.pixel(100, 160))) << x;
+  }
+}
+
 TEST_F(ViewTest, LeavesNoTraceOfHiddenMasks) {
   masks->add("a", RED, ball(20, 32, 32, 14));
   view->show(masks);
