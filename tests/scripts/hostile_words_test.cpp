@@ -133,7 +133,9 @@ const std::map<QString, std::string> kSyntax{
     {"clearGroups", "syntax: clearGroup <groupName...>"},
     {"createGroup", "syntax: createGroup <group> <masks...>"},
     {"moveToGroup", "syntax: moveToGroup <group> <masks...>"},
-    {"renameRoi", "syntax: renameRoi <roiName> <newName>"}};
+    {"renameRoi", "syntax: renameRoi <roiName> <newName>"},
+    {"getMaskVoxelCount", "syntax: getMaskVoxelCount <mask>"},
+    {"getMaskVoxelBox", "syntax: getMaskVoxelBox <mask>"}};
 
 std::string usageOf(const QStringList& path, const HxCmdEntry& entry) {
   const auto own = kSyntax.find(entry.name);
