@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "quarn/view/detail/stampText.h"
@@ -33,16 +34,25 @@ void blendPixel(QImage& picture, int x, int y) {
   pixel = qRgb(mixed(qRed(pixel), 255), mixed(qGreen(pixel), 235), mixed(qBlue(pixel), 180));
 }
 
+/// Letters with a rim of the opposite shade, to be read over bright and dark alike.
+void stampLetters(QImage& picture, const QString& text, double x, double y, const Anchor& anchor, int size,
+                  const QColor& color) {
+  const QColor rim = qGray(color.rgb()) > 128 ? QColor(0, 0, 0) : QColor(255, 255, 255);
+  for (const auto& [dx, dy] : {std::pair(-1, 0), std::pair(1, 0), std::pair(0, -1), std::pair(0, 1)})
+    stampText(picture, text, x + dx, y + dy, anchor, size, rim);
+  stampText(picture, text, x, y, anchor, size, color);
+}
+
 void markEdges(QImage& picture, const Point3& right, const Point3& down) {
   if (!hasRoom(picture)) return;
   const int size = letterSize(picture), width = picture.width(), height = picture.height();
   const QColor color = letterColor(picture);
   const double margin = size * 0.5;
   const auto turned = [](const Point3& v) { return Point3{-v[0], -v[1], -v[2]}; };
-  stampText(picture, SlicePlane::sideOf(turned(right)), margin, height / 2.0, {0, 0.5}, size, color);
-  stampText(picture, SlicePlane::sideOf(right), width - margin, height / 2.0, {1, 0.5}, size, color);
-  stampText(picture, SlicePlane::sideOf(turned(down)), width / 2.0, margin, {0.5, 0}, size, color);
-  stampText(picture, SlicePlane::sideOf(down), width / 2.0, height - margin, {0.5, 1}, size, color);
+  stampLetters(picture, SlicePlane::sideOf(turned(right)), margin, height / 2.0, {0, 0.5}, size, color);
+  stampLetters(picture, SlicePlane::sideOf(right), width - margin, height / 2.0, {1, 0.5}, size, color);
+  stampLetters(picture, SlicePlane::sideOf(turned(down)), width / 2.0, margin, {0.5, 0}, size, color);
+  stampLetters(picture, SlicePlane::sideOf(down), width / 2.0, height - margin, {0.5, 1}, size, color);
 }
 
 }  // namespace
@@ -133,7 +143,7 @@ void markSlice(QImage& picture, int axis, double index) {
   if (!hasRoom(picture)) return;
   const int size = letterSize(picture) * 4 / 5;
   const QString text = QStringLiteral("%1 %2").arg(QLatin1Char("xyz"[axis])).arg(std::lround(index));
-  stampText(picture, text, size * 0.6, picture.height() - size * 0.6, {0, 1}, size, letterColor(picture));
+  stampLetters(picture, text, size * 0.6, picture.height() - size * 0.6, {0, 1}, size, letterColor(picture));
 }
 
 void markView(QImage& picture, const SceneCamera& camera) {

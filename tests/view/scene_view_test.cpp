@@ -61,6 +61,28 @@ TEST_F(ViewTest, ShowsTheFrontOfSurfacesInMirroredLatticesToo) {
   }
 }
 
+TEST_F(ViewTest, LettersCanBeReadOverBrightTissue) {
+  const McHandle<HxUniformScalarField3> field(new HxUniformScalarField3(McDim3l(64, 64, 64), McPrimType::Uint8));
+  for (int z = 0; z < 64; ++z)
+    for (int y = 0; y < 64; ++y)
+      for (int x = 4; x < 64; ++x) field->setValue(x, y, z, 200);
+  HxObjectPool::instance().add(field, QStringLiteral("field"));
+  view->show(field);
+  view->setMarks(true);
+  const QImage picture = paint("z", 240);
+  // The letter at the right edge of the slice; the surroundings tell its shade.
+  int darkest = 255, brightest = 0;
+  for (int y = 100; y < 112; ++y)
+    for (int x = 160; x < 240; ++x) darkest = std::min(darkest, qGray(picture.pixel(x, y)));
+  for (int y = 112; y < 118; ++y)
+    for (int x = 224; x < 240; ++x) {
+      darkest = std::min(darkest, qGray(picture.pixel(x, y)));
+      brightest = std::max(brightest, qGray(picture.pixel(x, y)));
+    }
+  EXPECT_LT(darkest, 60);
+  EXPECT_GT(brightest, 180);
+}
+
 TEST_F(ViewTest, LeavesNoTraceOfHiddenMasks) {
   masks->add("a", RED, ball(20, 32, 32, 14));
   view->show(masks);
