@@ -15,10 +15,11 @@ namespace {
 
 constexpr unsigned int kNameOrVisibility = 1024;
 
+// Words too many are ignored.
 constexpr HxCommandText kSetRoiVisible{
-    "setRoiVisible", "NAME_OR_ID NUMBER", 2, 2,
+    "setRoiVisible", "NAME_OR_ID NUMBER", 2, -1,
     "Hides the ROI of that name or identifier for 0, shows it for any other number."};
-constexpr HxCommandText kIsRoiVisible{"isRoiVisible", "NAME_OR_ID", 1, 1,
+constexpr HxCommandText kIsRoiVisible{"isRoiVisible", "NAME_OR_ID", 1, -1,
                                       "Returns 1 for a visible ROI, else 0. A mask in a hidden group is hidden."};
 
 }  // namespace

@@ -135,11 +135,14 @@ const std::map<QString, std::string> kSyntax{
     {"moveToGroup", "syntax: moveToGroup <group> <masks...>"},
     {"renameRoi", "syntax: renameRoi <roiName> <newName>"},
     {"getMaskVoxelCount", "syntax: getMaskVoxelCount <mask>"},
-    {"getMaskVoxelBox", "syntax: getMaskVoxelBox <mask>"}};
+    {"getMaskVoxelBox", "syntax: getMaskVoxelBox <mask>"},
+    {"setRoiVisible", "syntax: setRoiVisible <name_or_id> <new_visibility>"},
+    {"isRoiVisible", "syntax: isRoiVisible <name_or_id>"}};
 
 std::string usageOf(const QStringList& path, const HxCmdEntry& entry) {
   const auto own = kSyntax.find(entry.name);
-  if (entry.of == "HxRois" && own != kSyntax.end()) return own->second;
+  const bool tellsItsOwn = entry.of == "HxRois" || entry.of == "HxPortRoiTreeView";
+  if (tellsItsOwn && own != kSyntax.end()) return own->second;
   const QString words = entry.words().isEmpty() ? QString() : ' ' + entry.words();
   return ("usage: " + path.back() + ' ' + entry.name + words).toStdString();
 }
