@@ -50,14 +50,15 @@ TEST_F(ViewTest, DrawsMasksWithoutAVolumeWhereTheirSetSaysThatTheyLie) {
 
 TEST_F(ViewTest, ShowsTheFrontOfSurfacesInMirroredLatticesToo) {
   masks->add("ball", RED, ball(32, 32, 32, 20));
+  masks->add("kernel", BLUE, ball(32, 32, 32, 8));
   view->show(masks);
   for (const double x : {1.0, -1.0}) {
     masks->place = HxGeometry3{{0, 0, 0}, {1, 1, 1}, {x, 0, 0, 0, 1, 0, 0, 0, 1}};
+    masks->touch();
     view->fitCamera();
     const QImage picture = paint("space", 200);
-    // The front of a ball is brightest about its middle, its inside along the edge.
-    EXPECT_GT(qRed(picture.pixel(100, 100)), 180) << x;
-    EXPECT_GT(qRed(picture.pixel(100, 100)), qRed(picture.pixel(100, 160))) << x;
+    EXPECT_GT(countLike(picture, RED), 1000) << x;
+    EXPECT_EQ(0, countLike(picture, BLUE)) << x;
   }
 }
 
@@ -70,17 +71,11 @@ TEST_F(ViewTest, LettersCanBeReadOverBrightTissue) {
   view->show(field);
   view->setMarks(true);
   const QImage picture = paint("z", 240);
-  // The letter at the right edge of the slice; the surroundings tell its shade.
-  int darkest = 255, brightest = 0;
-  for (int y = 100; y < 112; ++y)
-    for (int x = 160; x < 240; ++x) darkest = std::min(darkest, qGray(picture.pixel(x, y)));
-  for (int y = 112; y < 118; ++y)
-    for (int x = 224; x < 240; ++x) {
-      darkest = std::min(darkest, qGray(picture.pixel(x, y)));
-      brightest = std::max(brightest, qGray(picture.pixel(x, y)));
-    }
+  // The letter at the bottom lies over the image.
+  int darkest = 255;
+  for (int y = 222; y < 232; ++y)
+    for (int x = 112; x < 128; ++x) darkest = std::min(darkest, qGray(picture.pixel(x, y)));
   EXPECT_LT(darkest, 60);
-  EXPECT_GT(brightest, 180);
 }
 
 TEST_F(ViewTest, LeavesNoTraceOfHiddenMasks) {
