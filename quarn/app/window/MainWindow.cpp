@@ -27,6 +27,12 @@ namespace {
 
 constexpr QSize FIRST_SIZE(1100, 760);
 
+/// The Return key alone loses nothing.
+bool isSure(QWidget* parent, const QString& question) {
+  return QMessageBox::question(parent, QStringLiteral("quarn"), question, QMessageBox::Yes | QMessageBox::No,
+                               QMessageBox::No) == QMessageBox::Yes;
+}
+
 }  // namespace
 
 MainWindow::MainWindow() : objects_(new ObjectList(this)) {
@@ -161,7 +167,7 @@ void MainWindow::removeChosen() {
   if (!object) return;
   if (unsavedData().contains(object->getName())) {
     const QString question = tr("%1 is not saved. Remove it?").arg(object->getLabel());
-    if (QMessageBox::question(this, QStringLiteral("quarn"), question) != QMessageBox::Yes) return;
+    if (!isSure(this, question)) return;
   }
   attempt([&] { HxObjectPool::instance().remove(object); });
 }
@@ -183,8 +189,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   const QStringList names = unsavedData();
   const QString question =
       tr("These objects are not saved: %1.\nQuit and lose the changes?").arg(names.join(QStringLiteral(", ")));
-  const bool goes =
-      names.isEmpty() || QMessageBox::question(this, QStringLiteral("quarn"), question) == QMessageBox::Yes;
+  const bool goes = names.isEmpty() || isSure(this, question);
   event->setAccepted(goes);
 }
 

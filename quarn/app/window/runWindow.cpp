@@ -60,7 +60,10 @@ int runWindow(const QStringList& files) {
     HxInterrupt::drain();
     if (stage.isIdle()) QApplication::exit(HxInterrupt::endSignal() ? 0 : 130);
   });
-  QObject::connect(window.console(), &ConsolePane::exitRequested, [](int status) { QApplication::exit(status); });
+  // Closing asks about what is not saved.
+  QObject::connect(window.console(), &ConsolePane::exitRequested, [&window](int status) {
+    if (window.close()) QApplication::exit(status);
+  });
 
   window.show();
   window.console()->setFocus();

@@ -1,6 +1,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QTimer>
 #include <gmock/gmock.h>
 
@@ -29,6 +30,7 @@ protected:
       auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
       if (!box) return;
       question = box->text();
+      EXPECT_TRUE(box->button(QMessageBox::No) == box->defaultButton());
       box->button(answer)->click();
     });
   }
