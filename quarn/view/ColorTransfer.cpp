@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <tuple>
+#include <utility>
 
 namespace quarn::view {
 
@@ -15,6 +16,9 @@ ColorTransfer::ColorTransfer(const HxColormap& colormap, std::optional<std::pair
     colors_.push_back({entry.color.r, entry.color.g, entry.color.b, usesAlpha ? entry.alpha : 1.0f});
   }
 }
+
+ColorTransfer::ColorTransfer(std::vector<Color> colors)
+    : colors_(std::move(colors)), minimum_(0), maximum_(static_cast<double>(colors_.size()) - 1), isDiscrete_(true) {}
 
 ColorTransfer::Color ColorTransfer::operator()(double value) const {
   const auto last = static_cast<double>(colors_.size() - 1);

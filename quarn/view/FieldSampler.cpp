@@ -5,6 +5,8 @@
 #include <limits>
 #include <vector>
 
+#include "quarn/kernel/fields/HxUniformLabelField3.h"
+
 namespace quarn::view {
 
 namespace {
@@ -15,6 +17,12 @@ constexpr double LEFT_OUT_ABOVE = 0.002;
 
 }  // namespace
 
+FieldSampler::FieldSampler(const HxUniformScalarField3& field)
+    : field_(field),
+      dimensions_(field.latticeDimensions()),
+      map_(field.geometry()),
+      takesNearest_(dynamic_cast<const HxUniformLabelField3*>(&field) != nullptr) {}
+
 template <class Value>
 float FieldSampler::between(const Value* values, const Point3& index) const {
   std::array<std::int64_t, 3> low, high;
@@ -22,7 +30,7 @@ float FieldSampler::between(const Value* values, const Point3& index) const {
   for (std::size_t axis = 0; axis < 3; ++axis) {
     const auto last = static_cast<double>(dimensions_[static_cast<int>(axis)] - 1);
     if (!(index[axis] >= -0.5 && index[axis] < last + 0.5)) return std::numeric_limits<float>::quiet_NaN();
-    const double inside = std::clamp(index[axis], 0.0, last);
+    const double inside = std::clamp(takesNearest_ ? std::round(index[axis]) : index[axis], 0.0, last);
     low[axis] = static_cast<std::int64_t>(inside);
     high[axis] = std::min(low[axis] + 1, static_cast<std::int64_t>(last));
     part[axis] = inside - static_cast<double>(low[axis]);

@@ -6,11 +6,11 @@
 
 namespace quarn::view {
 
-/// Values of a field between its voxels. The field must stay as it is. Safe from several threads.
+/// Values of a field between its voxels; of a label field those of the nearest voxels, as there is nothing between two
+/// labels. The field must stay as it is. Safe from several threads.
 class QUARN_VIEW_API FieldSampler {
 public:
-  explicit FieldSampler(const HxUniformScalarField3& field)
-      : field_(field), dimensions_(field.latticeDimensions()), map_(field.geometry()) {}
+  explicit FieldSampler(const HxUniformScalarField3& field);
 
   const LatticeMap& map() const { return map_; }
 
@@ -26,6 +26,7 @@ private:
   const HxUniformScalarField3& field_;
   const McDim3l dimensions_;
   const LatticeMap map_;
+  const bool takesNearest_;
 };
 
 /// The values that most voxels lie between, for a first look: a few of the darkest and of the brightest are left out.

@@ -9,11 +9,13 @@
 #include "quarn/base/mcinterface_cast.h"
 #include "quarn/kernel/fields/HxISetOfVolumeMask.h"
 #include "quarn/kernel/fields/HxStandardColormaps.h"
+#include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/view/FieldSampler.h"
 #include "quarn/view/ScenePainter.h"
 #include "quarn/view/Snapshot.h"
+#include "quarn/view/labelColors.h"
 #include "quarn/view/maskOffers.h"
 
 MC_CLASS_IMPL(HxSceneView, HxObject)
@@ -23,6 +25,9 @@ using quarn::view::SceneContents;
 using quarn::view::VolumeMode;
 
 namespace {
+
+/// How opaque labels are in slices over an image.
+constexpr float LABEL_TINT = 0.55f;
 
 /// An object that is shown, and how.
 struct Shown {
@@ -57,6 +62,10 @@ HxUniformScalarField3* imageOf(HxObject* object) {
   return dynamic_cast<HxUniformScalarField3*>(object);
 }
 
+bool isLabels(const HxUniformScalarField3* field) {
+  return dynamic_cast<const HxUniformLabelField3*>(field) != nullptr;
+}
+
 }  // namespace
 
 struct HxSceneView::State {
@@ -70,12 +79,13 @@ struct HxSceneView::State {
   bool hasMarks = true;
 
   Shown& shownImage(HxObject* object);
-  ColorTransfer transferOf(Shown& item, const HxUniformScalarField3& field);
+  ColorTransfer transferOf(Shown& item, const HxUniformScalarField3& field, bool isOverImage);
   void addImage(SceneContents& contents, Shown& item);
   void addMasks(SceneContents& contents, const Shown& item);
   void putOnGrid(SceneContents& contents, const McDim3l& dimensions, const HxGeometry3& geometry);
   std::vector<McHandle<HxObject>> objects() const;
   void bringUpToDate();
+  void makeRoom(SceneContents& contents) const;
   SceneContents contents();
   std::optional<Grid> grid();
 };
@@ -212,7 +222,9 @@ const quarn::view::SurfaceCache& HxSceneView::surfaces() const {
 
 // --- Pictures
 
-ColorTransfer HxSceneView::State::transferOf(Shown& item, const HxUniformScalarField3& field) {
+ColorTransfer HxSceneView::State::transferOf(Shown& item, const HxUniformScalarField3& field, bool isOverImage) {
+  const auto* labels = dynamic_cast<const HxUniformLabelField3*>(&field);
+  if (labels && !item.colormap) return quarn::view::labelColors(*labels, isOverImage ? LABEL_TINT : 1);
   if (!item.range && item.usualTime != field.getTouchTime()) {
     item.usualRange = quarn::view::usualRange(field);
     item.usualTime = field.getTouchTime();
@@ -231,7 +243,7 @@ void HxSceneView::State::putOnGrid(SceneContents& contents, const McDim3l& dimen
 void HxSceneView::State::addImage(SceneContents& contents, Shown& item) {
   HxUniformScalarField3* field = imageOf(item.object);
   if (!field || field->voxelCount() == 0) return;
-  contents.images.push_back({field, transferOf(item, *field)});
+  contents.images.push_back({field, transferOf(item, *field, !contents.images.empty())});
   contents.modes.push_back(item.mode.value_or(VolumeMode::Rendered));
   putOnGrid(contents, field->latticeDimensions(), field->geometry());
 }
@@ -263,6 +275,20 @@ void HxSceneView::State::bringUpToDate() {
   }
 }
 
+/// A cloud would hide the masks, and that of an image the labels.
+void HxSceneView::State::makeRoom(SceneContents& contents) const {
+  const bool hasLabels = std::ranges::any_of(contents.images, [](const auto& image) { return isLabels(image.field); });
+  if (contents.sets.empty() && !hasLabels) return;
+  std::size_t image = 0;
+  for (const Shown& each : shown) {
+    const HxUniformScalarField3* field = imageOf(each.object);
+    if (!field || field->voxelCount() == 0) continue;
+    const bool isInTheWay = !contents.sets.empty() || !isLabels(field);
+    if (!each.mode && isInTheWay) contents.modes[image] = VolumeMode::Planes;
+    ++image;
+  }
+}
+
 SceneContents HxSceneView::State::contents() {
   bringUpToDate();
   SceneContents contents;
@@ -270,13 +296,7 @@ SceneContents HxSceneView::State::contents() {
     addImage(contents, each);
     addMasks(contents, each);
   }
-  // A cloud would hide the masks.
-  for (std::size_t i = 0, image = 0; i < shown.size() && !contents.sets.empty(); ++i) {
-    const HxUniformScalarField3* field = imageOf(shown[i].object);
-    if (!field || field->voxelCount() == 0) continue;
-    if (!shown[i].mode) contents.modes[image] = VolumeMode::Planes;
-    ++image;
-  }
+  makeRoom(contents);
   if (contents.dimensions == McDim3l()) contents.dimensions = McDim3l(1, 1, 1);
   for (int axis = 0; axis < 3; ++axis) {
     const auto i = static_cast<std::size_t>(axis);

@@ -204,7 +204,7 @@ const Row ROWS[] = {
       "Shows an image through a colormap, from MIN to MAX or over the values that most voxels lie between."},
      colormap},
     {{"volume", "IMAGE auto|off|slices|rendered", 2, 2,
-      "Shows an image in space: not, as slices, or as a cloud; auto is a cloud unless there are masks, too."},
+      "Shows an image in space: not, as slices, or as a cloud; auto is a cloud unless there are masks or labels, too."},
      volume},
     {{"marks", "?0|1?", 0, 1, "Whether letters tell the sides of a patient and lines the other slices."}, marks},
     {{"snapshot", "FILE.png WIDTH HEIGHT", 3, 3, "Draws a picture of 1 to 8192 pixels along each side into a file."},

@@ -86,7 +86,7 @@ QImage ScenePainter::paintSlice(const SceneContents& contents, Pane pane, int wi
     // No seam between what the image has around its subject and what is around the image.
     const ColorTransfer& transfer = contents.images.front().transfer;
     const ColorTransfer::Color color = transfer(transfer.minimum());
-    background = McColor(color.r, color.g, color.b);
+    if (color.alpha > 0) background = McColor(color.r, color.g, color.b);
   }
   QImage picture = SlicePane(contents.images, contents.sets, background).paint(plane, surfaces_, complaints);
   if (contents.hasMarks) {

@@ -22,6 +22,7 @@ namespace {
 /// A larger field is thinned out to this many voxels along each axis.
 constexpr std::int64_t FINEST = 256;
 constexpr int STEPS = 64;
+constexpr int LAST_SHADE = 255;
 
 using Thinning = std::array<std::int64_t, 3>;
 
@@ -35,7 +36,7 @@ Thinning thinningOf(const McDim3l& dimensions) {
 std::uint8_t shadeOf(double value, const ColorTransfer& colors) {
   const double width = colors.maximum() - colors.minimum();
   const double place = width == 0 ? 0 : (value - colors.minimum()) / width;
-  return static_cast<std::uint8_t>(place > 0 ? std::lround(std::min(place, 1.0) * 255) : 0);
+  return static_cast<std::uint8_t>(place > 0 ? std::lround(std::min(place, 1.0) * LAST_SHADE) : 0);
 }
 
 /// The field in 256 shades between the ends of the colours: what they can tell apart.
@@ -78,11 +79,12 @@ void setTransfer(vtkVolumeProperty& look, const ColorTransfer& colors) {
   vtkNew<vtkColorTransferFunction> color;
   vtkNew<vtkPiecewiseFunction> opacity;
   const bool isTransparent = colors.isTransparent();
-  for (int i = 0; i <= STEPS; ++i) {
-    const double place = static_cast<double>(i) / STEPS;
+  const int steps = colors.isDiscrete() ? LAST_SHADE : STEPS;
+  for (int i = 0; i <= steps; ++i) {
+    const double place = static_cast<double>(i) / steps;
     const ColorTransfer::Color c = colors(colors.minimum() + place * (colors.maximum() - colors.minimum()));
-    color->AddRGBPoint(place * 255, double{c.r}, double{c.g}, double{c.b});
-    opacity->AddPoint(place * 255, isTransparent ? double{c.alpha} : std::max(0.0, (place - 0.2) / 0.8) * 0.6);
+    color->AddRGBPoint(place * LAST_SHADE, double{c.r}, double{c.g}, double{c.b});
+    opacity->AddPoint(place * LAST_SHADE, isTransparent ? double{c.alpha} : std::max(0.0, (place - 0.2) / 0.8) * 0.6);
   }
   look.SetColor(color);
   look.SetScalarOpacity(opacity);
@@ -96,7 +98,11 @@ vtkSmartPointer<vtkVolume> volumeOf(const HxUniformScalarField3& field, const Co
   mapper->SetInputData(shadesOf(field, colors));
   vtkNew<vtkVolumeProperty> look;
   setTransfer(*look, colors);
-  look->SetInterpolationTypeToLinear();
+  if (colors.isDiscrete()) {
+    look->SetInterpolationTypeToNearest();
+  } else {
+    look->SetInterpolationTypeToLinear();
+  }
   look->SetScalarOpacityUnitDistance(*std::min_element(geometry.voxelSize.begin(), geometry.voxelSize.end()));
   look->ShadeOn();
   look->SetAmbient(0.25);

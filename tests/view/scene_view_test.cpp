@@ -1,3 +1,6 @@
+#include <map>
+
+#include "quarn/kernel/fields/HxUniformLabelField3.h"
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
 #include "quarn/view/SceneCamera.h"
 #include "quarn/view/ScenePainter.h"
@@ -76,6 +79,53 @@ TEST_F(ViewTest, LettersCanBeReadOverBrightTissue) {
   for (int y = 222; y < 232; ++y)
     for (int x = 112; x < 128; ++x) darkest = std::min(darkest, qGray(picture.pixel(x, y)));
   EXPECT_LT(darkest, 60);
+}
+
+class LabelView : public ViewTest {
+protected:
+  /// Labels 1, without a colour, and 2, green, in the halves of a box in the middle.
+  LabelView() {
+    for (int z = 16; z < 48; ++z)
+      for (int y = 16; y < 48; ++y)
+        for (int x = 16; x < 48; ++x) labels->setValue(x, y, z, x < 32 ? 1 : 2);
+    for (const char* name : {"Exterior", "Plain", "Green"}) labels->materials()->getBundle(name, true);
+    labels->materials()->getBundle("Green", true)->setMaterialColor(McColor(0, 1, 0));
+    HxObjectPool::instance().add(labels, QStringLiteral("labels"));
+    for (int i = 0; i < 64 * 64 * 64; ++i) image->setValue(i % 64, i / 64 % 64, i / 4096, 200);
+    HxObjectPool::instance().add(image, QStringLiteral("image"));
+  }
+
+  const McHandle<HxUniformLabelField3> labels{new HxUniformLabelField3(McDim3l(64, 64, 64))};
+  const McHandle<HxUniformScalarField3> image{new HxUniformScalarField3(McDim3l(64, 64, 64), McPrimType::Uint8)};
+};
+
+TEST_F(LabelView, LabelsHaveTheColoursOfTheirMaterials) {
+  view->show(labels);
+  const QImage picture = paint("z", 128);
+  std::map<QRgb, int> pixels;
+  for (int y = 0; y < 128; ++y)
+    for (int x = 0; x < 128; ++x) ++pixels[picture.pixel(x, y)];
+  ASSERT_EQ(3U, pixels.size()) << "there is nothing between two labels";
+  EXPECT_GT(pixels[qRgb(0, 255, 0)], 1000);
+  EXPECT_EQ(128 * 128, pixels[qRgb(0, 0, 0)] + 2 * pixels[qRgb(0, 255, 0)]);
+}
+
+TEST_F(LabelView, LabelsTintTheImageBelowAndLeaveTheRest) {
+  view->show(image);
+  const QRgb bare = paint("z", 128).pixel(50, 64), edge = paint("z", 128).pixel(20, 20);
+  view->show(labels);
+  const QImage picture = paint("z", 128);
+  EXPECT_NE(bare, picture.pixel(50, 64));
+  EXPECT_EQ(edge, picture.pixel(20, 20));
+  EXPECT_GT(qGray(picture.pixel(50, 64)), 60) << "the image is seen through";
+}
+
+TEST_F(LabelView, LabelsStandInSpaceBetweenSlicesOfTheImage) {
+  view->show(labels);
+  const QColor alone(paint("space", 128).pixel(64, 64));
+  EXPECT_GT(alone.saturation(), 60);
+  view->show(image);
+  EXPECT_GT(QColor(paint("space", 128).pixel(64, 64)).saturation(), 60) << "no cloud hides them";
 }
 
 TEST_F(ViewTest, LeavesNoTraceOfHiddenMasks) {
