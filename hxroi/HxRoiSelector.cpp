@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QHash>
 #include <QStringList>
-#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "hxroi/detail/hold.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
+#include "hxroi/internal/RoiVisibilityState.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/objects/hxconnection_cast.h"
 
@@ -36,11 +36,8 @@ QString nameOf(const Roi& roi) {
   return QString::fromLatin1(roi.name());
 }
 
-/// What identifies a ROI in states; its name when a file gave it an identifier that is not one word.
 QString wordFor(const Roi& roi) {
-  const QString id = QString::fromLatin1(roi.id());
-  const bool isWord = !id.isEmpty() && std::ranges::none_of(id, [](QChar c) { return c.isSpace(); });
-  return isWord ? id : nameOf(roi);
+  return hxroi::RoiVisibilityState::wordFor(QString::fromLatin1(roi.id()), nameOf(roi));
 }
 
 template <class Visit>

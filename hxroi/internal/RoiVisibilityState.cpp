@@ -40,10 +40,13 @@ void visitNodes(const QxRoiTreeModel& model, Visit visit) {
 
 }  // namespace
 
-QString RoiVisibilityState::wordFor(const QxRoiTreeItem& item) {
-  const QString id = item.getId();
+QString RoiVisibilityState::wordFor(const QString& id, const QString& name) {
   const bool isWord = !id.isEmpty() && std::none_of(id.begin(), id.end(), [](QChar c) { return c.isSpace(); });
-  return isWord ? id : item.getName();
+  return isWord ? id : name;
+}
+
+QString RoiVisibilityState::wordFor(const QxRoiTreeItem& item) {
+  return wordFor(item.getId(), item.getName());
 }
 
 QString RoiVisibilityState::of(const QxRoiTreeModel& model) {

@@ -8,7 +8,6 @@
 #include <vector>
 
 class QxRoiTreeItem;
-class QxRoiTreeItem;
 class QxRoiTreeModel;
 
 namespace hxroi {
@@ -19,7 +18,8 @@ class RoiVisibilityState {
 public:
   static QString of(const QxRoiTreeModel& model);
 
-  /// How the text names a node: by its identifier, unless a file gave it one that is not one word.
+  /// How the text names a ROI: by its identifier, unless a file gave it one that is not one word.
+  static QString wordFor(const QString& id, const QString& name);
   static QString wordFor(const QxRoiTreeItem& item);
 
   /// Nothing for a text that is no such state.

@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QLocale>
 #include <QStringList>
-#include <cmath>
 #include <cstdint>
 #include <exception>
 #include <optional>
@@ -14,6 +13,7 @@
 #include "hxroi/details/toolkitBoxes.h"
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/QxRoiTreeModel.h"
+#include "quarn/kernel/fields/geometryParameters.h"
 #include "quarn/voxora/nodes/SoVolumeMask.h"
 
 using hxroi::details::Mask;
@@ -53,12 +53,7 @@ std::optional<double> voxelVolume(const QxRoiTreeItem& item) {
   const QxRoiTreeItem* root = model ? model->getRoot() : nullptr;
   const HxRois* rois = root ? root->getRois() : nullptr;
   const std::optional<HxGeometry3> place = rois ? hxroi::placeOf(*rois) : std::nullopt;
-  if (!place) return std::nullopt;
-  // Directions are unit vectors, though not always at right angles.
-  const auto& d = place->direction;
-  const double skew =
-      d[0] * (d[4] * d[8] - d[5] * d[7]) - d[1] * (d[3] * d[8] - d[5] * d[6]) + d[2] * (d[3] * d[7] - d[4] * d[6]);
-  return place->voxelSize[0] * place->voxelSize[1] * place->voxelSize[2] * std::abs(skew);
+  return place ? std::optional(::voxelVolume(*place)) : std::nullopt;
 }
 
 QString textOfMask(const Mask& mask, std::optional<double> volumeOfVoxel) {

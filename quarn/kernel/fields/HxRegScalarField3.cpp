@@ -1,7 +1,6 @@
 #include "quarn/kernel/fields/HxRegScalarField3.h"
 
 #include <algorithm>
-#include <cmath>
 #include <optional>
 
 #include "quarn/kernel/fields/geometryParameters.h"
@@ -18,10 +17,6 @@ void fitInto(const McBox3f& box, const McDim3l& dimensions, HxGeometry3& geometr
     geometry.origin[static_cast<std::size_t>(axis)] = box[2 * axis];
     geometry.voxelSize[static_cast<std::size_t>(axis)] = extent > 0 ? extent / steps : 1;
   }
-}
-
-double determinant(const std::array<double, 9>& m) {
-  return m[0] * (m[4] * m[8] - m[5] * m[7]) - m[1] * (m[3] * m[8] - m[5] * m[6]) + m[2] * (m[3] * m[7] - m[4] * m[6]);
 }
 
 }  // namespace
@@ -68,6 +63,5 @@ std::array<double, 3> HxRegScalarField3::voxelToWorld(double i, double j, double
 }
 
 double HxRegScalarField3::voxelVolume() const {
-  const HxGeometry3 g = geometry();
-  return g.voxelSize[0] * g.voxelSize[1] * g.voxelSize[2] * std::abs(determinant(g.direction));
+  return ::voxelVolume(geometry());
 }

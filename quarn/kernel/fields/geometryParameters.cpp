@@ -64,6 +64,14 @@ void requireSoundGeometry(const HxGeometry3& geometry) {
   }
 }
 
+double voxelVolume(const HxGeometry3& geometry) {
+  const auto& size = geometry.voxelSize;
+  const auto& m = geometry.direction;
+  const double determinant =
+      m[0] * (m[4] * m[8] - m[5] * m[7]) - m[1] * (m[3] * m[8] - m[5] * m[6]) + m[2] * (m[3] * m[7] - m[4] * m[6]);
+  return size[0] * size[1] * size[2] * std::abs(determinant);
+}
+
 McBox3f boxOfLattice(const HxGeometry3& geometry, const McDim3l& dimensions) {
   McBox3f box;
   for (int axis = 0; axis < 3; ++axis) {

@@ -23,6 +23,9 @@ QUARN_KERNEL_API void storeGeometry(const HxGeometry3& geometry, HxParamBundle& 
 /// Throws McException for voxel sizes that are not positive and for numbers that are not finite.
 QUARN_KERNEL_API void requireSoundGeometry(const HxGeometry3& geometry);
 
+/// World units cubed. Directions are unit vectors, though not always at right angles.
+QUARN_KERNEL_API double voxelVolume(const HxGeometry3& geometry);
+
 /// The box through the centres of the outermost voxels, along the axes of the lattice. A single voxel gets a box of its
 /// own size.
 QUARN_KERNEL_API McBox3f boxOfLattice(const HxGeometry3& geometry, const McDim3l& dimensions);
