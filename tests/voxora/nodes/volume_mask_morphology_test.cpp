@@ -47,7 +47,7 @@ DenseMask iterated(DenseMask mask, Operation operation, std::uint64_t n) {
 DenseMask randomMask(RandomSource& random, const SbVec3i32& size) {
   if (random.chance(0.5)) return randomContent(random, size);
   DenseMask content(size, random.chance(0.5));
-  for (int i = random.between(1, 30); i > 0; --i) {
+  for (int i = random.between(0, 30); i > 0; --i) {
     const int x = random.between(0, size[0] - 1), y = random.between(0, size[1] - 1),
               z = random.between(0, size[2] - 1);
     content.at(x, y, z) ^= 1;
@@ -102,6 +102,23 @@ TEST_P(SoVolumeMaskMorphology, OneVoxelGrowsToAnOctahedronAndBack) {
       EXPECT_EQ(mask->countSetVoxels(wholeBox(*mask)), volume) << n;
       inTransaction(*mask, [&] { mask->erode(n); });
       EXPECT_EQ(mask->countSetVoxels(wholeBox(*mask)), 1U) << n;
+    }
+  }
+}
+
+/// The last tiles are shorter than a sweep reaches, so that what is outside is near the tiles before them, too.
+TEST_P(SoVolumeMaskMorphology, FullVolumesShrinkFromAllSides) {
+  for (int rest = 1; rest <= 8; ++rest) {
+    const SbVec3i32 size(96 + rest, 32 + rest, 24 + rest);
+    for (int n = 1; n <= 11; ++n) {
+      const auto mask = makeMask(size);
+      fill(*mask, wholeBox(*mask), true);
+      inTransaction(*mask, [&] { mask->erode(static_cast<std::uint64_t>(n)); });
+      const SbBox3i32 left({n, n, n}, {size[0] - 1 - n, size[1] - 1 - n, size[2] - 1 - n});
+      ASSERT_EQ(mask->computeBoundingBox(wholeBox(*mask)), left) << rest << ' ' << n;
+      ASSERT_EQ(mask->countSetVoxels(wholeBox(*mask)),
+                static_cast<std::uint64_t>(left.size(0) * left.size(1) * left.size(2)))
+          << rest << ' ' << n;
     }
   }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -28,6 +29,8 @@ private:
   bool restsAsSlice(std::int64_t z) const;
   std::optional<bool> isFront(std::int64_t first, std::int64_t count) const;
   bool visitRow(std::int64_t y, std::int64_t z, const Visitor& visit);
+  bool visitEnds(std::int64_t y, std::int64_t z, const Visitor& visit);
+  bool isNearOutside(std::size_t axis, std::int64_t i) const;
   bool isRestAround(std::int64_t y, std::int64_t z) const;
   void lookAt(std::int64_t y, std::int64_t z);
   void noteFront(std::int64_t y, std::int64_t z);
@@ -35,6 +38,7 @@ private:
   const TileTable& table_;
   const Growth growth_;
   const TileNumbers numbers_;
+  std::array<std::int64_t, 3> nearEnd_;  ///< the first tile along each axis that an erosion reaches from its end
 
   // Of the row at hand: what each of its tiles is, and where there is a front in it or in the rows around it, with a
   // place more at both ends.
