@@ -27,6 +27,7 @@ function(quarn_layer name)
   if(QUARN_PRECOMPILE_LAYERS AND arg_PRECOMPILE)
     target_precompile_headers(${target} PRIVATE <algorithm> <functional> <map> <memory> <string> <vector>
       ${arg_PRECOMPILE})
+    target_compile_options(${target} PRIVATE ${QUARN_PRECOMPILED_OPTIONS})
   endif()
 endfunction()
 

@@ -22,8 +22,7 @@ function(quarn_test_layer layer)
   if(QUARN_PRECOMPILE)
     target_precompile_headers(test_${layer} PRIVATE <gmock/gmock.h> <gtest/gtest.h> <algorithm> <functional> <memory>
       <random> <string> <vector> ${arg_PRECOMPILE})
-    # Of a precompiled library header GCC 12 tells what it else keeps to itself, wrongly.
-    target_compile_options(test_${layer} PRIVATE -Wno-array-bounds -Wno-restrict -Wno-stringop-overflow)
+    target_compile_options(test_${layer} PRIVATE ${QUARN_PRECOMPILED_OPTIONS})
   endif()
   gtest_discover_tests(test_${layer} TEST_PREFIX "${layer}." DISCOVERY_MODE PRE_TEST
     PROPERTIES LABELS ${layer} TIMEOUT 300 ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
