@@ -3,15 +3,21 @@
 #include <QCloseEvent>
 #include <QDockWidget>
 #include <QDragEnterEvent>
+#include <QFile>
 #include <QFileDialog>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QSplitter>
+#include <QTimer>
+#include <chrono>
 
+#include "quarn/app/window/HelpMenu.h"
+#include "quarn/app/window/NewMenu.h"
 #include "quarn/app/window/attempt.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/io/HxFileTypes.h"
+#include "quarn/kernel/network/HxNetwork.h"
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/objects/unsavedData.h"
@@ -26,6 +32,7 @@ namespace quarn::app {
 namespace {
 
 constexpr QSize FIRST_SIZE(1100, 760);
+constexpr std::chrono::milliseconds STATE_PAUSE(500);
 
 /// The Return key alone loses nothing.
 bool isSure(QWidget* parent, const QString& question) {
@@ -36,11 +43,13 @@ bool isSure(QWidget* parent, const QString& question) {
 }  // namespace
 
 MainWindow::MainWindow() : objects_(new ObjectList(this)) {
-  setWindowTitle(QStringLiteral("quarn"));
   setAcceptDrops(true);
   makePanes();
   makeMenus();
   addViewPane();
+  menuBar()->addMenu(
+      new HelpMenu([this] { return chosen(); }, [this](const QString& line) { console_->run(line); }, this));
+  followState();
   resize(FIRST_SIZE);
 }
 
@@ -111,11 +120,31 @@ void MainWindow::makeMenus() {
   QMenu* file = menuBar()->addMenu(tr("&File"));
   file->addAction(tr("&Load ..."), QKeySequence::Open, this, &MainWindow::askForFiles);
   file->addAction(tr("&Save Object As ..."), QKeySequence::SaveAs, this, &MainWindow::saveChosen);
+  file->addAction(tr("Save &Network As ..."), this, &MainWindow::saveNetwork);
   file->addSeparator();
   file->addAction(tr("&Quit"), QKeySequence::Quit, this, &QWidget::close);
   QMenu* object = menuBar()->addMenu(tr("&Object"));
+  auto* made = new NewMenu([this] { return chosen(); }, [this](const QString& line) { console_->run(line); }, this);
+  connect(made, &NewMenu::made, this, &MainWindow::choose);
+  object->addMenu(made);
   object->addAction(tr("&Rename"), this, [this] { list_->edit(list_->currentIndex()); });
   object->addAction(tr("Re&move"), this, &MainWindow::removeChosen);
+}
+
+/// The title names what is chosen; its mark tells of unsaved work, which no signal does.
+void MainWindow::followState() {
+  const auto show = [this] {
+    const HxObject* object = chosen();
+    setWindowTitle((object ? object->getLabel() + QStringLiteral("[*] - quarn") : QStringLiteral("quarn[*]")));
+    setWindowModified(!unsavedData().isEmpty());
+  };
+  connect(list_->selectionModel(), &QItemSelectionModel::currentChanged, this, show);
+  connect(objects_, &QAbstractItemModel::dataChanged, this, show);
+  connect(console_, &ConsolePane::commandRun, this, show);
+  auto* timer = new QTimer(this);
+  connect(timer, &QTimer::timeout, this, show);
+  timer->start(STATE_PAUSE);
+  show();
 }
 
 HxObject* MainWindow::chosen() const {
@@ -160,6 +189,18 @@ void MainWindow::saveChosen() {
   const qsizetype which = filters.indexOf(filter);
   if (file.isEmpty() || which < 0) return;
   attempt([&] { HxFileTypes::instance().save(object, savers[static_cast<std::size_t>(which)].format, file); });
+}
+
+void MainWindow::saveNetwork() {
+  const QString suffix = HxNetwork::suffix();
+  QString file = QFileDialog::getSaveFileName(this, tr("Save Network"), QStringLiteral("network") + suffix,
+                                              tr("Networks (*%1)").arg(suffix));
+  if (file.isEmpty()) return;
+  if (!HxNetwork::hasSuffix(file)) {
+    file += suffix;
+    if (QFile::exists(file) && !isSure(this, tr("%1 exists. Replace it?").arg(file))) return;
+  }
+  attempt([&] { HxNetwork::save(file); });
 }
 
 void MainWindow::removeChosen() {

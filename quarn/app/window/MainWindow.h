@@ -40,8 +40,10 @@ private:
   void makePanes();
   void makeMenus();
   void addViewPane();
+  void followState();
   void askForFiles();
   void saveChosen();
+  void saveNetwork();
   void removeChosen();
   void showObjectMenu(const QPoint& place);
 

@@ -10,6 +10,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/kernel/objects/HxEditor.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
+#include "quarn/kernel/script/scriptLine.h"
 
 MC_ABSTRACT_CLASS_IMPL(HxData, HxObject)
 
@@ -22,16 +23,6 @@ std::uint32_t nextTouchTime() {
   std::uint32_t time = ++counter;
   while (time == kReserved) time = ++counter;
   return time;
-}
-
-/// Words as a script line in which each of them is one word whatever it holds.
-std::string scriptLine(const std::vector<std::string>& words) {
-  std::vector<const char*> argv;
-  for (const std::string& word : words) argv.push_back(word.c_str());
-  char* merged = Tcl_Merge(static_cast<int>(argv.size()), argv.data());
-  std::string line(merged);
-  Tcl_Free(merged);
-  return line + "\n";
 }
 
 /// The file with the links in its folder resolved; as it is when the folder is not there.
@@ -175,7 +166,7 @@ std::string HxData::loadingLine(const char* directory) const {
   for (QString* const file : {&options.labels, &options.colors})
     if (!file->isEmpty()) *file = fileSeenFrom(directory, *file);
   for (const QString& word : options.toWords()) words.push_back(word.toStdString());
-  return scriptLine(words);
+  return scriptLine(words) + "\n";
 }
 
 QString HxData::creationScript(const char* directory) {
@@ -183,8 +174,8 @@ QString HxData::creationScript(const char* directory) {
   if (!loadFile_.isEmpty()) return QString::fromStdString(loadingLine(directory));
   const QString script = makingScript();
   // The module chooses a name for what it makes; everything else in the network relies on the present one.
-  if (!script.isEmpty()) return QString::fromStdString(scriptLine({"nameResult", name, script.toStdString()}));
-  return QString::fromStdString(scriptLine({"create", getTypeId().getName(), name}));
+  if (!script.isEmpty()) return QString::fromStdString(scriptLine({"nameResult", name, script.toStdString()}) + "\n");
+  return QString::fromStdString(scriptLine({"create", getTypeId().getName(), name}) + "\n");
 }
 
 void HxData::saveCreation(std::FILE* file, const char* directory, unsigned int) {

@@ -4,9 +4,9 @@
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/script/HxCommandTable.h"
+#include "quarn/kernel/script/creatableClasses.h"
 #include "quarn/kernel/script/detail/Synopsis.h"
 #include "quarn/kernel/script/detail/commandListing.h"
-#include "quarn/kernel/script/detail/hostCommands.h"
 
 namespace HxCompletion {
 
@@ -21,7 +21,7 @@ Offers commonOffers() {
   QStringList commands;
   for (const HxCommandRow& row : HxCommandTable::instance().rows()) commands += row.name;
   return {{"OBJECT", HxInterpreter::instance().objectNames()},
-          {"CLASS", quarn::detail::creatableClasses()},
+          {"CLASS", creatableClasses()},
           {"COMMAND", commands},
           {"KEY", HxPreferences::keys()}};
 }

@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "quarn/base/McException.h"
-#include "quarn/base/McType.h"
 #include "quarn/kernel/app/HxApplication.h"
 #include "quarn/kernel/app/HxFileHelpers.h"
 #include "quarn/kernel/io/HxFileTypes.h"
@@ -15,6 +14,7 @@
 #include "quarn/kernel/objects/unsavedData.h"
 #include "quarn/kernel/ports/HxConnection.h"
 #include "quarn/kernel/script/HxInterpreter.h"
+#include "quarn/kernel/script/creatableClasses.h"
 #include "quarn/kernel/script/detail/TclText.h"
 #include "quarn/kernel/script/detail/scriptReference.h"
 
@@ -293,14 +293,6 @@ std::vector<HxCommandRow> hostCommands() {
       row("reference", "", 0, 0, "Returns the page of all commands, of objects and ports too, as Markdown.", reference),
       row("exit", "?STATUS?", 0, 1, "Ends the program with a status from 0 to 255, 0 unless given.", exit),
   };
-}
-
-QStringList creatableClasses() {
-  QStringList names;
-  for (const McType& type : McType::types())
-    if (type.isDerivedFrom(HxObject::getClassTypeId()) && type.canCreateInstance())
-      names.append(QString::fromStdString(type.getName()));
-  return names;
 }
 
 }  // namespace quarn::detail

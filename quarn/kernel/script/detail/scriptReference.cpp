@@ -5,6 +5,7 @@
 
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/ports/HxPort.h"
+#include "quarn/kernel/script/creatableClasses.h"
 #include "quarn/kernel/script/detail/commandListing.h"
 #include "quarn/kernel/script/detail/hostCommands.h"
 
@@ -61,9 +62,7 @@ QString typeOf(const HxPort& port) {
 class Reference {
 public:
   Reference() {
-    QStringList names = creatableClasses();
-    names.sort();
-    for (const QString& name : names) addClass(name);
+    for (const QString& name : creatableClasses()) addClass(name);
   }
 
   QString text() const {
