@@ -4,6 +4,7 @@
 #include <QSocketNotifier>
 #include <QTimer>
 
+#include "quarn/app/window/DisplayLoss.h"
 #include "quarn/app/window/MainWindow.h"
 #include "quarn/app/window/WindowProgress.h"
 #include "quarn/app/window/WindowSink.h"
@@ -11,6 +12,7 @@
 #include "quarn/kernel/app/HxInterrupt.h"
 #include "quarn/kernel/app/HxMessage.h"
 #include "quarn/kernel/io/HxRecovery.h"
+#include "quarn/kernel/objects/unsavedData.h"
 
 namespace quarn::app {
 namespace {
@@ -42,6 +44,29 @@ private:
   McProgressInterface* formerProgress_;
 };
 
+/// Ctrl-C and signals to end, while nothing is under way.
+class WishToEnd {
+public:
+  /// Signals end at once, and the session keeps what is not saved. So does Ctrl-C, but the first one asks when there is
+  /// something to lose: it may have been meant for something else in the terminal.
+  void obey(MainWindow& window) {
+    if (HxInterrupt::endSignal()) return QApplication::exit(0);
+    if (!isAsking_ && !unsavedData().isEmpty()) {
+      isAsking_ = true;
+      const bool ends = window.close();
+      isAsking_ = false;
+      HxInterrupt::clear();
+      if (!ends) return;
+    } else if (isAsking_) {
+      HxRecovery::instance().keepUnsaved();
+    }
+    QApplication::exit(130);
+  }
+
+private:
+  bool isAsking_ = false;
+};
+
 }  // namespace
 
 int runWindow(const QStringList& files) {
@@ -55,16 +80,19 @@ int runWindow(const QStringList& files) {
   checkpoints.start(SECOND);
 
   // Ctrl-C in the terminal that the window was started from, and signals to end; work under way hears of them itself.
+  WishToEnd end;
   QSocketNotifier wishes(HxInterrupt::descriptor(), QSocketNotifier::Read);
-  QObject::connect(&wishes, &QSocketNotifier::activated, [&stage] {
+  QObject::connect(&wishes, &QSocketNotifier::activated, [&] {
     HxInterrupt::drain();
-    if (stage.isIdle()) QApplication::exit(HxInterrupt::endSignal() ? 0 : 130);
+    if (stage.isIdle()) end.obey(window);
   });
   // Closing asks about what is not saved.
   QObject::connect(window.console(), &ConsolePane::exitRequested, [&window](int status) {
     if (window.close()) QApplication::exit(status);
   });
 
+  // What the program works with is there before this, so that it is there still when the end comes.
+  const DisplayLoss loss([&stage] { return stage.isIdle(); });
   window.show();
   window.console()->setFocus();
   QTimer::singleShot(0, &window, [&] { window.loadFiles(files); });
