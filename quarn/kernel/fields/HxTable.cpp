@@ -118,6 +118,10 @@ const HxTable::Cell& HxTable::cell(int row, int column) const {
   return rows_.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column));
 }
 
+std::string HxTable::cellText(int row, int column) const {
+  return display(cell(row, column), columns_.at(static_cast<std::size_t>(column)));
+}
+
 void HxTable::setCell(int row, int column, Cell cell) {
   requireFitting(cell, columns_.at(static_cast<std::size_t>(column)));
   rows_.at(static_cast<std::size_t>(row)).at(static_cast<std::size_t>(column)) = std::move(cell);

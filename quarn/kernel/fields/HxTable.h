@@ -36,6 +36,8 @@ public:
   int addRow(Row row);
   int rowCount() const { return static_cast<int>(rows_.size()); }
   const Cell& cell(int row, int column) const;
+  /// The cell as toText() has it.
+  std::string cellText(int row, int column) const;
   /// Throws McException when the kind of `cell` does not fit the column, as addRow() does.
   void setCell(int row, int column, Cell cell);
 

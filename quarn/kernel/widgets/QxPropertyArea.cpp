@@ -1,13 +1,14 @@
 #include "quarn/kernel/widgets/QxPropertyArea.h"
 
 #include <QCoreApplication>
-#include <QLabel>
 #include <QVBoxLayout>
 
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/HxPort.h"
 #include "quarn/kernel/ports/detail/PortListWatch.h"
+#include "quarn/kernel/widgets/detail/ObjectHeader.h"
 
+using quarn::detail::ObjectHeader;
 using quarn::detail::PortListWatch;
 
 QxPropertyArea::QxPropertyArea(QWidget* parent) : QScrollArea(parent) {
@@ -17,19 +18,17 @@ QxPropertyArea::QxPropertyArea(QWidget* parent) : QScrollArea(parent) {
   auto* content = new QWidget;
   column_ = new QVBoxLayout(content);
   column_->setSpacing(4);
-  title_ = new QLabel(content);
-  title_->setObjectName("title");
-  title_->setTextFormat(Qt::PlainText);
-  column_->addWidget(title_);
+  header_ = new ObjectHeader(content);
+  column_->addWidget(header_);
   column_->addStretch(0);
   setWidget(content);
-  showTitle();
   HxObjectPool::instance().addListener(this);
 }
 
 QxPropertyArea::~QxPropertyArea() {
   watch_.reset();
   dropWidgets();
+  header_->setObject(nullptr);
 }
 
 void QxPropertyArea::setObject(HxObject* object) {
@@ -39,11 +38,12 @@ void QxPropertyArea::setObject(HxObject* object) {
   dropWidgets();
   object_ = object;
   if (object) watch_ = std::make_unique<PortListWatch>(object, [this] { lookLater(); });
-  showTitle();
+  header_->setObject(object);
+  column_->setStretch(0, header_->sizePolicy().expandingDirections() & Qt::Vertical ? 1 : 0);
   look();
 }
 
-/// All but the title and the stretch at the end.
+/// All but the header and the stretch at the end.
 void QxPropertyArea::dropWidgets() {
   while (column_->count() > 2) {
     QWidget* widget = column_->itemAt(1)->widget();
@@ -88,22 +88,12 @@ void QxPropertyArea::place(QWidget* port, int row) {
   column_->insertWidget(row, port, grows ? 1 : 0);
 }
 
-void QxPropertyArea::showTitle() {
-  QFont font = title_->font();
-  font.setBold(true);
-  title_->setFont(font);
-  title_->setVisible(object_ != nullptr);
-  if (!object_) return;
-  title_->setText(object_->describe());
-  title_->setToolTip(QString::fromStdString(object_->getTypeId().getName()));
-}
-
 void QxPropertyArea::objectAboutToBeRemoved(HxObject* object) {
   if (object == object_) setObject(nullptr);
 }
 
 void QxPropertyArea::objectRenamed(HxObject* object, const QString& /*oldName*/) {
-  if (object == object_) showTitle();
+  if (object == object_) header_->refresh();
 }
 
 void QxPropertyArea::objectSelected(HxObject* object) {

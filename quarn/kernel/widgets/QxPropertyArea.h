@@ -8,14 +8,14 @@
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/objects/HxObjectPoolListener.h"
 
-class QLabel;
 class QVBoxLayout;
 
 namespace quarn::detail {
+class ObjectHeader;
 class PortListWatch;
-}
+}  // namespace quarn::detail
 
-/// The ports of an object, one below the other in their order, under the name of the object.
+/// The ports of an object, one below the other in their order, under its name and what it is; a table shows its rows.
 ///
 /// Follows the object: ports that come get a widget, those that go take theirs along, hidden ones take no room, and a
 /// widget that somebody destroys is made again. This happens when control is back at the event loop. A port has one
@@ -43,11 +43,10 @@ private:
   void lookLater();
   void look();
   void place(QWidget* widget, int row);
-  void showTitle();
 
   McHandle<HxObject> object_;
   std::unique_ptr<quarn::detail::PortListWatch> watch_;
-  QLabel* title_;
+  quarn::detail::ObjectHeader* header_;
   QVBoxLayout* column_;
   bool followsSelection_ = false;
   bool willLook_ = false;
