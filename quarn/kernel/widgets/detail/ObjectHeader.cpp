@@ -71,7 +71,7 @@ void ObjectHeader::refresh() {
   touchTime_ = touchTimeOf(object_);
   model_->reset(table);
   cells_->setVisible(table != nullptr);
-  setSizePolicy(QSizePolicy::Preferred, table ? QSizePolicy::Expanding : QSizePolicy::Preferred);
+  setSizePolicy(QSizePolicy::Preferred, table ? QSizePolicy::Expanding : QSizePolicy::Maximum);
   const QString facts = object_ ? factsOf(*object_) : QString();
   facts_->setText(facts);
   facts_->setVisible(!facts.isEmpty());
