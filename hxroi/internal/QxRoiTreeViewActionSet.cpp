@@ -3,6 +3,9 @@
 #include <QAction>
 #include <QItemSelectionModel>
 #include <QTreeView>
+#include <memory>
+#include <optional>
+#include <utility>
 
 #include "hxroi/HxRois.h"
 #include "hxroi/HxRoisHelpers.h"
@@ -10,6 +13,9 @@
 #include "hxroi/details/Mask.h"
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/QxRoiTreeModel.h"
+#include "hxroi/internal/RemovedRois.h"
+#include "hxroi/internal/SetWatch.h"
+#include "hxroi/internal/ShownMasks.h"
 #include "hxroi/internal/commandFailures.h"
 #include "hxroi/internal/holdSet.h"
 #include "quarn/kernel/params/HxParamBundle.h"
@@ -71,13 +77,59 @@ void QxRoiTreeViewActionSet::run(const std::function<void(QxRoiTreeModel&)>& com
   const QPointer<QxRoiTreeModel> treeLife(tree);
   HxRois* rois = tree->getRoot()->getRois();
   const McHandle<HxRois> held = hxroi::holdSet(rois);
+  std::optional<hxroi::ShownMasks> shown;
+  std::optional<hxroi::RemovedRois> removed;
+  if (held) shown.emplace(*held), removed.emplace(*held);
   isAtWork_ = true;
   hxroi::showFailures([&] { command(*tree); });
   // What was changed reaches those that show the set.
   const QxRoiTreeItem* root = treeLife ? treeLife->getRoot() : nullptr;
   const bool isThere = held || (root && rois == root->getRois());
   if (rois && isThere && rois->isNew()) hxroi::showFailures([&] { rois->fire(1); });
+  if (held) hxroi::showFailures([&] { shown->keepIn(*held); });
+  if (self && held) noteRemoved(*held, *removed, *shown);
   if (self) isAtWork_ = false;
+}
+
+// --- What commands removed ----------------------------------------------------------------------------------------
+
+/// Of a set that lives.
+struct QxRoiTreeViewActionSet::Removed {
+  Removed(HxRois& from, hxroi::RemovedRois gone, hxroi::ShownMasks visible, QxRoiTreeViewActionSet* owner)
+      : set(&from), rois(std::move(gone)), shown(std::move(visible)) {
+    watch = new hxroi::SetWatch(from, [this, actions = QPointer(owner)] {
+      watch = nullptr;
+      if (actions && actions->removed_.get() == this) actions->removed_.reset();
+    });
+  }
+  ~Removed() { hxroi::SetWatch::end(watch); }
+  Removed(const Removed&) = delete;
+  Removed& operator=(const Removed&) = delete;
+
+  const HxRois* set;
+  hxroi::RemovedRois rois;
+  hxroi::ShownMasks shown;
+  hxroi::SetWatch* watch;
+};
+
+void QxRoiTreeViewActionSet::noteRemoved(HxRois& rois, hxroi::RemovedRois& removed, const hxroi::ShownMasks& shown) {
+  removed.keepGone(rois);
+  if (!removed.isEmpty()) removed_ = std::make_shared<Removed>(rois, std::move(removed), shown.ofGone(rois), this);
+}
+
+bool QxRoiTreeViewActionSet::hasRemovedRois() const {
+  const QxRoiTreeModel* tree = model();
+  return removed_ && tree && tree->getRoot()->getRois() == removed_->set;
+}
+
+void QxRoiTreeViewActionSet::bringBackRemovedRois() {
+  if (!hasRemovedRois() || isAtWork_) return;
+  const std::shared_ptr<Removed> removed = removed_;
+  const QPointer<QxRoiTreeViewActionSet> self(this);
+  const McHandle<HxRois> rois = hxroi::holdSet(model()->getRoot()->getRois());
+  run([removed](QxRoiTreeModel& tree) { removed->rois.bringBack(tree); });
+  if (rois) hxroi::showFailures([&] { removed->shown.showAgainIn(*rois); });
+  if (self && removed_ == removed && removed->rois.isEmpty()) removed_.reset();
 }
 
 // --- New ROIs -----------------------------------------------------------------------------------------------------

@@ -23,6 +23,11 @@ class QxParamDialog;
 class QxRoiTreeItem;
 class QxRoiTreeModel;
 
+namespace hxroi {
+class RemovedRois;
+class ShownMasks;
+}  // namespace hxroi
+
 namespace hxroi::details {
 class Mask;
 class Roi;
@@ -58,7 +63,13 @@ public:
   QModelIndexList selectedRows() const;
 
   /// Runs a command, unless one is at work already, shows why it failed, and has the set evaluated if it was touched.
+  /// What selectors show stays visible, also in another place or as another mask.
   void run(const std::function<void(QxRoiTreeModel&)>& command);
+
+  /// Whether the last command that took ROIs out of the set that is shown left some to be had again.
+  bool hasRemovedRois() const;
+  /// Puts them back, as they were.
+  void bringBackRemovedRois();
 
   // --- The commands of the slots for given rows. Failures are McException.
 
@@ -118,6 +129,7 @@ private:
   std::vector<RoiHandle> selectedRois() const;
   void writeParameters(const std::vector<RoiHandle>& rois, const HxParamBundle* bundle);
   void evaluate(std::set<HxRois*> sets, HxRois* shown);
+  void noteRemoved(HxRois& rois, hxroi::RemovedRois& removed, const hxroi::ShownMasks& shown);
 
   QPointer<QTreeView> view_;
   QPointer<QxParamDialog> paramDialog_;
@@ -136,6 +148,8 @@ public:
   QAction* newGroupAction;
 
 private:
+  struct Removed;
+  std::shared_ptr<Removed> removed_;      ///< by the last command that removed ROIs
   std::unique_ptr<HxParamBundle> copy_;   ///< what bundleFromSelection() gave
   std::unique_ptr<HxParamBundle> shown_;  ///< the copy that the dialog shows
   std::vector<RoiHandle> edited_;         ///< those whose parameters the dialog shows

@@ -36,10 +36,12 @@ QxRoiTreeViewMoreActions::QxRoiTreeViewMoreActions(QxRoiTreeViewActionSet* actio
     : QObject(actions),
       intersectAction(addAction(tr("Intersect"), &QxRoiTreeViewMoreActions::intersectSelectedRois)),
       exclusiveOrAction(addAction(tr("Exclusive Or"), &QxRoiTreeViewMoreActions::exclusiveOrSelectedRois)),
-      deleteRowsAction(addAction(tr("Delete ROIs"), &QxRoiTreeViewMoreActions::deleteSelectedRows)),
+      deleteRowsAction(addAction(tr("Delete ROIs\tDel"), &QxRoiTreeViewMoreActions::deleteSelectedRows)),
       editColorsAction(addAction(tr("Edit Colors"), &QxRoiTreeViewMoreActions::editSelectedColors)),
       showOnlyAction(addAction(tr("Show Only This"), &QxRoiTreeViewMoreActions::showOnlySelectedRois)),
-      groupAction(addAction(tr("Group ROIs"), &QxRoiTreeViewMoreActions::groupSelectedRois)),
+      groupAction(addAction(tr("Group ROIs\tCtrl+G"), &QxRoiTreeViewMoreActions::groupSelectedRois)),
+      bringBackAction(
+          addAction(tr("Bring Back Removed ROIs\tCtrl+Z"), &QxRoiTreeViewMoreActions::bringBackRemovedRois)),
       actions_(*actions) {}
 
 QAction* QxRoiTreeViewMoreActions::addAction(const QString& text, Slot slot) {
@@ -74,9 +76,12 @@ void QxRoiTreeViewMoreActions::enableForSelection() {
   intersectAction->setEnabled(combines);
   exclusiveOrAction->setEnabled(combines);
   deleteRowsAction->setEnabled(edits);
+  // For one row the menu has them already.
+  for (QAction* action : {deleteRowsAction, editColorsAction}) action->setVisible(actions_.selectedRows().size() != 1);
   editColorsAction->setEnabled(edits && !withColor(items).isEmpty());
   showOnlyAction->setEnabled(!items.isEmpty() && canShowOnly());
   groupAction->setEnabled(edits && areMasks(items));
+  bringBackAction->setEnabled(canEdit() && actions_.hasRemovedRois());
 }
 
 // --- What -----------------------------------------------------------------------------------------------------------
@@ -130,17 +135,25 @@ void QxRoiTreeViewMoreActions::showOnlySelectedRois() {
 
 void QxRoiTreeViewMoreActions::groupSelectedRois() {
   if (!canEdit()) return;
-  actions_.run([this](QxRoiTreeModel& model) {
+  const QPointer<QxRoiTreeViewMoreActions> self(this);
+  QPersistentModelIndex group;
+  actions_.run([&](QxRoiTreeModel& model) {
     const Items items = selectedItems();
     if (items.isEmpty() || !areMasks(items)) return;
-    const QPointer<QxRoiTreeViewMoreActions> self(this);
     const QPointer<QxRoiTreeItem> item = hxroi::group(model, items);
     if (!self || !item) return;
-    const QModelIndex group = model.indexFromTreeItem(item);
+    group = model.indexFromTreeItem(item);
     if (!group.isValid() || !actions_.view()) return;
     actions_.view()->selectionModel()->setCurrentIndex(group,
                                                        QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
   });
+  if (!self || !group.isValid() || !actions_.view() || actions_.model() != group.model()) return;
+  actions_.view()->expand(group);
+  if (actions_.view()->isVisible()) actions_.renameSelectedRoi();
+}
+
+void QxRoiTreeViewMoreActions::bringBackRemovedRois() {
+  if (canEdit()) actions_.bringBackRemovedRois();
 }
 
 // --- Keys -----------------------------------------------------------------------------------------------------------
@@ -150,6 +163,7 @@ void QxRoiTreeViewMoreActions::addShortcuts() {
   addShortcut(QKeySequence(Qt::Key_Delete), &QxRoiTreeViewMoreActions::deleteSelectedRows);
   addShortcut(QKeySequence(Qt::CTRL | Qt::Key_A), &QxRoiTreeViewMoreActions::selectAllRows);
   addShortcut(QKeySequence(Qt::CTRL | Qt::Key_G), &QxRoiTreeViewMoreActions::groupByKey);
+  addShortcut(QKeySequence::Undo, &QxRoiTreeViewMoreActions::bringBackRemovedRois);
 }
 
 void QxRoiTreeViewMoreActions::addShortcut(const QKeySequence& keys, Slot slot) {

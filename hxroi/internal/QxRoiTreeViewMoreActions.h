@@ -25,8 +25,8 @@ public:
   void enableForSelection();
 
   /// F2 renames, Delete deletes what is selected, Ctrl+A selects all rows, Ctrl+G groups the selected masks, or makes
-  /// an empty group; in the view, while it has the focus. The keys need no menu, and do nothing where the menu would
-  /// offer nothing.
+  /// an empty group, Ctrl+Z puts back what the last command removed; in the view, while it has the focus. The keys need
+  /// no menu, and do nothing where the menu would offer nothing.
   void addShortcuts();
 
   QAction* intersectAction;
@@ -35,6 +35,7 @@ public:
   QAction* editColorsAction;
   QAction* showOnlyAction;
   QAction* groupAction;
+  QAction* bringBackAction;
 
 public Q_SLOTS:
   /// The voxels that all selected masks share, or those in an odd number of them.
@@ -46,8 +47,10 @@ public Q_SLOTS:
   /// Shows the selected ROIs and hides all others: here when the tree has check boxes, else in all selectors of the
   /// set.
   void showOnlySelectedRois();
-  /// A new group of the selected masks, where the first of them stands.
+  /// A new group of the selected masks, where the first of them stands, open and ready to be named.
   void groupSelectedRois();
+  /// Puts back what the last command removed: deleted, merged, subtracted or split ROIs.
+  void bringBackRemovedRois();
 
 private:
   using Slot = void (QxRoiTreeViewMoreActions::*)();

@@ -63,7 +63,7 @@ void RoiTreeMenu::fill(QMenu& menu, QxRoiTreeViewMoreActions& actions) {
   menu.addSeparator();
   menu.addActions({actions.deleteRowsAction, actions.editColorsAction, actions.groupAction});
   menu.addSeparator();
-  menu.addAction(actions.showOnlyAction);
+  menu.addActions({actions.showOnlyAction, actions.bringBackAction});
 }
 
 }  // namespace hxroi
