@@ -1,12 +1,14 @@
 #include "quarn/formats/LabelNames.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <algorithm>
 #include <cmath>
 
+#include "quarn/formats/detail/RawVoxels.h"
 #include "quarn/formats/detail/fault.h"
 #include "quarn/formats/detail/labelLines.h"
+#include "quarn/voxora/files/FileSystem.h"
+#include "quarn/voxora/files/readWhole.h"
 
 namespace quarn::formats {
 
@@ -14,7 +16,7 @@ namespace {
 
 using detail::refuse;
 
-constexpr qint64 largestFile = 16 * 1024 * 1024;
+constexpr std::int64_t largestFile = 16 * 1024 * 1024;
 constexpr std::size_t lookupColors = 256;
 
 /// A byte that stands in no text.
@@ -57,17 +59,13 @@ LabelColor toLabelColor(const McColor& color) {
 }
 
 LabelNames LabelNames::read(const QString& file) {
-  const QFileInfo info(file);
-  if (!info.exists()) refuse(file, QStringLiteral("does not exist"));
-  if (!info.isFile()) refuse(file, QStringLiteral("is not a file"));
-  QFile stream(file);
-  if (!stream.open(QIODevice::ReadOnly)) refuse(file, QStringLiteral("cannot be read: ") + stream.errorString());
-  const QByteArray text = stream.read(largestFile + 1);
-  if (stream.error() != QFileDevice::NoError) {
-    refuse(file, QStringLiteral("cannot be read: ") + stream.errorString());
+  using hxvoxora::FileSystem;
+  if (detail::lengthOf(file) > largestFile) {
+    refuse(file, QStringLiteral("is larger than 16 MiB: no list of label names"));
   }
-  if (text.size() > largestFile) refuse(file, QStringLiteral("is larger than 16 MiB: no list of label names"));
-  return parse({text.constData(), static_cast<std::size_t>(text.size())}, file);
+  return parse(hxvoxora::readWhole(FileSystem::current(), QFile::encodeName(file).toStdString(), largestFile,
+                                   FileSystem::Links::follow),
+               file);
 }
 
 LabelNames LabelNames::parse(std::string_view text, const QString& source) {

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "quarn/formats/LabelNames.h"
+#include "quarn/voxora/files/FaultFileSystem.h"
 #include "tests/formats/testFiles.h"
 
 namespace {
@@ -118,9 +119,22 @@ TEST(LabelNames, NamesTheFileThatCannotBeRead) {
   const QString missing = folder.path(QStringLiteral("missing.txt"));
   EXPECT_EQ(refusal([&] { LabelNames::read(missing); }), missing.toStdString() + ": does not exist");
   const QString itself = folder.path(QStringLiteral("."));
-  EXPECT_EQ(refusal([&] { LabelNames::read(itself); }), itself.toStdString() + ": is not a file");
+  EXPECT_EQ(refusal([&] { LabelNames::read(itself); }), itself.toStdString() + ": is a folder");
   const QString huge = folder.write(QStringLiteral("huge.txt"), std::string(16 * 1024 * 1024 + 1, '\n'));
   EXPECT_THAT(refusal([&] { LabelNames::read(huge); }), HasSubstr("huge.txt: is larger than 16 MiB"));
+}
+
+/// A table of which a part is missing would leave labels without a name.
+TEST(LabelNames, TellsOfAFaultOfTheDisk) {
+  const TestFolder folder;
+  const QString file = folder.write(QStringLiteral("names.txt"), "1 Left\n2 Right\n");
+  for (const auto call : {hxvoxora::FileCall::kind, hxvoxora::FileCall::open, hxvoxora::FileCall::read}) {
+    hxvoxora::FaultFileSystem disk(hxvoxora::FileSystem::posix());
+    const hxvoxora::FileSystemOverride current(disk);
+    disk.arm({.only = call, .reason = "Input/output error", .number = EIO});
+    EXPECT_THAT(refusal([&] { LabelNames::read(file); }),
+                AllOf(HasSubstr(file.toStdString()), HasSubstr("Input/output error")));
+  }
 }
 
 TEST(LabelNames, ReadsTheAtlasTables) {
