@@ -204,6 +204,19 @@ TEST(LabelField, ChosenValuesMakeLabelsAndThoseThatAreAbsentAreTold) {
   EXPECT_THAT(refusal([&] { readNifti(file, options); }), HasSubstr("no label values can be chosen"));
 }
 
+TEST(LabelField, WithNoneOfTheChosenValuesIsRefused) {
+  const TestFolder folder;
+  const HxRecordingSink messages;
+  const QString file = folder.write(QStringLiteral("some.nii"),
+                                    labelImage(NiftiBytes::UInt8, std::vector<std::uint8_t>{1, 2, 9}).file());
+  HxLoadOptions options;
+  options.values = HxLoadOptions::parseRanges(QStringLiteral("5,7-8"));
+  EXPECT_EQ(refusal([&] { readNifti(file, options); }), file.toStdString() + ": holds no label of the values 5, 7-8");
+  options.values = HxLoadOptions::parseRanges(QStringLiteral("0"));
+  EXPECT_EQ(refusal([&] { readNifti(file, options); }), file.toStdString() + ": holds no label of the values 0");
+  EXPECT_THAT(messages.warnings, IsEmpty());
+}
+
 /// Materials of an 8-bit image with these labels and names.
 std::vector<std::pair<std::string, std::int64_t>> materialsFor(const std::vector<std::uint8_t>& voxels,
                                                                const std::string& names, const char* values = "") {

@@ -43,6 +43,14 @@ QString rangeText(const std::pair<int, int>& range) {
   return range.first == range.second ? first : first + QLatin1Char('-') + QString::number(range.second);
 }
 
+/// A field without any of what was asked for would be taken for one with it.
+void requireAny(const LabelNumbering& numbering, const HxLoadOptions& options, const QString& file) {
+  if (options.values.empty() || !numbering.values().empty()) return;
+  QStringList wanted;
+  for (const auto& range : options.values) wanted += rangeText(range);
+  refuse(file, QStringLiteral("holds no label of the values ") + wanted.join(QStringLiteral(", ")));
+}
+
 /// What was asked for by its values, but is not there.
 void reportAbsent(const LabelNumbering& numbering, const HxLoadOptions& options, const QString& file) {
   QStringList absent;
@@ -65,6 +73,7 @@ McHandle<HxUniformLabelField3> readLabelField(ImageVolume& volume, const LabelNa
   LabelVoxels voxels(volume.kind(), volume.dimensions());
   volume.readVoxels(voxels.data(), progress);
   const LabelNumbering numbering(voxels.collectLabels(file), options, file);
+  requireAny(numbering, options, file);
   const auto field = newField<HxUniformLabelField3>(file, latticeOf(volume));
   voxels.renumber(numbering, field->lattice().getLabels(0));
   if (names || numbering.isRenumbered()) {
