@@ -59,16 +59,16 @@ QByteArray toBytes(const std::string& text) {
 
 /// What becomes of the "Id" of materials, which is another number in an image that was renumbered.
 void noteIds(QStringList& losses, const HxUniformLabelField3& field) {
-  const HxParamBundle& materials = *field.materials();
+  const auto materials = field.materialsByLabel();
   int others = 0;
-  for (int label = 0; label < materials.bundleCount(); ++label) {
+  for (const auto& [label, material] : materials) {
     std::int64_t id = 0;
-    others += materials.getBundle(label)->findNum("Id", id) && id != label;
+    others += material->findNum("Id", id) && id != label;
   }
   if (others != 0)
     losses += QStringLiteral("values are those of the field; %1 of %2 labels have another \"Id\"")
                   .arg(others)
-                  .arg(materials.bundleCount());
+                  .arg(materials.size());
 }
 
 using Writer = WrittenTable (*)(const Labels&);
@@ -98,11 +98,11 @@ Labels labelsOf(const HxUniformLabelField3& field) {
   if (!materials || materials->bundleCount() == 0)
     detail::refuse(field.describe(), QStringLiteral("has no materials to be written as a table"));
   Labels labels;
-  for (int value = 0; value < materials->bundleCount(); ++value) {
-    const HxParamBundle& material = *materials->getBundle(value);
-    TableLabel label{static_cast<std::uint32_t>(value), QString::fromLatin1(material.name().c_str()).toStdString(),
+  for (const auto& [value, material] : field.materialsByLabel()) {
+    if (value < 0) continue;
+    TableLabel label{static_cast<std::uint32_t>(value), QString::fromLatin1(material->name().c_str()).toStdString(),
                      std::nullopt};
-    if (McColor color; material.getMaterialColor(color)) label.color = toLabelColor(color);
+    if (McColor color; material->getMaterialColor(color)) label.color = toLabelColor(color);
     labels.push_back(std::move(label));
   }
   return labels;

@@ -28,8 +28,8 @@ struct QUARN_FORMATS_API WrittenTable {
   QStringList losses;
 };
 
-/// The materials of a field as labels, in the order of their values; the first, the background, has value 0. Throws
-/// McException when the field has no materials.
+/// The materials of a field as labels, in the order of their values; see HxUniformLabelField3::materialsByLabel().
+/// Throws McException when the field has no materials.
 QUARN_FORMATS_API std::vector<TableLabel> labelsOf(const HxUniformLabelField3& field);
 
 /// "value<tab>name". Colours are lost; a name that begins with a number, which could not be told from other columns,

@@ -1,6 +1,7 @@
 #include "quarn/view/labelColors.h"
 
 #include <QColor>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -16,10 +17,10 @@ constexpr int LABELS = 256;
 constexpr int HUE_STEP = 137;
 constexpr int SATURATION = 150, BRIGHTNESS = 230;
 
-McColor colorOf(const HxParamBundle* materials, int label) {
+McColor colorOf(const std::map<int, const HxParamBundle*>& materials, int label) {
   const QColor plain = QColor::fromHsv(label * HUE_STEP % 360, SATURATION, BRIGHTNESS);
   McColor color(plain.redF(), plain.greenF(), plain.blueF());
-  if (materials && label < materials->bundleCount()) materials->getBundle(label)->getMaterialColor(color);
+  if (const auto found = materials.find(label); found != materials.end()) found->second->getMaterialColor(color);
   return color;
 }
 
@@ -28,8 +29,9 @@ McColor colorOf(const HxParamBundle* materials, int label) {
 ColorTransfer labelColors(const HxUniformLabelField3& field, float opacity) {
   std::vector<ColorTransfer::Color> colors;
   colors.reserve(LABELS);
+  const auto materials = field.materialsByLabel();
   for (int label = 0; label < LABELS; ++label) {
-    const McColor color = colorOf(field.materials(), label);
+    const McColor color = colorOf(materials, label);
     colors.push_back({color.r, color.g, color.b, label == 0 ? 0 : opacity});
   }
   return ColorTransfer(std::move(colors));

@@ -67,6 +67,14 @@ TEST(LabelTables, HoldTheMaterialsOfAField) {
   EXPECT_THAT(refusal([] { labelsOf(*fieldWith({})); }), HasSubstr("has no materials"));
 }
 
+/// Fields that are made of masks have no background, and masks without a record leave gaps.
+TEST(LabelTables, HoldTheMaterialsOfMasksByTheirIds) {
+  const McHandle<HxUniformLabelField3> field(new HxUniformLabelField3(McDim3l(1, 1, 1)));
+  field->materials()->getBundle("Bone")->set("Id", 1);
+  field->materials()->getBundle("Overlap")->set("Id", 255);
+  EXPECT_EQ(labelsOf(*field), (Labels{{1, "Bone", std::nullopt}, {255, "Overlap", std::nullopt}}));
+}
+
 TEST(LabelTables, NamesAndColoursComeBackFromAColorTable) {
   const WrittenTable table = toColorTable(sample);
   EXPECT_EQ(table.bytes.toStdString(),

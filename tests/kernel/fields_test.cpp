@@ -195,6 +195,50 @@ TEST(LabelField, SharesItsLabelsWithTheLattice) {
   EXPECT_EQ(*std::max_element(lattice.getLabels(), lattice.getLabels() + 8), 0);
 }
 
+TEST(LabelField, ListsItsLabels) {
+  PoolCleaner cleaner;
+  HxRecordingSink sink;
+  auto* field = new HxUniformLabelField3(McDim3l(3, 3, 1));
+  HxObjectPool::instance().add(field, "f");
+  EXPECT_EQ(evaluate("f getLabels"), "{0 {} 9}");
+  for (const char* name : {"Exterior", "Bone", "Skin"}) field->materials()->getBundle(name);
+  field->setValue(0, 0, 0, 1);
+  field->setValue(1, 0, 0, 1);
+  field->setValue(2, 2, 0, 255);
+  EXPECT_EQ(evaluate("f getLabels"), "{0 Exterior 6} {1 Bone 2} {2 Skin 0} {255 {} 1}");
+  EXPECT_EQ(evaluate("lindex [f getLabels] 3 1"), "");
+  EXPECT_EQ(evaluate("lindex [f getLabels] 1 1"), "Bone");
+  EXPECT_THAT(evaluate("f getLabels 1"), HasSubstr("error: "));
+  EXPECT_EQ(evaluate("f getType"), "uint8");
+}
+
+TEST(LabelField, CountsEveryVoxel) {
+  const McHandle<HxUniformLabelField3> field = new HxUniformLabelField3(McDim3l(7, 5, 3));
+  std::mt19937 random(1);
+  std::array<std::int64_t, 256> expected{};
+  for (std::int64_t i = 0; i < field->voxelCount(); ++i) {
+    const auto label = static_cast<std::uint8_t>(random());
+    field->lattice().getLabels()[i] = label;
+    ++expected[label];
+  }
+  EXPECT_EQ(field->countLabels(), expected);
+}
+
+/// In fields of masks the first material is not that of the background.
+TEST(LabelField, FindsMaterialsByIndexOrByIdentifier) {
+  const McHandle<HxUniformLabelField3> field = new HxUniformLabelField3(McDim3l(1, 1, 1));
+  EXPECT_TRUE(field->materialsByLabel().empty());
+  HxParamBundle* const first = field->materials()->getBundle("First");
+  HxParamBundle* const second = field->materials()->getBundle("Second");
+  second->set("Id", 300);
+  using Materials = std::map<int, const HxParamBundle*>;
+  EXPECT_EQ(field->materialsByLabel(), (Materials{{0, first}, {1, second}}));
+  first->set("Id", 0);
+  EXPECT_EQ(field->materialsByLabel(), (Materials{{0, first}, {1, second}}));
+  first->set("Id", 2);
+  EXPECT_EQ(field->materialsByLabel(), (Materials{{2, first}, {300, second}}));
+}
+
 TEST(LabelField, MakesMaterialsOnRequestAndEmpty) {
   const McHandle<HxUniformLabelField3> field = new HxUniformLabelField3(McDim3l(1, 1, 1));
   EXPECT_EQ(field->materials(false), nullptr);
