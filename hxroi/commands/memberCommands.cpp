@@ -38,11 +38,12 @@ int attempt(Change change) {
   return TCL_OK;
 }
 
-/// The set routes a word to its ROIs before it looks at its commands.
-void tellOfHiddenCommand(const SetCommand& call, const std::string& name) {
+/// The set routes a word to its ROIs before it looks at its commands and ports.
+void tellOfHiddenWord(const SetCommand& call, const std::string& name) {
   const QString word = QString::fromStdString(utf8(name));
-  if (!quarn::detail::commandListing(call.rois, {call.rois.getLabel()}).find(word)) return;
-  console().printf("%s: the ROI now hides the command of this name", qUtf8Printable(word));
+  const bool isCommand = quarn::detail::commandListing(call.rois, {call.rois.getLabel()}).find(word);
+  if (!isCommand && !call.rois.findPort(word)) return;
+  console().printf("%s: the ROI now hides the %s of this name", qUtf8Printable(word), isCommand ? "command" : "port");
 }
 
 /// Moves all masks or none, and makes the ports anew.
@@ -109,7 +110,7 @@ int createGroup(const SetCommand& call) {
   if (code != TCL_OK) {
     call.rois.removeRoi(group->name());
   } else {
-    tellOfHiddenCommand(call, group->name());
+    tellOfHiddenWord(call, group->name());
   }
   return code;
 }
@@ -133,7 +134,7 @@ int renameRoi(const SetCommand& call) {
   }
   const int code = attempt([&] { roi->setName(call.name(3)); });
   call.rois.rebuildPortList();
-  if (code == TCL_OK) tellOfHiddenCommand(call, call.name(3));
+  if (code == TCL_OK) tellOfHiddenWord(call, call.name(3));
   return code;
 }
 
