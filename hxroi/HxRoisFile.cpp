@@ -88,7 +88,7 @@ void requireLoadable(const QByteArray& text, const path& file) {
 void detachRenamedMasks(const HxRois& rois, const path& masksDir) {
   for (Mask* mask : rois.editableMasks()) {
     const path source = borrowedFile(*mask);
-    if (source.empty() || source.stem() == mask->name()) continue;
+    if (source.empty() || source.stem() == setfile::maskFileName(mask->name())) continue;
     if (!isSameFolder(setfile::folderOf(source), masksDir)) continue;
     try {
       mask->saveMaskToTemporary();
@@ -104,7 +104,7 @@ class PlainFolder : public hxroi::MaskTarget {
 public:
   explicit PlainFolder(path folder) : folder_(std::move(folder)) {}
   bool write(Mask& mask, const hxvoxora::WorkCallback& goOn) override {
-    return mask.writeToFile(folder_ / mask.name(), goOn);
+    return mask.writeToFile(folder_ / setfile::maskFileName(mask.name()), goOn);
   }
   bool hasFormerFiles(const Mask&) override { return false; }
 
@@ -122,7 +122,7 @@ std::vector<std::string> maskNames(const HxRois& rois) {
 std::uint64_t bytesToSave(const HxRois& rois, const path& masksDir) {
   std::uint64_t bytes = 0;
   for (const Mask* mask : rois.masks()) {
-    bytes += hxroi::savedBytes(*mask, (masksDir / mask->name()).string());
+    bytes += hxroi::savedBytes(*mask, (masksDir / setfile::maskFileName(mask->name())).string());
   }
   return bytes;
 }

@@ -114,6 +114,16 @@ std::optional<path> chooseOutput(const path& file, const Masks& masks, const Set
   return output;
 }
 
+/// Files of the older layout may have names that leave no room for those that are written; gives each mask of `bundle`,
+/// the ROIs or a group, the name that its upgraded files have.
+void renameFiles(HxParamBundle& bundle) {
+  for (int i = 0; i < bundle.bundleCount(); ++i) {
+    HxParamBundle& mask = *bundle.getBundle(i);
+    std::string name;
+    if (mask.findString(setfile::kFilename, name)) mask.set(setfile::kFilename, setfile::maskFileName(name));
+  }
+}
+
 }  // namespace
 
 bool HxRois::s_replaceExistingROIsWhenUpgrading = false;
@@ -147,6 +157,11 @@ bool HxRois::upgradeRois(QuarnMesh* mesh, const char* filename, QString& registe
   if (!output) return false;
   const path target = upgrade->targetOf(*output);
   updated.set(setfile::kMasksDirectory, setfile::masksDirectoryName(target));
+  HxParamBundle& rois = *updated.getBundle(setfile::kRois);
+  renameFiles(rois);
+  for (int i = 0; i < rois.bundleCount(); ++i) {
+    if (!setfile::describesMask(*rois.getBundle(i))) renameFiles(*rois.getBundle(i));
+  }
   if (!upgrade->run(target, updated)) return false;
   mesh->parameters = updated;
   registerName = toQt(target);

@@ -34,7 +34,7 @@ void warnReplaced(const char* kind, const Roi& roi, const char* element) {
 std::unique_ptr<HxParamBundle> describeMask(const Mask& mask) {
   for (const char* element : {setfile::kColor, setfile::kFilename}) warnReplaced("Mask", mask, element);
   auto bundle = RoiDescription::of(mask);
-  bundle->set(setfile::kFilename, mask.name());
+  bundle->set(setfile::kFilename, setfile::maskFileName(mask.name()));
   return bundle;
 }
 

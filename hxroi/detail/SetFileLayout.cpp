@@ -6,10 +6,13 @@
 #include <boost/filesystem/operations.hpp>
 #include <cmath>
 #include <set>
+#include <span>
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/app/HxFileHelpers.h"
+#include "quarn/voxora/files/byteCodec.h"
 #include "quarn/voxora/files/fileNames.h"
+#include "quarn/voxora/files/fileSetParts.h"
 
 namespace fs = boost::filesystem;
 
@@ -143,6 +146,14 @@ QString absoluteName(const path& file) {
 
 std::string masksDirectoryName(const path& file) {
   return file.stem().string() + "-masks";
+}
+
+std::string maskFileName(std::string_view maskName) {
+  // While a mask is written its files have longer names.
+  static const std::size_t longest = hxvoxora::maxNameBytes - hxvoxora::asideName(".dat", 1).size();
+  if (maskName.size() <= longest) return std::string(maskName);
+  const std::string rest = hxvoxora::asideName("", hxvoxora::checksumOf(std::as_bytes(std::span(maskName))));
+  return std::string(maskName.substr(0, longest - rest.size())) + rest;
 }
 
 void requireWritable(const path& file, const path& masksDir) {

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "hxroi/export.h"
 #include "quarn/kernel/params/HxParamBundle.h"
 
 /// What the writer and the reader of ROI set files agree on: a parameter file with one bundle per ROI, and beside it a
@@ -31,6 +32,11 @@ QString absoluteName(const path& file);
 
 /// Name of the masks folder of a set file: its stem followed by "-masks" ("set.ROIs.qm": "set.ROIs-masks").
 std::string masksDirectoryName(const path& file);
+
+/// Name of a mask's files in the masks folder, without extension: the name of the mask, or, for one that leaves no room
+/// in the name of a file for what is added to it, its beginning, "~" and the checksum of all of it. No name of a ROI
+/// has a "~", so that the files of two masks do not meet.
+HXROI_API std::string maskFileName(std::string_view maskName);
 
 /// Throws McException unless set and masks can be written there: the folder of `file` and, when there is one, the masks
 /// folder are folders of their own (no links) that can be written, and `file` is new or a regular file.

@@ -74,7 +74,8 @@ bool SetSave::ignoresCase() const {
 void SetSave::requireDistinctFiles(const std::vector<std::string>& maskNames) const {
   std::map<QString, std::string> folded;
   for (const std::string& name : maskNames) {
-    const auto [other, isNew] = folded.emplace(QString::fromStdString(name).toCaseFolded(), name);
+    const auto [other, isNew] =
+        folded.emplace(QString::fromStdString(setfile::maskFileName(name)).toCaseFolded(), name);
     if (isNew || !ignoresCase()) continue;
     throw McException(file_.string() + ": the masks \"" + other->second + "\" and \"" + name +
                       "\" would have the same files, since letter case does not count in " + masksDir_);
@@ -96,7 +97,7 @@ bool SetSave::hasFormerFiles(const Mask& mask) {
   const auto found = formerMasks().find(mask.id());
   if (found == formerMasks().end()) return false;
   const FormerMask& former = found->second;
-  const path place = path(masksDir_) / mask.name();
+  const path place = path(masksDir_) / setfile::maskFileName(mask.name());
   if (former.prefix != place) {
     throw SaveStopped(SaveStopped::Reason::failure, file_.string() + ": not saved, since mask " + mask.name() +
                                                         " could not be written, and its former files, of mask " +

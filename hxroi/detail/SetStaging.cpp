@@ -6,6 +6,7 @@
 #include <span>
 
 #include "hxroi/detail/SaveStopped.h"
+#include "hxroi/detail/SetFileLayout.h"
 #include "hxroi/detail/accessRights.h"
 #include "hxroi/details/Mask.h"
 #include "hxroi/details/MaskFiles.h"
@@ -14,6 +15,7 @@
 #include "quarn/base/McException.h"
 #include "quarn/voxora/files/FileError.h"
 #include "quarn/voxora/files/VolumeHeader.h"
+#include "quarn/voxora/files/fileNames.h"
 
 namespace hxroi {
 
@@ -64,7 +66,8 @@ SetStaging::~SetStaging() {
 }
 
 bool SetStaging::write(Mask& mask, const hxvoxora::WorkCallback& goOn) {
-  const std::string place = masksDir_ + "/" + mask.name();
+  const std::string name = setfile::maskFileName(mask.name());
+  const std::string place = masksDir_ + "/" + name;
   requirePlainPlaces(files_, place);
   if (mask.readsUnchanged(place)) {
     return whole(mask, [&] {
@@ -73,8 +76,8 @@ bool SetStaging::write(Mask& mask, const hxvoxora::WorkCallback& goOn) {
     });
   }
   return whole(mask, [&] {
-    if (!mask.writeToFile(path_ + "/" + mask.name(), goOn)) return false;
-    for (const char* extension : kExtensions) limitAccess(mask.name() + extension);
+    if (!mask.writeToFile(path_ + "/" + name, goOn)) return false;
+    for (const char* extension : kExtensions) limitAccess(name + extension);
     return true;
   });
 }
@@ -97,7 +100,7 @@ bool SetStaging::whole(const Mask& mask, const std::function<bool()>& work) {
     const auto* error = dynamic_cast<const hxvoxora::FileError*>(&failure);
     if (error && error->isDiskFull()) stop(failure);
     try {
-      MaskFiles::remove(files_, path_ + "/" + mask.name());
+      MaskFiles::remove(files_, path_ + "/" + setfile::maskFileName(mask.name()));
     } catch (const std::exception& second) {
       stop(second);
     }
@@ -117,7 +120,7 @@ void SetStaging::writeHeader(const Mask& mask, const std::string& place) {
     return;
   }
   const auto edited = MaskHeader::withBoxes(text, exact, approximated);
-  if (edited) writeFile(path_ + "/" + mask.name() + ".ldm", *edited, place + ".ldm");
+  if (edited) writeFile(path_ + "/" + hxvoxora::bareName(place) + ".ldm", *edited, place + ".ldm");
 }
 
 void SetStaging::writeSetFile(std::string_view content) {

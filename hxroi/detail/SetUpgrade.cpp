@@ -193,7 +193,7 @@ bool SetUpgrade::convert(const path& newMasks) const {
   const ProgressDisplay display;
   try {
     for (std::size_t i = 0; i < masks_.size(); ++i) {
-      if (!convert(masks_[i], newMasks / masks_[i].prefix.filename(), i)) return false;
+      if (!convert(masks_[i], newMasks / setfile::maskFileName(masks_[i].prefix.filename().string()), i)) return false;
     }
   } catch (const McException&) {
     // Perhaps for a better reason.
