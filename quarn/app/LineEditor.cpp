@@ -47,10 +47,17 @@ char* nextCandidate(const char*, int state) {
 
 /// Where no word is known the names of files are taken.
 char** complete(const char* text, int start, int) {
-  const QStringList words = finishedWords(QByteArray(rl_line_buffer).left(start));
-  candidates = completions(words, text);
-  if (!candidates.empty() || words.isEmpty()) rl_attempted_completion_over = 1;
+  const TypedLine line = readTypedLine(QByteArray(rl_line_buffer).left(start));
+  candidates = completions(line, text);
+  if (!candidates.empty() || line.words.isEmpty()) rl_attempted_completion_over = 1;
+  if (line.isQuoted) rl_completion_append_character = '"';
   return rl_completion_matches(text, nextCandidate);
+}
+
+/// A quoted word goes on over blanks.
+char* breakingCharacters() {
+  static char quotationMark[] = "\"";
+  return readTypedLine(QByteArray(rl_line_buffer, rl_point)).isQuoted ? quotationMark : nullptr;
 }
 
 }  // namespace
@@ -59,6 +66,7 @@ LineEditor::LineEditor() {
   rl_readline_name = "quarn";
   rl_catch_signals = 0;
   rl_attempted_completion_function = complete;
+  rl_completion_word_break_hook = breakingCharacters;
   rl_basic_word_break_characters = " \t\n\"{}[];$";
   using_history();
   stifle_history(historyLength);

@@ -39,21 +39,33 @@ QStringList withValueOfVariable(QStringList words) {
   return words;
 }
 
-}  // namespace
-
-QStringList finishedWords(QByteArray before) {
-  const auto begin = std::max({before.lastIndexOf('['), before.lastIndexOf(';'), before.lastIndexOf('{')});
-  before.remove(0, begin + 1);
-  return QString::fromUtf8(before).simplified().remove('"').split(' ', Qt::SkipEmptyParts);
+bool isPlainInQuotes(const QByteArray& name) {
+  return std::ranges::none_of(name, [](char c) { return std::strchr("\"$[\\", c) != nullptr; });
 }
 
-std::vector<QByteArray> completions(const QStringList& words, const QByteArray& begun) {
-  if (words.isEmpty()) return commandsWith(begun);
+/// A name as Tcl takes it for one word.
+QByteArray asWord(const QByteArray& name) {
+  int flags = 0;
+  QByteArray word(Tcl_ScanElement(name.constData(), &flags) + 1, '\0');
+  word.resize(Tcl_ConvertElement(name.constData(), word.data(), flags));
+  // The prompt goes on inside of quotation marks; braces it takes for those of a script.
+  return word != name && isPlainInQuotes(name) ? '"' + name + '"' : word;
+}
+
+}  // namespace
+
+std::vector<QByteArray> completions(const TypedLine& line, const QByteArray& begun) {
   std::vector<QByteArray> names;
-  for (const QString& word : HxCompletion::wordsAfter(withValueOfVariable(words))) {
-    const QByteArray name = word.toUtf8();
-    if (name.startsWith(begun)) names.push_back(name);
+  if (line.words.isEmpty()) {
+    names = commandsWith(begun);
+  } else {
+    for (const QString& word : HxCompletion::wordsAfter(withValueOfVariable(line.words)))
+      names.push_back(word.toUtf8());
   }
+  std::erase_if(names, [&](const QByteArray& name) {
+    return !name.startsWith(begun) || (line.isQuoted && !isPlainInQuotes(name));
+  });
+  if (!line.isQuoted) std::ranges::transform(names, names.begin(), asWord);
   return names;
 }
 

@@ -1,15 +1,15 @@
 #pragma once
 
 #include <QByteArray>
-#include <QStringList>
 #include <vector>
+
+#include "quarn/app/typedLine.h"
 
 namespace quarn::app {
 
-/// The finished words of the last command in `before`, the text up to the word that is being typed (UTF-8).
-QStringList finishedWords(QByteArray before);
-
-/// Words that begin with `begun` and may follow `words`: commands of Tcl, the host and objects where there are none.
-std::vector<QByteArray> completions(const QStringList& words, const QByteArray& begun);
+/// Words that begin with `begun` and may follow those of `line`: commands of Tcl, the host and objects where there are
+/// none. What Tcl would take for several words, or for more than a word, is quoted, and then begins with a quotation
+/// mark or brace. Behind a quotation mark that is open names stand for themselves; those that cannot are left out.
+std::vector<QByteArray> completions(const TypedLine& line, const QByteArray& begun);
 
 }  // namespace quarn::app

@@ -51,6 +51,20 @@ TEST(Terminal, TabCompletesCommandsAndObjects) {
   EXPECT_EQ(0, terminal.status());
 }
 
+TEST(Terminal, TabQuotesNamesWithBlanks) {
+  const Program program;
+  Terminal terminal(program, {"--interactive"});
+  ASSERT_TRUE(terminal.shows("quarn> "));
+  terminal.type("preferences get Temp\t");
+  ASSERT_TRUE(terminal.shows("\"Temporary Directory\" ")) << terminal.screen();
+  terminal.type("\x15preferences get \"LDA > Ti\t\r");
+  ASSERT_TRUE(terminal.shows("le Size\"")) << terminal.screen();
+  ASSERT_TRUE(terminal.shows("64")) << terminal.screen();
+  ASSERT_TRUE(terminal.shows("quarn> ")) << terminal.screen();
+  terminal.type("\x04");
+  EXPECT_EQ(0, terminal.status());
+}
+
 TEST(Terminal, HistoryIsKeptForTheNextSession) {
   const Program program;
   {

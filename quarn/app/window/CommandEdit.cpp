@@ -58,14 +58,21 @@ void CommandEdit::walkHistory(int step) {
 
 void CommandEdit::complete() {
   const QString before = text().left(cursorPosition());
-  const qsizetype begin = before.lastIndexOf(QRegularExpression(QStringLiteral("[\\s\\[{;]"))) + 1;
+  const bool isQuoted = readTypedLine(before.toUtf8()).isQuoted;
+  const QString breaks = isQuoted ? QStringLiteral("\"") : QStringLiteral("[\\s\\[{;]");
+  const qsizetype begin = before.lastIndexOf(QRegularExpression(breaks)) + 1;
   const QString begun = before.mid(begin);
   QStringList fitting;
-  for (const QByteArray& word : completions(finishedWords(before.left(begin).toUtf8()), begun.toUtf8()))
+  for (const QByteArray& word : completions(readTypedLine(before.left(begin).toUtf8()), begun.toUtf8()))
     fitting.append(QString::fromUtf8(word));
   if (fitting.isEmpty()) return;
   fitting.sort();
-  insert(commonPrefix(fitting).mid(begun.size()) + (fitting.size() == 1 ? QStringLiteral(" ") : QString()));
+  // Nothing in common: some are quoted, others not.
+  if (const QString common = commonPrefix(fitting); !common.isEmpty()) {
+    setSelection(static_cast<int>(begin), static_cast<int>(begun.size()));
+    insert(common);
+  }
+  if (fitting.size() == 1) insert(isQuoted ? QStringLiteral("\" ") : QStringLiteral(" "));
   if (fitting.size() > 1) Q_EMIT choices(fitting);
 }
 

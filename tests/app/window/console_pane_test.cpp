@@ -80,6 +80,16 @@ TEST(CommandEdit, WalksThroughItsHistory) {
   EXPECT_EQ(QStringLiteral("begun"), edit.text());
 }
 
+TEST(CommandEdit, QuotesWordsWithBlanks) {
+  CommandEdit edit;
+  edit.setText(QStringLiteral("preferences get Temp"));
+  press(edit, Qt::Key_Tab);
+  EXPECT_EQ(QStringLiteral("preferences get \"Temporary Directory\" "), edit.text());
+  edit.setText(QStringLiteral("preferences get \"Temporary D"));
+  press(edit, Qt::Key_Tab);
+  EXPECT_EQ(QStringLiteral("preferences get \"Temporary Directory\" "), edit.text());
+}
+
 TEST(CommandEdit, CompletesTheOnlyWordAndOffersSeveral) {
   CommandEdit edit;
   QStringList offered;
