@@ -110,6 +110,18 @@ TEST_F(LabelView, LabelsHaveTheColoursOfTheirMaterials) {
   EXPECT_EQ(128 * 128, pixels[qRgb(0, 0, 0)] + 2 * pixels[qRgb(0, 255, 0)]);
 }
 
+/// Their materials have gaps and none is of the background.
+TEST_F(LabelView, LabelsOfMasksHaveTheColoursOfTheirIds) {
+  labels->materials()->removeAll();
+  HxParamBundle* const green = labels->materials()->getBundle("Green", true);
+  green->set("Id", 2);
+  green->setMaterialColor(McColor(0, 1, 0));
+  view->show(labels);
+  const QImage picture = paint("z", 128);
+  EXPECT_EQ(picture.pixel(70, 64), qRgb(0, 255, 0));
+  EXPECT_NE(picture.pixel(58, 64), qRgb(0, 255, 0));
+}
+
 TEST_F(LabelView, LabelsTintTheImageBelowAndLeaveTheRest) {
   view->show(image);
   const QRgb bare = paint("z", 128).pixel(50, 64), edge = paint("z", 128).pixel(20, 20);
