@@ -14,6 +14,7 @@
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/view/FieldSampler.h"
 #include "quarn/view/ScenePainter.h"
+#include "quarn/view/SceneText.h"
 #include "quarn/view/Snapshot.h"
 #include "quarn/view/labelColors.h"
 #include "quarn/view/maskOffers.h"
@@ -32,9 +33,7 @@ constexpr float LABEL_TINT = 0.55f;
 /// An object that is shown, and how.
 struct Shown {
   HxObject* object;
-  McHandle<HxColormap> colormap;
-  std::optional<std::pair<double, double>> range;
-  std::optional<VolumeMode> mode;
+  quarn::view::ImageSettings look;
   std::pair<double, double> usualRange;  ///< of the values at `usualTime`
   std::uint32_t usualTime = 0;
 };
@@ -77,6 +76,7 @@ struct HxSceneView::State {
   QString layout = QStringLiteral("column");
   McColor background{0.07f, 0.08f, 0.10f};
   bool hasMarks = true;
+  std::optional<Grid> lastGrid;  ///< which stays while nothing of what is shown has a lattice: masks may all be hidden
 
   Shown& shownImage(HxObject* object);
   ColorTransfer transferOf(Shown& item, const HxUniformScalarField3& field, bool isOverImage);
@@ -88,9 +88,15 @@ struct HxSceneView::State {
   void makeRoom(SceneContents& contents) const;
   SceneContents contents();
   std::optional<Grid> grid();
+  int sliceOf(const McDim3l& dimensions, int axis) const;
 };
 
-HxSceneView::HxSceneView() : state_(std::make_unique<State>()) {
+HxSceneView::HxSceneView()
+    : state_(std::make_unique<State>()),
+      picture_(this, QStringLiteral("picture"), QStringLiteral("Picture"),
+               {[this] { return shownEntries(); },
+                [this](HxObject* object, const QString& settings) { showAs(object, settings); },
+                [this] { return stateText(); }, [this](const QString& state) { return setStateText(state); }}) {
   HxObjectPool::instance().addListener(this);
 }
 
@@ -109,7 +115,7 @@ void HxSceneView::show(HxObject* object) {
     throw McException(quoted(*object) + " of class " + object->getTypeId().getName() +
                       " cannot be shown; fields of numbers and objects with masks to draw can.");
   if (isShown(drawn)) return;
-  state_->shown.push_back({drawn, {}, {}, {}, {}, 0});
+  state_->shown.push_back({drawn, {}, {}, 0});
   fitCamera();
   touch();
 }
@@ -117,7 +123,7 @@ void HxSceneView::show(HxObject* object) {
 void HxSceneView::hide(HxObject* object) {
   const HxObject* drawn = drawnFor(object);
   if (std::erase_if(state_->shown, [drawn](const Shown& shown) { return shown.object == drawn; }) == 0) return;
-  if (state_->shown.empty()) state_->slices = {};
+  if (state_->shown.empty()) state_->slices = {}, state_->lastGrid.reset();
   state_->complaints.forget();
   fitCamera();
   touch();
@@ -147,13 +153,13 @@ Shown& HxSceneView::State::shownImage(HxObject* object) {
 
 void HxSceneView::setColormap(HxObject* image, HxColormap* colormap, std::optional<std::pair<double, double>> range) {
   Shown& shown = state_->shownImage(image);
-  shown.colormap = colormap;
-  shown.range = range;
+  shown.look.colormap = colormap;
+  shown.look.range = range;
   touch();
 }
 
 void HxSceneView::setVolumeMode(HxObject* image, std::optional<VolumeMode> mode) {
-  state_->shownImage(image).mode = mode;
+  state_->shownImage(image).look.mode = mode;
   touch();
 }
 
@@ -178,10 +184,15 @@ void HxSceneView::setSlice(int axis, int index) {
 }
 
 int HxSceneView::slice(int axis) const {
-  const std::optional<int>& chosen = state_->slices[static_cast<std::size_t>(axis)];
-  if (chosen) return *chosen;
   const std::optional<Grid> grid = state_->grid();
-  return grid ? static_cast<int>(grid->dimensions[axis] / 2) : 0;
+  if (!grid) return state_->slices[static_cast<std::size_t>(axis)].value_or(0);
+  return state_->sliceOf(grid->dimensions, axis);
+}
+
+/// The middle one unless one was chosen that there is.
+int HxSceneView::State::sliceOf(const McDim3l& dimensions, int axis) const {
+  const auto last = static_cast<int>(dimensions[axis]) - 1;
+  return std::min(slices[static_cast<std::size_t>(axis)].value_or(static_cast<int>(dimensions[axis] / 2)), last);
 }
 
 void HxSceneView::setLayout(const QString& layout) {
@@ -220,17 +231,74 @@ const quarn::view::SurfaceCache& HxSceneView::surfaces() const {
   return state_->painter.surfaces();
 }
 
+// --- Networks
+
+std::vector<HxPortObjects::Entry> HxSceneView::shownEntries() const {
+  std::vector<HxPortObjects::Entry> entries;
+  for (const Shown& shown : state_->shown) entries.push_back({shown.object, quarn::view::textOf(shown.look)});
+  return entries;
+}
+
+void HxSceneView::showAs(HxObject* object, const QString& settings) {
+  const quarn::view::ImageSettings look = quarn::view::imageSettings(settings);
+  show(object);
+  const HxObject* drawn = drawnFor(object);
+  for (Shown& shown : state_->shown)
+    if (shown.object == drawn && imageOf(shown.object)) shown.look = look;
+  touch();
+}
+
+/// "LAYOUT MARKS R G B X Y Z", where "-" is the middle slice, then the state of the camera.
+QString HxSceneView::stateText() const {
+  const McColor& color = state_->background;
+  QStringList words{state_->layout, QString::number(state_->hasMarks ? 1 : 0)};
+  for (int channel = 0; channel < 3; ++channel)
+    words.append(QString::number(static_cast<double>(color[channel]), 'g', 9));
+  for (const std::optional<int>& slice : state_->slices)
+    words.append(slice ? QString::number(*slice) : QStringLiteral("-"));
+  return words.join(QLatin1Char(' ')) + QLatin1Char(' ') + state_->camera.state();
+}
+
+/// Slices are those of objects that come later.
+bool HxSceneView::setStateText(const QString& text) {
+  const QStringList words = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+  constexpr int before = 8;  // words before those of the camera
+  if (words.size() < before || !quarn::view::layoutNames().contains(words[0])) return false;
+  bool isSound = words[1] == QLatin1String("0") || words[1] == QLatin1String("1");
+  McColor color;
+  for (int channel = 0; channel < 3; ++channel) {
+    bool isNumber = false;
+    color[channel] = words[2 + channel].toFloat(&isNumber);
+    isSound = isSound && isNumber && color[channel] >= 0 && color[channel] <= 1;
+  }
+  std::array<std::optional<int>, 3> slices;
+  for (int axis = 0; axis < 3; ++axis) {
+    const QString& word = words[5 + axis];
+    bool isNumber = true;
+    if (word != QLatin1String("-")) slices[static_cast<std::size_t>(axis)] = word.toInt(&isNumber);
+    isSound = isSound && isNumber && slices[static_cast<std::size_t>(axis)].value_or(0) >= 0;
+  }
+  if (!isSound || !state_->camera.setState(words.mid(before))) return false;
+  state_->layout = words[0];
+  state_->hasMarks = words[1] == QLatin1String("1");
+  state_->background = color;
+  state_->slices = slices;
+  touch();
+  return true;
+}
+
 // --- Pictures
 
 ColorTransfer HxSceneView::State::transferOf(Shown& item, const HxUniformScalarField3& field, bool isOverImage) {
   const auto* labels = dynamic_cast<const HxUniformLabelField3*>(&field);
-  if (labels && !item.colormap) return quarn::view::labelColors(*labels, isOverImage ? LABEL_TINT : 1);
-  if (!item.range && item.usualTime != field.getTouchTime()) {
+  if (labels && !item.look.colormap) return quarn::view::labelColors(*labels, isOverImage ? LABEL_TINT : 1);
+  if (!item.look.range && item.usualTime != field.getTouchTime()) {
     item.usualRange = quarn::view::usualRange(field);
     item.usualTime = field.getTouchTime();
   }
   const HxColormap* grey = HxStandardColormaps::instance().find(QStringLiteral("grey"));
-  return ColorTransfer(item.colormap ? *item.colormap : *grey, item.range ? *item.range : item.usualRange, true);
+  return ColorTransfer(item.look.colormap ? *item.look.colormap : *grey,
+                       item.look.range ? *item.look.range : item.usualRange, true);
 }
 
 void HxSceneView::State::putOnGrid(SceneContents& contents, const McDim3l& dimensions, const HxGeometry3& geometry) {
@@ -244,7 +312,7 @@ void HxSceneView::State::addImage(SceneContents& contents, Shown& item) {
   HxUniformScalarField3* field = imageOf(item.object);
   if (!field || field->voxelCount() == 0) return;
   contents.images.push_back({field, transferOf(item, *field, !contents.images.empty())});
-  contents.modes.push_back(item.mode.value_or(VolumeMode::Rendered));
+  contents.modes.push_back(item.look.mode.value_or(VolumeMode::Rendered));
   putOnGrid(contents, field->latticeDimensions(), field->geometry());
 }
 
@@ -284,7 +352,7 @@ void HxSceneView::State::makeRoom(SceneContents& contents) const {
     const HxUniformScalarField3* field = imageOf(each.object);
     if (!field || field->voxelCount() == 0) continue;
     const bool isInTheWay = !contents.sets.empty() || !isLabels(field);
-    if (!each.mode && isInTheWay) contents.modes[image] = VolumeMode::Planes;
+    if (!each.look.mode && isInTheWay) contents.modes[image] = VolumeMode::Planes;
     ++image;
   }
 }
@@ -297,12 +365,15 @@ SceneContents HxSceneView::State::contents() {
     addMasks(contents, each);
   }
   makeRoom(contents);
-  if (contents.dimensions == McDim3l()) contents.dimensions = McDim3l(1, 1, 1);
-  for (int axis = 0; axis < 3; ++axis) {
-    const auto i = static_cast<std::size_t>(axis);
-    const auto last = static_cast<int>(contents.dimensions[axis]) - 1;
-    contents.slices[i] = std::min(slices[i].value_or(static_cast<int>(contents.dimensions[axis] / 2)), last);
+  if (!(contents.dimensions == McDim3l())) {
+    lastGrid = Grid{contents.dimensions, contents.geometry};
+  } else if (lastGrid) {
+    putOnGrid(contents, lastGrid->dimensions, lastGrid->geometry);
+  } else {
+    contents.dimensions = McDim3l(1, 1, 1);
   }
+  for (int axis = 0; axis < 3; ++axis)
+    contents.slices[static_cast<std::size_t>(axis)] = sliceOf(contents.dimensions, axis);
   contents.camera = camera;
   contents.layout = layout;
   contents.background = background;

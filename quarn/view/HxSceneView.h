@@ -6,10 +6,12 @@
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "quarn/base/McColor.h"
 #include "quarn/kernel/objects/HxObject.h"
 #include "quarn/kernel/objects/HxObjectPoolListener.h"
+#include "quarn/kernel/ports/HxPortObjects.h"
 #include "quarn/view/export.h"
 
 class HxColormap;
@@ -80,5 +82,11 @@ private:
 
   void objectAboutToBeRemoved(HxObject* object) override;
 
+  std::vector<HxPortObjects::Entry> shownEntries() const;
+  void showAs(HxObject* object, const QString& settings);
+  QString stateText() const;
+  bool setStateText(const QString& text);
+
   std::unique_ptr<State> state_;
+  HxPortObjects picture_;  ///< what networks keep
 };

@@ -3,7 +3,6 @@
 
 #include "quarn/base/McException.h"
 #include "quarn/kernel/fields/HxColormap.h"
-#include "quarn/kernel/fields/HxStandardColormaps.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/params/HxParameter.h"
 #include "quarn/kernel/script/HxCommands.h"
@@ -12,9 +11,10 @@
 #include "quarn/view/SceneCamera.h"
 #include "quarn/view/SceneLayout.h"
 #include "quarn/view/ScenePainter.h"
+#include "quarn/view/SceneText.h"
 
+using quarn::view::colormapNamed;
 using quarn::view::SceneCamera;
-using quarn::view::VolumeMode;
 
 namespace {
 
@@ -46,14 +46,6 @@ HxObject* objectNamed(const QString& name) {
   HxObject* object = HxObjectPool::instance().find(name);
   if (!object) throw McException("There is no object \"" + excerpt(name) + "\".");
   return object;
-}
-
-HxColormap* colormapNamed(const QString& name) {
-  if (HxColormap* standard = HxStandardColormaps::instance().find(name)) return standard;
-  if (auto* colormap = dynamic_cast<HxColormap*>(HxObjectPool::instance().find(name))) return colormap;
-  throw McException("There is no colormap \"" + excerpt(name) + "\"; there are " +
-                    HxStandardColormaps::instance().names().join(QStringLiteral(", ")).toStdString() +
-                    ", and those that were loaded.");
 }
 
 QString show(HxSceneView& view, const QStringList& words) {
@@ -160,16 +152,8 @@ QString colormap(HxSceneView& view, const QStringList& words) {
 }
 
 QString volume(HxSceneView& view, const QStringList& words) {
-  const std::pair<const char*, std::optional<VolumeMode>> modes[] = {{"auto", std::nullopt},
-                                                                     {"off", VolumeMode::Off},
-                                                                     {"slices", VolumeMode::Planes},
-                                                                     {"rendered", VolumeMode::Rendered}};
-  for (const auto& [name, mode] : modes) {
-    if (words[1] != QLatin1String(name)) continue;
-    view.setVolumeMode(objectNamed(words[0]), mode);
-    return {};
-  }
-  throw McException("An image in space is auto, off, slices or rendered, not \"" + excerpt(words[1]) + "\".");
+  view.setVolumeMode(objectNamed(words[0]), quarn::view::volumeMode(words[1]));
+  return {};
 }
 
 QString marks(HxSceneView& view, const QStringList& words) {

@@ -25,8 +25,9 @@ bool hasMarks(const HxObject& object) {
   return object.isNew() || std::ranges::any_of(object.ports(), [](const HxPort* port) { return port->isNew(); });
 }
 
+/// With what is connected to it, which would not hear of these marks later.
 void evaluateMarked(HxObject* object) {
-  if (object && !object->isBeingEvaluated() && hasMarks(*object)) object->fire(0);
+  if (object && !object->isBeingEvaluated() && hasMarks(*object)) object->fire(1);
 }
 
 /// Null for a class of which no object can be made.

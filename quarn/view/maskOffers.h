@@ -17,8 +17,9 @@ QUARN_VIEW_API McHandle<HxObject> newMaskOffer(HxObject* source);
 /// Finds or makes that object, connects and evaluates it, and puts it into the pool. Null when no class can.
 QUARN_VIEW_API HxObject* provideMaskOffer(HxObject* source);
 
-/// Evaluates an object with masks and, before it, what is at its "data", where there are marks: an object may answer
-/// wrongly, or work long, when it is asked before. Throws what the evaluation throws; may run events.
+/// Evaluates an object with masks and, before it, what is at its "data", where there are marks, each with what is
+/// connected to it: an object may answer wrongly, or work long, when it is asked before. Throws what the evaluation
+/// throws; may run events.
 QUARN_VIEW_API void bringMasksUpToDate(HxObject& object);
 
 }  // namespace quarn::view

@@ -19,6 +19,7 @@
 #include "quarn/kernel/ports/HxPortColormap.h"
 #include "quarn/kernel/ports/HxPortDoIt.h"
 #include "quarn/kernel/ports/HxPortInteger.h"
+#include "quarn/kernel/ports/HxPortObjects.h"
 #include "quarn/kernel/ports/HxPortRadioBox.h"
 #include "quarn/kernel/ports/HxPortReal.h"
 #include "quarn/kernel/ports/HxPortSeparator.h"
@@ -74,6 +75,7 @@ int readColormap(const QString& file, const HxLoadOptions&) {
   HxPortRadioBox::initClass();
   HxPortReal::initClass();
   HxPortSeparator::initClass();
+  HxPortObjects::initClass();
   HxPortText::initClass();
   HxFileTypes::instance().registerSaver("HxTable", "CSV", ".csv", &saveTable);
   HxFileTypes::instance().registerSaver("HxColormap", "Colormap", ".colormap", &saveColormap);

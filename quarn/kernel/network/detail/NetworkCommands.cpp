@@ -13,6 +13,7 @@
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/HxPortColormap.h"
+#include "quarn/kernel/ports/HxPortObjects.h"
 #include "quarn/kernel/script/HxCommands.h"
 #include "quarn/kernel/script/HxInterpreter.h"
 #include "quarn/kernel/script/detail/TclText.h"
@@ -160,6 +161,8 @@ int NetworkReader::runOptional(const Entry& entry, Words words) {
 int NetworkReader::runPort(const Entry& entry, Words words) {
   if (words.size() == 4 && fromTcl(words[2]) == "connect") return connect(entry, std::move(words));
   const McHandle<HxObject> object = entry.object;
+  if (words.size() == 5 && dynamic_cast<HxPortObjects*>(object->findPort(fromTcl(words[1]))))
+    return addToPort(entry, std::move(words));
   const auto parse = [object, name = fromTcl(words[1])](Tcl_Interp* interp, int argc, char** argv) {
     HxPort* const port = object->findPort(name);
     return port ? port->parse(interp, argc - 1, argv + 1) : TCL_ERROR;
@@ -188,6 +191,21 @@ int NetworkReader::connect(const Entry& entry, Words words) {
   };
   words[2] = command;
   words[3] = source;
+  return HxInterpreter::call(parse, interp_, static_cast<int>(words.size()), words.data());
+}
+
+/// NAME PORT add OBJECT SETTINGS, where the object is one of the network.
+int NetworkReader::addToPort(const Entry& entry, Words words) {
+  const QString name = fromTcl(words[3]);
+  const auto found = entries_.find(name);
+  if (found == entries_.end()) throw McException("there is no object \"" + excerpt(name) + "\" in this network");
+  if (!found->second.object) return skip(found->second);
+  const NewWord present(found->second.object->getName());
+  words[3] = present;
+  const McHandle<HxObject> object = entry.object;
+  const auto parse = [object, port = fromTcl(words[1])](Tcl_Interp* interp, int argc, char** argv) {
+    return object->findPort(port)->parse(interp, argc - 1, argv + 1);
+  };
   return HxInterpreter::call(parse, interp_, static_cast<int>(words.size()), words.data());
 }
 

@@ -75,6 +75,7 @@ private:
   int runPort(const Entry& entry, Words words);
   int runOptional(const Entry& entry, Words words);
   int connect(const Entry& entry, Words words);
+  int addToPort(const Entry& entry, Words words);
   int adopt(const Entry& entry, const Words& words);
   QString fromFolder(const QString& file) const;
   void answer(const QStringList& list);

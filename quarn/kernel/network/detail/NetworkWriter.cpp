@@ -15,6 +15,7 @@
 #include "quarn/kernel/objects/HxData.h"
 #include "quarn/kernel/objects/HxObjectPool.h"
 #include "quarn/kernel/ports/HxPortColormap.h"
+#include "quarn/kernel/ports/HxPortObjects.h"
 #include "quarn/kernel/script/detail/TclText.h"
 
 namespace quarn::detail {
@@ -56,7 +57,9 @@ QString creationLines(HxData& data, const QByteArray& folder) {
 
 QString NetworkWriter::write() {
   writeComment("Saved by " + HxApplication::instance()->skin()->getSaveInfo() + ".");
-  for (HxObject* object : sourcesFirst()) write(*object);
+  const auto objects = sourcesFirst();
+  for (HxObject* object : objects) write(*object);
+  for (HxObject* object : objects) writeEntries(*object);
   return text_;
 }
 
@@ -217,6 +220,23 @@ bool NetworkWriter::writeState(const HxObject& object, const HxPort& port) {
   if (state.isEmpty()) return false;
   writeLine(addressOf(object, port) + QStringList{"setState", state});
   return true;
+}
+
+/// What an object works with without being connected to it may come behind it.
+void NetworkWriter::writeEntries(const HxObject& object) {
+  if (!written_.contains(&object)) return;
+  for (const HxPort* port : object.ports()) {
+    const auto* objects = dynamic_cast<const HxPortObjects*>(port);
+    if (!objects) continue;
+    for (const HxPortObjects::Entry& entry : objects->entries()) {
+      if (written_.contains(entry.object)) {
+        writeLine(addressOf(object, *port) + QStringList{"add", entry.object->getName(), entry.settings});
+      } else {
+        writeComment(
+            QString("left out: \"%1\" of %2 held %3").arg(port->getName(), object.getName(), entry.object->describe()));
+      }
+    }
+  }
 }
 
 /// The words that a command of a port begins with. What does not come back as it is may come without some of its ports.

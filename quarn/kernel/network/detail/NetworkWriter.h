@@ -47,6 +47,7 @@ private:
   bool writeMaster(const HxData& data);
   bool writeConnection(const HxObject& object, const HxConnection& connection);
   bool writeState(const HxObject& object, const HxPort& port);
+  void writeEntries(const HxObject& object);
   QStringList addressOf(const HxObject& object, const HxPort& port) const;
   void writeLine(const QStringList& words);
   void writeComment(const QString& text);
