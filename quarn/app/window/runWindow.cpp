@@ -3,9 +3,12 @@
 #include <QApplication>
 #include <QSocketNotifier>
 #include <QTimer>
+#include <functional>
+#include <tcl.h>
 
 #include "quarn/app/window/DisplayLoss.h"
 #include "quarn/app/window/MainWindow.h"
+#include "quarn/app/window/ScriptOutput.h"
 #include "quarn/app/window/WindowProgress.h"
 #include "quarn/app/window/WindowSink.h"
 #include "quarn/kernel/app/HxApplication.h"
@@ -18,11 +21,24 @@ namespace quarn::app {
 namespace {
 
 constexpr int SECOND = 1000;
+constexpr int DELAYED_SCRIPTS_PAUSE = 50;
+
+/// Runs the scripts of `after` that are due. False when there was none.
+bool runDelayedScripts() {
+  static bool isRunning = false;  // they may run events of the window
+  if (isRunning) return false;
+  isRunning = true;
+  constexpr int flags = TCL_TIMER_EVENTS | TCL_IDLE_EVENTS | TCL_DONT_WAIT;
+  const bool hasRun = Tcl_DoOneEvent(flags) != 0;
+  isRunning = false;
+  return hasRun;
+}
 
 /// Puts the window in the place of the terminal for as long as it lives.
 class Stage {
 public:
-  explicit Stage(MainWindow& window) : sink_(window.console()), progress_(&window) {
+  explicit Stage(MainWindow& window)
+      : sink_(window.console()), progress_(&window), output_(shownBy(window)), errors_(shownBy(window), TCL_STDERR) {
     formerSink_ = HxMessage::setSink(&sink_);
     formerProgress_ = HxApplication::setProgress(&progress_);
     HxApplication::setMainWidget(&window);
@@ -38,8 +54,13 @@ public:
   bool isIdle() const { return !progress_.isRunning(); }
 
 private:
+  static std::function<void(const QString&)> shownBy(MainWindow& window) {
+    return [&window](const QString& line) { window.console()->append(line); };
+  }
+
   WindowSink sink_;
   WindowProgress progress_;
+  ScriptOutput output_, errors_;
   HxMessageSink* formerSink_;
   McProgressInterface* formerProgress_;
 };
@@ -78,6 +99,15 @@ int runWindow(const QStringList& files) {
     if (stage.isIdle()) HxRecovery::instance().checkpointIfDue();
   });
   checkpoints.start(SECOND);
+
+  // What scripts put off until later.
+  QTimer delayed;
+  QObject::connect(&delayed, &QTimer::timeout, [&] {
+    if (!stage.isIdle() || !runDelayedScripts()) return;
+    HxInterrupt::clear();
+    Q_EMIT window.console()->commandRun();
+  });
+  delayed.start(DELAYED_SCRIPTS_PAUSE);
 
   // Ctrl-C in the terminal that the window was started from, and signals to end; work under way hears of them itself.
   WishToEnd end;
