@@ -55,7 +55,8 @@ void HxPortRoiTreeView::createWidget(QWidget* parent) {
     header->setSectionResizeMode(0, QHeaderView::Interactive);
     view_->resizeColumnToContents(0);
   }
-  if (auto* label = findWidget<QLabel>("label")) layout()->setAlignment(label, Qt::AlignTop);
+  // Below its label the tree has the whole width.
+  layout()->setDirection(QBoxLayout::TopToBottom);
   layout()->addWidget(view_, 1);
   frame()->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
 }

@@ -23,6 +23,9 @@ using details::Roi;
 
 namespace {
 
+/// The mark of a tree for another selection.
+constexpr unsigned int kSelection = 512;
+
 QString tr(const char* text) {
   return QCoreApplication::translate("HxRois", text);
 }
@@ -134,6 +137,9 @@ int renameRoi(const SetCommand& call) {
   }
   const int code = attempt([&] { roi->setName(call.name(3)); });
   call.rois.rebuildPortList();
+  // New ports are hidden until the selection is asked for.
+  HxPortRoiTreeView& tree = call.rois.portRoiVisibility;
+  if (tree.getSelectedRois().size() == 1) tree.touch(kSelection), tree.send();
   if (code == TCL_OK) tellOfHiddenWord(call, call.name(3));
   return code;
 }

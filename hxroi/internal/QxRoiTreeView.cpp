@@ -3,12 +3,18 @@
 #include <QAbstractItemDelegate>
 #include <QCursor>
 #include <QDrag>
+#include <QHeaderView>
 #include <QMimeData>
 #include <QPainter>
 #include <QPixmap>
+#include <algorithm>
 #include <utility>
 
+#include "hxroi/internal/QxRoiTreeItem.h"
+
 namespace {
+
+constexpr int LEAST_NAME_WIDTH = 80;  // pixels
 
 QxRoiTreeView::DragRunner& dragRunner() {
   static QxRoiTreeView::DragRunner runner;
@@ -42,6 +48,33 @@ void QxRoiTreeView::dataChanged(const QModelIndex& topLeft, const QModelIndex& b
 void QxRoiTreeView::rowsInserted(const QModelIndex& parent, int first, int last) {
   QTreeView::rowsInserted(parent, first, last);
   Q_EMIT viewRowsInserted(parent, first, last);
+}
+
+// --- Columns ------------------------------------------------------------------------------------------------------
+
+int QxRoiTreeView::lastSizeHint() const {
+  const int last = header()->count() - 1;
+  return std::max(QTreeView::sizeHintForColumn(last), header()->sectionSizeHint(last));
+}
+
+int QxRoiTreeView::sizeHintForColumn(int column) const {
+  const int hint = QTreeView::sizeHintForColumn(column);
+  if (column != QxRoiTreeItem::kNameColumn || !isVisible()) return hint;
+  int others = 0;
+  for (int other = 0; other < header()->count(); ++other) {
+    if (other == column || header()->isSectionHidden(other)) continue;
+    others += std::max(QTreeView::sizeHintForColumn(other), header()->sectionSizeHint(other));
+  }
+  // A last column that stretches does not go below this.
+  if (header()->stretchLastSection()) others += std::max(0, header()->defaultSectionSize() - lastSizeHint());
+  return std::min(hint, std::max(LEAST_NAME_WIDTH, viewport()->width() - others));
+}
+
+void QxRoiTreeView::resizeEvent(QResizeEvent* event) {
+  QTreeView::resizeEvent(event);
+  const bool isCut = header()->count() > 0 && header()->length() > viewport()->width();
+  if (isCut && header()->sectionResizeMode(QxRoiTreeItem::kNameColumn) == QHeaderView::Interactive)
+    resizeColumnToContents(QxRoiTreeItem::kNameColumn);
 }
 
 // --- Dragging -----------------------------------------------------------------------------------------------------

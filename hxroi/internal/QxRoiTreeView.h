@@ -37,8 +37,12 @@ protected:
   void startDrag(Qt::DropActions actions) override;
   void mouseMoveEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
+  /// Of the names no more than leaves the other columns in sight.
+  int sizeHintForColumn(int column) const override;
+  void resizeEvent(QResizeEvent* event) override;
 
 private:
+  int lastSizeHint() const;
   QModelIndexList draggedIndexes() const;
   QRect placeOf(const QModelIndexList& indexes) const;
   QPixmap pictureOf(const QModelIndexList& indexes, const QRect& place) const;

@@ -11,9 +11,9 @@
 #include "hxroi/HxRoisHelpers.h"
 #include "hxroi/details/Group.h"
 #include "hxroi/details/Mask.h"
+#include "hxroi/internal/GoneRois.h"
 #include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/QxRoiTreeModel.h"
-#include "hxroi/internal/RemovedRois.h"
 #include "hxroi/internal/SetWatch.h"
 #include "hxroi/internal/ShownMasks.h"
 #include "hxroi/internal/commandFailures.h"
@@ -78,7 +78,7 @@ void QxRoiTreeViewActionSet::run(const std::function<void(QxRoiTreeModel&)>& com
   HxRois* rois = tree->getRoot()->getRois();
   const McHandle<HxRois> held = hxroi::holdSet(rois);
   std::optional<hxroi::ShownMasks> shown;
-  std::optional<hxroi::RemovedRois> removed;
+  std::optional<hxroi::GoneRois> removed;
   if (held) shown.emplace(*held), removed.emplace(*held);
   isAtWork_ = true;
   hxroi::showFailures([&] { command(*tree); });
@@ -95,7 +95,7 @@ void QxRoiTreeViewActionSet::run(const std::function<void(QxRoiTreeModel&)>& com
 
 /// Of a set that lives.
 struct QxRoiTreeViewActionSet::Removed {
-  Removed(HxRois& from, hxroi::RemovedRois gone, hxroi::ShownMasks visible, QxRoiTreeViewActionSet* owner)
+  Removed(HxRois& from, hxroi::GoneRois gone, hxroi::ShownMasks visible, QxRoiTreeViewActionSet* owner)
       : set(&from), rois(std::move(gone)), shown(std::move(visible)) {
     watch = new hxroi::SetWatch(from, [this, actions = QPointer(owner)] {
       watch = nullptr;
@@ -107,12 +107,12 @@ struct QxRoiTreeViewActionSet::Removed {
   Removed& operator=(const Removed&) = delete;
 
   const HxRois* set;
-  hxroi::RemovedRois rois;
+  hxroi::GoneRois rois;
   hxroi::ShownMasks shown;
   hxroi::SetWatch* watch;
 };
 
-void QxRoiTreeViewActionSet::noteRemoved(HxRois& rois, hxroi::RemovedRois& removed, const hxroi::ShownMasks& shown) {
+void QxRoiTreeViewActionSet::noteRemoved(HxRois& rois, hxroi::GoneRois& removed, const hxroi::ShownMasks& shown) {
   removed.keepGone(rois);
   if (!removed.isEmpty()) removed_ = std::make_shared<Removed>(rois, std::move(removed), shown.ofGone(rois), this);
 }

@@ -24,7 +24,7 @@ class QxRoiTreeItem;
 class QxRoiTreeModel;
 
 namespace hxroi {
-class RemovedRois;
+class GoneRois;
 class ShownMasks;
 }  // namespace hxroi
 
@@ -129,7 +129,7 @@ private:
   std::vector<RoiHandle> selectedRois() const;
   void writeParameters(const std::vector<RoiHandle>& rois, const HxParamBundle* bundle);
   void evaluate(std::set<HxRois*> sets, HxRois* shown);
-  void noteRemoved(HxRois& rois, hxroi::RemovedRois& removed, const hxroi::ShownMasks& shown);
+  void noteRemoved(HxRois& rois, hxroi::GoneRois& removed, const hxroi::ShownMasks& shown);
 
   QPointer<QTreeView> view_;
   QPointer<QxParamDialog> paramDialog_;

@@ -336,7 +336,7 @@ TEST_F(PortWidgets, ColormapsAreChosenFromAMenu) {
   EXPECT_TRUE(choose(map, "viridis"));
   EXPECT_EQ(map.colormap(), viridis);
   EXPECT_EQ(newEvaluations(), 1);
-  EXPECT_EQ(pictureOf(map, "colormap"), viridis->getPixmap(140, 16, 4, true).toImage());
+  EXPECT_EQ(pictureOf(map, "colormap"), viridis->getPixmap(64, 16, 4, true).toImage());
   EXPECT_NE(pictureOf(map, "colormap"), before);
 
   const McHandle<HxColormap> own(new HxColormap);
@@ -355,7 +355,7 @@ TEST_F(PortWidgets, ColormapsCanBeOneColour) {
   EXPECT_TRUE(choose(map, "constant color..."));
   EXPECT_EQ(map.colormap(), nullptr);
   EXPECT_EQ(map.defaultColor(), McColor(0, 0, 1));
-  EXPECT_EQ(pictureOf(map, "colormap").pixelColor(70, 8), QColor(0, 0, 255));
+  EXPECT_EQ(pictureOf(map, "colormap").pixelColor(32, 8), QColor(0, 0, 255));
   EXPECT_EQ(newEvaluations(), 1);
   map.setConstantColorEnabled(false);
   EXPECT_FALSE(choose(map, "constant color..."));
@@ -367,7 +367,7 @@ TEST_F(PortWidgets, ColormapsFollowTheirContent) {
   map.connect(own);
   own->setEntries({{McColor(1, 0, 0), 1}});
   own->fire();
-  EXPECT_EQ(pictureOf(map, "colormap").pixelColor(70, 8), QColor(255, 0, 0));
+  EXPECT_EQ(pictureOf(map, "colormap").pixelColor(32, 8), QColor(255, 0, 0));
 }
 
 TEST_F(PortWidgets, ColormapsHaveARange) {

@@ -105,7 +105,7 @@ void MainWindow::addViewPane() {
     for (const McHandle<HxObject>& object : HxObjectPool::instance().objects())
       if (!view && object.get() != leaving) view = dynamic_cast<HxSceneView*>(object.get());
     pane->setView(view);
-    if (view && pane->isHidden()) columns_->setSizes({200, 340, 560});
+    if (view && pane->isHidden()) columns_->setSizes({190, 410, 500});
     pane->setVisible(view);
   };
   connect(objects_, &QAbstractItemModel::rowsInserted, pane, [follow] { follow(nullptr); });

@@ -16,9 +16,9 @@ using quarn::detail::realText;
 
 namespace {
 
-constexpr QSize kStrip(140, 16), kSmallStrip(48, 12);
+constexpr QSize kStrip(64, 16), kSmallStrip(48, 12);
 constexpr int kCheckSize = 4;
-constexpr int kEditWidth = 64;
+constexpr int kEditWidth = 52;
 
 QString tr(const char* text) {
   return QCoreApplication::translate("HxPortColormap", text);

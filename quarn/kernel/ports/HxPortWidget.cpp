@@ -12,7 +12,7 @@
 namespace {
 
 /// So that the ports of a panel stand in line.
-constexpr int kLabelWidth = 120;
+constexpr int kLabelWidth = 100;
 
 }  // namespace
 

@@ -13,6 +13,7 @@
 #include "hxroi/internal/QxRoiTreeViewActionSet.h"
 #include "hxroi/internal/roiToolTip.h"
 #include "quarn/kernel/fields/HxStandardColormaps.h"
+#include "quarn/kernel/script/HxInterpreter.h"
 #include "quarn/kernel/widgets/QxParamDialog.h"
 #include "quarn/kernel/widgets/QxPropertyArea.h"
 #include "tests/hxroi/internal/TreePortTest.h"
@@ -398,3 +399,45 @@ TEST_F(TreePicture, OfASelector) {
 }
 
 }  // namespace
+
+TEST_F(TreeWidget, KeepsThePortsOfTheSelectedRoiInSightWhenAnotherOneIsRenamed) {
+  QxPropertyArea area;
+  area.resize(400, 500);
+  area.show();
+  area.setObject(rois);
+  rois->fire();
+  const auto isInSight = [&] {
+    QApplication::processEvents();
+    const HxPort* port = rois->findPort("color-b");
+    return port && port->isVisible() && port->frame() && port->frame()->isVisible();
+  };
+  rois->portRoiVisibility.setRoiSelected(true, "b");
+  ASSERT_TRUE(isInSight());
+  const auto error = HxInterpreter::instance().evaluate(rois->getName() + " renameRoi a z");
+  ASSERT_FALSE(error) << error->toText().toStdString() << console.consoleText();
+  EXPECT_TRUE(isInSight());
+  EXPECT_THAT(namesOf(rois->portRoiVisibility.getSelectedRois()), ElementsAre("b"));
+}
+
+TEST_F(TreeWidget, LeavesColoursInSightBesideLongNames) {
+  addMask(std::string(200, 'n'));
+  QxPropertyArea area;
+  area.resize(400, 500);
+  area.setObject(rois);
+  area.show();
+  rois->fire();
+  QApplication::processEvents();
+  const QTreeView& tree = *rois->portRoiVisibility.view();
+  const auto expectFit = [&tree] {
+    EXPECT_LE(tree.header()->length(), tree.viewport()->width());
+    EXPECT_GE(tree.columnWidth(0), 80);
+  };
+  expectFit();
+  area.resize(320, 500);
+  QApplication::processEvents();
+  expectFit();
+  addMask(std::string(250, 'm'));
+  rois->fire();
+  QApplication::processEvents();
+  expectFit();
+}

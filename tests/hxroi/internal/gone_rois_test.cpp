@@ -9,7 +9,7 @@
 using ::testing::IsEmpty;
 
 /// Commands that take ROIs away, and what selectors show after them.
-class RemovedRois : public ActionsTest {
+class GoneRois : public ActionsTest {
 protected:
   void openMore() {
     fillSet();
@@ -45,7 +45,7 @@ protected:
 
 // --- Bringing back ------------------------------------------------------------------------------------------------
 
-TEST_F(RemovedRois, ComeBackWhereTheyStoodWithTheirVoxels) {
+TEST_F(GoneRois, ComeBackWhereTheyStoodWithTheirVoxels) {
   addFilled("full", {1, 1, 1}, {2, 2, 2});
   openMore();
   const std::string before = textOf(*rois);
@@ -60,7 +60,7 @@ TEST_F(RemovedRois, ComeBackWhereTheyStoodWithTheirVoxels) {
   expectTree(before);
 }
 
-TEST_F(RemovedRois, AGroupComesBackWithItsMasks) {
+TEST_F(GoneRois, AGroupComesBackWithItsMasks) {
   openMore();
   remove({"group"});
   expectTree("a b");
@@ -68,7 +68,7 @@ TEST_F(RemovedRois, AGroupComesBackWithItsMasks) {
   expectTree("a b group[c d]");
 }
 
-TEST_F(RemovedRois, MergedOnesComeBackBesideTheMerge) {
+TEST_F(GoneRois, MergedOnesComeBackBesideTheMerge) {
   openMore();
   select({"a", "b"});
   actions->mergeSelectedRois();
@@ -79,7 +79,7 @@ TEST_F(RemovedRois, MergedOnesComeBackBesideTheMerge) {
   for (const char* name : {"a", "b", "b-merged"}) EXPECT_NE(nullptr, rois->getMask(name)) << name;
 }
 
-TEST_F(RemovedRois, GetAnotherNameWhereTheirsIsTaken) {
+TEST_F(GoneRois, GetAnotherNameWhereTheirsIsTaken) {
   openMore();
   remove({"a"});
   addMask("a");
@@ -88,7 +88,7 @@ TEST_F(RemovedRois, GetAnotherNameWhereTheirsIsTaken) {
   EXPECT_EQ("a0 b group[c d] a", textOf(*rois));
 }
 
-TEST_F(RemovedRois, StayWhereThereIsNoRoom) {
+TEST_F(GoneRois, StayWhereThereIsNoRoom) {
   openMore();
   remove({"a"});
   fillUp();
@@ -99,7 +99,7 @@ TEST_F(RemovedRois, StayWhereThereIsNoRoom) {
   EXPECT_TRUE(actions->hasRemovedRois()) << "for when there is";
 }
 
-TEST_F(RemovedRois, AreThoseOfTheLastCommandThatRemoved) {
+TEST_F(GoneRois, AreThoseOfTheLastCommandThatRemoved) {
   openMore();
   remove({"a"});
   remove({"b"});
@@ -109,7 +109,7 @@ TEST_F(RemovedRois, AreThoseOfTheLastCommandThatRemoved) {
   EXPECT_NE(nullptr, rois->getMask("b"));
 }
 
-TEST_F(RemovedRois, AreOfferedAsLongAsThereAreAny) {
+TEST_F(GoneRois, AreOfferedAsLongAsThereAreAny) {
   openMore();
   more->enableForSelection();
   EXPECT_FALSE(more->bringBackAction->isEnabled());
@@ -121,7 +121,7 @@ TEST_F(RemovedRois, AreOfferedAsLongAsThereAreAny) {
 
 // --- What is shown ------------------------------------------------------------------------------------------------
 
-TEST_F(RemovedRois, AMergeOfWhatIsShownIsShown) {
+TEST_F(GoneRois, AMergeOfWhatIsShownIsShown) {
   openMore();
   const auto all = selectorOf({"a", "b"}), one = selectorOf({"b"});
   select({"a", "b"});
@@ -130,7 +130,7 @@ TEST_F(RemovedRois, AMergeOfWhatIsShownIsShown) {
   EXPECT_EQ("", shownBy(*one)) << "half of it was hidden";
 }
 
-TEST_F(RemovedRois, WhatIsGroupedStaysShownOrHidden) {
+TEST_F(GoneRois, WhatIsGroupedStaysShownOrHidden) {
   openMore();
   const auto selector = selectorOf({"a"});
   select({"a", "b"});
@@ -139,7 +139,7 @@ TEST_F(RemovedRois, WhatIsGroupedStaysShownOrHidden) {
   EXPECT_EQ("a", shownBy(*selector));
 }
 
-TEST_F(RemovedRois, AreShownAgain) {
+TEST_F(GoneRois, AreShownAgain) {
   openMore();
   const auto selector = selectorOf({"a", "group", "c"});
   remove({"a", "b", "group"});
@@ -149,7 +149,7 @@ TEST_F(RemovedRois, AreShownAgain) {
   EXPECT_EQ("a c", shownBy(*selector));
 }
 
-TEST_F(RemovedRois, WhatIsNewIsHiddenAsBefore) {
+TEST_F(GoneRois, WhatIsNewIsHiddenAsBefore) {
   openMore();
   const auto selector = selectorOf({"a"});
   select({"a"});

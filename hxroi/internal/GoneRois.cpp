@@ -1,4 +1,4 @@
-#include "hxroi/internal/RemovedRois.h"
+#include "hxroi/internal/GoneRois.h"
 
 #include <algorithm>
 
@@ -30,7 +30,7 @@ QModelIndex rowOf(const QxRoiTreeModel& model, const Roi* roi) {
 
 }  // namespace
 
-RemovedRois::RemovedRois(const HxRois& rois) {
+GoneRois::GoneRois(const HxRois& rois) {
   int row = 0;
   for (const auto& roi : rois) {
     const McHandle<Roi> handle(roi.get());
@@ -42,25 +42,25 @@ RemovedRois::RemovedRois(const HxRois& rois) {
   }
 }
 
-void RemovedRois::note(const McHandle<Roi>& roi, const McHandle<Roi>& group, int row) {
+void GoneRois::note(const McHandle<Roi>& roi, const McHandle<Roi>& group, int row) {
   places_.push_back({roi, group, row, details::ColormapReference(roi->colormap(false))});
 }
 
-void RemovedRois::keepGone(const HxRois& rois) {
-  const RemovedRois present(rois);
+void GoneRois::keepGone(const HxRois& rois) {
+  const GoneRois present(rois);
   std::erase_if(places_, [&](const Place& place) {
     return std::any_of(present.places_.begin(), present.places_.end(),
                        [&](const Place& other) { return other.roi == place.roi; });
   });
 }
 
-void RemovedRois::bringBack(QxRoiTreeModel& model) {
+void GoneRois::bringBack(QxRoiTreeModel& model) {
   std::size_t back = 0;
   while (back < places_.size() && bringBack(model, places_[back])) ++back;
   places_.erase(places_.begin(), places_.begin() + static_cast<std::ptrdiff_t>(back));
 }
 
-bool RemovedRois::bringBack(QxRoiTreeModel& model, const Place& place) {
+bool GoneRois::bringBack(QxRoiTreeModel& model, const Place& place) {
   if (rowOf(model, place.roi).isValid()) return true;  // it came with its group
   // Its masks have places of their own.
   if (auto* const emptied = dynamic_cast<Group*>(place.roi.get()))

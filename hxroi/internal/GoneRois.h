@@ -17,11 +17,11 @@ namespace hxroi {
 
 /// ROIs that a command took out of a set, with the places where they stood, so that the user can have them again. Holds
 /// them alive, with their voxels.
-class RemovedRois {
+class GoneRois {
 public:
-  RemovedRois() = default;
+  GoneRois() = default;
   /// Notes all ROIs of a set, before a command.
-  explicit RemovedRois(const HxRois& rois);
+  explicit GoneRois(const HxRois& rois);
 
   /// Forgets those that are still there, after the command.
   void keepGone(const HxRois& rois);
