@@ -27,11 +27,13 @@ bool hasRoom(const QImage& picture) {
   return std::min(picture.width(), picture.height()) >= SMALLEST;
 }
 
+/// Towards black over bright pixels and towards a warm white over dark ones: seen over both.
 void blendPixel(QImage& picture, int x, int y) {
   if (x < 0 || y < 0 || x >= picture.width() || y >= picture.height()) return;
   QRgb& pixel = reinterpret_cast<QRgb*>(picture.scanLine(y))[x];
+  const QColor line = qGray(pixel) > 128 ? QColor(0, 20, 75) : QColor(255, 235, 180);
   const auto mixed = [](int under, int over) { return (under * 3 + over) / 4; };
-  pixel = qRgb(mixed(qRed(pixel), 255), mixed(qGreen(pixel), 235), mixed(qBlue(pixel), 180));
+  pixel = qRgb(mixed(qRed(pixel), line.red()), mixed(qGreen(pixel), line.green()), mixed(qBlue(pixel), line.blue()));
 }
 
 /// Letters with a rim of the opposite shade, to be read over bright and dark alike.

@@ -121,4 +121,22 @@ TEST_F(SlicePaneTest, DrawsMasksOfAnotherGridThanTheImageInTheirPlace) {
   EXPECT_NEAR(0.5 + (40 - 32) / 64.0 * 0.94, x, 0.01);
 }
 
+TEST_F(SlicePaneTest, LinesOfTheOtherSlicesAreSeenOnBlackAndOnWhite) {
+  const McHandle<HxUniformScalarField3> field = addField([](int, int y, int) { return y < 32 ? 0 : 100; });
+  view->show(field);
+  view->setColormap(field, nullptr, {{0, 100}});
+  view->setSlice(0, 16);
+  view->setMarks(false);
+  const QImage plain = paint("z", 256);
+  view->setMarks(true);
+  const QImage marked = paint("z", 256);
+  // Rows in the dark and in the bright half, off the letters and off the line across them.
+  for (const int y : {80, 176}) {
+    int most = 0;
+    for (int x = 40; x < 100; ++x)
+      most = std::max(most, std::abs(qGray(marked.pixel(x, y)) - qGray(plain.pixel(x, y))));
+    EXPECT_GT(most, 40) << "row " << y;
+  }
+}
+
 }  // namespace
