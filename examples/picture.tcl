@@ -57,7 +57,7 @@ view slice z 62
 view camera left
 view camera azimuth -48
 view camera elevation 26
-view camera zoom 0.92
+view camera zoom 1.3
 view snapshot $out/atlas.png 1080 720
 
 set visible 0

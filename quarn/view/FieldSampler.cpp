@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "quarn/kernel/fields/HxUniformLabelField3.h"
+#include "quarn/view/Bounds.h"
 
 namespace quarn::view {
 
@@ -14,6 +15,7 @@ namespace {
 constexpr std::int64_t MOST_LOOKED_AT = 1 << 20;
 constexpr double LEFT_OUT_BELOW = 0.01;
 constexpr double LEFT_OUT_ABOVE = 0.002;
+constexpr double SURROUNDINGS = 0.1;  ///< of a range: below it are air and noise
 
 }  // namespace
 
@@ -77,6 +79,29 @@ std::pair<double, double> usualRange(const HxUniformScalarField3& field) {
   };
   const double low = std::min(0.0, at(LEFT_OUT_BELOW)), high = at(1 - LEFT_OUT_ABOVE);
   return low < high ? std::pair(low, high) : std::pair(low, low + 1);
+}
+
+IndexBox contentBox(const HxUniformScalarField3& field, const std::pair<double, double>& range) {
+  const McDim3l n = field.latticeDimensions();
+  const bool isLabels = dynamic_cast<const HxUniformLabelField3*>(&field) != nullptr;
+  const double least = isLabels ? 0 : range.first + SURROUNDINGS * (range.second - range.first);
+  const double tooMany = static_cast<double>(field.voxelCount()) / static_cast<double>(MOST_LOOKED_AT);
+  const auto every = static_cast<std::int64_t>(std::ceil(std::cbrt(std::max(1.0, tooMany))));
+  Bounds found;
+  field.visitValues([&](const auto* values) {
+    for (std::int64_t z = 0; z < n.nz; z += every)
+      for (std::int64_t y = 0; y < n.ny; y += every)
+        for (std::int64_t x = 0; x < n.nx; x += every)
+          if (static_cast<double>(values[(z * n.ny + y) * n.nx + x]) > least)
+            found.add({static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)});
+  });
+  IndexBox box{{-0.5, -0.5, -0.5}, {}};
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const double end = static_cast<double>(n[static_cast<int>(axis)]) - 0.5, step = static_cast<double>(every) - 0.5;
+    box.high[axis] = found.isEmpty() ? end : std::min(end, found.max[axis] + step);
+    if (!found.isEmpty()) box.low[axis] = std::max(-0.5, found.min[axis] - step);
+  }
+  return box;
 }
 
 }  // namespace quarn::view

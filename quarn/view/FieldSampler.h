@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
 #include "quarn/view/LatticeMap.h"
 #include "quarn/view/export.h"
@@ -31,5 +33,15 @@ private:
 
 /// The values that most voxels lie between, for a first look: a few of the darkest and of the brightest are left out.
 QUARN_VIEW_API std::pair<double, double> usualRange(const HxUniformScalarField3& field);
+
+/// A box in the lattice, from edge to edge of voxels.
+struct IndexBox {
+  Point3 low, high;
+};
+
+/// Where the values are that stand out from the surroundings of what an image shows: those beyond the lowest tenth of
+/// the range, of a label field its labels. Looks at a part of the voxels of large fields, so that a few at the edge may
+/// lie outside. The whole lattice when there are none. The field must have voxels.
+QUARN_VIEW_API IndexBox contentBox(const HxUniformScalarField3& field, const std::pair<double, double>& range);
 
 }  // namespace quarn::view

@@ -311,7 +311,8 @@ void HxSceneView::State::putOnGrid(SceneContents& contents, const McDim3l& dimen
 void HxSceneView::State::addImage(SceneContents& contents, Shown& item) {
   HxUniformScalarField3* field = imageOf(item.object);
   if (!field || field->voxelCount() == 0) return;
-  contents.images.push_back({field, transferOf(item, *field, !contents.images.empty())});
+  const ColorTransfer transfer = transferOf(item, *field, !contents.images.empty());
+  contents.images.push_back({field, transfer, item.look.range.value_or(item.usualRange)});
   contents.modes.push_back(item.look.mode.value_or(VolumeMode::Rendered));
   putOnGrid(contents, field->latticeDimensions(), field->geometry());
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "quarn/kernel/fields/HxUniformScalarField3.h"
+#include "quarn/view/FieldSampler.h"
 #include "quarn/view/detail/paneMarks.h"
 
 namespace quarn::view {
@@ -152,12 +153,10 @@ void ScenePainter::setImages(const SceneContents& contents) {
 Bounds ScenePainter::findBounds(const SceneContents& contents, Complaints& complaints) {
   Bounds bounds;
   for (std::size_t i = 0; i < contents.images.size(); ++i) {
-    // The image is larger than what one wants to see of it.
-    if (contents.modes[i] == VolumeMode::Off || !contents.sets.empty()) continue;
+    if (contents.modes[i] == VolumeMode::Off) continue;
     const HxUniformScalarField3& field = *contents.images[i].field;
-    const McDim3l n = field.latticeDimensions();
-    bounds.add(LatticeMap(field.geometry()), {-0.5, -0.5, -0.5},
-               {static_cast<double>(n.nx) - 0.5, static_cast<double>(n.ny) - 0.5, static_cast<double>(n.nz) - 0.5});
+    const IndexBox content = contentBox(field, contents.images[i].range);
+    bounds.add(LatticeMap(field.geometry()), content.low, content.high);
   }
   for (const MaskSetLook& set : contents.sets) {
     for (const MaskLook& mask : set.masks) {

@@ -2,6 +2,7 @@
 
 #include <QImage>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "quarn/base/McColor.h"
@@ -17,6 +18,7 @@ namespace quarn::view {
 struct ImageLook {
   McHandle<HxUniformScalarField3> field;
   ColorTransfer transfer;
+  std::pair<double, double> range{0, 1};  ///< of the values that the colours stand for
 };
 
 /// Draws slices: images, and over them masks as tints with outlines. What two masks share gets the look that their set

@@ -324,10 +324,10 @@ TEST_F(ViewTest, DrawsAnEmptyViewAndEverySize) {
 
 TEST_F(ViewTest, DrawsAFieldAsACloud) {
   const McHandle<HxUniformScalarField3> field(new HxUniformScalarField3(McDim3l(64, 64, 64), McPrimType::Uint8));
-  const Shape shape = ball(44, 32, 32, 14);
+  const Shape large = ball(44, 32, 32, 14), small = ball(8, 32, 32, 3);
   for (int z = 0; z < 64; ++z)
     for (int y = 0; y < 64; ++y)
-      for (int x = 0; x < 64; ++x) field->setValue(x, y, z, shape(x, y, z) ? 200 : 0);
+      for (int x = 0; x < 64; ++x) field->setValue(x, y, z, large(x, y, z) || small(x, y, z) ? 200 : 0);
   HxObjectPool::instance().add(field, QStringLiteral("field"));
   view->show(field);
   const QImage picture = paint("space", 160);
