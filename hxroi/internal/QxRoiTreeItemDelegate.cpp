@@ -4,11 +4,14 @@
 #include <QHelpEvent>
 #include <QLineEdit>
 #include <QPainter>
+#include <QPointer>
 #include <QRegularExpressionValidator>
 #include <QScopedValueRollback>
 #include <QStyle>
 #include <QToolTip>
+#include <algorithm>
 
+#include "hxroi/internal/QxRoiTreeItem.h"
 #include "hxroi/internal/QxRoiTreeModel.h"
 #include "hxroi/internal/roiToolTip.h"
 #include "quarn/kernel/widgets/QxColorDialog.h"
@@ -22,6 +25,20 @@ bool isColor(const QVariant& value) {
 
 bool isColorCell(const QModelIndex& index) {
   return isColor(index.data(Qt::EditRole));
+}
+
+bool isChecked(const QModelIndex& index) {
+  return index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
+}
+
+/// The masks of a group that is not marked, when none of them is either.
+QList<QxRoiTreeItem*> masksToShowWith(const QModelIndex& index) {
+  const auto* model = qobject_cast<const QxRoiTreeModel*>(index.model());
+  const QxRoiTreeItem* item = model && index.isValid() && !isChecked(index) ? model->getItem(index) : nullptr;
+  if (!item || !item->isGroup()) return {};
+  const auto isShown = [](const QxRoiTreeItem* mask) { return mask->isVisible(false); };
+  const auto masks = item->children();
+  return std::any_of(masks.begin(), masks.end(), isShown) ? QList<QxRoiTreeItem*>() : masks;
 }
 
 QxColorDialog* colorDialog(QObject* editor) {
@@ -61,6 +78,22 @@ void QxRoiTreeItemDelegate::setModelData(QWidget* editor, QAbstractItemModel* mo
   if (!dialog) return QItemDelegate::setModelData(editor, model, index);
   const McColor color = dialog->getColor();
   model->setData(index, QColor::fromRgbF(color.r, color.g, color.b), Qt::EditRole);
+}
+
+bool QxRoiTreeItemDelegate::editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
+                                        const QModelIndex& index) {
+  const QPersistentModelIndex place(index);
+  QList<QPointer<QxRoiTreeItem>> masks;
+  for (QxRoiTreeItem* mask : masksToShowWith(index)) masks.append(mask);
+  // Before, so that the set is evaluated once; the click may have been beside the mark.
+  const auto setVisible = [&masks](bool visible) {
+    for (const auto& mask : masks)
+      if (mask) mask->setVisible(visible);
+  };
+  setVisible(true);
+  const bool isDone = QItemDelegate::editorEvent(event, model, option, index);
+  if (!place.isValid() || !isChecked(place)) setVisible(false);
+  return isDone;
 }
 
 /// The dialog places itself.

@@ -28,6 +28,9 @@ public Q_SLOTS:
   void commitAndCloseEditor(int result);
 
 protected:
+  /// Whoever marks a group of which no mask is marked wants to see all of them.
+  bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
+                   const QModelIndex& index) override;
   void drawDecoration(QPainter* painter, const QStyleOptionViewItem& option, const QRect& rect,
                       const QPixmap& pixmap) const override;
   bool eventFilter(QObject* editor, QEvent* event) override;

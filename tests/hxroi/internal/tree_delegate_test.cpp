@@ -203,3 +203,56 @@ TEST_F(TreeDelegate, FramesColours) {
 }
 
 }  // namespace
+
+namespace {
+
+class SelectorDelegate : public TreePortTest {
+protected:
+  SelectorDelegate() : TreePortTest(HxPortRoiTreeView::SELECTOR_MODULE) {
+    addMask("Bone");
+    addGroup("G", {"m", "n"});
+    port().setHxRois(rois);
+    showWidget();
+    view().expandAll();
+    port().setAllRoisVisible(false);
+    settle();
+  }
+
+  /// Clicks on the check box of a row.
+  void toggle(const char* name) {
+    view().setCurrentIndex(index(name));
+    press(&view(), Qt::Key_Space, QStringLiteral(" "));
+    settle();
+  }
+
+  std::string visible() {
+    std::string names;
+    for (const char* name : {"Bone", "m", "n"})
+      if (port().isRoiVisible(name)) names += std::string(names.empty() ? "" : " ") + name;
+    return names;
+  }
+};
+
+}  // namespace
+
+TEST_F(SelectorDelegate, MarkingAGroupWithoutMarksMarksItsMasks) {
+  toggle("G");
+  EXPECT_EQ("m n", visible());
+  toggle("G");
+  EXPECT_EQ("", visible());
+  EXPECT_TRUE(model().treeItemFromName("m")->isVisible(false)) << "for when the group is marked again";
+}
+
+TEST_F(SelectorDelegate, MarkingAGroupKeepsTheChoiceAmongItsMasks) {
+  toggle("n");
+  EXPECT_EQ("", visible()) << "its group is hidden";
+  toggle("G");
+  EXPECT_EQ("n", visible());
+}
+
+TEST_F(SelectorDelegate, OtherKeysMarkNothing) {
+  view().setCurrentIndex(index("G"));
+  press(&view(), Qt::Key_Up);
+  settle();
+  EXPECT_FALSE(model().treeItemFromName("m")->isVisible(false));
+}
