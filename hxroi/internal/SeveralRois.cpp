@@ -16,6 +16,7 @@
 #include "hxroi/internal/QxRoiTreeModel.h"
 #include "hxroi/internal/RoiVisibilityState.h"
 #include "hxroi/internal/RowReplacement.h"
+#include "quarn/kernel/app/HxMessage.h"
 
 namespace hxroi {
 
@@ -82,7 +83,8 @@ void combine(QxRoiTreeModel& model, const QModelIndex& current, const Items& ite
   const McHandle<Mask> result = combined(model, *target, items, combination);
   RowReplacement replacement(model, model.indexFromTreeItem(target));
   for (QxRoiTreeItem* item : items) replacement.replace(model.indexFromTreeItem(item));
-  replacement.run({result});
+  if (replacement.run({result}) && result->getBoundingBox().isEmpty())
+    HxMessage::printf("%s has no voxels.", result->name().c_str());
 }
 
 void removeItems(QxRoiTreeModel& model, const Items& items) {

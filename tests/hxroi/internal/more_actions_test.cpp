@@ -204,6 +204,15 @@ TEST_F(MoreActions, ColorWhatIsStillThere) {
   EXPECT_EQ(rois->getRoi("b")->color(false), McColor(0, 1, 0));
 }
 
+TEST_F(MoreActions, TellOfAnIntersectionWithoutVoxels) {
+  addFilled("a", {0, 0, 0}, {1, 1, 1});
+  addFilled("b", {1, 0, 0}, {1, 1, 1});
+  openMore();
+  select({"a", "b"});
+  more->intersectSelectedRois();
+  EXPECT_EQ("b-intersected has no voxels.\n", console.consoleText());
+}
+
 // --- Showing ------------------------------------------------------------------------------------------------------
 
 TEST_F(MoreActions, ShowOnlyWhatIsSelected) {
