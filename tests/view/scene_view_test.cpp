@@ -345,4 +345,26 @@ TEST_F(ViewTest, DrawsAFieldAsACloud) {
   EXPECT_EQ(0, largestDifference(paint("space", 160), black));
 }
 
+/// Front and back of a mask that shares voxels cover 0.32 each; the outline of what is shared covers 0.6 of what is
+/// behind the fronts of both.
+TEST_F(ViewTest, MasksThatShareVoxelsAreSeenThrough) {
+  masks->add(QStringLiteral("a"), RED, ball(26, 32, 32, 12));
+  view->show(masks);
+  const QImage alone = paint("space", 160);
+  masks->add(QStringLiteral("b"), RED, ball(38, 32, 32, 12));
+  masks->overlapStyle = HxISetOfVolumeMask::DRAW_BOUNDARY;
+  masks->overlapColor = BLUE;
+  const QImage both = paint("space", 160);
+  // The camera stays where it was, on the middle of the first.
+  const QRgb left = both.pixel(52, 80), before = alone.pixel(52, 80);
+  ASSERT_GT(qRed(before), 60);
+  EXPECT_NEAR(1 - 0.68 * 0.68, static_cast<double>(qRed(left)) / qRed(before), 0.05);
+  view->fitCamera();
+  const QRgb shared = paint("space", 160).pixel(80, 80);
+  ASSERT_GT(qRed(shared), 15);
+  const double ratio = static_cast<double>(qBlue(shared)) / qRed(shared);
+  EXPECT_GT(ratio, 0.62);
+  EXPECT_LT(ratio, 0.84);
+}
+
 }  // namespace
