@@ -29,22 +29,22 @@ const Tcl_ChannelType ScriptOutput::kType = [] {
 
 ScriptOutput::ScriptOutput(std::function<void(const QString&)> show, int standard)
     : show_(std::move(show)),
+      interp_(HxInterpreter::instance().tclInterp()),
       standard_(standard),
       former_(Tcl_GetStdChannel(standard)),
       channel_(Tcl_CreateChannel(&kType, standard == TCL_STDERR ? "consoleErrors" : "console", this, TCL_WRITABLE)) {
-  Tcl_Interp* const interp = HxInterpreter::instance().tclInterp();
-  Tcl_SetChannelOption(interp, channel_, "-encoding", "utf-8");
-  Tcl_SetChannelOption(interp, channel_, "-translation", "lf");
-  Tcl_SetChannelOption(interp, channel_, "-buffering", "line");
+  Tcl_SetChannelOption(interp_, channel_, "-encoding", "utf-8");
+  Tcl_SetChannelOption(interp_, channel_, "-translation", "lf");
+  Tcl_SetChannelOption(interp_, channel_, "-buffering", "line");
   Tcl_SetStdChannel(channel_, standard_);
-  Tcl_RegisterChannel(interp, channel_);
+  Tcl_RegisterChannel(interp_, channel_);
 }
 
 ScriptOutput::~ScriptOutput() {
   Tcl_Flush(channel_);
   if (!line_.isEmpty()) show_(QString::fromUtf8(line_));
   Tcl_SetStdChannel(former_, standard_);
-  Tcl_UnregisterChannel(HxInterpreter::instance().tclInterp(), channel_);
+  Tcl_UnregisterChannel(interp_, channel_);
 }
 
 void ScriptOutput::take(const char* bytes, int count) {

@@ -27,6 +27,7 @@ private:
 
   const std::function<void(const QString&)> show_;
   QByteArray line_;
+  Tcl_Interp* const interp_;  ///< before all else: it sets Tcl up
   const int standard_;
   Tcl_Channel former_;
   Tcl_Channel channel_;
