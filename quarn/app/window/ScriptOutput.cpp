@@ -27,11 +27,21 @@ const Tcl_ChannelType ScriptOutput::kType = [] {
   return type;
 }();
 
+namespace {
+
+/// An interpreter knows the standard channels from the moment on when it is asked for one: before they are others.
+Tcl_Channel knownChannel(Tcl_Interp* interp, int standard) {
+  Tcl_GetChannel(interp, standard == TCL_STDERR ? "stderr" : "stdout", nullptr);
+  return Tcl_GetStdChannel(standard);
+}
+
+}  // namespace
+
 ScriptOutput::ScriptOutput(std::function<void(const QString&)> show, int standard)
     : show_(std::move(show)),
       interp_(HxInterpreter::instance().tclInterp()),
       standard_(standard),
-      former_(Tcl_GetStdChannel(standard)),
+      former_(knownChannel(interp_, standard)),
       channel_(Tcl_CreateChannel(&kType, standard == TCL_STDERR ? "consoleErrors" : "console", this, TCL_WRITABLE)) {
   Tcl_SetChannelOption(interp_, channel_, "-encoding", "utf-8");
   Tcl_SetChannelOption(interp_, channel_, "-translation", "lf");
