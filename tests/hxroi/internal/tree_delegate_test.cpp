@@ -206,9 +206,9 @@ TEST_F(TreeDelegate, FramesColours) {
 
 namespace {
 
-class SelectorDelegate : public TreePortTest {
+class TreeSelectorDelegate : public TreePortTest {
 protected:
-  SelectorDelegate() : TreePortTest(HxPortRoiTreeView::SELECTOR_MODULE) {
+  TreeSelectorDelegate() : TreePortTest(HxPortRoiTreeView::SELECTOR_MODULE) {
     addMask("Bone");
     addGroup("G", {"m", "n"});
     port().setHxRois(rois);
@@ -235,7 +235,7 @@ protected:
 
 }  // namespace
 
-TEST_F(SelectorDelegate, MarkingAGroupWithoutMarksMarksItsMasks) {
+TEST_F(TreeSelectorDelegate, MarkingAGroupWithoutMarksMarksItsMasks) {
   toggle("G");
   EXPECT_EQ("m n", visible());
   toggle("G");
@@ -243,14 +243,14 @@ TEST_F(SelectorDelegate, MarkingAGroupWithoutMarksMarksItsMasks) {
   EXPECT_TRUE(model().treeItemFromName("m")->isVisible(false)) << "for when the group is marked again";
 }
 
-TEST_F(SelectorDelegate, MarkingAGroupKeepsTheChoiceAmongItsMasks) {
+TEST_F(TreeSelectorDelegate, MarkingAGroupKeepsTheChoiceAmongItsMasks) {
   toggle("n");
   EXPECT_EQ("", visible()) << "its group is hidden";
   toggle("G");
   EXPECT_EQ("n", visible());
 }
 
-TEST_F(SelectorDelegate, OtherKeysMarkNothing) {
+TEST_F(TreeSelectorDelegate, OtherKeysMarkNothing) {
   view().setCurrentIndex(index("G"));
   press(&view(), Qt::Key_Up);
   settle();
